@@ -1,0 +1,33 @@
+# What every target of this project is compiled with.
+add_library(zq_options INTERFACE)
+target_compile_features(zq_options INTERFACE cxx_std_20)
+target_compile_options(zq_options INTERFACE -Wall -Wextra -Wconversion -Wshadow -Werror)
+
+if(WIN32)
+  target_compile_definitions(zq_options INTERFACE UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00)
+  target_link_options(
+    zq_options
+    INTERFACE
+    -static
+    -Wl,--dynamicbase
+    -Wl,--high-entropy-va
+    -Wl,--nxcompat)
+endif()
+
+option(ZQ_HARDENED "UBSan in trap mode, library assertions and the stack protector" OFF)
+if(ZQ_HARDENED)
+  target_compile_definitions(zq_options INTERFACE _GLIBCXX_ASSERTIONS)
+  target_compile_options(zq_options INTERFACE -fsanitize=undefined -fsanitize-undefined-trap-on-error
+                                              -fstack-protector-strong)
+  target_link_options(zq_options INTERFACE -fstack-protector-strong)
+endif()
+
+option(ZQ_SANITIZE "ASan and UBSan; native builds only" OFF)
+if(ZQ_SANITIZE)
+  target_compile_definitions(zq_options INTERFACE _GLIBCXX_ASSERTIONS)
+  target_compile_options(zq_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
+                                              -fno-omit-frame-pointer)
+  target_link_options(zq_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+option(ZQ_COVERAGE "Line and branch counters in src/" OFF)

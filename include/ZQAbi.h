@@ -1,0 +1,44 @@
+// What every interface of the settings module shares: how objects cross between compilers, and the few shared types.
+//
+// The interfaces are tables of functions as the Microsoft compiler lays them out on x64. A virtual destructor takes
+// one slot there, and two with other compilers; the destructor's slot is therefore declared by hand where _MSC_VER is
+// not defined. Nothing in these headers depends on RTTI, on structures returned by value or on overloads.
+//
+// The headers need C++11 and no Windows header.
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+
+#if defined(_MSC_VER)
+#define ZQ_DESTRUCTOR_SLOT(ClassName)                                                                                  \
+public:                                                                                                                \
+    virtual ~ClassName() {}
+#else
+// `flags` with bit 0 set: destroy the object and free it. The interface's own body does neither.
+#define ZQ_DESTRUCTOR_SLOT(ClassName)                                                                                  \
+public:                                                                                                                \
+    virtual void* ScalarDeletingDestructor(unsigned int flags) {                                                       \
+        (void)flags;                                                                                                   \
+        return this;                                                                                                   \
+    }                                                                                                                  \
+                                                                                                                       \
+protected:                                                                                                             \
+    ~ClassName() = default;                                                                                            \
+                                                                                                                       \
+public:
+#endif
+
+// A truth value as it crosses the interfaces: one byte, 0 is false. The store keeps the byte as given, so this is not
+// `bool`, which may hold 0 and 1 alone.
+typedef uint8_t ZQBool;
+
+// The type of a variable. The same codes stand in change notices and in packets.
+enum VariableType : uint32_t {
+    VariableTypeNone = 0,   // no variable
+    VariableTypeBool = 1,   // one byte
+    VariableTypeInt64 = 2,  // signed, 64 bits
+    VariableTypeDouble = 3, // IEEE 754
+    VariableTypeString = 4, // UTF-16
+    VariableTypeBinary = 5  // bytes
+};

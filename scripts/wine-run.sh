@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# Runs a Windows program under the project's own Wine prefix: scripts/wine-run.sh PROGRAM.exe [ARGUMENT...]
+# The first call makes the prefix and starts one server that stays, so that later starts are fast.
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+export WINEPREFIX=${ZQ_WINEPREFIX:-$root/build/wine}
+export WINEDEBUG=${WINEDEBUG:--all}
+export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-winemenubuilder.exe=d;mscoree=d;mshtml=d}
+wine=/usr/lib/wine/wine64
+server=/usr/lib/wine/wineserver64
+
+if [[ ${1:-} == --help || $# -eq 0 ]]; then
+  sed -n '2,3s/^# //p' "${BASH_SOURCE[0]}"
+  exit 0
+fi
+if [[ ! -x $wine ]]; then
+  echo "wine-run.sh: $wine is missing; run scripts/setup.sh, which installs it." >&2
+  exit 127
+fi
+if [[ ! -f $WINEPREFIX/.ready ]]; then
+  mkdir -p "$WINEPREFIX"
+  # Two programs started at once must not both make the prefix.
+  exec 9>"$WINEPREFIX/.lock"
+  flock 9
+  if [[ ! -f $WINEPREFIX/.ready ]]; then
+    "$wine" wineboot -i >/dev/null 2>&1
+    "$server" -w
+    touch "$WINEPREFIX/.ready"
+  fi
+  flock -u 9
+  exec 9>&-
+fi
+# A new server: start Wine's own services now, apart from the caller's output, or they would hold it open after the end.
+if "$server" -p >/dev/null 2>&1; then
+  setsid "$wine" cmd /c exit </dev/null >/dev/null 2>&1 3>&- 4>&- 5>&- 6>&- 7>&- 8>&- 9>&- || true
+fi
+exec "$wine" "$@"
