@@ -1,0 +1,31 @@
+// An unnamed Win32 mutex and its lock. The owning thread may lock again. A mutex whose owner was terminated is taken
+// over by the next thread that locks it: the wait ends and the lock is held.
+#pragma once
+
+#include "platform/Handle.h"
+
+namespace zq {
+
+class Mutex {
+public:
+    Mutex() : m_handle(CreateMutexW(nullptr, FALSE, nullptr)) {}
+
+    void Lock() const { WaitForSingleObject(m_handle.get(), INFINITE); }
+    void Unlock() const { ReleaseMutex(m_handle.get()); }
+
+private:
+    UniqueHandle m_handle;
+};
+
+class [[nodiscard]] MutexLock {
+public:
+    explicit MutexLock(const Mutex& mutex) : m_mutex(mutex) { m_mutex.Lock(); }
+    ~MutexLock() { m_mutex.Unlock(); }
+    MutexLock(const MutexLock&) = delete;
+    MutexLock& operator=(const MutexLock&) = delete;
+
+private:
+    const Mutex& m_mutex;
+};
+
+} // namespace zq

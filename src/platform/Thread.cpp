@@ -1,0 +1,37 @@
+#include "platform/Thread.h"
+
+namespace zq {
+
+namespace {
+
+void Terminate(HANDLE thread, const Mutex& guard) {
+    MutexLock lock(guard);
+    // A thread that dies inside the heap leaves it locked for the whole process. A thread that stops itself is not
+    // inside the heap, and would take the lock with it.
+    const bool isSelf = GetThreadId(thread) == GetCurrentThreadId();
+    const HANDLE heap = GetProcessHeap();
+    const bool isHeapLocked = !isSelf && HeapLock(heap);
+    TerminateThread(thread, 0);
+    if (isHeapLocked) {
+        HeapUnlock(heap);
+    }
+}
+
+} // namespace
+
+void Thread::Start(Routine routine, void* argument) {
+    m_handle.reset(CreateThread(nullptr, 0, routine, argument, 0, nullptr));
+}
+
+void Thread::Stop(HANDLE stopEvent, const Mutex& guard) {
+    if (!m_handle || !stopEvent) {
+        return;
+    }
+    SetEvent(stopEvent);
+    if (WaitForSingleObject(m_handle.get(), kThreadStopMilliseconds) == WAIT_TIMEOUT) {
+        Terminate(m_handle.get(), guard);
+    }
+    m_handle.reset();
+}
+
+} // namespace zq

@@ -1,0 +1,41 @@
+// The five maps of the variable store, one for each type, and the operations on them that need no lock of their own.
+//
+// Portable. The owner serialises: under Windows that is VariableStore with its mutex.
+#pragma once
+
+#include "variables/BinaryBlock.h"
+#include "variables/VariableMap.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace zq {
+
+class VariableBatch;
+
+struct VariableMaps {
+    // `seed` makes the maps' hash unpredictable; any value is right.
+    explicit VariableMaps(uint64_t seed) : hashSeed(seed) {}
+
+    uint32_t Hash(std::wstring_view name) const { return HashName(name, hashSeed); }
+
+    // Writes a whole batch in its order, or, when memory runs out (std::bad_alloc), nothing of it.
+    void Apply(const VariableBatch& batch);
+
+    // Frees the binary blocks and empties the binary map. The maps' destructor frees no block: whoever ends the maps'
+    // life calls this before, or leaves the blocks to the end of the process.
+    void RemoveBinaries() noexcept;
+
+    // Empties all five maps.
+    void RemoveAll() noexcept;
+
+    uint64_t hashSeed;
+    VariableMap<uint8_t> bools;
+    VariableMap<int64_t> integers;
+    VariableMap<double> doubles;
+    VariableMap<BinaryBlock*> binaries;
+    VariableMap<std::wstring> strings;
+};
+
+} // namespace zq
