@@ -1,0 +1,58 @@
+#include "config/ConfigText.h"
+
+#include "config/FileText.h"
+#include "config/Flatteners.h"
+#include "config/JsonReader.h"
+#include "platform/HostLog.h"
+
+namespace zq {
+
+namespace {
+
+void FlattenDevice(const JsonValue& device, VariableBatch& batch, const HostLog& log) {
+    const JsonValue* name = device.Member(L"DeviceName");
+    const JsonValue* responses = device.Member(L"Response");
+    if (!name || !name->Is(JsonKind::String) || !responses) {
+        return;
+    }
+    const std::wstring prefix = std::wstring(L"CL.").append(GetJsonString(*name));
+    for (const JsonValue& item : responses->Elements()) {
+        if (item.Is(JsonKind::Object)) {
+            FlattenHmdListItem(prefix, item, batch, log);
+        }
+    }
+}
+
+bool FlattenHmdList(const JsonValue& root, VariableBatch& batch, const HostLog& log) {
+    if (!root.Is(JsonKind::Array)) {
+        log.Log(LogFailure, L"Invalid hmd list format.");
+        return false;
+    }
+    for (const JsonValue& device : root.Elements()) {
+        FlattenDevice(device, batch, log);
+    }
+    return true;
+}
+
+} // namespace
+
+bool ConfigText::Read(std::string_view bytes) {
+    FreeJsonValue(root);
+    text = DecodeFile(bytes);
+    fileLength = static_cast<int32_t>(bytes.size());
+    parseResult = ParseJsonValue(root, text.data(), static_cast<int32_t>(text.size()));
+    return parseResult >= 1 && parseResult == fileLength;
+}
+
+bool FlattenConfig(ConfigFile file, const JsonValue& root, VariableBatch& batch, const HostLog& log) {
+    if (file == ConfigFile::HmdList) {
+        return FlattenHmdList(root, batch, log);
+    }
+    if (root.Is(JsonKind::Object)) {
+        const auto flatten = file == ConfigFile::Settings ? FlattenSettingsObject : FlattenQualityObject;
+        flatten({}, root, batch, log);
+    }
+    return true;
+}
+
+} // namespace zq

@@ -1,0 +1,58 @@
+#include "config/FlattenScalar.h"
+#include "config/Flatteners.h"
+#include "platform/HostLog.h"
+
+#include <string>
+
+namespace zq {
+
+namespace {
+
+void LogInvalid(const HostLog& log, const std::wstring& name) {
+    log.Log(LogFailure, L"Invalid hmd list item : %s", name.c_str());
+}
+
+const JsonValue* IntegerMember(const JsonValue& item, std::wstring_view key) {
+    const JsonValue* member = item.Member(key);
+    return member && member->Is(JsonKind::Integer) ? member : nullptr;
+}
+
+void FlattenArray(NameBuffer& name, const JsonValue& array, VariableBatch& batch, const HostLog& log) {
+    const size_t length = name.Length();
+    name.Append(L".ArraySize");
+    batch.AddInt64(name.View(), static_cast<int32_t>(array.count));
+    int32_t index = 0;
+    for (const JsonValue& element : array.Elements()) {
+        name.CutTo(length);
+        name.AppendKey(std::to_wstring(index++));
+        if (!AddScalar(name.View(), element, batch)) {
+            LogInvalid(log, name.String());
+        }
+    }
+}
+
+} // namespace
+
+void FlattenHmdListItem(std::wstring_view prefix, const JsonValue& item, VariableBatch& batch, const HostLog& log) {
+    const JsonValue* mainRequest = IntegerMember(item, L"MainRequest");
+    const JsonValue* subRequest = IntegerMember(item, L"SubRequest");
+    const JsonValue* index = IntegerMember(item, L"index");
+    const JsonValue* value = item.Member(L"Value");
+    if (!mainRequest || !subRequest || !index || !value) {
+        LogInvalid(log, std::wstring(prefix));
+        return;
+    }
+
+    NameBuffer name(prefix);
+    for (const JsonValue* number : {mainRequest, subRequest, index}) {
+        name.Append(L".");
+        name.Append(std::to_wstring(number->integer));
+    }
+    if (value->Is(JsonKind::Array)) {
+        FlattenArray(name, *value, batch, log);
+    } else if (!AddScalar(name.View(), *value, batch)) {
+        LogInvalid(log, std::wstring(prefix));
+    }
+}
+
+} // namespace zq
