@@ -1,0 +1,80 @@
+// The module object: both interfaces in one, with everything that lives as long as the module does.
+//
+// It only forwards: each slot hands its work to the room that does it. Nothing below src/module knows this class.
+#pragma once
+
+#include "CZQModSettings.h"
+
+#include "platform/Event.h"
+#include "platform/Files.h"
+#include "platform/HostLog.h"
+#include "platform/Thread.h"
+#include "variables/VariableStore.h"
+
+#include <string>
+
+namespace zq {
+
+struct ConfigFileRow;
+
+class CZQModSettingsImpl final : public CZQModSettings, public CZQVariable {
+public:
+    CZQModSettingsImpl();
+    CZQModSettingsImpl(const CZQModSettingsImpl&) = delete;
+    CZQModSettingsImpl& operator=(const CZQModSettingsImpl&) = delete;
+
+    // Slot 0 of both interfaces.
+    void* ScalarDeletingDestructor(unsigned int flags) override;
+
+    // CZQModSettings
+    int32_t DoInit(CZQModHost* host, const wchar_t* hostPath, const wchar_t* defaultDir,
+                   const wchar_t* commonDataDir) override;
+    int32_t DoStart() override;
+    void DoStop() override;
+    void DoRelease() override;
+    void UpdateDefaultDeviceName() override;
+
+    // CZQVariable
+    void RemoveAllVariables() override;
+    int32_t GetVariableBinary(const wchar_t* name, void* buffer, size_t bufferSize, size_t* length) override;
+    int32_t GetVariableDouble(const wchar_t* name, double* value) override;
+    int32_t GetVariableBool(const wchar_t* name, ZQBool* value) override;
+    int32_t GetVariableInt64(const wchar_t* name, int64_t* value) override;
+    int32_t GetVariableString(const wchar_t* name, wchar_t* buffer, int32_t bufferSize) override;
+
+private:
+    friend struct ConfigFileRow;
+
+    ~CZQModSettingsImpl();
+
+    // Lifecycle.cpp
+    void BuildPaths();
+    // ConfigFiles.cpp
+    void ProvisionPrivateFiles();
+    void LoadPrivateFiles();
+    bool LoadPrivateFile(const ConfigFileRow& row);
+    void RepairPrivateFile(const ConfigFileRow& row, const wchar_t* message);
+
+    HostLog m_log;
+    std::wstring m_strInstallDir;
+    std::wstring m_strHostPath;
+    std::wstring m_strDefaultDir;
+    std::wstring m_strCommonDataDir;
+    std::wstring m_strDefaultSettingsFile;
+    std::wstring m_strSettingsFile;
+    std::wstring m_strDefaultHmdListFile;
+    std::wstring m_strHmdListFile;
+    std::wstring m_strDefaultQualityFile;
+    std::wstring m_strQualityFile;
+    VariableStore m_store;
+    Event m_hStopEvent{EventReset::Manual};
+    Thread m_hWatchThread;
+    FileTime m_tSettingsTime;
+    FileTime m_tHmdListTime;
+    FileTime m_tQualityTime;
+    std::string m_strMachineType;
+    std::string m_strNetworkSpeed;
+    std::string m_strNetworkDriverVersion;
+};
+
+} // namespace zq

@@ -1,0 +1,14 @@
+// The DLL's one export.
+#include "module/CZQModSettingsImpl.h"
+
+#include <cstring>
+#include <new>
+
+extern "C" __declspec(dllexport) CZQModSettings* CreateSettings() {
+    void* memory = ::operator new(sizeof(zq::CZQModSettingsImpl), std::nothrow);
+    if (!memory) {
+        return nullptr;
+    }
+    std::memset(memory, 0, sizeof(zq::CZQModSettingsImpl));
+    return new (memory) zq::CZQModSettingsImpl();
+}

@@ -1,0 +1,63 @@
+// DoInit, DoStart, DoStop and DoRelease.
+#include "module/CZQModSettingsImpl.h"
+
+#include "module/ConfigFileTable.h"
+#include "module/DefaultSettings.h"
+
+#include <stdexcept>
+
+namespace zq {
+
+namespace {
+
+constexpr size_t kInstallDirMaximum = 511;
+
+std::wstring TextOrEmpty(const wchar_t* text) { return text ? text : L""; }
+
+std::wstring FolderOf(const std::wstring& path) {
+    const size_t backslash = path.rfind(L'\\');
+    std::wstring folder = path.substr(0, backslash == std::wstring::npos ? 0 : backslash);
+    if (folder.size() > kInstallDirMaximum) {
+        throw std::invalid_argument("the installation folder has more than 511 characters");
+    }
+    return folder;
+}
+
+} // namespace
+
+int32_t CZQModSettingsImpl::DoInit(CZQModHost* host, const wchar_t* hostPath, const wchar_t* defaultDir,
+                                   const wchar_t* commonDataDir) {
+    m_log.SetHost(host);
+    m_strHostPath = TextOrEmpty(hostPath);
+    m_strDefaultDir = TextOrEmpty(defaultDir);
+    m_strCommonDataDir = TextOrEmpty(commonDataDir);
+    BuildPaths();
+    m_log.Log(LogProgress, L"DoInit begin");
+    LoadDefaultSettings(m_store);
+    ProvisionPrivateFiles();
+    LoadPrivateFiles();
+    m_log.Log(LogProgress, L"DoInit end.");
+    return 0;
+}
+
+void CZQModSettingsImpl::BuildPaths() {
+    for (const ConfigFileRow& row : ConfigFileRow::kAll) {
+        this->*row.defaultPath = m_strDefaultDir + L"\\" + row.name;
+        this->*row.privatePath = m_strCommonDataDir + L"\\ZQserver\\" + row.name;
+    }
+    m_strInstallDir = FolderOf(m_strHostPath);
+}
+
+int32_t CZQModSettingsImpl::DoStart() { return 0; }
+
+void CZQModSettingsImpl::DoStop() {}
+
+void CZQModSettingsImpl::DoRelease() {
+    m_log.Log(LogProgress, L"DoRelease begin");
+    m_store.RemoveBinaries();
+    m_log.Log(LogProgress, L"DoRelease end");
+}
+
+void CZQModSettingsImpl::UpdateDefaultDeviceName() {}
+
+} // namespace zq

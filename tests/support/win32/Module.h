@@ -1,0 +1,56 @@
+// A module object as a host has it: from the DLL, through the public headers alone.
+#pragma once
+
+#include "CZQModSettings.h"
+
+#include "support/RecordingHost.h"
+#include "support/win32/Folders.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zq::test {
+
+// The DLL beside the test program, loaded once and kept.
+CZQModSettings* CreateFromDll();
+
+// A new module object; stopped, released and destroyed in the order that hosts have to keep.
+class Module {
+public:
+    Module() : m_settings(CreateFromDll()), m_variables(ZQVariables(m_settings)) {}
+    ~Module() { Destroy(); }
+    Module(const Module&) = delete;
+    Module& operator=(const Module&) = delete;
+
+    void Init(CZQModHost& host, const ModuleFolders& folders) {
+        m_settings->DoInit(&host, folders.HostPath().c_str(), folders.DefaultDir().c_str(),
+                           folders.CommonDataDir().c_str());
+    }
+    void Destroy() {
+        if (m_settings) {
+            m_settings->DoStop();
+            m_settings->DoRelease();
+            ZQDestroy(m_settings);
+            m_settings = nullptr;
+        }
+    }
+
+    CZQModSettings* operator->() const { return m_settings; }
+    CZQModSettings& Settings() const { return *m_settings; }
+    CZQVariable& Variables() const { return *m_variables; }
+
+    // The value of a variable, or nothing.
+    std::optional<int> Bool(const wchar_t* name) const;
+    std::optional<int64_t> Int64(const wchar_t* name) const;
+    std::optional<double> Double(const wchar_t* name) const;
+    std::optional<std::wstring> String(const wchar_t* name) const;
+    std::optional<std::vector<unsigned char>> Binary(const wchar_t* name) const;
+
+private:
+    CZQModSettings* m_settings;
+    CZQVariable* m_variables;
+};
+
+} // namespace zq::test
