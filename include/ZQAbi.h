@@ -1,8 +1,10 @@
-// What every interface of the settings module shares: how objects cross between compilers, and the few shared types.
+// What every interface of the settings module shares: how objects cross between compilers, and the few shared
+// types.
 //
-// The interfaces are tables of functions as the Microsoft compiler lays them out on x64. A virtual destructor takes
-// one slot there, and two with other compilers; the destructor's slot is therefore declared by hand where _MSC_VER is
-// not defined. Nothing in these headers depends on RTTI, on structures returned by value or on overloads.
+// The interfaces are tables of functions as the Microsoft compiler lays them out on x64. A virtual destructor
+// takes one slot there, and two with other compilers; the destructor's slot is therefore declared by hand
+// where _MSC_VER is not defined. Nothing in these headers depends on RTTI, on structures returned by value or
+// on overloads.
 //
 // The headers need C++11 and no Windows header.
 #pragma once
@@ -11,26 +13,26 @@
 #include <stdint.h>
 
 #if defined(_MSC_VER)
-#define ZQ_DESTRUCTOR_SLOT(ClassName)                                                                                  \
-public:                                                                                                                \
+#define ZQ_DESTRUCTOR_SLOT(ClassName)                                                                        \
+public:                                                                                                      \
     virtual ~ClassName() {}
 #else
 // `flags` with bit 0 set: destroy the object and free it. The interface's own body does neither.
-#define ZQ_DESTRUCTOR_SLOT(ClassName)                                                                                  \
-public:                                                                                                                \
-    virtual void* ScalarDeletingDestructor(unsigned int flags) {                                                       \
-        (void)flags;                                                                                                   \
-        return this;                                                                                                   \
-    }                                                                                                                  \
-                                                                                                                       \
-protected:                                                                                                             \
-    ~ClassName() = default;                                                                                            \
-                                                                                                                       \
+#define ZQ_DESTRUCTOR_SLOT(ClassName)                                                                        \
+public:                                                                                                      \
+    virtual void* ScalarDeletingDestructor(unsigned int flags) {                                             \
+        (void)flags;                                                                                         \
+        return this;                                                                                         \
+    }                                                                                                        \
+                                                                                                             \
+protected:                                                                                                   \
+    ~ClassName() = default;                                                                                  \
+                                                                                                             \
 public:
 #endif
 
-// A truth value as it crosses the interfaces: one byte, 0 is false. The store keeps the byte as given, so this is not
-// `bool`, which may hold 0 and 1 alone.
+// A truth value as it crosses the interfaces: one byte, 0 is false. The store keeps the byte as given, so
+// this is not `bool`, which may hold 0 and 1 alone.
 typedef uint8_t ZQBool;
 
 // The type of a variable. The same codes stand in change notices and in packets.

@@ -1,7 +1,7 @@
 // How a host frees a packet that CZQVariable::PackVariable or PackAllVariables returned.
 //
-// Packets lie in the process heap. A host on the release build of the Microsoft run-time library may equally use
-// delete[] on an unsigned char pointer: that library allocates from the process heap too.
+// Packets lie in the process heap. A host on the release build of the Microsoft run-time library may equally
+// use delete[] on an unsigned char pointer: that library allocates from the process heap too.
 #pragma once
 
 extern "C" {

@@ -24,7 +24,8 @@ struct LoaderTexts {
 constexpr std::array<LoaderTexts, 3> kTexts = {{
     {L"LoadSettingsFromFile begin.", L"Settings file not found : %s", L"Settings file open fail : %s"},
     {L"LoadHmdListFromFile begin.", L"Hmd list file not found : %s", L"Hmd list file open fail : %s"},
-    {L"LoadQualityFromFile begin.", L"Quality Preset file not found : %s", L"Quality Preset file open fail : %s"},
+    {L"LoadQualityFromFile begin.", L"Quality Preset file not found : %s",
+     L"Quality Preset file open fail : %s"},
 }};
 
 } // namespace

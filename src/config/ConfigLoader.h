@@ -1,8 +1,8 @@
 // Loads one configuration file into the variables: one reader, and for each file its texts.
 //
-// A refused file sets no variable; what becomes of it is the caller's business. Everything is decoded, parsed, flattened
-// and logged before the store is locked, once, for the whole batch. Called on a host's thread (DoInit) and on the
-// watcher's.
+// A refused file sets no variable; what becomes of it is the caller's business. Everything is decoded,
+// parsed, flattened and logged before the store is locked, once, for the whole batch. Called on a host's
+// thread (DoInit) and on the watcher's.
 #pragma once
 
 #include "config/ConfigText.h"

@@ -1,4 +1,5 @@
-// One configuration file from bytes to assignments: decode, parse, test that the parse used up the whole file, flatten.
+// One configuration file from bytes to assignments: decode, parse, test that the parse used up the whole
+// file, flatten.
 //
 // Portable: the file itself is read by ConfigLoader.
 #pragma once
@@ -20,8 +21,9 @@ struct ConfigText {
     ConfigText(const ConfigText&) = delete;
     ConfigText& operator=(const ConfigText&) = delete;
 
-    // Decodes and parses. Returns whether the file is accepted: the parse must have taken as many UTF-16 units as the
-    // file has bytes, so a mark, a character of several bytes or anything behind the end refuses it.
+    // Decodes and parses. Returns whether the file is accepted: the parse must have taken as many UTF-16
+    // units as the file has bytes, so a mark, a character of several bytes or anything behind the end refuses
+    // it.
     bool Read(std::string_view bytes);
 
     std::wstring text;
@@ -32,8 +34,8 @@ struct ConfigText {
 
 enum class ConfigFile { Settings, HmdList, Quality };
 
-// Collects the variables of an accepted file. Returns false, with a message, when the root's kind makes the file
-// unusable: only the headset list has such a rule.
+// Collects the variables of an accepted file. Returns false, with a message, when the root's kind makes the
+// file unusable: only the headset list has such a rule.
 bool FlattenConfig(ConfigFile file, const JsonValue& root, VariableBatch& batch, const HostLog& log);
 
 } // namespace zq

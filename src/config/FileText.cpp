@@ -34,7 +34,8 @@ std::wstring DecodeFileText(uint32_t codePage, const char* bytes, int32_t length
 std::wstring DecodeFile(std::string_view bytes) {
     const bool isMarked = bytes.starts_with(kUtf8Mark);
     const std::string_view text = isMarked ? bytes.substr(kUtf8Mark.size()) : bytes;
-    return DecodeFileText(isMarked ? kCodePageUtf8 : kCodePageAnsi, text.data(), static_cast<int32_t>(text.size()));
+    return DecodeFileText(isMarked ? kCodePageUtf8 : kCodePageAnsi, text.data(),
+                          static_cast<int32_t>(text.size()));
 }
 
 } // namespace zq

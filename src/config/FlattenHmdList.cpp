@@ -33,7 +33,8 @@ void FlattenArray(NameBuffer& name, const JsonValue& array, VariableBatch& batch
 
 } // namespace
 
-void FlattenHmdListItem(std::wstring_view prefix, const JsonValue& item, VariableBatch& batch, const HostLog& log) {
+void FlattenHmdListItem(std::wstring_view prefix, const JsonValue& item, VariableBatch& batch,
+                        const HostLog& log) {
     const JsonValue* mainRequest = IntegerMember(item, L"MainRequest");
     const JsonValue* subRequest = IntegerMember(item, L"SubRequest");
     const JsonValue* index = IntegerMember(item, L"index");

@@ -13,7 +13,8 @@ namespace zq {
 namespace {
 
 // By the place of a preset in its array; places behind the last one share it.
-constexpr std::array<std::wstring_view, 4> kPresetSuffixes = {L".Quality", L".Balance", L".Performance", L".Ultra"};
+constexpr std::array<std::wstring_view, 4> kPresetSuffixes = {L".Quality", L".Balance", L".Performance",
+                                                              L".Ultra"};
 
 class QualityWalker {
 public:

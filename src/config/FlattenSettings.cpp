@@ -40,12 +40,14 @@ private:
     struct Level {
         size_t nameLength;
         std::span<const JsonMember> members;
-        std::span<const JsonValue> headers;      // what is left of the header list under way
-        std::wstring_view headerKey;             // and its key
+        std::span<const JsonValue> headers; // what is left of the header list under way
+        std::wstring_view headerKey;        // and its key
         std::vector<std::wstring_view> headerNames;
     };
 
-    void Enter(const JsonValue& object) { m_levels.push_back({m_name.Length(), object.Members(), {}, {}, {}}); }
+    void Enter(const JsonValue& object) {
+        m_levels.push_back({m_name.Length(), object.Members(), {}, {}, {}});
+    }
 
     void VisitMember(Level& level) {
         const JsonMember& member = level.members.front();
@@ -88,7 +90,8 @@ private:
         for (size_t i = 0; i < names.size(); ++i) {
             const std::wstring variable = L"HmdNameList." + std::to_wstring(i);
             m_batch.AddString(variable, names[i]);
-            m_log.Log(LogProgress, L"Set variable STRING %s = %s", variable.c_str(), std::wstring(names[i]).c_str());
+            m_log.Log(LogProgress, L"Set variable STRING %s = %s", variable.c_str(),
+                      std::wstring(names[i]).c_str());
         }
     }
 

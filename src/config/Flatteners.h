@@ -1,8 +1,8 @@
 // The rules by which the tree of a configuration file becomes named variables; one walker a file.
 //
-// A name is the path of keys, joined by points. A whole number becomes an integer and a double variable of one name, a
-// number with a point a double alone. Nothing is ever removed. Assignments are collected in order in a batch whose texts
-// point into the tree.
+// A name is the path of keys, joined by points. A whole number becomes an integer and a double variable of
+// one name, a number with a point a double alone. Nothing is ever removed. Assignments are collected in order
+// in a batch whose texts point into the tree.
 //
 // Portable. Nesting costs heap, not stack. Whatever is invalid is logged and skipped.
 #pragma once
@@ -16,15 +16,19 @@ namespace zq {
 class HostLog;
 class VariableBatch;
 
-// Server settings: nested objects become dotted names; an array "CL" (any letter case) holds an object a headset, named
-// by its "HD"; other arrays are ignored. Sets "HmdNameSize" and "HmdNameList.<n>".
-void FlattenSettingsObject(std::wstring_view prefix, const JsonValue& object, VariableBatch& batch, const HostLog& log);
+// Server settings: nested objects become dotted names; an array "CL" (any letter case) holds an object a
+// headset, named by its "HD"; other arrays are ignored. Sets "HmdNameSize" and "HmdNameList.<n>".
+void FlattenSettingsObject(std::wstring_view prefix, const JsonValue& object, VariableBatch& batch,
+                           const HostLog& log);
 
-// One response of the headset list: <prefix>.<MainRequest>.<SubRequest>.<index>, with ".ArraySize" and ".<n>" where the
-// value is an array.
-void FlattenHmdListItem(std::wstring_view prefix, const JsonValue& item, VariableBatch& batch, const HostLog& log);
+// One response of the headset list: <prefix>.<MainRequest>.<SubRequest>.<index>, with ".ArraySize" and ".<n>"
+// where the value is an array.
+void FlattenHmdListItem(std::wstring_view prefix, const JsonValue& item, VariableBatch& batch,
+                        const HostLog& log);
 
-// Quality presets: the objects of an array become "CL.<key>.Quality", ".Balance", ".Performance" and ".Ultra" by place.
-void FlattenQualityObject(std::wstring_view prefix, const JsonValue& object, VariableBatch& batch, const HostLog& log);
+// Quality presets: the objects of an array become "CL.<key>.Quality", ".Balance", ".Performance" and ".Ultra"
+// by place.
+void FlattenQualityObject(std::wstring_view prefix, const JsonValue& object, VariableBatch& batch,
+                          const HostLog& log);
 
 } // namespace zq

@@ -44,7 +44,8 @@ double DoubleByLibrary(std::wstring_view digits) {
     return value;
 }
 
-// Up to 15 digits are an integer that a double holds exactly, and so is the power of ten: one division rounds correctly.
+// Up to 15 digits are an integer that a double holds exactly, and so is the power of ten: one division rounds
+// correctly.
 double DoubleOf(std::wstring_view digits, size_t point) {
     constexpr std::array<double, 16> kPowers = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                                 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};

@@ -12,7 +12,8 @@ namespace {
 class Reader {
 public:
     Reader(JsonRoot& root, const wchar_t* text, int32_t length)
-        : m_builder(root.arena), m_arena(root.arena), m_text(text), m_length(length), m_lastQuote(LastOf(L'"')) {}
+        : m_builder(root.arena), m_arena(root.arena), m_text(text), m_length(length),
+          m_lastQuote(LastOf(L'"')) {}
 
     // Reads the container at the front of the text. The result is as of ParseJsonObject.
     int32_t ReadContainer(JsonValue& result) {
@@ -50,7 +51,8 @@ private:
         return place == std::wstring_view::npos ? -1 : static_cast<int32_t>(place);
     }
 
-    // The last closing unit of each kind is looked for once, so that the test whether any follows costs nothing.
+    // The last closing unit of each kind is looked for once, so that the test whether any follows costs
+    // nothing.
     bool IsClosedSomewhere(bool isObject) {
         int32_t& last = isObject ? m_lastBrace : m_lastBracket;
         if (last == kNotSought) {
@@ -244,7 +246,8 @@ int32_t ParseJsonLiteral(JsonValue& value, const wchar_t* text, int32_t length) 
     const std::wstring_view word(text, static_cast<size_t>(wanted));
     const auto is = [word](std::wstring_view literal) {
         for (size_t i = 0; i < literal.size(); ++i) {
-            const wchar_t lower = word[i] >= L'A' && word[i] <= L'Z' ? static_cast<wchar_t>(word[i] + 32) : word[i];
+            const wchar_t lower =
+                word[i] >= L'A' && word[i] <= L'Z' ? static_cast<wchar_t>(word[i] + 32) : word[i];
             if (lower != literal[i]) {
                 return false;
             }

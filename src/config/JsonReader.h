@@ -1,11 +1,12 @@
-// The module's own JSON reader: lenient in places (commas may be missing, literals in any letter case), strict or lossy
-// in others (no exponents, a few escapes lost). These traits are the format of the configuration files.
+// The module's own JSON reader: lenient in places (commas may be missing, literals in any letter case),
+// strict or lossy in others (no exponents, a few escapes lost). These traits are the format of the
+// configuration files.
 //
-// Every function returns a count of UTF-16 units: positive for units consumed, below 1 for failure. The caller compares
-// the count with the file's length, so it matters to the unit.
+// Every function returns a count of UTF-16 units: positive for units consumed, below 1 for failure. The
+// caller compares the count with the file's length, so it matters to the unit.
 //
-// Nesting costs heap, not stack. A tree is built in one pass; the texts of the tree point into `text`, which must outlive
-// it. Running out of memory raises std::bad_alloc. Portable; nothing is logged.
+// Nesting costs heap, not stack. A tree is built in one pass; the texts of the tree point into `text`, which
+// must outlive it. Running out of memory raises std::bad_alloc. Portable; nothing is logged.
 //
 // White space is every unit from 1 to 32.
 #pragma once
@@ -17,20 +18,21 @@
 
 namespace zq {
 
-// Reads one value, behind any white space, into `root`, which is null before and after a failure. White space behind the
-// value is not consumed. A null `text` or a `length` below 1 gives -1; a unit that cannot start a value gives minus its
-// place, counted from 1.
+// Reads one value, behind any white space, into `root`, which is null before and after a failure. White space
+// behind the value is not consumed. A null `text` or a `length` below 1 gives -1; a unit that cannot start a
+// value gives minus its place, counted from 1.
 int32_t ParseJsonValue(JsonRoot& root, const wchar_t* text, int32_t length);
 
 // The parts of a value. Each is called at the first unit of its token with the units that remain.
 
-// A container that fails gives minus the units consumed before its failing element, and -1 where no closing brace or
-// bracket follows at all.
+// A container that fails gives minus the units consumed before its failing element, and -1 where no closing
+// brace or bracket follows at all.
 int32_t ParseJsonObject(JsonRoot& root, const wchar_t* text, int32_t length);
 int32_t ParseJsonArray(JsonRoot& root, const wchar_t* text, int32_t length);
 
-// Skips the first unit without looking at it and reads up to the closing quote, or to the end of the text. The result
-// points into `text`, or into `arena` where an escape changed it. -1 where no quote follows at all.
+// Skips the first unit without looking at it and reads up to the closing quote, or to the end of the text.
+// The result points into `text`, or into `arena` where an escape changed it. -1 where no quote follows at
+// all.
 int32_t ParseJsonString(std::wstring_view& result, JsonArena& arena, const wchar_t* text, int32_t length);
 
 int32_t ParseJsonNumber(JsonValue& value, const wchar_t* text, int32_t length);

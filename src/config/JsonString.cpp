@@ -55,7 +55,8 @@ wchar_t SimpleEscape(wchar_t unit) {
 // Reads a string from its first escape on. `out` has room for all units of the text: no escape grows.
 class EscapedString {
 public:
-    EscapedString(const wchar_t* text, int32_t length, wchar_t* out) : m_text(text), m_length(length), m_out(out) {}
+    EscapedString(const wchar_t* text, int32_t length, wchar_t* out)
+        : m_text(text), m_length(length), m_out(out) {}
 
     // Reads from `place` up to the closing quote or the end; returns the place behind it.
     int32_t Read(int32_t place) {

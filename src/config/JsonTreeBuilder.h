@@ -1,4 +1,5 @@
-// Collects the elements of the containers that a reader has open, and lays each out in the arena when it closes.
+// Collects the elements of the containers that a reader has open, and lays each out in the arena when it
+// closes.
 //
 // Portable, one thread.
 #pragma once
@@ -18,8 +19,8 @@ public:
     // The key of the value that is added, or of the container that is opened, next.
     void SetKey(std::wstring_view key) { m_key = key; }
     void Add(const JsonValue& value) { m_members.push_back({m_key, value}); }
-    // Closes the innermost container and returns it. It is no member of the one around it until it is added; its key is
-    // the next one's again.
+    // Closes the innermost container and returns it. It is no member of the one around it until it is added;
+    // its key is the next one's again.
     JsonValue Close();
 
     size_t Depth() const { return m_open.size(); }

@@ -1,7 +1,7 @@
 // The tree that the module's own JSON reader builds (JsonReader.h).
 //
-// Portable. A root owns the memory of its whole tree; texts and keys without escapes point into the text that was read,
-// which must outlive the tree.
+// Portable. A root owns the memory of its whole tree; texts and keys without escapes point into the text that
+// was read, which must outlive the tree.
 #pragma once
 
 #include "config/JsonArena.h"
@@ -12,7 +12,15 @@
 
 namespace zq {
 
-enum class JsonKind : uint32_t { Null = 0, Bool = 1, Integer = 2, Double = 3, String = 4, Array = 5, Object = 6 };
+enum class JsonKind : uint32_t {
+    Null = 0,
+    Bool = 1,
+    Integer = 2,
+    Double = 3,
+    String = 4,
+    Array = 5,
+    Object = 6
+};
 
 struct JsonMember;
 

@@ -18,7 +18,8 @@ void* CZQModSettingsImpl::ScalarDeletingDestructor(unsigned int flags) {
 
 void CZQModSettingsImpl::RemoveAllVariables() { m_store.RemoveAll(); }
 
-int32_t CZQModSettingsImpl::GetVariableBinary(const wchar_t* name, void* buffer, size_t bufferSize, size_t* length) {
+int32_t CZQModSettingsImpl::GetVariableBinary(const wchar_t* name, void* buffer, size_t bufferSize,
+                                              size_t* length) {
     return m_store.GetBinary(name, buffer, bufferSize, length);
 }
 
@@ -26,7 +27,9 @@ int32_t CZQModSettingsImpl::GetVariableDouble(const wchar_t* name, double* value
     return m_store.GetDouble(name, value);
 }
 
-int32_t CZQModSettingsImpl::GetVariableBool(const wchar_t* name, ZQBool* value) { return m_store.GetBool(name, value); }
+int32_t CZQModSettingsImpl::GetVariableBool(const wchar_t* name, ZQBool* value) {
+    return m_store.GetBool(name, value);
+}
 
 int32_t CZQModSettingsImpl::GetVariableInt64(const wchar_t* name, int64_t* value) {
     return m_store.GetInt64(name, value);

@@ -1,6 +1,7 @@
 // The module object: both interfaces in one, with everything that lives as long as the module does.
 //
-// It only forwards: each slot hands its work to the room that does it. Nothing below src/module knows this class.
+// It only forwards: each slot hands its work to the room that does it. Nothing below src/module knows this
+// class.
 #pragma once
 
 #include "CZQModSettings.h"

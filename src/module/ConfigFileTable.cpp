@@ -6,8 +6,8 @@ using Impl = CZQModSettingsImpl;
 
 // In the order in which the files are provisioned, loaded and reloaded.
 const std::array<ConfigFileRow, 3> ConfigFileRow::kAll = {{
-    {ConfigFile::Settings, L"ZQ2_serverSetting.setting", &Impl::m_strDefaultSettingsFile, &Impl::m_strSettingsFile,
-     &Impl::m_tSettingsTime,
+    {ConfigFile::Settings, L"ZQ2_serverSetting.setting", &Impl::m_strDefaultSettingsFile,
+     &Impl::m_strSettingsFile, &Impl::m_tSettingsTime,
      L"ReloadPrivateConfigFile() Private settings file not found copy %s OK , exist:%d.",
      L"Fail to get stat of private settings file.", L"Private settings file changed.",
      L"Private settings file not changed."},

@@ -1,5 +1,5 @@
-// The three configuration files: what differs between them stands here, what is done with them in ConfigFiles.cpp and in
-// the folder watcher.
+// The three configuration files: what differs between them stands here, what is done with them in
+// ConfigFiles.cpp and in the folder watcher.
 #pragma once
 
 #include "module/CZQModSettingsImpl.h"

@@ -26,7 +26,8 @@ void LoadDefaultSettings(VariableStore& store) {
     batch.AddInt64(L"Settings.PerformanceLevel", 1);
     batch.AddBool(L"Settings.EnableDashboard", 1);
     batch.AddInt64(L"Settings.CurrentBitrate", 70);
-    batch.AddString(L"Settings.ServerName", isNamed ? std::wstring_view(name.data(), length) : L"Lumo Server");
+    batch.AddString(L"Settings.ServerName",
+                    isNamed ? std::wstring_view(name.data(), length) : L"Lumo Server");
     batch.AddString(L"Properties.BitrateList", L"20,40,70,76,100");
     store.Apply(batch);
 }

@@ -18,11 +18,12 @@ constexpr uint64_t kTicksPerSecond = 10'000'000;
 constexpr int64_t kSecondsFrom1601To1970 = 11'644'473'600;
 
 bool IsHeldByOthers(DWORD error) {
-    return error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION || error == ERROR_USER_MAPPED_FILE;
+    return error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION ||
+           error == ERROR_USER_MAPPED_FILE;
 }
 
-// Runs `operation` until it succeeds or fails for another reason than somebody holding the file. Returns its last
-// error, 0 for success.
+// Runs `operation` until it succeeds or fails for another reason than somebody holding the file. Returns its
+// last error, 0 for success.
 template <class Operation>
 DWORD RetryWhileHeld(Operation operation) {
     const ULONGLONG start = GetTickCount64();
@@ -49,14 +50,15 @@ std::optional<FileTime> LastWriteTime(const std::wstring& path) {
     if (!GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) {
         return std::nullopt;
     }
-    const uint64_t ticks =
-        static_cast<uint64_t>(data.ftLastWriteTime.dwHighDateTime) << 32U | data.ftLastWriteTime.dwLowDateTime;
+    const uint64_t ticks = static_cast<uint64_t>(data.ftLastWriteTime.dwHighDateTime) << 32U |
+                           data.ftLastWriteTime.dwLowDateTime;
     return FileTime{static_cast<int64_t>(ticks / kTicksPerSecond) - kSecondsFrom1601To1970, ticks};
 }
 
 void CopyWholeFile(const std::wstring& from, const std::wstring& to, CopyMode mode) {
     const BOOL failIfExists = mode == CopyMode::FailIfExists ? TRUE : FALSE;
-    const DWORD error = RetryWhileHeld([&] { return CopyFileW(from.c_str(), to.c_str(), failIfExists) != 0; });
+    const DWORD error =
+        RetryWhileHeld([&] { return CopyFileW(from.c_str(), to.c_str(), failIfExists) != 0; });
     if (error != ERROR_SUCCESS) {
         throw std::filesystem::filesystem_error("cannot copy", from, to, SystemError(error));
     }
@@ -70,9 +72,9 @@ void RemoveFile(const std::wstring& path) {
 }
 
 std::optional<std::vector<char>> ReadWholeFile(const std::wstring& path) {
-    const UniqueHandle file =
-        AdoptFileHandle(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const UniqueHandle file = AdoptFileHandle(
+        CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file) {
         return std::nullopt;
     }
@@ -82,7 +84,8 @@ std::optional<std::vector<char>> ReadWholeFile(const std::wstring& path) {
     }
     std::vector<char> bytes(static_cast<size_t>(size.QuadPart));
     DWORD read = 0;
-    if (!bytes.empty() && !ReadFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr)) {
+    if (!bytes.empty() &&
+        !ReadFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr)) {
         return std::nullopt;
     }
     bytes.resize(read);

@@ -8,8 +8,8 @@
 
 namespace zq {
 
-// When a file was last written. Seconds alone cannot tell two quick saves apart, so the file system's own value is kept
-// beside them.
+// When a file was last written. Seconds alone cannot tell two quick saves apart, so the file system's own
+// value is kept beside them.
 struct FileTime {
     int64_t seconds = 0; // since 1970-01-01 UTC
     uint64_t ticks = 0;  // of 100 nanoseconds, since 1601-01-01 UTC
@@ -26,14 +26,15 @@ std::optional<FileTime> LastWriteTime(const std::wstring& path);
 
 enum class CopyMode { FailIfExists, Overwrite };
 
-// Copies a file with its last-write time. Raises std::filesystem::filesystem_error on failure; a target that somebody
-// else holds open is tried again for half a second first.
+// Copies a file with its last-write time. Raises std::filesystem::filesystem_error on failure; a target that
+// somebody else holds open is tried again for half a second first.
 void CopyWholeFile(const std::wstring& from, const std::wstring& to, CopyMode mode);
 
 // Deletes a file; a missing one is no error. Raises and tries again as CopyWholeFile does.
 void RemoveFile(const std::wstring& path);
 
-// The whole content, or nothing when the file cannot be opened. Others may read, write, rename and delete meanwhile.
+// The whole content, or nothing when the file cannot be opened. Others may read, write, rename and delete
+// meanwhile.
 std::optional<std::vector<char>> ReadWholeFile(const std::wstring& path);
 
 } // namespace zq

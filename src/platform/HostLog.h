@@ -1,4 +1,5 @@
-// The one way by which a message of the module reaches the host: unformatted, through slot 1 of its callback object.
+// The one way by which a message of the module reaches the host: unformatted, through slot 1 of its callback
+// object.
 //
 // Portable. Any thread may log; the host is set once, before any other thread of the module exists.
 #pragma once

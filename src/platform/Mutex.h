@@ -1,5 +1,5 @@
-// An unnamed Win32 mutex and its lock. The owning thread may lock again. A mutex whose owner was terminated is taken
-// over by the next thread that locks it: the wait ends and the lock is held.
+// An unnamed Win32 mutex and its lock. The owning thread may lock again. A mutex whose owner was terminated
+// is taken over by the next thread that locks it: the wait ends and the lock is held.
 #pragma once
 
 #include "platform/Handle.h"

@@ -1,4 +1,5 @@
-// The module's memory comes from the process heap, so that a host can free a packet that the module allocated.
+// The module's memory comes from the process heap, so that a host can free a packet that the module
+// allocated.
 #include <cstdlib>
 #include <new>
 

@@ -6,8 +6,8 @@ namespace {
 
 void Terminate(HANDLE thread, const Mutex& guard) {
     MutexLock lock(guard);
-    // A thread that dies inside the heap leaves it locked for the whole process. A thread that stops itself is not
-    // inside the heap, and would take the lock with it.
+    // A thread that dies inside the heap leaves it locked for the whole process. A thread that stops itself
+    // is not inside the heap, and would take the lock with it.
     const bool isSelf = GetThreadId(thread) == GetCurrentThreadId();
     const HANDLE heap = GetProcessHeap();
     const bool isHeapLocked = !isSelf && HeapLock(heap);

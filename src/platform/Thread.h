@@ -1,8 +1,8 @@
 // A Win32 thread that is stopped by an event and, where it does not end in time, terminated.
 //
-// Terminating is part of the module's contract with its hosts: a callback that never returns must not hold up the host
-// that unregisters it. What makes it survivable stands here: the victim is not inside the process heap while it dies,
-// nor inside the mutex that the caller passes along.
+// Terminating is part of the module's contract with its hosts: a callback that never returns must not hold up
+// the host that unregisters it. What makes it survivable stands here: the victim is not inside the process
+// heap while it dies, nor inside the mutex that the caller passes along.
 #pragma once
 
 #include "platform/Handle.h"
@@ -17,13 +17,13 @@ class Thread {
 public:
     using Routine = DWORD(WINAPI*)(void* argument);
 
-    // Starts the thread with default security and stack size. Not checked: a thread that did not start never runs, and
-    // stopping it does nothing.
+    // Starts the thread with default security and stack size. Not checked: a thread that did not start never
+    // runs, and stopping it does nothing.
     void Start(Routine routine, void* argument);
 
     // Signals `stopEvent`, waits for the thread and closes its handle. A thread that is still running after
-    // kThreadStopMilliseconds is terminated with exit code 0 while `guard` is held, so that it cannot leave what that
-    // mutex protects half-written. Does nothing without a thread.
+    // kThreadStopMilliseconds is terminated with exit code 0 while `guard` is held, so that it cannot leave
+    // what that mutex protects half-written. Does nothing without a thread.
     void Stop(HANDLE stopEvent, const Mutex& guard);
 
     bool IsRunning() const { return m_handle != nullptr; }

@@ -1,5 +1,5 @@
-// Memory for the nodes of one VariableMap: blocks of ten nodes of one size, freed nodes used again. A node and its name
-// lie in one piece, so that a look-up touches one place in memory.
+// Memory for the nodes of one VariableMap: blocks of ten nodes of one size, freed nodes used again. A node
+// and its name lie in one piece, so that a look-up touches one place in memory.
 //
 // Portable, no locks: the map's owner serialises.
 #pragma once

@@ -1,9 +1,10 @@
 // A chained hash map from names to values of one type: the table of the variable store.
 //
-// The bucket table is made at the first insertion with 17 buckets and grows with the entries; nodes come from a NodePool
-// and hold their names. Iteration goes by bucket and then by chain; that order is no contract.
+// The bucket table is made at the first insertion with 17 buckets and grows with the entries; nodes come from
+// a NodePool and hold their names. Iteration goes by bucket and then by chain; that order is no contract.
 //
-// Portable, no locks: the owner serialises. Pointers to nodes and values stay valid until the entry is removed.
+// Portable, no locks: the owner serialises. Pointers to nodes and values stay valid until the entry is
+// removed.
 #pragma once
 
 #include "variables/NameHash.h"
@@ -36,7 +37,8 @@ public:
 
     size_t Size() const { return m_size; }
 
-    // `hash` is HashName(name, seed) with the seed that the owner uses for all calls. Null when there is no such name.
+    // `hash` is HashName(name, seed) with the seed that the owner uses for all calls. Null when there is no
+    // such name.
     Node* Find(std::wstring_view name, uint32_t hash) const {
         if (!m_buckets) {
             return nullptr;
@@ -48,8 +50,8 @@ public:
         return node;
     }
 
-    // The entry of that name, made with an empty value where there is none. Raises std::bad_alloc, and has changed
-    // nothing then.
+    // The entry of that name, made with an empty value where there is none. Raises std::bad_alloc, and has
+    // changed nothing then.
     std::pair<Node*, bool> FindOrAdd(std::wstring_view name, uint32_t hash) {
         if (Node* node = Find(name, hash)) {
             return {node, false};
@@ -112,7 +114,9 @@ private:
     static size_t NodeBytes(size_t nameLength) { return sizeof(Node) + nameLength * sizeof(wchar_t); }
 
     // Spreads the hash over the buckets by its high bits, without a division.
-    size_t BucketOf(uint32_t hash) const { return static_cast<size_t>(uint64_t{hash} * m_bucketCount >> 32U); }
+    size_t BucketOf(uint32_t hash) const {
+        return static_cast<size_t>(uint64_t{hash} * m_bucketCount >> 32U);
+    }
 
     void Link(Node* node) noexcept {
         Node*& head = m_buckets[BucketOf(node->hash)];
@@ -133,8 +137,8 @@ private:
         m_pool.Free(node, bytes);
     }
 
-    // Keeps at most one entry a bucket on average. Where there is no memory for a larger table the smaller one serves
-    // on, with longer chains.
+    // Keeps at most one entry a bucket on average. Where there is no memory for a larger table the smaller
+    // one serves on, with longer chains.
     void GrowFor(size_t size) {
         if (size <= m_bucketCount) {
             return;

@@ -9,7 +9,8 @@ namespace zq {
 
 namespace {
 
-// The entries of one map that a batch writes. Making them may fail and is undone then; filling them cannot fail.
+// The entries of one map that a batch writes. Making them may fail and is undone then; filling them cannot
+// fail.
 template <class Value>
 class PendingWrites {
 public:

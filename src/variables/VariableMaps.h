@@ -1,4 +1,5 @@
-// The five maps of the variable store, one for each type, and the operations on them that need no lock of their own.
+// The five maps of the variable store, one for each type, and the operations on them that need no lock of
+// their own.
 //
 // Portable. The owner serialises: under Windows that is VariableStore with its mutex.
 #pragma once
@@ -23,8 +24,8 @@ struct VariableMaps {
     // Writes a whole batch in its order, or, when memory runs out (std::bad_alloc), nothing of it.
     void Apply(const VariableBatch& batch);
 
-    // Frees the binary blocks and empties the binary map. The maps' destructor frees no block: whoever ends the maps'
-    // life calls this before, or leaves the blocks to the end of the process.
+    // Frees the binary blocks and empties the binary map. The maps' destructor frees no block: whoever ends
+    // the maps' life calls this before, or leaves the blocks to the end of the process.
     void RemoveBinaries() noexcept;
 
     // Empties all five maps.

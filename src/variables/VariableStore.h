@@ -5,12 +5,12 @@
 //   queue mutex        one host's queue of changes (HostAgent)
 //   store mutex        the maps (here)
 //   file mutex         one configuration file's bytes on disk, while the module itself reads or writes them
-// The order is host list mutex, then a queue mutex. The store mutex is taken for one look-up, change or batch and held
-// together with another one only while a stuck delivery thread is terminated (Thread::Stop). None is held while the host
-// is called.
+// The order is host list mutex, then a queue mutex. The store mutex is taken for one look-up, change or batch
+// and held together with another one only while a stuck delivery thread is terminated (Thread::Stop). None is
+// held while the host is called.
 //
-// Names come as the caller gave them: a null one raises std::invalid_argument. Any thread may call. Nothing here tells a
-// host of a change.
+// Names come as the caller gave them: a null one raises std::invalid_argument. Any thread may call. Nothing
+// here tells a host of a change.
 #pragma once
 
 #include "platform/Mutex.h"

@@ -1,4 +1,7 @@
 #include "config/JsonReader.h"
 #include <gtest/gtest.h>
 using namespace zq;
-TEST(JsonReader, Smoke) { JsonRoot r; EXPECT_EQ(7, ParseJsonValue(r, L"{\"A\":1}", 7)); }
+TEST(JsonReader, Smoke) {
+    JsonRoot r;
+    EXPECT_EQ(7, ParseJsonValue(r, L"{\"A\":1}", 7));
+}

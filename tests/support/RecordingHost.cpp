@@ -72,8 +72,8 @@ std::vector<LogLine> RecordingHost::Lines() const {
 
 int RecordingHost::Count(const std::wstring& text) const {
     const std::lock_guard lock(m_mutex);
-    return static_cast<int>(
-        std::count_if(m_lines.begin(), m_lines.end(), [&](const LogLine& line) { return line.text == text; }));
+    return static_cast<int>(std::count_if(m_lines.begin(), m_lines.end(),
+                                          [&](const LogLine& line) { return line.text == text; }));
 }
 
 int RecordingHost::Reloads() const {

@@ -45,10 +45,12 @@ ModuleFolders::ModuleFolders() {
     fs::create_directories(InstallDir());
     fs::create_directories(DefaultDir());
     fs::create_directories(DataDir());
-    WriteBytes(Default(kSettingsName), R"({"Source":"default","Level":1,"CL":[{"HD":"ALPHA1"},{"HD":"BETA2"}]})");
+    WriteBytes(Default(kSettingsName),
+               R"({"Source":"default","Level":1,"CL":[{"HD":"ALPHA1"},{"HD":"BETA2"}]})");
     WriteBytes(Default(kHmdListName), R"([{"DeviceName":"ALPHA1","Response":[)"
                                       R"({"MainRequest":1,"SubRequest":2,"index":0,"Value":[10,20,30]}]}])");
-    WriteBytes(Default(kQualityName), R"({"ALPHA1":[{"Bitrate":70},{"Bitrate":50},{"Bitrate":30},{"Bitrate":100}]})");
+    WriteBytes(Default(kQualityName),
+               R"({"ALPHA1":[{"Bitrate":70},{"Bitrate":50},{"Bitrate":30},{"Bitrate":100}]})");
 }
 
 } // namespace zq::test
