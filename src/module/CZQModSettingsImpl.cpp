@@ -16,6 +16,8 @@ void* CZQModSettingsImpl::ScalarDeletingDestructor(unsigned int flags) {
     return this;
 }
 
+void CZQModSettingsImpl::NotifyHostsReloaded() {}
+
 void CZQModSettingsImpl::RemoveAllVariables() { m_store.RemoveAll(); }
 
 int32_t CZQModSettingsImpl::GetVariableBinary(const wchar_t* name, void* buffer, size_t bufferSize,

@@ -16,6 +16,7 @@
 
 namespace zq {
 
+class DirectoryWatch;
 struct ConfigFileRow;
 
 class CZQModSettingsImpl final : public CZQModSettings, public CZQVariable {
@@ -50,11 +51,25 @@ private:
 
     // Lifecycle.cpp
     void BuildPaths();
+    std::wstring DataFolder() const;
+
     // ConfigFiles.cpp
     void ProvisionPrivateFiles();
     void LoadPrivateFiles();
     bool LoadPrivateFile(const ConfigFileRow& row);
-    void RepairPrivateFile(const ConfigFileRow& row, const wchar_t* message);
+    // Loads a private file; one that is refused is replaced by its default copy, `message` is logged, and the
+    // copy is loaded. Returns whether it was replaced.
+    bool LoadOrRepair(const ConfigFileRow& row, const wchar_t* message);
+    void CopyDefaultOverPrivateFile(const ConfigFileRow& row);
+
+    // FolderWatcher.cpp, on the watcher's thread
+    static unsigned long __stdcall WatchThreadRoutine(void* module);
+    void ThreadEntryWatchConfig();
+    void WatchUntilStopped(DirectoryWatch& watch);
+    // False when the stop event cut the pass short.
+    bool ReloadPrivateConfigFile();
+    bool ReloadIfChanged(const ConfigFileRow& row);
+    void NotifyHostsReloaded();
 
     HostLog m_log;
     std::wstring m_strInstallDir;

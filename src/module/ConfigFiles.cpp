@@ -3,8 +3,18 @@
 
 #include "config/ConfigLoader.h"
 #include "module/ConfigFileTable.h"
+#include "module/RejectedFolder.h"
+#include "platform/FileSettling.h"
+
+#include <optional>
 
 namespace zq {
+
+namespace {
+
+constexpr int kLoadTries = 10;
+
+} // namespace
 
 void CZQModSettingsImpl::ProvisionPrivateFiles() {
     for (const ConfigFileRow& row : ConfigFileRow::kAll) {
@@ -22,10 +32,10 @@ void CZQModSettingsImpl::LoadPrivateFiles() {
         if (!FileExists(path)) {
             continue;
         }
-        if (!LoadPrivateFile(row)) {
-            RepairPrivateFile(row, L"DoInit() copy %s again OK , exist:%d.");
-        }
-        if (const auto time = LastWriteTime(path)) {
+        const std::optional<FileTime> before = LastWriteTime(path);
+        const bool isRepaired = LoadOrRepair(row, L"DoInit() copy %s again OK , exist:%d.");
+        // An edit made since the file was read must differ from the time that is recorded.
+        if (const auto time = isRepaired ? LastWriteTime(path) : before) {
             this->*row.time = *time;
         }
     }
@@ -35,12 +45,31 @@ bool CZQModSettingsImpl::LoadPrivateFile(const ConfigFileRow& row) {
     return LoadConfigFile(row.file, this->*row.privatePath, {m_store, m_log});
 }
 
-void CZQModSettingsImpl::RepairPrivateFile(const ConfigFileRow& row, const wchar_t* message) {
+bool CZQModSettingsImpl::LoadOrRepair(const ConfigFileRow& row, const wchar_t* message) {
     const std::wstring& path = this->*row.privatePath;
-    RemoveFile(path);
-    CopyWholeFile(this->*row.defaultPath, path, CopyMode::Overwrite);
+    for (int tries = 1;; ++tries) {
+        const std::optional<FileTime> before = LastWriteTime(path);
+        if (LoadPrivateFile(row)) {
+            return false;
+        }
+        // What was refused may have been half an edit that is whole by now: only what is still as it was refused is
+        // replaced.
+        if (tries == kLoadTries || LastWriteTime(path) == before) {
+            break;
+        }
+        if (!WaitUntilFileSettles(path, m_hStopEvent)) {
+            return false;
+        }
+    }
+    RemoveRejectedFile(path);
+    CopyDefaultOverPrivateFile(row);
     m_log.Log(LogNotable, message, path.c_str(), ExistenceResult(path));
     LoadPrivateFile(row);
+    return true;
+}
+
+void CZQModSettingsImpl::CopyDefaultOverPrivateFile(const ConfigFileRow& row) {
+    CopyWholeFile(this->*row.defaultPath, this->*row.privatePath, CopyMode::Overwrite);
 }
 
 } // namespace zq

@@ -36,28 +36,39 @@ int32_t CZQModSettingsImpl::DoInit(CZQModHost* host, const wchar_t* hostPath, co
     LoadDefaultSettings(m_store);
     ProvisionPrivateFiles();
     LoadPrivateFiles();
+    UpdateDefaultDeviceName();
     m_log.Log(LogProgress, L"DoInit end.");
     return 0;
 }
 
+std::wstring CZQModSettingsImpl::DataFolder() const { return m_strCommonDataDir + L"\\ZQserver\\"; }
+
 void CZQModSettingsImpl::BuildPaths() {
     for (const ConfigFileRow& row : ConfigFileRow::kAll) {
         this->*row.defaultPath = m_strDefaultDir + L"\\" + row.name;
-        this->*row.privatePath = m_strCommonDataDir + L"\\ZQserver\\" + row.name;
+        this->*row.privatePath = DataFolder() + row.name;
     }
     m_strInstallDir = FolderOf(m_strHostPath);
 }
 
-int32_t CZQModSettingsImpl::DoStart() { return 0; }
+int32_t CZQModSettingsImpl::DoStart() {
+    m_log.Log(LogProgress, L"DoStart begin");
+    m_hWatchThread.Start(WatchThreadRoutine, this);
+    m_log.Log(LogProgress, L"DoStart end");
+    return 0;
+}
 
-void CZQModSettingsImpl::DoStop() {}
+void CZQModSettingsImpl::DoStop() {
+    m_log.Log(LogProgress, L"DoStop begin");
+    m_hStopEvent.Set();
+    m_hWatchThread.Stop(m_hStopEvent.Get(), m_store.GetMutex());
+    m_log.Log(LogProgress, L"DoStop end");
+}
 
 void CZQModSettingsImpl::DoRelease() {
     m_log.Log(LogProgress, L"DoRelease begin");
     m_store.RemoveBinaries();
     m_log.Log(LogProgress, L"DoRelease end");
 }
-
-void CZQModSettingsImpl::UpdateDefaultDeviceName() {}
 
 } // namespace zq

@@ -1,0 +1,70 @@
+#include "platform/DirectoryWatch.h"
+
+#include <algorithm>
+
+namespace zq {
+
+namespace {
+
+constexpr DWORD kFilter = FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_DIR_NAME |
+                          FILE_NOTIFY_CHANGE_LAST_WRITE | FILE_NOTIFY_CHANGE_CREATION;
+static_assert(kFilter == 0x53);
+
+} // namespace
+
+DirectoryWatch::DirectoryWatch(const std::wstring& folder)
+    : m_folder(AdoptFileHandle(CreateFileW(
+          folder.c_str(), FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+          nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED, nullptr))) {}
+
+DWORD DirectoryWatch::Request() {
+    // Zeroed, so that nothing stale is ever read as a record.
+    m_buffer = {};
+    m_firstName = {};
+    m_overlapped = {};
+    m_overlapped.hEvent = m_completed.Get();
+    if (!ReadDirectoryChangesW(m_folder.get(), m_buffer.data(), kBufferBytes, FALSE, kFilter, nullptr,
+                               &m_overlapped, nullptr)) {
+        const DWORD error = GetLastError();
+        if (error != ERROR_IO_PENDING) {
+            return error;
+        }
+    }
+    m_isPending = true;
+    return ERROR_SUCCESS;
+}
+
+DirectoryWatch::Result DirectoryWatch::Fetch() {
+    DWORD bytes = 0;
+    if (!GetOverlappedResult(m_folder.get(), &m_overlapped, &bytes, FALSE)) {
+        const DWORD error = GetLastError();
+        if (error == ERROR_IO_INCOMPLETE) {
+            Cancel();
+            return Result::Nothing;
+        }
+        m_isPending = false;
+        return error == ERROR_NOTIFY_ENUM_DIR ? Result::Lost : Result::Nothing;
+    }
+    m_isPending = false;
+    if (bytes == 0) {
+        return Result::Lost;
+    }
+    const auto* record = reinterpret_cast<const FILE_NOTIFY_INFORMATION*>(m_buffer.data());
+    constexpr size_t kNameOffset = offsetof(FILE_NOTIFY_INFORMATION, FileName);
+    const size_t nameBytes = std::min<size_t>(record->FileNameLength, kBufferBytes - kNameOffset);
+    m_firstName = {record->FileName, nameBytes / sizeof(wchar_t)};
+    return Result::Change;
+}
+
+void DirectoryWatch::Cancel() {
+    if (!m_isPending) {
+        return;
+    }
+    m_isPending = false;
+    if (CancelIoEx(m_folder.get(), &m_overlapped) || GetLastError() != ERROR_NOT_FOUND) {
+        DWORD ignored = 0;
+        GetOverlappedResult(m_folder.get(), &m_overlapped, &ignored, TRUE);
+    }
+}
+
+} // namespace zq

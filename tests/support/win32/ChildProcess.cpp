@@ -1,0 +1,46 @@
+#include "support/win32/ChildProcess.h"
+
+#include <stdexcept>
+
+namespace zq::test {
+
+namespace {
+
+constexpr DWORD kCapMilliseconds = 120'000;
+
+std::wstring OwnFolder() {
+    std::wstring path(MAX_PATH, L'\0');
+    path.resize(GetModuleFileNameW(nullptr, path.data(), MAX_PATH));
+    return path.substr(0, path.rfind(L'\\') + 1);
+}
+
+} // namespace
+
+ChildProcess::ChildProcess(const std::wstring& commandLine) {
+    std::wstring command = L"\"" + OwnFolder() + commandLine;
+    const size_t nameEnd = command.find(L".exe");
+    command.insert(nameEnd + 4, L"\"");
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                        &m_process)) {
+        throw std::runtime_error("cannot start a second process");
+    }
+}
+
+ChildProcess::~ChildProcess() {
+    ExitCode();
+    CloseHandle(m_process.hThread);
+    CloseHandle(m_process.hProcess);
+}
+
+DWORD ChildProcess::ExitCode() {
+    if (WaitForSingleObject(m_process.hProcess, kCapMilliseconds) != WAIT_OBJECT_0) {
+        TerminateProcess(m_process.hProcess, 99);
+    }
+    DWORD code = 0;
+    GetExitCodeProcess(m_process.hProcess, &code);
+    return code;
+}
+
+} // namespace zq::test

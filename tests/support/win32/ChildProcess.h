@@ -1,0 +1,26 @@
+// A second process beside the test program, from the folder that the test program lies in.
+#pragma once
+
+#include <string>
+
+#include <windows.h>
+
+namespace zq::test {
+
+class ChildProcess {
+public:
+    // `commandLine` starts with the program's name without its folder.
+    explicit ChildProcess(const std::wstring& commandLine);
+    ~ChildProcess();
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+
+    // Waits for the end and returns the exit code; the process is terminated when it takes longer than two
+    // minutes.
+    DWORD ExitCode();
+
+private:
+    PROCESS_INFORMATION m_process{};
+};
+
+} // namespace zq::test

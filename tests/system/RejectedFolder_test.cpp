@@ -1,0 +1,78 @@
+// What becomes of a refused file where the data folder has a sub-folder for it.
+#include "support/win32/Module.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+
+namespace zq::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<fs::path> FilesIn(const fs::path& folder) {
+    std::vector<fs::path> files;
+    for (const auto& entry : fs::directory_iterator(folder)) {
+        files.push_back(entry.path());
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+void InitWithBrokenSettings(const ModuleFolders& folders, const std::string& bytes = "broken") {
+    WriteBytes(folders.Private(kSettingsName), bytes);
+    RecordingHost host;
+    Module module;
+    module.Init(host, folders);
+    EXPECT_EQ(L"default", module.String(L"Source"));
+}
+
+TEST(RejectedFolder, AbsentItIsNotMade) {
+    ModuleFolders folders;
+
+    InitWithBrokenSettings(folders);
+
+    EXPECT_FALSE(fs::exists(folders.DataDir() / L"rejected"));
+}
+
+TEST(RejectedFolder, PresentItKeepsTheRefusedFileUnderItsTime) {
+    ModuleFolders folders;
+    fs::create_directory(folders.DataDir() / L"rejected");
+
+    InitWithBrokenSettings(folders, "somebody's work");
+
+    const std::vector<fs::path> files = FilesIn(folders.DataDir() / L"rejected");
+    ASSERT_EQ(1U, files.size());
+    EXPECT_EQ("somebody's work", ReadBytes(files[0]));
+    const std::wstring name = files[0].filename().wstring();
+    EXPECT_EQ(std::wstring(kSettingsName) + L".", name.substr(0, 26));
+    EXPECT_EQ(std::wstring(L"00000000T000000.000Z").size(), name.size() - 26);
+}
+
+TEST(RejectedFolder, FullItKeepsTheNewestTen) {
+    ModuleFolders folders;
+    fs::create_directory(folders.DataDir() / L"rejected");
+    WriteBytes(folders.DataDir() / L"rejected" / L"notes.txt", "stays");
+
+    for (int i = 0; i < 13; ++i) {
+        InitWithBrokenSettings(folders, "broken " + std::to_string(i));
+    }
+
+    std::vector<fs::path> files = FilesIn(folders.DataDir() / L"rejected");
+    EXPECT_EQ("stays", ReadBytes(folders.DataDir() / L"rejected" / L"notes.txt"));
+    std::erase_if(files, [](const fs::path& file) { return file.filename() == L"notes.txt"; });
+    ASSERT_EQ(10U, files.size());
+    EXPECT_EQ("broken 3", ReadBytes(files.front()));
+    EXPECT_EQ("broken 12", ReadBytes(files.back()));
+}
+
+TEST(RejectedFolder, AFileOfThatNameIsNoFolder) {
+    ModuleFolders folders;
+    WriteBytes(folders.DataDir() / L"rejected", "a file");
+
+    InitWithBrokenSettings(folders);
+
+    EXPECT_EQ("a file", ReadBytes(folders.DataDir() / L"rejected"));
+}
+
+} // namespace
+} // namespace zq::test

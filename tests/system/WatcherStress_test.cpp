@@ -1,0 +1,182 @@
+// Many edits by a second process: none is lost, none is replaced by the default.
+//
+// ZQ_TEST_LONG in the environment runs the long forms.
+#include "support/win32/ChildProcess.h"
+#include "support/win32/LeftBehind.h"
+#include "support/win32/Module.h"
+#include "support/win32/Waiting.h"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+
+namespace zq::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+int Long(int longForm, int shortForm) { return std::getenv("ZQ_TEST_LONG") ? longForm : shortForm; }
+
+class WatcherStress : public testing::Test {
+protected:
+    void SetUp() override {
+        WriteBytes(folders.Private(kSettingsName), R"({"Edit":0})");
+        module.Init(host, folders);
+        module->DoStart();
+        ASSERT_TRUE(WaitFor([&] { return host.Has(L"CreateFile to programdata folder success."); }));
+        Sleep(50);
+        host.Clear();
+    }
+
+    std::wstring Command(const wchar_t* mode, int count, int pause) const {
+        return std::wstring(L"file_editor.exe ") + mode + L" \"" + folders.Private(kSettingsName).wstring() +
+               L"\" \"" + folders.Outside(L"new.json").wstring() + L"\" " + std::to_wstring(count) + L" " +
+               std::to_wstring(pause) + L" 4711";
+    }
+
+    void ExpectLastEdit(int edit) {
+        EXPECT_TRUE(WaitFor([&] { return module.Int64(L"Edit") == edit; })) << *module.Int64(L"Edit");
+        const std::string file = ReadBytes(folders.Private(kSettingsName));
+        EXPECT_TRUE(file.starts_with("{\"Edit\":" + std::to_string(edit) + ",")) << file.substr(0, 40);
+        EXPECT_EQ(0, CountRefused());
+    }
+
+    int CountRefused() const {
+        int count = 0;
+        for (const LogLine& line : host.Lines()) {
+            count += line.level == 1 ? 1 : 0;
+        }
+        return count;
+    }
+
+    ModuleFolders folders;
+    RecordingHost host;
+    Module module;
+};
+
+TEST_F(WatcherStress, TheLastOfManyRewritesIsLoaded) {
+    const int edits = Long(300, 60);
+
+    EXPECT_EQ(0U, ChildProcess(Command(L"rewrite", edits, 50)).ExitCode());
+
+    ExpectLastEdit(edits);
+}
+
+TEST_F(WatcherStress, TheLastOfManyRenamesIsLoaded) {
+    const int edits = Long(300, 60);
+
+    EXPECT_EQ(0U, ChildProcess(Command(L"rename", edits, 50)).ExitCode());
+
+    ExpectLastEdit(edits);
+}
+
+TEST_F(WatcherStress, NoSlowEditIsReplacedByTheDefault) {
+    const int edits = Long(200, 20);
+
+    EXPECT_EQ(0U, ChildProcess(Command(L"slow", edits, 200)).ExitCode());
+
+    ExpectLastEdit(edits);
+}
+
+TEST_F(WatcherStress, AnOverflowOfTheBufferBringsAPassByItself) {
+    host.onLog = [&](const LogLine& line) {
+        if (line.text == L"ReloadPrivateConfigFile begin") {
+            host.onLog = nullptr;
+            // While the host holds the watcher more changes come than its buffer can tell.
+            EXPECT_EQ(0U, ChildProcess(Command(L"touch", 400, 0)).ExitCode());
+            WriteBytes(folders.Private(kQualityName), R"({"AfterOverflow":1})");
+        }
+    };
+
+    WriteBytes(folders.Private(kHmdListName), "[]");
+
+    EXPECT_TRUE(WaitFor([&] { return host.Count(L"ReloadPrivateConfigFile begin") >= 2; }));
+    EXPECT_TRUE(WaitFor([&] { return module.Int64(L"AfterOverflow") == 1; }));
+    ExpectLastEdit(1);
+}
+
+TEST_F(WatcherStress, AmongThousandsOfOtherFilesAllThreeEndAsOnDisk) {
+    const int files = Long(20'000, 2000);
+
+    EXPECT_EQ(0U, ChildProcess(Command(L"touch", files, 0)).ExitCode());
+
+    // A change that stands first in its completion brings all three up to date, whatever went unnoticed
+    // before.
+    Sleep(200);
+    WriteBytes(folders.Private(kQualityName), R"({"Last":1})");
+    EXPECT_TRUE(WaitFor([&] { return module.Int64(L"Last") == 1; }));
+    ExpectLastEdit(files / 500 + 1);
+}
+
+TEST(LifecycleStress, ManyLifecyclesLeaveNothingBehind) {
+    const auto live = [] {
+        ModuleFolders folders;
+        RecordingHost host;
+        Module module;
+        module.Init(host, folders);
+        module->DoStart();
+    };
+    for (int i = 0; i < 5; ++i) {
+        live();
+    }
+    const size_t handles = CountHandles();
+    const size_t threads = CountThreads();
+    const size_t heap = CountHeapBytes();
+
+    for (int i = 0; i < Long(200, 40); ++i) {
+        live();
+    }
+
+    EXPECT_TRUE(WaitFor([&] { return CountThreads() <= threads; }));
+    EXPECT_LE(CountHandles(), handles);
+    EXPECT_LE(CountHeapBytes(), heap + 4096);
+}
+
+TEST(LifecycleStress, StoppingWhileAReloadIsUnderWayReturnsWithinASecond) {
+    ModuleFolders folders;
+    for (int i = 0; i < Long(500, 40); ++i) {
+        RecordingHost host;
+        Module module;
+        module.Init(host, folders);
+        module->DoStart();
+        ASSERT_TRUE(WaitFor([&] { return host.Has(L"CreateFile to programdata folder success."); }));
+        WriteBytes(folders.Private(kSettingsName), "{\"Edit\":" + std::to_string(i) + "}");
+        Sleep(static_cast<DWORD>(i % 40));
+
+        const ULONGLONG start = GetTickCount64();
+        module->DoStop();
+
+        EXPECT_LT(GetTickCount64() - start, 1000U);
+        EXPECT_TRUE(host.Has(L"ThreadEntryWatchConfig end."));
+        EXPECT_TRUE(module.Int64(L"Settings.PerformanceLevel"));
+        EXPECT_EQ("{\"Edit\":" + std::to_string(i) + "}", ReadBytes(folders.Private(kSettingsName)));
+    }
+}
+
+TEST(LifecycleStress, AReloadThatIsCutShortLeavesAStoreThatStillAnswers) {
+    ModuleFolders folders;
+    RecordingHost host;
+    Module module;
+    module.Init(host, folders);
+    module->DoStart();
+    ASSERT_TRUE(WaitFor([&] { return host.Has(L"CreateFile to programdata folder success."); }));
+    Sleep(50);
+    const HANDLE inside = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    host.onReloaded = [&] {
+        SetEvent(inside);
+        int64_t value = 0;
+        for (;;) {
+            module.Variables().GetVariableInt64(L"Settings.PerformanceLevel", &value);
+        }
+    };
+    WriteBytes(folders.Private(kSettingsName), R"({"Edit":1})");
+    ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(inside, 10'000));
+
+    module->DoStop();
+
+    EXPECT_EQ(1, module.Int64(L"Settings.PerformanceLevel"));
+    EXPECT_EQ(1, module.Int64(L"Edit"));
+    CloseHandle(inside);
+}
+
+} // namespace
+} // namespace zq::test

@@ -1,0 +1,225 @@
+// The folder watcher on a real folder: what brings a reload pass, and what a pass does and says.
+#include "support/win32/Module.h"
+#include "support/win32/Waiting.h"
+
+#include <gtest/gtest.h>
+
+namespace zq::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const wchar_t* kEnd = L"ThreadEntryWatchConfig end.";
+
+// A module that watches its folder.
+class Watcher : public testing::Test {
+protected:
+    void SetUp() override {
+        module.Init(host, folders);
+        module->DoStart();
+        ASSERT_TRUE(WaitFor([&] { return host.Has(L"CreateFile to programdata folder success."); }));
+        // Until the first request stands, a change would not be seen.
+        Sleep(kRequestMilliseconds);
+        host.Clear();
+    }
+
+    // Writes a file as an editor does, and waits for the pass that follows to end.
+    void EditAndWait(const wchar_t* name, std::string_view bytes) {
+        const int before = host.Reloads();
+        WriteBytes(folders.Private(name), bytes);
+        ASSERT_TRUE(WaitFor([&] { return host.Reloads() > before; }));
+    }
+
+    // Two writes of one edit may arrive as two completions: waits until no further pass comes.
+    void WaitUntilQuiet() {
+        int seen = -1;
+        ASSERT_TRUE(WaitFor([&] {
+            const bool isQuiet = host.Reloads() == seen;
+            seen = host.Reloads();
+            Sleep(kQuietMilliseconds);
+            return isQuiet && host.Reloads() == seen;
+        }));
+    }
+
+    void BackdateDefault(const wchar_t* name) {
+        fs::last_write_time(folders.Default(name),
+                            fs::last_write_time(folders.Default(name)) - std::chrono::hours(1));
+    }
+
+    static constexpr DWORD kRequestMilliseconds = 50;
+    static constexpr DWORD kQuietMilliseconds = 150;
+
+    ModuleFolders folders;
+    RecordingHost host;
+    Module module;
+};
+
+TEST_F(Watcher, SavingTheHeadsetListReloadsItAndReportsTheOthersNotChanged) {
+    EditAndWait(kHmdListName,
+                R"([{"DeviceName":"X","Response":[{"MainRequest":7,"SubRequest":8,"index":9,"Value":5}]}])");
+
+    EXPECT_EQ(5, module.Int64(L"CL.X.7.8.9"));
+    const std::vector<LogLine> expected = {
+        {2, L"ReloadPrivateConfigFile begin"},     {2, L"Private settings file not changed."},
+        {2, L"Private hmd list file changed."},    {2, L"LoadHmdListFromFile begin."},
+        {2, L"Private Quality file not changed."},
+    };
+    std::vector<LogLine> lines = host.Lines();
+    lines.resize(expected.size());
+    EXPECT_EQ(expected, lines);
+}
+
+TEST_F(Watcher, RenamingAFileOverAnotherFromOutsideReloadsIt) {
+    WriteBytes(folders.Outside(L"new.json"), R"({"Edit":3})");
+
+    fs::rename(folders.Outside(L"new.json"), folders.Private(kSettingsName));
+
+    EXPECT_TRUE(WaitFor([&] { return module.Int64(L"Edit") == 3; }));
+}
+
+TEST_F(Watcher, ANameInOtherLetterCaseCountsAsTheFile) {
+    EditAndWait(L"zq2_hmdlist.json",
+                R"([{"DeviceName":"Y","Response":[{"MainRequest":1,"SubRequest":1,"index":1,"Value":6}]}])");
+
+    EXPECT_EQ(6, module.Int64(L"CL.Y.1.1.1"));
+}
+
+TEST_F(Watcher, OtherFilesAndSubfoldersTriggerNothing) {
+    WriteBytes(folders.DataDir() / L"other.json", "{}");
+    fs::create_directory(folders.DataDir() / L"below");
+    WriteBytes(folders.DataDir() / L"below" / kSettingsName, "{}");
+    Sleep(kQuietMilliseconds);
+    EXPECT_FALSE(host.Has(L"ReloadPrivateConfigFile begin"));
+
+    EditAndWait(kSettingsName, R"({"Edit":1})");
+    EXPECT_EQ(1, module.Int64(L"Edit"));
+}
+
+TEST_F(Watcher, ADeletedUneditedFileIsCopiedInAndReportedNotChanged) {
+    fs::remove(folders.Private(kQualityName));
+
+    ASSERT_TRUE(WaitFor([&] { return host.Reloads() > 0; }));
+    EXPECT_TRUE(host.Has(L"ReloadPrivateConfigFile()Quality preset file not found copy " +
+                         folders.Private(kQualityName).wstring() + L" again OK , exist:0."));
+    EXPECT_TRUE(host.Has(L"Private Quality file not changed."));
+    EXPECT_FALSE(host.Has(L"LoadQualityFromFile begin."));
+    EXPECT_EQ(ReadBytes(folders.Default(kQualityName)), ReadBytes(folders.Private(kQualityName)));
+}
+
+TEST_F(Watcher, ADeletedEditedFileIsCopiedInAndLoaded) {
+    EditAndWait(kSettingsName, R"({"Source":"edited"})");
+    WaitUntilQuiet();
+    host.Clear();
+
+    fs::remove(folders.Private(kSettingsName));
+
+    ASSERT_TRUE(WaitFor([&] { return module.String(L"Source") == L"default"; }));
+    EXPECT_EQ(1, host.Count(L"ReloadPrivateConfigFile() Private settings file not found copy " +
+                            folders.Private(kSettingsName).wstring() + L" OK , exist:0."));
+    EXPECT_TRUE(host.Has(L"Private settings file changed."));
+}
+
+TEST_F(Watcher, ADeletedHeadsetListIsCopiedInWithItsOwnMessage) {
+    fs::remove(folders.Private(kHmdListName));
+
+    ASSERT_TRUE(WaitFor([&] { return host.Reloads() > 0; }));
+    EXPECT_TRUE(host.Has(L"ReloadPrivateConfigFile()  HMD List file not found copy " +
+                         folders.Private(kHmdListName).wstring() + L" again OK , exist:0."));
+}
+
+TEST_F(Watcher, InvalidJsonIsReplacedByTheDefaultWhichTheNextPassLoadsOnceMore) {
+    BackdateDefault(kSettingsName);
+    EditAndWait(kSettingsName, R"({"Source":"broken",)");
+    WaitUntilQuiet();
+
+    EXPECT_EQ(L"default", module.String(L"Source"));
+    EXPECT_EQ(1, host.Count(L"ReloadPrivateConfigFile() copy " + folders.Private(kSettingsName).wstring() +
+                            L" again OK , exist:0."));
+    // Removing and copying are changes of the file too, so the next pass has come by itself.
+    EXPECT_EQ(2, host.Count(L"Private settings file changed."));
+    EXPECT_EQ(ReadBytes(folders.Default(kSettingsName)), ReadBytes(folders.Private(kSettingsName)));
+}
+
+TEST_F(Watcher, StoppingWithoutAPendingChangeEndsTheThreadAtOnce) {
+    const ULONGLONG start = GetTickCount64();
+
+    module->DoStop();
+
+    EXPECT_LT(GetTickCount64() - start, 500U);
+    const std::vector<LogLine> expected = {{2, L"DoStop begin"}, {2, kEnd}, {2, L"DoStop end"}};
+    EXPECT_EQ(expected, host.Lines());
+}
+
+TEST_F(Watcher, AChangeBehindAnotherFilesRecordWaitsForTheNextMatchingOne) {
+    host.onReloaded = [&] {
+        host.onReloaded = nullptr;
+        // While the host holds the watcher both changes arrive in one completion, the other file's first.
+        WriteBytes(folders.DataDir() / L"a.tmp", "x");
+        WriteBytes(folders.Private(kSettingsName), R"({"Edit":2})");
+        Sleep(kRequestMilliseconds);
+    };
+    EditAndWait(kQualityName, R"({"Edit2":1})");
+    WaitUntilQuiet();
+    EXPECT_EQ(std::nullopt, module.Int64(L"Edit"));
+
+    EditAndWait(kQualityName, R"({"Edit2":2})");
+    EXPECT_EQ(2, module.Int64(L"Edit"));
+}
+
+TEST_F(Watcher, AnExactCopyOfTheRecordedTimeCountsAsUnchanged) {
+    WIN32_FILE_ATTRIBUTE_DATA recorded{};
+    ASSERT_TRUE(
+        GetFileAttributesExW(folders.Private(kSettingsName).c_str(), GetFileExInfoStandard, &recorded));
+    const fs::path copy = folders.Outside(L"new.json");
+    WriteBytes(copy, R"({"Edit":3})");
+    const HANDLE file =
+        CreateFileW(copy.c_str(), FILE_WRITE_ATTRIBUTES, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    ASSERT_TRUE(SetFileTime(file, nullptr, nullptr, &recorded.ftLastWriteTime));
+    CloseHandle(file);
+
+    fs::rename(copy, folders.Private(kSettingsName));
+
+    ASSERT_TRUE(WaitFor([&] { return host.Reloads() > 0; }));
+    EXPECT_TRUE(host.Has(L"Private settings file not changed."));
+    EXPECT_EQ(std::nullopt, module.Int64(L"Edit"));
+}
+
+TEST_F(Watcher, AKeyRemovedFromAReloadedFileKeepsItsVariable) {
+    EditAndWait(kSettingsName, R"({"Kept":1,"Other":1})");
+    EditAndWait(kSettingsName, R"({"Other":2})");
+
+    EXPECT_TRUE(WaitFor([&] { return module.Int64(L"Other") == 2; }));
+    EXPECT_EQ(1, module.Int64(L"Kept"));
+}
+
+TEST(WatcherStart, AMissingDataFolderEndsTheThreadWithItsMessage) {
+    ModuleFolders folders;
+    RecordingHost host;
+    Module module;
+    module.Init(host, folders);
+    fs::remove_all(folders.DataDir());
+    host.Clear();
+
+    module->DoStart();
+
+    ASSERT_TRUE(WaitFor([&] { return host.Has(L"Fail to CreateFile on programdata folder."); }));
+    module->DoStop();
+    EXPECT_FALSE(host.Has(kEnd));
+}
+
+TEST(WatcherStart, AStartAfterAStopWatchesNoMore) {
+    ModuleFolders folders;
+    RecordingHost host;
+    Module module;
+    module.Init(host, folders);
+    module->DoStart();
+    ASSERT_TRUE(WaitFor([&] { return host.Has(L"CreateFile to programdata folder success."); }));
+    module->DoStop();
+
+    module->DoStart();
+
+    EXPECT_TRUE(WaitFor([&] { return host.Count(kEnd) == 2; }));
+}
+
+} // namespace
+} // namespace zq::test
