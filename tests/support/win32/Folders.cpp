@@ -28,17 +28,33 @@ std::string ReadBytes(const fs::path& file) {
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
+namespace {
+
+// fs::remove_all tries for ever where a terminated thread still holds a folder open.
+void RemoveTree(const fs::path& folder) {
+    std::error_code ignored;
+    for (const auto& entry : fs::directory_iterator(folder, ignored)) {
+        if (entry.is_directory()) {
+            RemoveTree(entry.path());
+        } else {
+            DeleteFileW(entry.path().c_str());
+        }
+    }
+    RemoveDirectoryW(folder.c_str());
+}
+
+} // namespace
+
 TempFolder::TempFolder() {
     static std::atomic<unsigned> next{0};
     m_path = fs::temp_directory_path() /
              ("zqtest-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(next++));
-    fs::remove_all(m_path);
+    RemoveTree(m_path);
     fs::create_directories(m_path);
 }
 
 TempFolder::~TempFolder() {
-    std::error_code ignored;
-    fs::remove_all(m_path, ignored);
+    RemoveTree(m_path);
 }
 
 ModuleFolders::ModuleFolders() {
