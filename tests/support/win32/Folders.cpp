@@ -28,6 +28,12 @@ std::string ReadBytes(const fs::path& file) {
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
+fs::path ProgramFolder() {
+    std::wstring path(MAX_PATH, L'\0');
+    path.resize(GetModuleFileNameW(nullptr, path.data(), MAX_PATH));
+    return fs::path(path).parent_path();
+}
+
 TempFolder::TempFolder() {
     static std::atomic<unsigned> next{0};
     m_path = fs::temp_directory_path() /
