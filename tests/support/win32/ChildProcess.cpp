@@ -1,5 +1,7 @@
 #include "support/win32/ChildProcess.h"
 
+#include "support/win32/Folders.h"
+
 #include <stdexcept>
 
 namespace zq::test {
@@ -8,16 +10,10 @@ namespace {
 
 constexpr DWORD kCapMilliseconds = 120'000;
 
-std::wstring OwnFolder() {
-    std::wstring path(MAX_PATH, L'\0');
-    path.resize(GetModuleFileNameW(nullptr, path.data(), MAX_PATH));
-    return path.substr(0, path.rfind(L'\\') + 1);
-}
-
 } // namespace
 
 ChildProcess::ChildProcess(const std::wstring& commandLine) {
-    std::wstring command = L"\"" + OwnFolder() + commandLine;
+    std::wstring command = L"\"" + ProgramFolder().wstring() + L"\\" + commandLine;
     const size_t nameEnd = command.find(L".exe");
     command.insert(nameEnd + 4, L"\"");
     STARTUPINFOW startup{};

@@ -45,6 +45,12 @@ void RemoveTree(const fs::path& folder) {
 
 } // namespace
 
+fs::path ProgramFolder() {
+    std::wstring path(MAX_PATH, L'\0');
+    path.resize(GetModuleFileNameW(nullptr, path.data(), MAX_PATH));
+    return fs::path(path).parent_path();
+}
+
 TempFolder::TempFolder() {
     static std::atomic<unsigned> next{0};
     m_path = fs::temp_directory_path() /
@@ -53,9 +59,7 @@ TempFolder::TempFolder() {
     fs::create_directories(m_path);
 }
 
-TempFolder::~TempFolder() {
-    RemoveTree(m_path);
-}
+TempFolder::~TempFolder() { RemoveTree(m_path); }
 
 ModuleFolders::ModuleFolders() {
     fs::create_directories(InstallDir());

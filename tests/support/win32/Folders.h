@@ -14,6 +14,9 @@ inline constexpr const wchar_t* kQualityName = L"ZQ2_QualityPreset.json";
 void WriteBytes(const std::filesystem::path& file, std::string_view bytes);
 std::string ReadBytes(const std::filesystem::path& file);
 
+// The folder of the test program, where the DLL and the default files lie too.
+std::filesystem::path ProgramFolder();
+
 // Made empty, removed with all it holds.
 class TempFolder {
 public:

@@ -1,0 +1,128 @@
+// What the DLL's own headers say: its one export, its imports, its protections, its version.
+#include "support/win32/Folders.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <windows.h>
+
+namespace zq::test {
+namespace {
+
+struct FreeModule {
+    void operator()(void* module) const { FreeLibrary(static_cast<HMODULE>(module)); }
+};
+
+// The DLL as the loader lays it out, without being run.
+class DllImage {
+public:
+    DllImage()
+        : m_module(LoadLibraryExW((ProgramFolder() / L"ZQModSettings.dll").c_str(), nullptr,
+                                  DONT_RESOLVE_DLL_REFERENCES)) {
+        if (!m_module) {
+            throw std::runtime_error("ZQModSettings.dll is not beside the test program");
+        }
+    }
+
+    const IMAGE_NT_HEADERS64& Headers() const {
+        return *At<IMAGE_NT_HEADERS64>(static_cast<DWORD>(At<IMAGE_DOS_HEADER>(0)->e_lfanew));
+    }
+
+    std::vector<std::string> Exports() const {
+        const auto* directory = At<IMAGE_EXPORT_DIRECTORY>(Directory(IMAGE_DIRECTORY_ENTRY_EXPORT));
+        std::vector<std::string> names;
+        for (DWORD i = 0; i < directory->NumberOfNames; ++i) {
+            names.emplace_back(At<char>(At<DWORD>(directory->AddressOfNames)[i]));
+        }
+        // One without a name would be an export too.
+        EXPECT_EQ(directory->NumberOfNames, directory->NumberOfFunctions);
+        return names;
+    }
+
+    std::set<std::string> Imports() const {
+        std::set<std::string> names;
+        for (const auto* import = At<IMAGE_IMPORT_DESCRIPTOR>(Directory(IMAGE_DIRECTORY_ENTRY_IMPORT));
+             import->Name != 0; ++import) {
+            std::string name = At<char>(import->Name);
+            std::transform(name.begin(), name.end(), name.begin(),
+                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+            names.insert(name);
+        }
+        return names;
+    }
+
+    // The resource's bytes, empty when there is none.
+    std::string VersionResource() const {
+        const auto module = static_cast<HMODULE>(m_module.get());
+        const HRSRC resource = FindResourceW(module, MAKEINTRESOURCEW(VS_VERSION_INFO), RT_VERSION);
+        if (!resource) {
+            return {};
+        }
+        const HGLOBAL loaded = LoadResource(module, resource);
+        return {static_cast<const char*>(LockResource(loaded)), SizeofResource(module, resource)};
+    }
+
+private:
+    template <class Type>
+    const Type* At(DWORD address) const {
+        return reinterpret_cast<const Type*>(static_cast<const char*>(m_module.get()) + address);
+    }
+    DWORD Directory(int entry) const { return Headers().OptionalHeader.DataDirectory[entry].VirtualAddress; }
+
+    std::unique_ptr<void, FreeModule> m_module;
+};
+
+TEST(Dll, ExportsCreateSettingsAndNothingElse) {
+    EXPECT_EQ(std::vector<std::string>{"CreateSettings"}, DllImage().Exports());
+}
+
+TEST(Dll, ImportsSystemLibrariesOnly) {
+    const std::set<std::string> system = {"advapi32.dll", "iphlpapi.dll", "kernel32.dll", "msvcrt.dll",
+                                          "ole32.dll",    "oleaut32.dll", "user32.dll",   "ws2_32.dll"};
+
+    const std::set<std::string> imports = DllImage().Imports();
+
+    EXPECT_FALSE(imports.empty());
+    for (const std::string& name : imports) {
+        EXPECT_TRUE(system.contains(name)) << name;
+    }
+}
+
+TEST(Dll, IsFor64BitWindows) {
+    const DllImage dll;
+
+    EXPECT_EQ(IMAGE_FILE_MACHINE_AMD64, dll.Headers().FileHeader.Machine);
+    EXPECT_TRUE(dll.Headers().FileHeader.Characteristics & IMAGE_FILE_DLL);
+}
+
+TEST(Dll, IsProtected) {
+    const DllImage dll;
+
+    const WORD flags = dll.Headers().OptionalHeader.DllCharacteristics;
+
+    EXPECT_TRUE(flags & IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE);
+    EXPECT_TRUE(flags & IMAGE_DLLCHARACTERISTICS_HIGH_ENTROPY_VA);
+    EXPECT_TRUE(flags & IMAGE_DLLCHARACTERISTICS_NX_COMPAT);
+    // Without relocations the address could not be chosen at random.
+    EXPECT_NE(0u, dll.Headers().OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_BASERELOC].VirtualAddress);
+    EXPECT_FALSE(dll.Headers().FileHeader.Characteristics & IMAGE_FILE_RELOCS_STRIPPED);
+}
+
+TEST(Dll, CarriesItsVersion) {
+    const std::string resource = DllImage().VersionResource();
+
+    // VS_FIXEDFILEINFO begins with this signature.
+    EXPECT_NE(std::string::npos, resource.find(std::string("\xBD\x04\xEF\xFE", 4)));
+    const std::wstring name = L"ZQModSettings.dll";
+    EXPECT_NE(std::string::npos, resource.find(std::string(reinterpret_cast<const char*>(name.data()),
+                                                           name.size() * sizeof(wchar_t))));
+}
+
+} // namespace
+} // namespace zq::test

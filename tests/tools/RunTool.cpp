@@ -1,0 +1,53 @@
+#include "tools/RunTool.h"
+
+#include "support/win32/Folders.h"
+
+#include <stdexcept>
+
+#include <windows.h>
+
+namespace zq::test {
+
+namespace {
+
+constexpr DWORD kRunCapMs = 60000;
+
+HANDLE CreateInheritable(const std::filesystem::path& file) {
+    SECURITY_ATTRIBUTES security = {sizeof(security), nullptr, TRUE};
+    return CreateFileW(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &security, CREATE_ALWAYS, 0, nullptr);
+}
+
+} // namespace
+
+ToolRun RunTool(const std::wstring& arguments) {
+    const TempFolder folder;
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof(startup);
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = CreateInheritable(folder.Path() / L"output");
+    startup.hStdError = CreateInheritable(folder.Path() / L"errors");
+    const std::filesystem::path program = ProgramFolder() / L"zqsettings.exe";
+    std::wstring line = L"zqsettings " + arguments;
+    PROCESS_INFORMATION process = {};
+    if (!CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+                        &process)) {
+        throw std::runtime_error("zqsettings.exe does not start");
+    }
+
+    const bool hasEnded = WaitForSingleObject(process.hProcess, kRunCapMs) == WAIT_OBJECT_0;
+    if (!hasEnded) {
+        TerminateProcess(process.hProcess, 99);
+        WaitForSingleObject(process.hProcess, kRunCapMs);
+    }
+    DWORD exitCode = 0;
+    GetExitCodeProcess(process.hProcess, &exitCode);
+    for (const HANDLE handle : {process.hProcess, process.hThread, startup.hStdOutput, startup.hStdError}) {
+        CloseHandle(handle);
+    }
+    if (!hasEnded) {
+        throw std::runtime_error("zqsettings.exe did not end");
+    }
+    return {exitCode, ReadBytes(folder.Path() / L"output"), ReadBytes(folder.Path() / L"errors")};
+}
+
+} // namespace zq::test

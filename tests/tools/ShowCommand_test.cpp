@@ -1,0 +1,150 @@
+#include "tools/RunTool.h"
+
+#include "support/win32/Folders.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace zq::test {
+namespace {
+
+std::wstring DataOption(const ModuleFolders& folders) {
+    return L" --data \"" + folders.CommonDataDir() + L'"';
+}
+
+std::wstring DefaultsOption(const ModuleFolders& folders) {
+    return L" --defaults \"" + folders.DefaultDir() + L'"';
+}
+
+std::wstring FolderOptions(const ModuleFolders& folders) {
+    return DataOption(folders) + DefaultsOption(folders);
+}
+
+void ExpectOneSentence(const ToolRun& run, const std::string& part) {
+    EXPECT_NE(0u, run.exitCode);
+    EXPECT_TRUE(run.errors.starts_with("zqsettings: ")) << run.errors;
+    EXPECT_TRUE(run.errors.ends_with(".\n")) << run.errors;
+    EXPECT_EQ(1, std::count(run.errors.begin(), run.errors.end(), '\n')) << run.errors;
+    EXPECT_NE(std::string::npos, run.errors.find(part)) << run.errors;
+}
+
+size_t ScratchFolders() {
+    const auto entries = std::filesystem::directory_iterator(std::filesystem::temp_directory_path());
+    return static_cast<size_t>(std::count_if(begin(entries), end(entries), [](const auto& entry) {
+        return entry.path().filename().wstring().starts_with(L"zqsettings-");
+    }));
+}
+
+TEST(ShowCommand, PrintsMessagesThenTheTable) {
+    const ToolRun run = RunTool(L"show");
+
+    EXPECT_EQ(0u, run.exitCode);
+    EXPECT_EQ("", run.errors);
+    EXPECT_TRUE(run.output.starts_with("[2] ZQModSettings: DoInit begin\n"));
+    const size_t last = run.output.find("[2] ZQModSettings: DoRelease end\n");
+    const size_t table = run.output.find("\nNAME ");
+    EXPECT_LT(last, table);
+    EXPECT_LT(table, run.output.size());
+}
+
+TEST(ShowCommand, RemovesItsScratchFolder) {
+    const size_t before = ScratchFolders();
+
+    RunTool(L"show");
+
+    EXPECT_EQ(before, ScratchFolders());
+}
+
+TEST(ShowCommand, KeepsTheMessagesOutOfTheJson) {
+    const ToolRun run = RunTool(L"show --json");
+
+    EXPECT_EQ(0u, run.exitCode);
+    EXPECT_TRUE(run.output.starts_with("["));
+    EXPECT_TRUE(run.output.ends_with("]\n"));
+    EXPECT_TRUE(run.errors.starts_with("[2] ZQModSettings: DoInit begin\n"));
+}
+
+TEST(ShowCommand, ShowsTheRepairOfABrokenFile) {
+    const ModuleFolders folders;
+    WriteBytes(folders.Private(kSettingsName), "{\"A\":");
+
+    const ToolRun run = RunTool(L"show" + FolderOptions(folders));
+
+    EXPECT_EQ(0u, run.exitCode);
+    EXPECT_NE(std::string::npos, run.output.find("[1] ZQModSettings: LoadSettingsFromFile() JSON paser "));
+    EXPECT_NE(std::string::npos, run.output.find(" again OK , exist:0."));
+    EXPECT_EQ(ReadBytes(folders.Default(kSettingsName)), ReadBytes(folders.Private(kSettingsName)));
+}
+
+TEST(ShowCommand, TakesTheDataFolderItselfToo) {
+    const ModuleFolders folders;
+
+    const ToolRun run =
+        RunTool(L"show" + DefaultsOption(folders) + L" --data \"" + folders.DataDir().wstring() + L'"');
+
+    EXPECT_EQ(0u, run.exitCode);
+    EXPECT_TRUE(std::filesystem::exists(folders.Private(kQualityName)));
+}
+
+TEST(ShowCommand, TakesNonAsciiFolders) {
+    const ModuleFolders folders;
+    const std::filesystem::path common = folders.Outside(L"d\u00E4t\u0101");
+    std::filesystem::create_directories(common / L"ZQserver");
+
+    const ToolRun run = RunTool(L"show" + DefaultsOption(folders) + L" --data \"" + common.wstring() + L'"');
+
+    EXPECT_EQ(0u, run.exitCode);
+    EXPECT_NE(std::string::npos, run.output.find("d\xC3\xA4t\xC4\x81\\ZQserver\\"));
+}
+
+TEST(ShowCommand, SaysThatTheModuleIsMissing) {
+    ExpectOneSentence(RunTool(L"show --dll Z:\\nowhere\\ZQModSettings.dll"), "does not exist");
+}
+
+TEST(ShowCommand, SaysThatTheModuleIsNone) {
+    const ModuleFolders folders;
+    const std::wstring file = folders.Outside(L"no.dll").wstring();
+    WriteBytes(file, "not a library");
+
+    ExpectOneSentence(RunTool(L"show --dll \"" + file + L'"'), "cannot be loaded");
+    ExpectOneSentence(RunTool(L"show --dll C:\\windows\\system32\\kernel32.dll"),
+                      "does not export CreateSettings");
+}
+
+TEST(ShowCommand, SaysThatAFolderIsMissing) {
+    ExpectOneSentence(RunTool(L"show --data Z:\\nowhere"), "the data folder Z:\\nowhere does not exist");
+    ExpectOneSentence(RunTool(L"show --defaults Z:\\nowhere"),
+                      "the defaults folder Z:\\nowhere does not exist");
+}
+
+TEST(ShowCommand, TurnsAnErrorThatLeavesDoInitIntoASentence) {
+    const ModuleFolders folders;
+    std::filesystem::remove(folders.Default(kHmdListName));
+
+    ToolRun run = RunTool(L"show --json" + FolderOptions(folders));
+
+    run.errors.erase(0, run.errors.find("zqsettings: "));
+    ExpectOneSentence(run, "DoInit failed: ");
+    EXPECT_NE(std::string::npos, run.errors.find("ZQ2_HmdList.json")) << run.errors;
+    EXPECT_EQ("", run.output);
+}
+
+TEST(ShowCommand, RefusesWhatItDoesNotKnow) {
+    ExpectOneSentence(RunTool(L"show --type word"), "\"word\" is no type");
+    ExpectOneSentence(RunTool(L"show --no-such-option"), "--no-such-option");
+    ExpectOneSentence(RunTool(L""), "subcommand is required");
+}
+
+TEST(ShowCommand, HelpEndsWell) {
+    for (const wchar_t* arguments : {L"--help", L"show --help", L"--version"}) {
+        const ToolRun run = RunTool(arguments);
+
+        EXPECT_EQ(0u, run.exitCode);
+        EXPECT_NE("", run.output);
+        EXPECT_EQ("", run.errors);
+    }
+}
+
+} // namespace
+} // namespace zq::test

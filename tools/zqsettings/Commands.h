@@ -1,0 +1,14 @@
+// The commands of zqsettings, each in a file of its own. An Add function describes its command to the parser
+// and leaves a callback that runs it; a command that fails raises Failure, and one that ends with an exit
+// code of its own raises CLI::RuntimeError.
+#pragma once
+
+namespace CLI {
+class App;
+}
+
+namespace zq::tool {
+
+void AddShowCommand(CLI::App& app);
+
+} // namespace zq::tool

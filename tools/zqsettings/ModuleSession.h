@@ -1,0 +1,57 @@
+// A module object that has run DoInit on the folders of the command line, and ends as hosts have to end it.
+#pragma once
+
+#include "CZQModSettings.h"
+
+#include "ModuleLibrary.h"
+#include "ScratchFolder.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace zq::tool {
+
+// As given on the command line; all UTF-8, empty where not given.
+struct ModuleOptions {
+    std::string dll;
+    std::string data;
+    std::string defaults;
+};
+
+// Adds --dll, --data and --defaults to a command. `options` must outlive the parse.
+void AddModuleOptions(CLI::App& command, ModuleOptions& options);
+
+class ModuleSession {
+public:
+    // Loads the module, makes the scratch folder where no data folder is given, and runs DoInit. Raises
+    // Failure with one sentence for a DLL or folder that is missing and for an error that leaves DoInit.
+    // `host` must outlive the session.
+    ModuleSession(const ModuleOptions& options, CZQModHost& host);
+
+    CZQModSettings& Settings() const { return *m_module; }
+    CZQVariable& Variables() const { return *ZQVariables(m_module.get()); }
+    // The folder with the three private files.
+    std::filesystem::path DataFolder() const { return m_commonData / L"ZQserver"; }
+    const std::filesystem::path& DefaultsFolder() const { return m_defaults; }
+
+private:
+    struct End {
+        void operator()(CZQModSettings* module) const;
+    };
+
+    void Init(CZQModHost& host);
+
+    // Unloaded, and removed, behind the module object.
+    ModuleLibrary m_library;
+    std::optional<ScratchFolder> m_scratch;
+    std::filesystem::path m_commonData;
+    std::filesystem::path m_defaults;
+    std::unique_ptr<CZQModSettings, End> m_module;
+};
+
+} // namespace zq::tool
