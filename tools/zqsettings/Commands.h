@@ -10,5 +10,6 @@ class App;
 namespace zq::tool {
 
 void AddShowCommand(CLI::App& app);
+void AddWatchCommand(CLI::App& app);
 
 } // namespace zq::tool

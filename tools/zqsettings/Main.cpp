@@ -44,6 +44,7 @@ int Run() {
                "Exit code 0; otherwise other than 0, and one sentence on stderr.");
     app.get_formatter()->column_width(18);
     zq::tool::AddShowCommand(app);
+    zq::tool::AddWatchCommand(app);
     try {
         app.parse(ReversedArguments());
         return 0;

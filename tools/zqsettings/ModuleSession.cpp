@@ -60,7 +60,7 @@ void AddModuleOptions(CLI::App& command, ModuleOptions& options) {
         ->type_name("FILE");
 }
 
-void ModuleSession::End::operator()(CZQModSettings* module) const {
+void ModuleSession::Ending::operator()(CZQModSettings* module) const {
     module->DoStop();
     module->DoRelease();
     ZQDestroy(module);
@@ -79,6 +79,8 @@ ModuleSession::ModuleSession(const ModuleOptions& options, CZQModHost& host)
     }
     Init(host);
 }
+
+std::string ModuleSession::DataFolderText() const { return Utf8FromPath(DataFolder()); }
 
 void ModuleSession::Init(CZQModHost& host) {
     m_module.reset(m_library.Create());

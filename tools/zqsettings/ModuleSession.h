@@ -37,10 +37,14 @@ public:
     CZQVariable& Variables() const { return *ZQVariables(m_module.get()); }
     // The folder with the three private files.
     std::filesystem::path DataFolder() const { return m_commonData / L"ZQserver"; }
+    std::string DataFolderText() const;
     const std::filesystem::path& DefaultsFolder() const { return m_defaults; }
 
+    // Destroys the module object, for a host that has stopped and released it itself.
+    void End() { ZQDestroy(m_module.release()); }
+
 private:
-    struct End {
+    struct Ending {
         void operator()(CZQModSettings* module) const;
     };
 
@@ -51,7 +55,7 @@ private:
     std::optional<ScratchFolder> m_scratch;
     std::filesystem::path m_commonData;
     std::filesystem::path m_defaults;
-    std::unique_ptr<CZQModSettings, End> m_module;
+    std::unique_ptr<CZQModSettings, Ending> m_module;
 };
 
 } // namespace zq::tool
