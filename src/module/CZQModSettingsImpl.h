@@ -10,13 +10,17 @@
 #include "platform/Files.h"
 #include "platform/HostLog.h"
 #include "platform/Thread.h"
+#include "variables/HostAgentList.h"
 #include "variables/VariableStore.h"
 
 #include <string>
+#include <string_view>
 
 namespace zq {
 
 class DirectoryWatch;
+class PacketReader;
+struct PacketRecord;
 struct ConfigFileRow;
 
 class CZQModSettingsImpl final : public CZQModSettings, public CZQVariable {
@@ -37,7 +41,22 @@ public:
     void UpdateDefaultDeviceName() override;
 
     // CZQVariable
+    void RegisterHost(CZQVariableHost* host) override;
+    void UnregisterHost(CZQVariableHost* host) override;
     void RemoveAllVariables() override;
+    void* PackVariable(const wchar_t* name, uint32_t type, const void* value, size_t length,
+                       size_t* packetSize) override;
+    void* PackAllVariables(size_t* packetSize) override;
+    int32_t UnpackVariables(const void* packet, size_t packetSize, CZQVariableHost* source) override;
+    void SetVariableBinary(const wchar_t* name, size_t length, const void* bytes, CZQVariableHost* source,
+                           int32_t force) override;
+    void SetVariableDouble(const wchar_t* name, double value, CZQVariableHost* source,
+                           int32_t force) override;
+    void SetVariableBool(const wchar_t* name, ZQBool value, CZQVariableHost* source, int32_t force) override;
+    void SetVariableInt64(const wchar_t* name, int64_t value, CZQVariableHost* source,
+                          int32_t force) override;
+    void SetVariableString(const wchar_t* name, const wchar_t* value, CZQVariableHost* source,
+                           int32_t force) override;
     int32_t GetVariableBinary(const wchar_t* name, void* buffer, size_t bufferSize, size_t* length) override;
     int32_t GetVariableDouble(const wchar_t* name, double* value) override;
     int32_t GetVariableBool(const wchar_t* name, ZQBool* value) override;
@@ -52,6 +71,10 @@ private:
     // Lifecycle.cpp
     void BuildPaths();
     std::wstring DataFolder() const;
+
+    // VariableSlots.cpp
+    void UnpackRecord(const PacketReader& reader, const PacketRecord& record, CZQVariableHost* source);
+    void Notify(bool isWanted, std::wstring_view name, uint32_t type, CZQVariableHost* source);
 
     // ConfigFiles.cpp
     void ProvisionPrivateFiles();
@@ -69,7 +92,6 @@ private:
     // False when the stop event cut the pass short.
     bool ReloadPrivateConfigFile();
     bool ReloadIfChanged(const ConfigFileRow& row);
-    void NotifyHostsReloaded();
 
     HostLog m_log;
     std::wstring m_strInstallDir;
@@ -82,6 +104,7 @@ private:
     std::wstring m_strHmdListFile;
     std::wstring m_strDefaultQualityFile;
     std::wstring m_strQualityFile;
+    HostAgentList m_hosts{m_store.GetMutex()};
     VariableStore m_store;
     Event m_hStopEvent{EventReset::Manual};
     Thread m_hWatchThread;

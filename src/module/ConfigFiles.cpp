@@ -52,8 +52,8 @@ bool CZQModSettingsImpl::LoadOrRepair(const ConfigFileRow& row, const wchar_t* m
         if (LoadPrivateFile(row)) {
             return false;
         }
-        // What was refused may have been half an edit that is whole by now: only what is still as it was refused is
-        // replaced.
+        // What was refused may have been half an edit that is whole by now: only what is still as it was
+        // refused is replaced.
         if (tries == kLoadTries || LastWriteTime(path) == before) {
             break;
         }

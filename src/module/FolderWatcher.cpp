@@ -99,7 +99,7 @@ bool CZQModSettingsImpl::ReloadIfChanged(const ConfigFileRow& row) {
     recorded = *time;
     m_log.Log(LogProgress, row.changed);
     LoadOrRepair(row, L"ReloadPrivateConfigFile() copy %s again OK , exist:%d.");
-    NotifyHostsReloaded();
+    m_hosts.NotifyHostsReloaded();
     return true;
 }
 

@@ -61,7 +61,7 @@ int32_t CZQModSettingsImpl::DoStart() {
 void CZQModSettingsImpl::DoStop() {
     m_log.Log(LogProgress, L"DoStop begin");
     m_hStopEvent.Set();
-    m_hWatchThread.Stop(m_hStopEvent.Get(), m_store.GetMutex());
+    m_hWatchThread.Stop(m_hStopEvent.Get(), m_hosts.TerminationGuards());
     m_log.Log(LogProgress, L"DoStop end");
 }
 

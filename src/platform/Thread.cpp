@@ -4,8 +4,12 @@ namespace zq {
 
 namespace {
 
-void Terminate(HANDLE thread, const Mutex& guard) {
-    MutexLock lock(guard);
+void Terminate(HANDLE thread, std::span<const Mutex* const> guards) {
+    if (!guards.empty()) {
+        MutexLock lock(*guards.front());
+        Terminate(thread, guards.subspan(1));
+        return;
+    }
     // A thread that dies inside the heap leaves it locked for the whole process. A thread that stops itself
     // is not inside the heap, and would take the lock with it.
     const bool isSelf = GetThreadId(thread) == GetCurrentThreadId();
@@ -23,13 +27,13 @@ void Thread::Start(Routine routine, void* argument) {
     m_handle.reset(CreateThread(nullptr, 0, routine, argument, 0, nullptr));
 }
 
-void Thread::Stop(HANDLE stopEvent, const Mutex& guard) {
+void Thread::Stop(HANDLE stopEvent, std::span<const Mutex* const> guards) {
     if (!m_handle || !stopEvent) {
         return;
     }
     SetEvent(stopEvent);
     if (WaitForSingleObject(m_handle.get(), kThreadStopMilliseconds) == WAIT_TIMEOUT) {
-        Terminate(m_handle.get(), guard);
+        Terminate(m_handle.get(), guards);
     }
     m_handle.reset();
 }

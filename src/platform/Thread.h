@@ -1,12 +1,14 @@
 // A Win32 thread that is stopped by an event and, where it does not end in time, terminated.
 //
 // Terminating is part of the module's contract with its hosts: a callback that never returns must not hold up
-// the host that unregisters it. What makes it survivable stands here: the victim is not inside the process
-// heap while it dies, nor inside the mutex that the caller passes along.
+// the host that unregisters it. What makes it survivable stands here: while it dies the victim is neither
+// inside the process heap nor inside one of the mutexes that the caller passes along.
 #pragma once
 
 #include "platform/Handle.h"
 #include "platform/Mutex.h"
+
+#include <span>
 
 namespace zq {
 
@@ -22,11 +24,9 @@ public:
     void Start(Routine routine, void* argument);
 
     // Signals `stopEvent`, waits for the thread and closes its handle. A thread that is still running after
-    // kThreadStopMilliseconds is terminated with exit code 0 while `guard` is held, so that it cannot leave
-    // what that mutex protects half-written. Does nothing without a thread.
-    void Stop(HANDLE stopEvent, const Mutex& guard);
-
-    bool IsRunning() const { return m_handle != nullptr; }
+    // kThreadStopMilliseconds is terminated with exit code 0 while the `guards` are held, locked in their
+    // order, so that it cannot leave what they protect half-written. Does nothing without a thread.
+    void Stop(HANDLE stopEvent, std::span<const Mutex* const> guards);
 
 private:
     UniqueHandle m_handle;

@@ -1,24 +1,20 @@
 #include "variables/VariableStore.h"
 
+#include "CZQVariable.h"
 #include "variables/VariableBatch.h"
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
+#include <span>
 #include <stdexcept>
-#include <string_view>
+#include <utility>
 
 #include <windows.h>
 
 namespace zq {
 
 namespace {
-
-std::wstring_view CheckedName(const wchar_t* name) {
-    if (!name) {
-        throw std::invalid_argument("the name of a variable is null");
-    }
-    return name;
-}
 
 // Differs between stores and between runs; who chooses names in a file cannot know it.
 uint64_t MakeSeed(const void* store) {
@@ -42,6 +38,29 @@ bool GetScalar(const VariableMaps& maps, const VariableMap<Value>& map, std::wst
     return node != nullptr;
 }
 
+// The one rule of all setters that compare. The new value is made before anything changes.
+template <class Value, class Given>
+bool SetCompared(VariableMaps& maps, VariableMap<Value>& map, std::wstring_view name, Given given) {
+    const uint32_t hash = maps.Hash(name);
+    auto* node = map.Find(name, hash);
+    if (node && node->value == given) {
+        return false;
+    }
+    Value value(given);
+    if (!node) {
+        node = map.FindOrAdd(name, hash).first;
+    }
+    node->value = std::move(value);
+    return true;
+}
+
+template <class Value>
+void PackMap(PacketWriter& packet, VariableType type, const VariableMap<Value>& map) {
+    map.ForEach([&](std::wstring_view name, const Value& value) {
+        packet.Append(type, name, std::as_bytes(std::span(&value, 1)));
+    });
+}
+
 } // namespace
 
 VariableStore::VariableStore() : m_maps(MakeSeed(this)) {}
@@ -61,28 +80,24 @@ void VariableStore::RemoveBinaries() {
     m_maps.RemoveBinaries();
 }
 
-bool VariableStore::GetBool(const wchar_t* name, uint8_t* value) const {
-    const std::wstring_view checked = CheckedName(name);
+bool VariableStore::GetBool(std::wstring_view name, uint8_t* value) const {
     MutexLock lock(m_mutex);
-    return GetScalar(m_maps, m_maps.bools, checked, value);
+    return GetScalar(m_maps, m_maps.bools, name, value);
 }
 
-bool VariableStore::GetInt64(const wchar_t* name, int64_t* value) const {
-    const std::wstring_view checked = CheckedName(name);
+bool VariableStore::GetInt64(std::wstring_view name, int64_t* value) const {
     MutexLock lock(m_mutex);
-    return GetScalar(m_maps, m_maps.integers, checked, value);
+    return GetScalar(m_maps, m_maps.integers, name, value);
 }
 
-bool VariableStore::GetDouble(const wchar_t* name, double* value) const {
-    const std::wstring_view checked = CheckedName(name);
+bool VariableStore::GetDouble(std::wstring_view name, double* value) const {
     MutexLock lock(m_mutex);
-    return GetScalar(m_maps, m_maps.doubles, checked, value);
+    return GetScalar(m_maps, m_maps.doubles, name, value);
 }
 
-bool VariableStore::GetString(const wchar_t* name, wchar_t* buffer, int32_t bufferSize) const {
-    const std::wstring_view checked = CheckedName(name);
+bool VariableStore::GetString(std::wstring_view name, wchar_t* buffer, int32_t bufferSize) const {
     MutexLock lock(m_mutex);
-    const auto* node = m_maps.strings.Find(checked, m_maps.Hash(checked));
+    const auto* node = m_maps.strings.Find(name, m_maps.Hash(name));
     if (!node || bufferSize < 0 || static_cast<size_t>(bufferSize) <= node->value.size()) {
         return false;
     }
@@ -91,10 +106,9 @@ bool VariableStore::GetString(const wchar_t* name, wchar_t* buffer, int32_t buff
     return true;
 }
 
-bool VariableStore::GetBinary(const wchar_t* name, void* buffer, size_t bufferSize, size_t* length) const {
-    const std::wstring_view checked = CheckedName(name);
+bool VariableStore::GetBinary(std::wstring_view name, void* buffer, size_t bufferSize, size_t* length) const {
     MutexLock lock(m_mutex);
-    const auto* node = m_maps.binaries.Find(checked, m_maps.Hash(checked));
+    const auto* node = m_maps.binaries.Find(name, m_maps.Hash(name));
     if (!node) {
         return false;
     }
@@ -107,6 +121,69 @@ bool VariableStore::GetBinary(const wchar_t* name, void* buffer, size_t bufferSi
         std::memcpy(buffer, block.Bytes(), block.size);
     }
     return true;
+}
+
+bool VariableStore::SetBool(std::wstring_view name, uint8_t value) {
+    MutexLock lock(m_mutex);
+    return SetCompared(m_maps, m_maps.bools, name, value);
+}
+
+bool VariableStore::SetInt64(std::wstring_view name, int64_t value) {
+    MutexLock lock(m_mutex);
+    return SetCompared(m_maps, m_maps.integers, name, value);
+}
+
+bool VariableStore::SetDouble(std::wstring_view name, double value) {
+    MutexLock lock(m_mutex);
+    return SetCompared(m_maps, m_maps.doubles, name, value);
+}
+
+bool VariableStore::SetString(std::wstring_view name, std::wstring_view value) {
+    MutexLock lock(m_mutex);
+    return SetCompared(m_maps, m_maps.strings, name, value);
+}
+
+bool VariableStore::SetStringNull(std::wstring_view name) {
+    MutexLock lock(m_mutex);
+    if (m_maps.strings.Find(name, m_maps.Hash(name))) {
+        throw std::invalid_argument("the value of a string variable is null");
+    }
+    return SetCompared(m_maps, m_maps.strings, name, std::wstring_view());
+}
+
+bool VariableStore::SetBinary(std::wstring_view name, const void* bytes, size_t length) {
+    const auto free = [](BinaryBlock* block) { BinaryBlock::Free(block); };
+    std::unique_ptr<BinaryBlock, decltype(free)> block(BinaryBlock::Make(bytes, length), free);
+    MutexLock lock(m_mutex);
+    auto* node = m_maps.binaries.FindOrAdd(name, m_maps.Hash(name)).first;
+    BinaryBlock::Free(std::exchange(node->value, block.release()));
+    return true;
+}
+
+bool VariableStore::RemoveBinary(std::wstring_view name) {
+    MutexLock lock(m_mutex);
+    const uint32_t hash = m_maps.Hash(name);
+    const auto* node = m_maps.binaries.Find(name, hash);
+    if (!node) {
+        return false;
+    }
+    BinaryBlock::Free(node->value);
+    return m_maps.binaries.Remove(name, hash);
+}
+
+PacketWriter VariableStore::PackAll() const {
+    PacketWriter packet;
+    MutexLock lock(m_mutex);
+    PackMap(packet, VariableTypeBool, m_maps.bools);
+    PackMap(packet, VariableTypeInt64, m_maps.integers);
+    PackMap(packet, VariableTypeDouble, m_maps.doubles);
+    m_maps.strings.ForEach([&](std::wstring_view name, const std::wstring& text) {
+        packet.AppendText(VariableTypeString, name, text);
+    });
+    m_maps.binaries.ForEach([&](std::wstring_view name, const BinaryBlock* block) {
+        packet.Append(VariableTypeBinary, name, {static_cast<const std::byte*>(block->Bytes()), block->size});
+    });
+    return packet;
 }
 
 } // namespace zq

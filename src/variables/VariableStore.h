@@ -9,15 +9,17 @@
 // and held together with another one only while a stuck delivery thread is terminated (Thread::Stop). None is
 // held while the host is called.
 //
-// Names come as the caller gave them: a null one raises std::invalid_argument. Any thread may call. Nothing
-// here tells a host of a change.
+// Any thread may call. Nothing here tells a host of a change. Memory that runs out raises std::bad_alloc:
+// nothing has changed then, and the mutex is free.
 #pragma once
 
 #include "platform/Mutex.h"
 #include "variables/VariableMaps.h"
+#include "variables/VariablePacket.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 namespace zq {
 
@@ -34,13 +36,29 @@ public:
     void RemoveBinaries();
 
     // The getters return false, and leave the outputs as they are, when there is no such variable.
-    bool GetBool(const wchar_t* name, uint8_t* value) const;
-    bool GetInt64(const wchar_t* name, int64_t* value) const;
-    bool GetDouble(const wchar_t* name, double* value) const;
+    bool GetBool(std::wstring_view name, uint8_t* value) const;
+    bool GetInt64(std::wstring_view name, int64_t* value) const;
+    bool GetDouble(std::wstring_view name, double* value) const;
     // Fills the whole buffer: the text, then zeros. False also when text and terminator do not fit.
-    bool GetString(const wchar_t* name, wchar_t* buffer, int32_t bufferSize) const;
+    bool GetString(std::wstring_view name, wchar_t* buffer, int32_t bufferSize) const;
     // Sets `length` whenever the variable exists. False also when `buffer` is null or too small.
-    bool GetBinary(const wchar_t* name, void* buffer, size_t bufferSize, size_t* length) const;
+    bool GetBinary(std::wstring_view name, void* buffer, size_t bufferSize, size_t* length) const;
+
+    // The setters return whether the variable is new or its value another one than before.
+    bool SetBool(std::wstring_view name, uint8_t value);
+    bool SetInt64(std::wstring_view name, int64_t value);
+    // -0.0 equals 0.0; a NaN on either side is another value.
+    bool SetDouble(std::wstring_view name, double value);
+    bool SetString(std::wstring_view name, std::wstring_view value);
+    // Sets a new variable to the empty string; raises std::invalid_argument for one that exists.
+    bool SetStringNull(std::wstring_view name);
+    // Contents are not compared: always true. `bytes` is not null.
+    bool SetBinary(std::wstring_view name, const void* bytes, size_t length);
+    // Returns whether there was such a variable.
+    bool RemoveBinary(std::wstring_view name);
+
+    // Every variable: bools, integers, doubles, strings, binaries.
+    PacketWriter PackAll() const;
 
     // For terminating a thread that may be inside the store.
     const Mutex& GetMutex() const { return m_mutex; }

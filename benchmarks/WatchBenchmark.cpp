@@ -1,0 +1,229 @@
+// From the close of a write in another process to OnVariablesReloaded, beside a bare directory watch of the
+// same folder; and DoInit on the default files beside reading them with ReadFile alone.
+//
+//     watch_benchmark [EDITS]
+//
+// The program starts itself as the editor. Times are of the system-wide performance counter, handed over in
+// shared memory.
+#include "CZQModSettings.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <windows.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const wchar_t* kNames[] = {L"ZQ2_serverSetting.setting", L"ZQ2_HmdList.json",
+                                     L"ZQ2_QualityPreset.json"};
+constexpr int kMostEdits = 10'000;
+constexpr DWORD kPauseMilliseconds = 60;
+constexpr double kAllowedMilliseconds = 20 + 5;
+
+// By the number of the edit: performance counter values.
+struct Times {
+    std::atomic<int64_t> closed[kMostEdits];
+    std::atomic<int64_t> bare[kMostEdits];
+    std::atomic<int64_t> reloaded[kMostEdits];
+    std::atomic<int> current;
+};
+
+int64_t Now() {
+    LARGE_INTEGER counter;
+    QueryPerformanceCounter(&counter);
+    return counter.QuadPart;
+}
+
+double Milliseconds(int64_t ticks) {
+    LARGE_INTEGER frequency;
+    QueryPerformanceFrequency(&frequency);
+    return 1000.0 * static_cast<double>(ticks) / static_cast<double>(frequency.QuadPart);
+}
+
+double Quantile(std::vector<double> values, double part) {
+    std::sort(values.begin(), values.end());
+    return values[static_cast<size_t>(part * static_cast<double>(values.size() - 1))];
+}
+
+Times& SharedTimes(const wchar_t* name) {
+    const HANDLE mapping =
+        CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(Times), name);
+    return *static_cast<Times*>(MapViewOfFile(mapping, FILE_MAP_ALL_ACCESS, 0, 0, 0));
+}
+
+int RunEditor(const wchar_t* mapping, const wchar_t* file, int edits) {
+    Times& times = SharedTimes(mapping);
+    for (int edit = 1; edit < edits; ++edit) {
+        times.current = edit;
+        const HANDLE out =
+            CreateFileW(file, GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS, 0, nullptr);
+        const std::string bytes = "{\"Edit\":" + std::to_string(edit) + "}";
+        DWORD written = 0;
+        WriteFile(out, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+        CloseHandle(out);
+        times.closed[edit] = Now();
+        Sleep(kPauseMilliseconds);
+    }
+    return 0;
+}
+
+// Notes when each edit's first completion after the close arrives.
+void WatchBarely(const std::wstring& folder, Times& times, const std::atomic<bool>& isOver) {
+    const HANDLE directory = CreateFileW(folder.c_str(), FILE_LIST_DIRECTORY,
+                                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                         OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    alignas(DWORD) char buffer[1024];
+    DWORD bytes = 0;
+    while (!isOver &&
+           ReadDirectoryChangesW(directory, buffer, sizeof(buffer), FALSE, 0x53, &bytes, nullptr, nullptr)) {
+        times.bare[times.current] = Now();
+    }
+    CloseHandle(directory);
+}
+
+class Host final : public CZQModHost, public CZQVariableHost {
+public:
+    Host(Times& times, CZQVariable*& variables) : m_times(times), m_variables(variables) {}
+
+    void Log(const wchar_t*, int32_t, const wchar_t*, va_list) override {}
+    void OnConfigReloaded() override {}
+    void OnVariableChanged(const wchar_t*, uint32_t, CZQVariableHost*) override {}
+    void OnVariablesReloaded() override {
+        const int64_t now = Now();
+        int64_t edit = 0;
+        if (m_variables->GetVariableInt64(L"Edit", &edit) && m_times.reloaded[edit] == 0) {
+            m_times.reloaded[edit] = now;
+        }
+    }
+    void* ScalarDeletingDestructor(unsigned int) override { return this; }
+
+private:
+    Times& m_times;
+    CZQVariable*& m_variables;
+};
+
+struct Folders {
+    fs::path root = fs::temp_directory_path() / ("zqbench-" + std::to_string(GetCurrentProcessId()));
+    fs::path common = root / "common";
+    fs::path data = common / "ZQserver";
+    fs::path defaults;
+};
+
+double MedianOfInit(ZQCreateSettingsFunction create, Host& host, const Folders& folders) {
+    std::vector<double> times;
+    for (int round = 0; round < 31; ++round) {
+        CZQModSettings* module = create();
+        const int64_t start = Now();
+        module->DoInit(&host, L"", folders.defaults.c_str(), folders.common.c_str());
+        times.push_back(Milliseconds(Now() - start));
+        module->DoRelease();
+        ZQDestroy(module);
+    }
+    return Quantile(times, 0.5);
+}
+
+double MedianOfBareReads(const Folders& folders) {
+    std::vector<double> times;
+    std::vector<char> buffer(1 << 20);
+    for (int round = 0; round < 31; ++round) {
+        const int64_t start = Now();
+        for (const wchar_t* name : kNames) {
+            const HANDLE file = CreateFileW((folders.data / name).c_str(), GENERIC_READ, 7, nullptr,
+                                            OPEN_EXISTING, 0, nullptr);
+            DWORD read = 0;
+            ReadFile(file, buffer.data(), static_cast<DWORD>(buffer.size()), &read, nullptr);
+            CloseHandle(file);
+        }
+        times.push_back(Milliseconds(Now() - start));
+    }
+    return Quantile(times, 0.5);
+}
+
+void ReportEdits(const Times& times, int edits) {
+    std::vector<double> bare;
+    std::vector<double> module;
+    int unseen = 0;
+    for (int edit = 1; edit < edits; ++edit) {
+        if (times.bare[edit] == 0 || times.reloaded[edit] == 0) {
+            ++unseen;
+            continue;
+        }
+        bare.push_back(Milliseconds(times.bare[edit] - times.closed[edit]));
+        module.push_back(Milliseconds(times.reloaded[edit] - times.closed[edit]));
+    }
+    std::printf("%zu edits, %d without both times\n", module.size(), unseen);
+    std::printf("from close to            median      99 %%\n");
+    std::printf("bare directory watch   %8.2f  %8.2f ms\n", Quantile(bare, 0.5), Quantile(bare, 0.99));
+    std::printf("OnVariablesReloaded    %8.2f  %8.2f ms\n", Quantile(module, 0.5), Quantile(module, 0.99));
+    std::printf("difference of medians  %8.2f ms (allowed: settling and 5 ms, %.0f ms)\n",
+                Quantile(module, 0.5) - Quantile(bare, 0.5), kAllowedMilliseconds);
+}
+
+int RunBenchmark(int edits) {
+    wchar_t program[MAX_PATH];
+    GetModuleFileNameW(nullptr, program, MAX_PATH);
+    Folders folders;
+    folders.defaults = fs::path(program).replace_filename(L"defaults");
+    fs::create_directories(folders.data);
+
+    const auto create = reinterpret_cast<ZQCreateSettingsFunction>(
+        reinterpret_cast<void*>(GetProcAddress(LoadLibraryW(L"ZQModSettings.dll"), "CreateSettings")));
+    const std::wstring mapping = L"zqbench-" + std::to_wstring(GetCurrentProcessId());
+    Times& times = SharedTimes(mapping.c_str());
+    CZQVariable* variables = nullptr;
+    Host host(times, variables);
+
+    MedianOfInit(create, host, folders);
+    const double init = MedianOfInit(create, host, folders);
+    const double reads = MedianOfBareReads(folders);
+    std::printf("DoInit %.2f ms, reading the three files %.2f ms, ratio %.1f\n\n", init, reads, init / reads);
+
+    CZQModSettings* module = create();
+    module->DoInit(&host, L"", folders.defaults.c_str(), folders.common.c_str());
+    variables = ZQVariables(module);
+    variables->RegisterHost(&host);
+    module->DoStart();
+    std::atomic<bool> isOver{false};
+    std::thread bare([&] { WatchBarely(folders.data.wstring(), times, isOver); });
+    Sleep(200);
+
+    std::wstring command = L"\"" + std::wstring(program) + L"\" --edit " + mapping + L" \"" +
+                           (folders.data / kNames[0]).wstring() + L"\" " + std::to_wstring(edits);
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION process{};
+    CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process);
+    WaitForSingleObject(process.hProcess, INFINITE);
+    Sleep(200);
+
+    isOver = true;
+    std::ofstream(folders.data / "last.tmp") << "ends the bare watch";
+    bare.join();
+    module->DoStop();
+    variables->UnregisterHost(&host);
+    module->DoRelease();
+    ZQDestroy(module);
+    ReportEdits(times, edits);
+    std::error_code ignored;
+    fs::remove_all(folders.root, ignored);
+    return 0;
+}
+
+} // namespace
+
+int wmain(int argc, wchar_t** argv) {
+    if (argc == 5 && std::wstring(argv[1]) == L"--edit") {
+        return RunEditor(argv[2], argv[3], static_cast<int>(std::wcstol(argv[4], nullptr, 10)));
+    }
+    const long edits = argc == 2 ? std::wcstol(argv[1], nullptr, 10) : 200;
+    return RunBenchmark(static_cast<int>(std::clamp(edits, 10L, long{kMostEdits - 1})) + 1);
+}

@@ -1,0 +1,157 @@
+// The slots of CZQVariable: each checks its name, changes or reads the store, and tells the hosts behind its
+// lock.
+#include "module/CZQModSettingsImpl.h"
+
+#include "variables/VariablePacket.h"
+
+#include <cstring>
+#include <stdexcept>
+
+namespace zq {
+
+namespace {
+
+std::wstring_view CheckedName(const wchar_t* name) {
+    if (!name) {
+        throw std::invalid_argument("the name of a variable is null");
+    }
+    return name;
+}
+
+template <class Number>
+Number NumberOf(std::span<const std::byte> value) {
+    Number number;
+    std::memcpy(&number, value.data(), sizeof(number));
+    return number;
+}
+
+std::byte* HandOver(PacketWriter packet, size_t* packetSize) {
+    *packetSize = packet.Size();
+    return packet.Release();
+}
+
+} // namespace
+
+void CZQModSettingsImpl::RegisterHost(CZQVariableHost* host) { m_hosts.RegisterHost(host); }
+
+void CZQModSettingsImpl::UnregisterHost(CZQVariableHost* host) { m_hosts.UnregisterHost(host); }
+
+void CZQModSettingsImpl::RemoveAllVariables() { m_store.RemoveAll(); }
+
+void* CZQModSettingsImpl::PackVariable(const wchar_t* name, uint32_t type, const void* value, size_t length,
+                                       size_t* packetSize) {
+    PacketWriter packet;
+    packet.Append(type, CheckedName(name), {static_cast<const std::byte*>(value), length});
+    return HandOver(std::move(packet), packetSize);
+}
+
+void* CZQModSettingsImpl::PackAllVariables(size_t* packetSize) {
+    return HandOver(m_store.PackAll(), packetSize);
+}
+
+int32_t CZQModSettingsImpl::UnpackVariables(const void* packet, size_t packetSize, CZQVariableHost* source) {
+    PacketReader reader({static_cast<const std::byte*>(packet), packet ? packetSize : 0});
+    if (!reader.IsPacket()) {
+        return 0;
+    }
+    PacketRecord record;
+    while (reader.Next(record)) {
+        UnpackRecord(reader, record, source);
+    }
+    return 1;
+}
+
+// A record of another type, or too short for its type, is skipped.
+void CZQModSettingsImpl::UnpackRecord(const PacketReader& reader, const PacketRecord& record,
+                                      CZQVariableHost* source) {
+    const std::span<const std::byte> value = record.value;
+    bool isChanged = false;
+    switch (record.type) {
+    case VariableTypeBool:
+        isChanged = !value.empty() && m_store.SetBool(record.name, NumberOf<uint8_t>(value));
+        break;
+    case VariableTypeInt64:
+        isChanged =
+            value.size() >= sizeof(int64_t) && m_store.SetInt64(record.name, NumberOf<int64_t>(value));
+        break;
+    case VariableTypeDouble:
+        isChanged = value.size() >= sizeof(double) && m_store.SetDouble(record.name, NumberOf<double>(value));
+        break;
+    case VariableTypeString:
+        isChanged = m_store.SetString(record.name, reader.Decode(value));
+        break;
+    case VariableTypeBinary:
+        isChanged = m_store.SetBinary(record.name, value.data(), value.size());
+        break;
+    default:
+        break;
+    }
+    if (isChanged) {
+        m_hosts.NotifyHosts(record.name, record.type, source);
+    }
+}
+
+void CZQModSettingsImpl::Notify(bool isWanted, std::wstring_view name, uint32_t type,
+                                CZQVariableHost* source) {
+    if (isWanted) {
+        m_hosts.NotifyHosts(name, type, source);
+    }
+}
+
+void CZQModSettingsImpl::SetVariableBinary(const wchar_t* name, size_t length, const void* bytes,
+                                           CZQVariableHost* source, int32_t force) {
+    const std::wstring_view checked = CheckedName(name);
+    const bool isChanged = bytes ? m_store.SetBinary(checked, bytes, length) : m_store.RemoveBinary(checked);
+    Notify(isChanged || force != 0, checked, VariableTypeBinary, source);
+}
+
+void CZQModSettingsImpl::SetVariableDouble(const wchar_t* name, double value, CZQVariableHost* source,
+                                           int32_t force) {
+    const std::wstring_view checked = CheckedName(name);
+    const bool isChanged = m_store.SetDouble(checked, value);
+    Notify(isChanged || force != 0, checked, VariableTypeDouble, source);
+}
+
+void CZQModSettingsImpl::SetVariableBool(const wchar_t* name, ZQBool value, CZQVariableHost* source,
+                                         int32_t force) {
+    const std::wstring_view checked = CheckedName(name);
+    const bool isChanged = m_store.SetBool(checked, value);
+    Notify(isChanged || force != 0, checked, VariableTypeBool, source);
+}
+
+void CZQModSettingsImpl::SetVariableInt64(const wchar_t* name, int64_t value, CZQVariableHost* source,
+                                          int32_t force) {
+    const std::wstring_view checked = CheckedName(name);
+    const bool isChanged = m_store.SetInt64(checked, value);
+    Notify(isChanged || force != 0, checked, VariableTypeInt64, source);
+}
+
+void CZQModSettingsImpl::SetVariableString(const wchar_t* name, const wchar_t* value, CZQVariableHost* source,
+                                           int32_t force) {
+    const std::wstring_view checked = CheckedName(name);
+    const bool isChanged = value ? m_store.SetString(checked, value) : m_store.SetStringNull(checked);
+    Notify(isChanged || force != 0, checked, VariableTypeString, source);
+}
+
+int32_t CZQModSettingsImpl::GetVariableBinary(const wchar_t* name, void* buffer, size_t bufferSize,
+                                              size_t* length) {
+    return m_store.GetBinary(CheckedName(name), buffer, bufferSize, length);
+}
+
+int32_t CZQModSettingsImpl::GetVariableDouble(const wchar_t* name, double* value) {
+    return m_store.GetDouble(CheckedName(name), value);
+}
+
+int32_t CZQModSettingsImpl::GetVariableBool(const wchar_t* name, ZQBool* value) {
+    return m_store.GetBool(CheckedName(name), value);
+}
+
+int32_t CZQModSettingsImpl::GetVariableInt64(const wchar_t* name, int64_t* value) {
+    return m_store.GetInt64(CheckedName(name), value);
+}
+
+int32_t CZQModSettingsImpl::GetVariableString(const wchar_t* name, wchar_t* buffer, int32_t bufferSize) {
+    return m_store.GetString(CheckedName(name), buffer, bufferSize);
+}
+
+} // namespace zq

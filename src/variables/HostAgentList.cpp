@@ -1,0 +1,58 @@
+#include "variables/HostAgentList.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace zq {
+
+HostAgentList::Agents::iterator HostAgentList::Find(CZQVariableHost* host) {
+    return std::find_if(m_agents.begin(), m_agents.end(),
+                        [host](const auto& agent) { return agent->Host() == host; });
+}
+
+void HostAgentList::RegisterHost(CZQVariableHost* host) {
+    MutexLock lock(m_mutex);
+    if (Find(host) != m_agents.end()) {
+        return;
+    }
+    m_agents.push_back(std::make_unique<CZQVariableHostAgent>(host, TerminationGuards()));
+    m_agents.back()->Start();
+}
+
+void HostAgentList::UnregisterHost(CZQVariableHost* host) {
+    // Destroyed, and so stopped, behind the lock: a callback under way may come back for the list.
+    std::unique_ptr<CZQVariableHostAgent> agent;
+    {
+        MutexLock lock(m_mutex);
+        const auto found = Find(host);
+        if (found == m_agents.end()) {
+            return;
+        }
+        agent = std::move(*found);
+        m_agents.erase(found);
+    }
+}
+
+void HostAgentList::UnregisterAll() {
+    MutexLock lock(m_mutex);
+    for (auto& agent : m_agents) {
+        agent.reset();
+    }
+    m_agents = Agents();
+}
+
+void HostAgentList::NotifyHosts(std::wstring_view name, uint32_t type, CZQVariableHost* source) {
+    MutexLock lock(m_mutex);
+    for (const auto& agent : m_agents) {
+        agent->Enqueue(name, type, source);
+    }
+}
+
+void HostAgentList::NotifyHostsReloaded() {
+    MutexLock lock(m_mutex);
+    for (const auto& agent : m_agents) {
+        agent->EnqueueReload();
+    }
+}
+
+} // namespace zq
