@@ -30,12 +30,10 @@ class CZQModSettings {
     //
     // host           receives the messages; not owned, may be null for silence, but DoStart needs one
     // hostPath       a path inside the installation folder: the part before its last backslash is used, at
-    // most 511
-    //                characters
+    //                most 511 characters
     // defaultDir     the folder of the default files, without a backslash at its end; only read
     // commonDataDir  the machine's common application-data folder, without a backslash at its end; the data
-    // folder
-    //                "ZQserver" must exist below it
+    //                folder "ZQserver" must exist below it
     //
     // A null path is taken as the empty one. Returns 0. A default file that is needed and missing, or a data
     // folder that is missing, leaves DoInit as std::filesystem::filesystem_error (see CZQVariable.h on
@@ -83,9 +81,8 @@ class CZQModSettings {
     //
     // name       the name of a member at the file's root, points included
     // perDevice  other than 0: `name` is "CL.<anything>.<member>", and the member is that of the headset in
-    // use, the
-    //            entry of the file's "CL" at the place that the integer variable "DHI" gives. Where the file
-    //            has no "CL" it is as if 0 were given.
+    //            use, the entry of the file's "CL" at the place that the integer variable "DHI" gives. Where
+    //            the file has no "CL" it is as if 0 were given.
     virtual void SaveConfigDouble(const wchar_t* name, double value, ZQBool perDevice) {
         (void)name, (void)value, (void)perDevice;
     }
@@ -109,7 +106,7 @@ class CZQModSettings {
 
 // The type of the DLL's one export, "CreateSettings", for GetProcAddress. It returns a new module object, or
 // null when there is no memory. Each call makes an object of its own.
-typedef CZQModSettings* (*ZQCreateSettingsFunction)();
+using ZQCreateSettingsFunction = CZQModSettings* (*)();
 
 // The second interface of a module object: it stands right behind the first one.
 inline CZQVariable* ZQVariables(CZQModSettings* module) {

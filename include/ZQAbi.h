@@ -33,7 +33,7 @@ public:
 
 // A truth value as it crosses the interfaces: one byte, 0 is false. The store keeps the byte as given, so
 // this is not `bool`, which may hold 0 and 1 alone.
-typedef uint8_t ZQBool;
+using ZQBool = uint8_t;
 
 // The type of a variable. The same codes stand in change notices and in packets.
 enum VariableType : uint32_t {

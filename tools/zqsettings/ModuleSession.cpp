@@ -16,7 +16,7 @@ namespace {
 constexpr const wchar_t* kDataFolderName = L"ZQserver";
 
 fs::path ExistingFolder(const fs::path& path, const char* what) {
-    const fs::path folder = fs::absolute(path).make_preferred();
+    fs::path folder = fs::absolute(path).make_preferred();
     if (!fs::is_directory(folder)) {
         throw Failure(std::string("the ") + what + " folder " + Utf8FromPath(folder) + " does not exist");
     }
@@ -25,7 +25,7 @@ fs::path ExistingFolder(const fs::path& path, const char* what) {
 
 // The common application-data folder that holds the data folder; either of the two may be given.
 fs::path CommonDataFolder(const fs::path& given) {
-    const fs::path folder = ExistingFolder(given, "data");
+    fs::path folder = ExistingFolder(given, "data");
     const fs::path name = folder.has_filename() ? folder.filename() : folder.parent_path().filename();
     if (_wcsicmp(name.c_str(), kDataFolderName) != 0) {
         return folder;

@@ -62,6 +62,8 @@ template <class... Functions>
 struct Overloads : Functions... {
     using Functions::operator()...;
 };
+template <class... Functions>
+Overloads(Functions...) -> Overloads<Functions...>;
 
 size_t Columns(const std::string& utf8) {
     return static_cast<size_t>(
