@@ -7,7 +7,6 @@
 
 #include <windows.h>
 
-#include <psapi.h>
 #include <winternl.h>
 
 namespace zq::test {
@@ -51,12 +50,20 @@ size_t HandleCount() {
     }));
 }
 
-size_t PrivateBytes() {
-    PROCESS_MEMORY_COUNTERS_EX counters{};
-    counters.cb = sizeof(counters);
-    GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters),
-                         sizeof(counters));
-    return counters.PrivateUsage;
+size_t HeapBytes() {
+    std::vector<HANDLE> heaps(64);
+    const DWORD count = GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data());
+    heaps.resize(std::min<size_t>(count, heaps.size()));
+    size_t bytes = 0;
+    for (const HANDLE heap : heaps) {
+        HeapLock(heap);
+        PROCESS_HEAP_ENTRY entry{};
+        while (HeapWalk(heap, &entry)) {
+            bytes += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? entry.cbData : 0;
+        }
+        HeapUnlock(heap);
+    }
+    return bytes;
 }
 
 } // namespace zq::test

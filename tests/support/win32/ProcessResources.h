@@ -8,7 +8,7 @@ namespace zq::test {
 // Open handles, from the system's own table.
 size_t HandleCount();
 
-// Private memory in bytes.
-size_t PrivateBytes();
+// Bytes in use in all heaps of the process: those of the run-time, of COM and of OLE texts and arrays.
+size_t HeapBytes();
 
 } // namespace zq::test
