@@ -390,6 +390,11 @@ std::vector<std::wstring> FakeWbem::Calls() const {
     return m_calls;
 }
 
+void FakeWbem::ForgetCalls() {
+    const std::lock_guard lock(m_mutex);
+    std::vector<std::wstring>().swap(m_calls);
+}
+
 std::vector<std::wstring> FakeWbem::Complaints() const {
     const std::lock_guard lock(m_mutex);
     return m_complaints;

@@ -63,6 +63,7 @@ public:
 
     // What was asked, one line each, such as "connect root\Cimv2".
     std::vector<std::wstring> Calls() const;
+    void ForgetCalls();
     std::vector<std::wstring> Complaints() const;
     // COM objects that somebody still holds, the class factory aside.
     int LiveObjects() const { return m_liveObjects; }

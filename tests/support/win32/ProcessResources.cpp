@@ -8,8 +8,6 @@
 #include <windows.h>
 
 #include <tlhelp32.h>
-
-#include <psapi.h>
 #include <winternl.h>
 
 namespace zq::test {
@@ -53,12 +51,20 @@ size_t HandleCount() {
     }));
 }
 
-size_t PrivateBytes() {
-    PROCESS_MEMORY_COUNTERS_EX counters{};
-    counters.cb = sizeof(counters);
-    GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters),
-                         sizeof(counters));
-    return counters.PrivateUsage;
+size_t HeapBytes() {
+    std::vector<HANDLE> heaps(64);
+    const DWORD count = GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data());
+    heaps.resize(std::min<size_t>(count, heaps.size()));
+    size_t bytes = 0;
+    for (const HANDLE heap : heaps) {
+        HeapLock(heap);
+        PROCESS_HEAP_ENTRY entry{};
+        while (HeapWalk(heap, &entry)) {
+            bytes += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? entry.cbData : 0;
+        }
+        HeapUnlock(heap);
+    }
+    return bytes;
 }
 
 size_t ThreadCount() {
@@ -71,18 +77,6 @@ size_t ThreadCount() {
     }
     CloseHandle(snapshot);
     return count;
-}
-
-size_t HeapBytes() {
-    const HANDLE heap = GetProcessHeap();
-    HeapLock(heap);
-    PROCESS_HEAP_ENTRY entry{};
-    size_t bytes = 0;
-    while (HeapWalk(heap, &entry)) {
-        bytes += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? entry.cbData : 0;
-    }
-    HeapUnlock(heap);
-    return bytes;
 }
 
 } // namespace zq::test

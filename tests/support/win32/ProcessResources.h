@@ -11,10 +11,7 @@ size_t HandleCount();
 // Threads of this process.
 size_t ThreadCount();
 
-// Bytes in use in the process heap.
+// Bytes in use in all heaps of the process: those of the run-time, of COM and of OLE texts and arrays.
 size_t HeapBytes();
-
-// Private memory in bytes.
-size_t PrivateBytes();
 
 } // namespace zq::test
