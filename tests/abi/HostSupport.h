@@ -30,6 +30,17 @@ private:
     void* m_event;
 };
 
+// Returns whether the condition came to hold. It is looked at again at each signal.
+template <class Condition>
+bool WaitUntil(Signal& signal, Condition condition) {
+    while (!condition()) {
+        if (!signal.Wait()) {
+            return condition();
+        }
+    }
+    return true;
+}
+
 // The address of CreateSettings in the DLL beside this program. Ends the program when there is none.
 void* FindCreateSettings();
 

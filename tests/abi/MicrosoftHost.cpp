@@ -18,21 +18,19 @@ public:
     explicit Host(const Folders& folders) : m_folders(folders) {}
 
     void Log(const wchar_t* tag, int32_t level, const wchar_t* format, va_list arguments) override {
-        ++messages;
         ZQ_CHECK(Equals(L"ZQModSettings", tag));
         ZQ_CHECK(level >= 1 && level <= 3);
-        hasBegun = hasBegun || (messages == 1 && level == 2 && Equals(L"DoInit begin", format));
+        hasBegun = hasBegun || (level == 2 && Equals(L"DoInit begin", format));
         hasCopied = hasCopied || (level == 1 && IsCopyMessage(format, arguments));
-        hasEnded = hasEnded || (level == 2 && Equals(L"DoInit end.", format));
+        hasNamed = hasNamed || (level == 2 && FormatsTo(L"Get device name MERIN5", format, arguments));
         hasReleased = hasReleased || (level == 2 && Equals(L"DoRelease end", format));
     }
 
     void OnConfigReloaded() override { reloaded.Set(); }
 
-    int messages = 0;
     bool hasBegun = false;
     bool hasCopied = false;
-    bool hasEnded = false;
+    bool hasNamed = false;
     bool hasReleased = false;
     Signal reloaded;
 
@@ -46,12 +44,17 @@ private:
     const Folders& m_folders;
 };
 
+// Keeps the types of the changes that it hears of, in their order.
 class VariableHost final : public CZQVariableHost {
 public:
     void OnVariableChanged(const wchar_t* name, uint32_t type, CZQVariableHost* source) override {
-        if (Equals(L"Abi.Integer", name)) {
-            ZQ_CHECK(type == VariableTypeInt64);
-            ZQ_CHECK(source == expectedSource);
+        ZQ_CHECK(name[0] == L'A' && name[1] == L'b' && name[2] == L'i');
+        ZQ_CHECK(source == expectedSource);
+        if (count < sizeof(types) / sizeof(types[0])) {
+            types[count] = type;
+        }
+        ++count;
+        if (Equals(L"Abi.Last", name)) {
             changed.Set();
         }
     }
@@ -59,6 +62,8 @@ public:
     void OnVariablesReloaded() override { reloaded.Set(); }
 
     CZQVariableHost* expectedSource = nullptr;
+    uint32_t types[8] = {};
+    uint32_t count = 0;
     Signal changed;
     Signal reloaded;
 };
@@ -84,25 +89,58 @@ void ReadLoadedVariables(CZQVariable& variables) {
     ZQ_CHECK(variables.GetVariableBinary(L"Abi.Missing", nullptr, 0, &length) == 0 && length == 77);
 }
 
-void SetVariables(CZQVariable& variables, VariableHost& host, VariableHost& source) {
+void SetVariables(CZQVariable& variables, CZQVariableHost& source) {
     const unsigned char bytes[3] = {1, 0, 255};
-    variables.RegisterHost(&host);
-    variables.RegisterHost(&source);
     variables.Reserved();
     variables.SetVariableBinary(L"Abi.Binary", sizeof(bytes), bytes, &source, 0);
     variables.SetVariableDouble(L"Abi.Double", -2.5, &source, 0);
-    variables.SetVariableBool(L"Abi.Bool", 1, &source, 0);
+    variables.SetVariableBool(L"Abi.Bool", 2, &source, 0);
     variables.SetVariableInt64(L"Abi.Integer", INT64_MIN, &source, 0);
-    variables.SetVariableString(L"Abi.String", L"text", &source, 0);
+    variables.SetVariableString(L"Abi.Last", L"text", &source, 0);
+
+    unsigned char read[3] = {};
+    size_t length = 0;
+    ZQ_CHECK(variables.GetVariableBinary(L"Abi.Binary", read, sizeof(read), &length) == 1);
+    ZQ_CHECK(length == sizeof(bytes) && Equals(bytes, read, sizeof(bytes)));
+    double real = 0;
+    ZQ_CHECK(variables.GetVariableDouble(L"Abi.Double", &real) == 1 && real == -2.5);
+    ZQBool truth = 0;
+    ZQ_CHECK(variables.GetVariableBool(L"Abi.Bool", &truth) == 1 && truth == 2);
+    int64_t integer = 0;
+    ZQ_CHECK(variables.GetVariableInt64(L"Abi.Integer", &integer) == 1 && integer == INT64_MIN);
+    wchar_t text[8];
+    ZQ_CHECK(variables.GetVariableString(L"Abi.Last", text, 8) == 1 && Equals(L"text", text));
+}
+
+void HearOfChanges(CZQVariable& variables, VariableHost& listener, VariableHost& source) {
+    variables.RegisterHost(&listener);
+    variables.RegisterHost(&source);
+    listener.expectedSource = &source;
+    SetVariables(variables, source);
+    ZQ_CHECK(listener.changed.Wait());
+    const uint32_t expected[5] = {VariableTypeBinary, VariableTypeDouble, VariableTypeBool, VariableTypeInt64,
+                                  VariableTypeString};
+    ZQ_CHECK(listener.count == 5 && Equals(expected, listener.types, sizeof(expected)));
+    ZQ_CHECK(source.count == 0);
 }
 
 void Pack(CZQVariable& variables) {
     const int64_t value = 7;
     size_t size = 0;
-    void* packet = variables.PackVariable(L"Abi.Packed", VariableTypeInt64, &value, sizeof(value), &size);
-    variables.UnpackVariables(packet, size, nullptr);
+    void* packet = variables.PackVariable(L"Packed", VariableTypeInt64, &value, sizeof(value), &size);
+    ZQ_CHECK(packet && size == 8 + 12 + 6 * sizeof(wchar_t) + sizeof(value));
+    ZQ_CHECK(variables.UnpackVariables(packet, 7, nullptr) == 0);
+    ZQ_CHECK(variables.UnpackVariables(packet, 8, nullptr) == 1);
+    int64_t integer = 0;
+    ZQ_CHECK(variables.GetVariableInt64(L"Packed", &integer) == 0);
+    ZQ_CHECK(variables.UnpackVariables(packet, size, nullptr) == 1);
+    ZQ_CHECK(variables.GetVariableInt64(L"Packed", &integer) == 1 && integer == 7);
     ZQFreePacket(packet);
-    ZQFreePacket(variables.PackAllVariables(&size));
+
+    packet = variables.PackAllVariables(&size);
+    ZQ_CHECK(packet && size > 1000);
+    ZQ_CHECK(variables.UnpackVariables(packet, size, nullptr) == 1);
+    ZQFreePacket(packet);
 }
 
 void Save(CZQModSettings& module) {
@@ -128,17 +166,20 @@ void DriveThroughBothInterfaces() {
     ZQ_CHECK(sizeof(CZQModSettings) == sizeof(void*) && sizeof(CZQVariable) == sizeof(void*));
 
     ZQ_CHECK(module->DoInit(&host, folders.HostPath(), folders.DefaultDir(), folders.CommonDataDir()) == 0);
-    ZQ_CHECK(host.hasBegun && host.hasCopied && host.hasEnded);
+    ZQ_CHECK(host.hasBegun && host.hasCopied && host.hasNamed);
     ReadLoadedVariables(variables);
+    host.hasNamed = false;
     module->UpdateDefaultDeviceName();
+    ZQ_CHECK(host.hasNamed);
 
-    SetVariables(variables, listener, source);
-    Pack(variables);
+    HearOfChanges(variables, listener, source);
+    listener.expectedSource = nullptr;
     ZQ_CHECK(module->DoStart() == 0);
     Save(*module);
 
     variables.UnregisterHost(&source);
     variables.UnregisterHost(&listener);
+    Pack(variables);
     module->DoStop();
     variables.RemoveAllVariables();
     int64_t integer = 5;

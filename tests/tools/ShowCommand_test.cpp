@@ -48,6 +48,18 @@ TEST(ShowCommand, PrintsMessagesThenTheTable) {
     EXPECT_LT(table, run.output.size());
 }
 
+TEST(ShowCommand, NarrowsTheTable) {
+    const ToolRun run = RunTool(L"show --prefix Settings.C --type bool,Double");
+
+    EXPECT_EQ(0u, run.exitCode);
+    EXPECT_TRUE(run.output.ends_with("\n\n"
+                                     "NAME                      TYPE     VALUE\n"
+                                     "Settings.CheckForUpdates  bool     true\n"
+                                     "Settings.CurrentBitrate   double   70.0\n"
+                                     "2 variables\n"))
+        << run.output;
+}
+
 TEST(ShowCommand, RemovesItsScratchFolder) {
     const size_t before = ScratchFolders();
 
@@ -61,6 +73,7 @@ TEST(ShowCommand, KeepsTheMessagesOutOfTheJson) {
 
     EXPECT_EQ(0u, run.exitCode);
     EXPECT_TRUE(run.output.starts_with("["));
+    EXPECT_NE(std::string::npos, run.output.find("\"name\": \"Settings.CurrentBitrate\""));
     EXPECT_TRUE(run.output.ends_with("]\n"));
     EXPECT_TRUE(run.errors.starts_with("[2] ZQModSettings: DoInit begin\n"));
 }

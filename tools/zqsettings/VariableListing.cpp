@@ -3,9 +3,9 @@
 #include "Failure.h"
 
 #include "ZQPacketMemory.h"
+#include "variables/VariablePacket.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <memory>
 
@@ -13,32 +13,12 @@ namespace zq::tool {
 
 namespace {
 
-constexpr std::array<uint8_t, 3> kMagic = {0xBF, 0xFE, 0xEB};
-constexpr size_t kHeaderSize = 8;
-constexpr size_t kRecordHeadSize = 12;
+using Bytes = std::span<const std::byte>;
 
-// Takes a packet apart from front to back.
-class PacketReader {
-public:
-    explicit PacketReader(std::span<const uint8_t> bytes) : m_rest(bytes) {}
-
-    bool IsAtEnd() const { return m_rest.empty(); }
-
-    std::span<const uint8_t> Take(size_t count) {
-        if (count > m_rest.size()) {
-            throw Failure("the module's packet ends inside a record");
-        }
-        const auto taken = m_rest.first(count);
-        m_rest = m_rest.subspan(count);
-        return taken;
-    }
-
-private:
-    std::span<const uint8_t> m_rest;
-};
+constexpr uint32_t kEncodingUtf16 = 0;
 
 template <class Value>
-Value ValueOf(std::span<const uint8_t> bytes) {
+Value ValueOf(Bytes bytes) {
     Value value;
     if (bytes.size() != sizeof(value)) {
         throw Failure("the module's packet has a value of the wrong length");
@@ -47,36 +27,27 @@ Value ValueOf(std::span<const uint8_t> bytes) {
     return value;
 }
 
-std::wstring TextOf(std::span<const uint8_t> bytes) {
-    std::wstring text(bytes.size() / sizeof(wchar_t), L'\0');
-    std::memcpy(text.data(), bytes.data(), text.size() * sizeof(wchar_t));
-    return text;
+std::vector<uint8_t> BinaryOf(Bytes bytes) {
+    std::vector<uint8_t> binary(bytes.size());
+    std::transform(bytes.begin(), bytes.end(), binary.begin(), std::to_integer<uint8_t>);
+    return binary;
 }
 
-VariableValue DecodeValue(uint32_t type, std::span<const uint8_t> bytes) {
-    switch (type) {
+VariableValue DecodeValue(const PacketReader& reader, const PacketRecord& record) {
+    switch (record.type) {
     case VariableTypeBool:
-        return ValueOf<ZQBool>(bytes);
+        return ValueOf<ZQBool>(record.value);
     case VariableTypeInt64:
-        return ValueOf<int64_t>(bytes);
+        return ValueOf<int64_t>(record.value);
     case VariableTypeDouble:
-        return ValueOf<double>(bytes);
+        return ValueOf<double>(record.value);
     case VariableTypeString:
-        return TextOf(bytes);
+        return reader.Decode(record.value);
     case VariableTypeBinary:
-        return std::vector<uint8_t>(bytes.begin(), bytes.end());
+        return BinaryOf(record.value);
     default:
         throw Failure("the module's packet has a value of an unknown type");
     }
-}
-
-Variable DecodeRecord(PacketReader& reader) {
-    const auto head = reader.Take(kRecordHeadSize);
-    const auto type = ValueOf<uint32_t>(head.subspan(0, 4));
-    const auto nameLength = ValueOf<uint32_t>(head.subspan(4, 4));
-    const auto dataLength = ValueOf<uint32_t>(head.subspan(8, 4));
-    std::wstring name = TextOf(reader.Take(nameLength));
-    return {std::move(name), DecodeValue(type, reader.Take(dataLength))};
 }
 
 struct FreePacket {
@@ -86,15 +57,17 @@ struct FreePacket {
 } // namespace
 
 std::vector<Variable> DecodePacket(std::span<const uint8_t> packet) {
-    PacketReader reader(packet);
-    const auto header = reader.Take(kHeaderSize);
-    if (!std::equal(kMagic.begin(), kMagic.end(), header.begin()) ||
-        ValueOf<uint32_t>(header.subspan(4, 4)) != 0) {
+    PacketReader reader(std::as_bytes(packet));
+    if (!reader.IsPacket() || reader.Encoding() != kEncodingUtf16) {
         throw Failure("the module's packet does not begin as a packet in UTF-16 does");
     }
     std::vector<Variable> variables;
-    while (!reader.IsAtEnd()) {
-        variables.push_back(DecodeRecord(reader));
+    PacketRecord record;
+    while (reader.Next(record)) {
+        variables.push_back({std::wstring(record.name), DecodeValue(reader, record)});
+    }
+    if (reader.Stop() != PacketStop::End) {
+        throw Failure("the module's packet is damaged at byte " + std::to_string(reader.Offset()));
     }
     return variables;
 }
@@ -103,7 +76,7 @@ std::vector<Variable> ListVariables(CZQVariable& variables) {
     size_t size = 0;
     const std::unique_ptr<void, FreePacket> packet(variables.PackAllVariables(&size));
     if (!packet) {
-        return {};
+        throw Failure("the module lists no variables");
     }
     std::vector<Variable> list = DecodePacket({static_cast<const uint8_t*>(packet.get()), size});
     std::sort(list.begin(), list.end(), [](const Variable& left, const Variable& right) {
