@@ -10,6 +10,7 @@
 #include "platform/Files.h"
 #include "platform/HostLog.h"
 #include "platform/Thread.h"
+#include "sysinfo/StringPublisher.h"
 #include "variables/HostAgentList.h"
 #include "variables/VariableStore.h"
 
@@ -71,6 +72,9 @@ private:
     // Lifecycle.cpp
     void BuildPaths();
     std::wstring DataFolder() const;
+    void SurveyMachine();
+    // Sets a string variable and tells the hosts, as the rooms that know no store ask for it.
+    StringPublisher VariablePublisher();
 
     // VariableSlots.cpp
     void UnpackRecord(const PacketReader& reader, const PacketRecord& record, CZQVariableHost* source);

@@ -48,17 +48,16 @@ bool CZQModSettingsImpl::LoadPrivateFile(const ConfigFileRow& row) {
 bool CZQModSettingsImpl::LoadOrRepair(const ConfigFileRow& row, const wchar_t* message) {
     const std::wstring& path = this->*row.privatePath;
     for (int tries = 1;; ++tries) {
-        const std::optional<FileTime> before = LastWriteTime(path);
+        const std::optional<FileState> before = QueryFileState(path);
         if (LoadPrivateFile(row)) {
             return false;
         }
-        // What was refused may have been half an edit that is whole by now: only what is still as it was
-        // refused is replaced.
-        if (tries == kLoadTries || LastWriteTime(path) == before) {
-            break;
-        }
+        // What was refused may have been half an edit: only what stays as it was refused is replaced.
         if (!WaitUntilFileSettles(path, m_hStopEvent)) {
             return false;
+        }
+        if (tries == kLoadTries || QueryFileState(path) == before) {
+            break;
         }
     }
     RemoveRejectedFile(path);

@@ -3,8 +3,11 @@
 
 #include "module/ConfigFileTable.h"
 #include "module/DefaultSettings.h"
+#include "sysinfo/ClientVersion.h"
+#include "sysinfo/WmiSurvey.h"
 
 #include <stdexcept>
+#include <utility>
 
 namespace zq {
 
@@ -36,6 +39,7 @@ int32_t CZQModSettingsImpl::DoInit(CZQModHost* host, const wchar_t* hostPath, co
     LoadDefaultSettings(m_store);
     ProvisionPrivateFiles();
     LoadPrivateFiles();
+    SurveyMachine();
     UpdateDefaultDeviceName();
     m_log.Log(LogProgress, L"DoInit end.");
     return 0;
@@ -51,9 +55,24 @@ void CZQModSettingsImpl::BuildPaths() {
     m_strInstallDir = FolderOf(m_strHostPath);
 }
 
+StringPublisher CZQModSettingsImpl::VariablePublisher() {
+    return [this](const wchar_t* name, const std::wstring& value) {
+        SetVariableString(name, value.c_str(), nullptr, 0);
+    };
+}
+
+void CZQModSettingsImpl::SurveyMachine() {
+    MachineSurvey machine{m_strMachineType, m_strNetworkSpeed, m_strNetworkDriverVersion};
+    WmiServiceExectue(m_log, VariablePublisher(), machine);
+    m_strMachineType = std::move(machine.machineType);
+    m_strNetworkSpeed = std::move(machine.networkSpeed);
+    m_strNetworkDriverVersion = std::move(machine.networkDriverVersion);
+}
+
 int32_t CZQModSettingsImpl::DoStart() {
     m_log.Log(LogProgress, L"DoStart begin");
     m_hWatchThread.Start(WatchThreadRoutine, this);
+    GetLocalClientAPKVersion(m_log, VariablePublisher(), m_strInstallDir);
     m_log.Log(LogProgress, L"DoStart end");
     return 0;
 }

@@ -17,6 +17,8 @@ constexpr DWORD kSharingRetryPause = 10;
 constexpr uint64_t kTicksPerSecond = 10'000'000;
 constexpr int64_t kSecondsFrom1601To1970 = 11'644'473'600;
 
+uint64_t Join(DWORD high, DWORD low) { return static_cast<uint64_t>(high) << 32U | low; }
+
 bool IsHeldByOthers(DWORD error) {
     return error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION ||
            error == ERROR_USER_MAPPED_FILE;
@@ -45,14 +47,19 @@ std::error_code SystemError(DWORD error) { return {static_cast<int>(error), std:
 
 int ExistenceResult(const std::wstring& path) { return _waccess(path.c_str(), 0); }
 
-std::optional<FileTime> LastWriteTime(const std::wstring& path) {
+std::optional<FileState> QueryFileState(const std::wstring& path) {
     WIN32_FILE_ATTRIBUTE_DATA data{};
     if (!GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) {
         return std::nullopt;
     }
-    const uint64_t ticks = static_cast<uint64_t>(data.ftLastWriteTime.dwHighDateTime) << 32U |
-                           data.ftLastWriteTime.dwLowDateTime;
-    return FileTime{static_cast<int64_t>(ticks / kTicksPerSecond) - kSecondsFrom1601To1970, ticks};
+    const uint64_t ticks = Join(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime);
+    const int64_t seconds = static_cast<int64_t>(ticks / kTicksPerSecond) - kSecondsFrom1601To1970;
+    return FileState{{seconds, ticks}, Join(data.nFileSizeHigh, data.nFileSizeLow)};
+}
+
+std::optional<FileTime> LastWriteTime(const std::wstring& path) {
+    const std::optional<FileState> state = QueryFileState(path);
+    return state ? std::optional(state->lastWrite) : std::nullopt;
 }
 
 void CopyWholeFile(const std::wstring& from, const std::wstring& to, CopyMode mode) {

@@ -17,11 +17,19 @@ struct FileTime {
     friend bool operator==(const FileTime&, const FileTime&) = default;
 };
 
+struct FileState {
+    FileTime lastWrite;
+    uint64_t size = 0; // in bytes
+
+    friend bool operator==(const FileState&, const FileState&) = default;
+};
+
 // The file-system access test for existence: 0 when the path exists, -1 when it does not.
 int ExistenceResult(const std::wstring& path);
 inline bool FileExists(const std::wstring& path) { return ExistenceResult(path) == 0; }
 
 // Nothing when the path cannot be queried.
+std::optional<FileState> QueryFileState(const std::wstring& path);
 std::optional<FileTime> LastWriteTime(const std::wstring& path);
 
 enum class CopyMode { FailIfExists, Overwrite };

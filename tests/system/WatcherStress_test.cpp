@@ -2,8 +2,9 @@
 //
 // ZQ_TEST_LONG in the environment runs the long forms.
 #include "support/win32/ChildProcess.h"
-#include "support/win32/LeftBehind.h"
+#include "support/win32/ImportPatch.h"
 #include "support/win32/Module.h"
+#include "support/win32/ProcessResources.h"
 #include "support/win32/Waiting.h"
 
 #include <cstdlib>
@@ -37,13 +38,13 @@ protected:
         EXPECT_TRUE(WaitFor([&] { return module.Int64(L"Edit") == edit; })) << *module.Int64(L"Edit");
         const std::string file = ReadBytes(folders.Private(kSettingsName));
         EXPECT_TRUE(file.starts_with("{\"Edit\":" + std::to_string(edit) + ",")) << file.substr(0, 40);
-        EXPECT_EQ(0, CountRefused());
+        EXPECT_EQ(0, CountRepairs());
     }
 
-    int CountRefused() const {
+    int CountRepairs() const {
         int count = 0;
         for (const LogLine& line : host.Lines()) {
-            count += line.level == 1 ? 1 : 0;
+            count += line.text.find(L" again OK ") != std::wstring::npos ? 1 : 0;
         }
         return count;
     }
@@ -107,7 +108,15 @@ TEST_F(WatcherStress, AmongThousandsOfOtherFilesAllThreeEndAsOnDisk) {
     ExpectLastEdit(files / 500 + 1);
 }
 
+HRESULT WINAPI RefuseCom(void*, DWORD) { return E_FAIL; }
+void WINAPI IgnoreCom() {}
+
 TEST(LifecycleStress, ManyLifecyclesLeaveNothingBehind) {
+    // Wine's own WMI leaves 128 bytes behind for each look at the display; the survey has its own test with a
+    // fake.
+    const HMODULE dll = LoadModuleDll();
+    const ImportPatch noCom(dll, "ole32.dll", "CoInitializeEx", AsProc(RefuseCom));
+    const ImportPatch noEnd(dll, "ole32.dll", "CoUninitialize", AsProc(IgnoreCom));
     const auto live = [] {
         ModuleFolders folders;
         RecordingHost host;
@@ -118,17 +127,17 @@ TEST(LifecycleStress, ManyLifecyclesLeaveNothingBehind) {
     for (int i = 0; i < 5; ++i) {
         live();
     }
-    const size_t handles = CountHandles();
-    const size_t threads = CountThreads();
-    const size_t heap = CountHeapBytes();
+    const size_t handles = HandleCount();
+    const size_t threads = ThreadCount();
+    const size_t heap = HeapBytes();
 
     for (int i = 0; i < Long(200, 40); ++i) {
         live();
     }
 
-    EXPECT_TRUE(WaitFor([&] { return CountThreads() <= threads; }));
-    EXPECT_LE(CountHandles(), handles);
-    EXPECT_LE(CountHeapBytes(), heap + 4096);
+    EXPECT_TRUE(WaitFor([&] { return ThreadCount() <= threads; }));
+    EXPECT_LE(HandleCount(), handles);
+    EXPECT_LE(HeapBytes(), heap + 4096);
 }
 
 TEST(LifecycleStress, StoppingWhileAReloadIsUnderWayReturnsWithinASecond) {

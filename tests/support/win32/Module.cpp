@@ -6,15 +6,17 @@
 
 namespace zq::test {
 
+HMODULE LoadModuleDll() {
+    static const HMODULE dll = LoadLibraryW(L"ZQModSettings.dll");
+    if (!dll) {
+        throw std::runtime_error("ZQModSettings.dll is not beside the test program");
+    }
+    return dll;
+}
+
 CZQModSettings* CreateFromDll() {
-    static const auto create = [] {
-        const HMODULE dll = LoadLibraryW(L"ZQModSettings.dll");
-        if (!dll) {
-            throw std::runtime_error("ZQModSettings.dll is not beside the test program");
-        }
-        return reinterpret_cast<ZQCreateSettingsFunction>(
-            reinterpret_cast<void*>(GetProcAddress(dll, "CreateSettings")));
-    }();
+    static const auto create = reinterpret_cast<ZQCreateSettingsFunction>(
+        reinterpret_cast<void*>(GetProcAddress(LoadModuleDll(), "CreateSettings")));
     return create();
 }
 

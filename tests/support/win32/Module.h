@@ -11,9 +11,12 @@
 #include <string>
 #include <vector>
 
+#include <windows.h>
+
 namespace zq::test {
 
 // The DLL beside the test program, loaded once and kept.
+HMODULE LoadModuleDll();
 CZQModSettings* CreateFromDll();
 
 // A new module object; stopped, released and destroyed in the order that hosts have to keep.

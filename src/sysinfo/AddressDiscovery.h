@@ -1,0 +1,25 @@
+// The addresses under which this machine can be reached, as the string variable "Server IP List": how a list
+// becomes that variable, and the discovery without WMI.
+//
+// Runs on the initialising thread. Never writes any other variable.
+#pragma once
+
+#include "sysinfo/StringPublisher.h"
+
+#include <string>
+#include <vector>
+
+namespace zq {
+
+class HostLog;
+
+// Joins the addresses in their order, logs them under the name of the function that found them, and
+// publishes them. `addresses` is not empty.
+void PublishServerIpList(const HostLog& log, const StringPublisher& publish, const char* function,
+                         const std::vector<std::string>& addresses);
+
+// Publishes the first address of each adapter that has it from a DHCP server, or a fixed address when there
+// is no such adapter. Publishes nothing when the system does not list its adapters.
+void FindIpAddress(const HostLog& log, const StringPublisher& publish);
+
+} // namespace zq

@@ -1,0 +1,22 @@
+// What the survey learns of one graphics adapter. The texts are in the ANSI code page.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace zq {
+
+class WmiObject;
+
+enum class GraphicsVendor { Nvidia = 0, Amd = 1, Other = 2 };
+
+struct GraphicsAdapter {
+    GraphicsVendor vendor;
+    std::string name;
+    std::string driverVersion;
+};
+
+// From an object of Win32_VideoController; nothing when it has no device id.
+std::optional<GraphicsAdapter> ReadGraphicsAdapter(const WmiObject& object);
+
+} // namespace zq

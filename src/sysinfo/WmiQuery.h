@@ -1,0 +1,61 @@
+// WMI as the survey needs it: connect to a namespace, run a query, visit each object, read its properties.
+//
+// Nothing here logs or throws on a WMI failure; what cannot be read is nothing. The calling thread is in the
+// multithreaded apartment, and stays there as long as these objects live.
+#pragma once
+
+#include "sysinfo/WmiQueryReport.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <windows.h>
+
+#include <wbemcli.h>
+#include <wrl/client.h>
+
+namespace zq {
+
+class ScopedVariant;
+
+// A view of one object of a query's result, valid while it is visited. A property that is missing, null or
+// of another type cannot be read.
+class WmiObject {
+public:
+    explicit WmiObject(IWbemClassObject& object) : m_object(object) {}
+
+    std::optional<std::wstring> Text(const wchar_t* property) const;
+    // Of a number too: 64-bit numbers come as texts, smaller ones as they are.
+    std::optional<std::wstring> NumberText(const wchar_t* property) const;
+    // The first element of an array of texts.
+    std::optional<std::wstring> FirstText(const wchar_t* property) const;
+    // The elements of an array of integers of up to 32 bits, without those that cannot be fetched.
+    std::vector<int64_t> Integers(const wchar_t* property) const;
+
+private:
+    bool Read(const wchar_t* property, ScopedVariant& value) const;
+
+    IWbemClassObject& m_object;
+};
+
+class WmiService {
+public:
+    // Nothing when the namespace cannot be reached. `observe` may be empty, and outlives the service.
+    static std::optional<WmiService> Connect(IWbemLocator& locator, const wchar_t* nameSpace,
+                                             const WmiQueryObserver& observe);
+
+    // Runs a query in WQL and visits its objects one at a time, as they come; an enumeration that fails ends
+    // there. Returns false when the query itself fails.
+    bool ForEach(const wchar_t* query, const std::function<void(const WmiObject&)>& visit) const;
+
+private:
+    WmiService(Microsoft::WRL::ComPtr<IWbemServices> service, const WmiQueryObserver& observe)
+        : m_service(std::move(service)), m_observe(&observe) {}
+
+    Microsoft::WRL::ComPtr<IWbemServices> m_service;
+    const WmiQueryObserver* m_observe;
+};
+
+} // namespace zq

@@ -1,0 +1,64 @@
+#include "support/win32/ComCalls.h"
+
+namespace zq::test {
+
+namespace {
+
+ComCalls* current = nullptr;
+
+template <class Function>
+Function* OriginalOf(const ImportPatch& patch, Function*) {
+    return reinterpret_cast<Function*>(reinterpret_cast<void*>(patch.Original()));
+}
+
+} // namespace
+
+ComCalls::ComCalls()
+    : m_initialize(nullptr, "ole32.dll", "CoInitializeEx", AsProc(&ComCalls::Initialize)),
+      m_initializeSecurity(nullptr, "ole32.dll", "CoInitializeSecurity",
+                           AsProc(&ComCalls::InitializeSecurity)),
+      m_uninitialize(nullptr, "ole32.dll", "CoUninitialize", AsProc(&ComCalls::Uninitialize)) {
+    current = this;
+}
+
+ComCalls::~ComCalls() { current = nullptr; }
+
+HRESULT WINAPI ComCalls::Initialize(void* reserved, DWORD model) {
+    ++current->initializations;
+    if (reserved || model != COINIT_MULTITHREADED) {
+        current->argumentsAsExpected = false;
+    }
+    if (current->initializeResult) {
+        return *current->initializeResult;
+    }
+    return OriginalOf(current->m_initialize, &Initialize)(reserved, model);
+}
+
+HRESULT WINAPI ComCalls::InitializeSecurity(PSECURITY_DESCRIPTOR descriptor, LONG serviceCount,
+                                            SOLE_AUTHENTICATION_SERVICE* services, void* reserved1,
+                                            DWORD authenticationLevel, DWORD impersonationLevel,
+                                            void* authenticationList, DWORD capabilities, void* reserved3) {
+    ++current->securityCalls;
+    if (descriptor || serviceCount != -1 || services || reserved1 ||
+        authenticationLevel != RPC_C_AUTHN_LEVEL_DEFAULT ||
+        impersonationLevel != RPC_C_IMP_LEVEL_IMPERSONATE || authenticationList ||
+        capabilities != EOAC_NONE || reserved3) {
+        current->argumentsAsExpected = false;
+    }
+    if (current->securityResult) {
+        return *current->securityResult;
+    }
+    return OriginalOf(current->m_initializeSecurity,
+                      &InitializeSecurity)(descriptor, serviceCount, services, reserved1, authenticationLevel,
+                                           impersonationLevel, authenticationList, capabilities, reserved3);
+}
+
+void WINAPI ComCalls::Uninitialize() {
+    ++current->uninitializations;
+    if (current->onUninitialize) {
+        current->onUninitialize();
+    }
+    OriginalOf(current->m_uninitialize, &Uninitialize)();
+}
+
+} // namespace zq::test

@@ -1,0 +1,17 @@
+// What this process holds of the system: to see that something was given back.
+#pragma once
+
+#include <cstddef>
+
+namespace zq::test {
+
+// Open handles, from the system's own table.
+size_t HandleCount();
+
+// Threads of this process.
+size_t ThreadCount();
+
+// Bytes in use in all heaps of the process: those of the run-time, of COM and of OLE texts and arrays.
+size_t HeapBytes();
+
+} // namespace zq::test
