@@ -3,7 +3,7 @@
 #include "Text.h"
 #include "VariableText.h"
 
-#include <cstring>
+#include <bit>
 #include <tuple>
 
 namespace zq::tool {
@@ -18,7 +18,7 @@ auto KeyOf(const Variable& variable) {
 bool IsSameValue(const VariableValue& a, const VariableValue& b) {
     const auto* x = std::get_if<double>(&a);
     const auto* y = std::get_if<double>(&b);
-    return x && y ? std::memcmp(x, y, sizeof(*x)) == 0 : a == b;
+    return x && y ? std::bit_cast<uint64_t>(*x) == std::bit_cast<uint64_t>(*y) : a == b;
 }
 
 } // namespace
