@@ -108,6 +108,8 @@ private:
     static unsigned long __stdcall WatchThreadRoutine(void* module);
     void ThreadEntryWatchConfig();
     void WatchUntilStopped(DirectoryWatch& watch);
+    bool HasUnseenEdit() const;
+    void ReloadAndTellHost();
     // False when the stop event cut the pass short.
     bool ReloadPrivateConfigFile();
     bool ReloadIfChanged(const ConfigFileRow& row);

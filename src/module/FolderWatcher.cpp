@@ -48,13 +48,17 @@ void CZQModSettingsImpl::ThreadEntryWatchConfig() {
 }
 
 void CZQModSettingsImpl::WatchUntilStopped(DirectoryWatch& watch) {
-    for (;;) {
+    for (bool isFirst = true;; isFirst = false) {
         const DWORD error = watch.Request();
         if (error != ERROR_SUCCESS) {
             const std::wstring text =
                 L"Fail to ReadDirectoryChangesW, error = " + std::to_wstring(static_cast<int32_t>(error));
             m_log.Log(LogFailure, text.c_str());
             return;
+        }
+        // An edit made since the files were loaded, before anything watched, has raised no completion.
+        if (isFirst && HasUnseenEdit() && !m_hStopEvent.Wait(0)) {
+            ReloadAndTellHost();
         }
         const HANDLE handles[] = {m_hStopEvent.Get(), watch.CompletionEvent()};
         if (WaitForMultipleObjects(2, handles, FALSE, INFINITE) == WAIT_OBJECT_0) {
@@ -65,9 +69,22 @@ void CZQModSettingsImpl::WatchUntilStopped(DirectoryWatch& watch) {
         const bool isMatch =
             result == DirectoryWatch::Result::Lost ||
             (result == DirectoryWatch::Result::Change && IsConfigFileName(watch.FirstName()));
-        if (isMatch && ReloadPrivateConfigFile()) {
-            m_log.Host()->OnConfigReloaded();
+        if (isMatch) {
+            ReloadAndTellHost();
         }
+    }
+}
+
+bool CZQModSettingsImpl::HasUnseenEdit() const {
+    return std::any_of(ConfigFileRow::kAll.begin(), ConfigFileRow::kAll.end(), [this](const ConfigFileRow& row) {
+        const std::optional<FileTime> time = LastWriteTime(this->*row.privatePath);
+        return time && *time != this->*row.time;
+    });
+}
+
+void CZQModSettingsImpl::ReloadAndTellHost() {
+    if (ReloadPrivateConfigFile()) {
+        m_log.Host()->OnConfigReloaded();
     }
 }
 

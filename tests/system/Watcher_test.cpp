@@ -207,6 +207,69 @@ TEST(WatcherStart, AMissingDataFolderEndsTheThreadWithItsMessage) {
     EXPECT_FALSE(host.Has(kEnd));
 }
 
+TEST(WatcherStart, AnEditBetweenDoInitAndDoStartIsLoaded) {
+    ModuleFolders folders;
+    RecordingHost host;
+    Module module;
+    module.Init(host, folders);
+    WriteBytes(folders.Private(kSettingsName), R"({"Edit":1})");
+
+    module->DoStart();
+
+    EXPECT_TRUE(WaitFor([&] { return module.Int64(L"Edit") == 1; }));
+}
+
+TEST(WatcherStart, WithoutAnEditNoPassRuns) {
+    ModuleFolders folders;
+    RecordingHost host;
+    Module module;
+    module.Init(host, folders);
+
+    module->DoStart();
+
+    ASSERT_TRUE(WaitFor([&] { return host.Has(L"CreateFile to programdata folder success."); }));
+    Sleep(100);
+    EXPECT_FALSE(host.Has(L"ReloadPrivateConfigFile begin"));
+}
+
+TEST(WatcherStart, AFolderThatIsMovedAwayWhileWatchedBringsNoPass) {
+    ModuleFolders folders;
+    RecordingHost host;
+    Module module;
+    module.Init(host, folders);
+    module->DoStart();
+    ASSERT_TRUE(WaitFor([&] { return host.Has(L"CreateFile to programdata folder success."); }));
+    Sleep(50);
+    host.Clear();
+    fs::rename(folders.DataDir(), folders.Outside(L"elsewhere"));
+    Sleep(100);
+
+    module->DoStop();
+
+    EXPECT_TRUE(host.Has(kEnd));
+    EXPECT_FALSE(host.Has(L"ReloadPrivateConfigFile begin"));
+}
+
+// Runs a module whose watcher finds a file missing and no default copy for it.
+void LoseFileAndDefault() {
+    ModuleFolders folders;
+    RecordingHost host;
+    Module module;
+    module.Init(host, folders);
+    module->DoStart();
+    WaitFor([&] { return host.Has(L"CreateFile to programdata folder success."); });
+    Sleep(50);
+    fs::remove(folders.Default(kSettingsName));
+    fs::remove(folders.Private(kSettingsName));
+    WaitFor([&] { return host.Reloads() > 0; });
+}
+
+TEST(WatcherStartDeathTest, AFailedCopyIsAnErrorThatNothingOnTheWatchersThreadCatches) {
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+
+    EXPECT_DEATH(LoseFileAndDefault(), "");
+}
+
 TEST(WatcherStart, AStartAfterAStopWatchesNoMore) {
     ModuleFolders folders;
     RecordingHost host;

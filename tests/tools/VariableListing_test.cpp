@@ -94,6 +94,7 @@ TEST(VariableListing, RefusesWhatIsNoPacket) {
     wrongMagic[2] = 0;
     Bytes wrongEncoding = EmptyPacket();
     wrongEncoding[4] = 1;
+    AppendRecord(wrongEncoding, 1, L"A", {1});
     Bytes wrongType = EmptyPacket();
     AppendRecord(wrongType, 6, L"A", {});
     Bytes wrongLength = EmptyPacket();

@@ -9,6 +9,9 @@ class App;
 
 namespace zq::tool {
 
+void AddPacketCommand(CLI::App& app);
+void AddSetCommand(CLI::App& app);
+void AddSetHmdCommand(CLI::App& app);
 void AddShowCommand(CLI::App& app);
 void AddWatchCommand(CLI::App& app);
 

@@ -45,6 +45,9 @@ int Run() {
     app.get_formatter()->column_width(18);
     zq::tool::AddShowCommand(app);
     zq::tool::AddWatchCommand(app);
+    zq::tool::AddSetCommand(app);
+    zq::tool::AddSetHmdCommand(app);
+    zq::tool::AddPacketCommand(app);
     try {
         app.parse(ReversedArguments());
         return 0;

@@ -1,5 +1,5 @@
 // Every variable of a module object, by value. The interface lists its variables only as a packet, so this is
-// where a packet is taken apart.
+// where its packet becomes a list.
 #pragma once
 
 #include "CZQVariable.h"
@@ -27,7 +27,13 @@ struct Variable {
 // In the order of the packet. Raises Failure for bytes that are no whole, undamaged packet.
 std::vector<Variable> DecodePacket(std::span<const uint8_t> packet);
 
-// Sorted by name, the types of one name in the order of their codes.
+// All variables of a module as it packs them. Raises Failure when it packs none.
+std::vector<uint8_t> PackVariables(CZQVariable& variables);
+
+// By name, the types of one name in the order of their codes.
+void SortVariables(std::vector<Variable>& variables);
+
+// Sorted.
 std::vector<Variable> ListVariables(CZQVariable& variables);
 
 } // namespace zq::tool
