@@ -33,7 +33,7 @@ for argument in "$@"; do
   esac
 done
 
-if ! command -v dpkg-query apt-get apt-cache >/dev/null; then
+if ! command -v apt-get >/dev/null; then
   fail "this machine has no apt; install by hand: ${packages[*]}."
 fi
 
