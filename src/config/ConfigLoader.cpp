@@ -2,6 +2,7 @@
 
 #include "platform/Files.h"
 #include "platform/HostLog.h"
+#include "platform/Mutex.h"
 #include "variables/VariableBatch.h"
 #include "variables/VariableStore.h"
 
@@ -28,6 +29,14 @@ constexpr std::array<LoaderTexts, 3> kTexts = {{
      L"Quality Preset file open fail : %s"},
 }};
 
+std::optional<std::vector<char>> ReadLocked(const std::wstring& path, const Mutex* mutex) {
+    if (!mutex) {
+        return ReadWholeFile(path);
+    }
+    MutexLock lock(*mutex);
+    return ReadWholeFile(path);
+}
+
 } // namespace
 
 bool LoadConfigFile(ConfigFile file, const std::wstring& path, const ConfigTarget& target) {
@@ -38,7 +47,7 @@ bool LoadConfigFile(ConfigFile file, const std::wstring& path, const ConfigTarge
         log.Log(LogProgress, texts.notFound, path.c_str());
         return false;
     }
-    std::optional<std::vector<char>> bytes = ReadWholeFile(path);
+    std::optional<std::vector<char>> bytes = ReadLocked(path, target.fileMutex);
     if (!bytes) {
         log.Log(LogProgress, texts.openFail, path.c_str());
         return false;

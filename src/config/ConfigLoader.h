@@ -12,12 +12,15 @@
 namespace zq {
 
 class HostLog;
+class Mutex;
 class VariableStore;
 
 // What a loader works on.
 struct ConfigTarget {
     VariableStore& store;
     const HostLog& log;
+    // Held while the file is read, so that a save of this process is seen whole; null where there are none.
+    const Mutex* fileMutex = nullptr;
 };
 
 // Returns whether the file was loaded. Raises std::bad_alloc, and has set nothing then.

@@ -40,6 +40,16 @@ public:
     void DoStop() override;
     void DoRelease() override;
     void UpdateDefaultDeviceName() override;
+    void SaveConfigRemoved6(const wchar_t* name) override;
+    void SaveConfigRemoved7(const wchar_t* name) override;
+    void SaveConfigRemoved8(const wchar_t* name) override;
+    void SaveConfigRemoved9(const wchar_t* name) override;
+    void SaveConfigHmdListIntArray(const wchar_t* deviceName, int32_t mainRequest, int32_t subRequest,
+                                   int32_t index, const int64_t* values, int32_t count) override;
+    void SaveConfigDouble(const wchar_t* name, double value, ZQBool perDevice) override;
+    void SaveConfigBool(const wchar_t* name, ZQBool value, ZQBool perDevice) override;
+    void SaveConfigString(const wchar_t* name, const char* value, ZQBool perDevice) override;
+    void SaveConfigInt64(const wchar_t* name, int64_t value, ZQBool perDevice) override;
 
     // CZQVariable
     void RegisterHost(CZQVariableHost* host) override;
@@ -89,6 +99,11 @@ private:
     bool LoadOrRepair(const ConfigFileRow& row, const wchar_t* message);
     void CopyDefaultOverPrivateFile(const ConfigFileRow& row);
 
+    // SaveSlots.cpp
+    void SaveConfigRemoved(const wchar_t* name);
+    template <class Setter>
+    void SaveConfig(const wchar_t* name, ZQBool perDevice, Setter set);
+
     // FolderWatcher.cpp, on the watcher's thread
     static unsigned long __stdcall WatchThreadRoutine(void* module);
     void ThreadEntryWatchConfig();
@@ -118,6 +133,10 @@ private:
     std::string m_strMachineType;
     std::string m_strNetworkSpeed;
     std::string m_strNetworkDriverVersion;
+    // Held around the module's own reads and writes of one private file.
+    Mutex m_settingsFileMutex;
+    Mutex m_hmdListFileMutex;
+    Mutex m_qualityFileMutex;
 };
 
 } // namespace zq

@@ -17,6 +17,7 @@ struct ConfigFileRow {
     std::wstring CZQModSettingsImpl::*defaultPath;
     std::wstring CZQModSettingsImpl::*privatePath;
     FileTime CZQModSettingsImpl::*time;
+    Mutex CZQModSettingsImpl::*fileMutex;
     // Messages of a reload pass.
     const wchar_t* missing;
     const wchar_t* statFailed;

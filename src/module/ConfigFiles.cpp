@@ -42,7 +42,7 @@ void CZQModSettingsImpl::LoadPrivateFiles() {
 }
 
 bool CZQModSettingsImpl::LoadPrivateFile(const ConfigFileRow& row) {
-    return LoadConfigFile(row.file, this->*row.privatePath, {m_store, m_log});
+    return LoadConfigFile(row.file, this->*row.privatePath, {m_store, m_log, &(this->*row.fileMutex)});
 }
 
 bool CZQModSettingsImpl::LoadOrRepair(const ConfigFileRow& row, const wchar_t* message) {
@@ -60,8 +60,11 @@ bool CZQModSettingsImpl::LoadOrRepair(const ConfigFileRow& row, const wchar_t* m
             break;
         }
     }
-    RemoveRejectedFile(path);
-    CopyDefaultOverPrivateFile(row);
+    {
+        MutexLock lock(this->*row.fileMutex);
+        RemoveRejectedFile(path);
+        CopyDefaultOverPrivateFile(row);
+    }
     m_log.Log(LogNotable, message, path.c_str(), ExistenceResult(path));
     LoadPrivateFile(row);
     return true;

@@ -4,6 +4,8 @@
 
 #include "platform/Handle.h"
 
+#include <utility>
+
 namespace zq {
 
 class Mutex {
@@ -19,13 +21,20 @@ private:
 
 class [[nodiscard]] MutexLock {
 public:
-    explicit MutexLock(const Mutex& mutex) : m_mutex(mutex) { m_mutex.Lock(); }
-    ~MutexLock() { m_mutex.Unlock(); }
+    explicit MutexLock(const Mutex& mutex) : m_mutex(&mutex) { mutex.Lock(); }
+    ~MutexLock() { Release(); }
     MutexLock(const MutexLock&) = delete;
     MutexLock& operator=(const MutexLock&) = delete;
 
+    // Unlocks before the end of the scope.
+    void Release() {
+        if (const Mutex* mutex = std::exchange(m_mutex, nullptr)) {
+            mutex->Unlock();
+        }
+    }
+
 private:
-    const Mutex& m_mutex;
+    const Mutex* m_mutex;
 };
 
 } // namespace zq
