@@ -33,8 +33,9 @@ for argument in "$@"; do
   esac
 done
 
-command -v dpkg-query >/dev/null && command -v apt-get >/dev/null ||
+if ! command -v apt-get >/dev/null; then
   fail "this machine has no apt; install by hand: ${packages[*]}."
+fi
 
 installed=$(dpkg-query --show --showformat='${Package} ${db:Status-Status}\n' "${packages[@]}" 2>/dev/null |
   sed -n 's/ installed$//p' || true)

@@ -19,7 +19,7 @@ mkdir -p "$logs"
 step() {
   local name=$1 log=$logs/$1.log start=$SECONDS
   shift
-  printf '%-18s' "$name"
+  printf '%-19s' "$name"
   if "$@" >"$log" 2>&1 </dev/null; then
     printf 'ok %4d s\n' $((SECONDS - start))
   else

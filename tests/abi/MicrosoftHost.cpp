@@ -156,6 +156,22 @@ void Save(CZQModSettings& module) {
     module.SaveConfigInt64(L"Settings.CurrentBitrate", 45, 0);
 }
 
+// What Save wrote, as the variables that the watcher makes of it.
+bool HasSavedValues(CZQVariable& variables) {
+    int64_t bitrate = 0;
+    int64_t first = 0;
+    int64_t second = 0;
+    double scale = 0;
+    ZQBool isEnabled = 1;
+    wchar_t name[12];
+    return variables.GetVariableInt64(L"Settings.CurrentBitrate", &bitrate) == 1 && bitrate == 45 &&
+           variables.GetVariableInt64(L"CL.MERIN5.3.0.0.0", &first) == 1 && first == 1 &&
+           variables.GetVariableInt64(L"CL.MERIN5.3.0.0.1", &second) == 1 && second == 2 &&
+           variables.GetVariableDouble(L"CL.MERIN5.RenderScale", &scale) == 1 && scale == 1.25 &&
+           variables.GetVariableBool(L"Settings.EnableDashboard", &isEnabled) == 1 && isEnabled == 0 &&
+           variables.GetVariableString(L"Settings.ServerName", name, 12) == 1 && Equals(L"Saved", name);
+}
+
 void DriveThroughBothInterfaces() {
     const Folders folders;
     Host host(folders);
@@ -176,6 +192,8 @@ void DriveThroughBothInterfaces() {
     listener.expectedSource = nullptr;
     ZQ_CHECK(module->DoStart() == 0);
     Save(*module);
+    ZQ_CHECK(WaitUntil(host.reloaded, [&] { return HasSavedValues(variables); }));
+    ZQ_CHECK(listener.reloaded.Wait() && source.reloaded.Wait());
 
     variables.UnregisterHost(&source);
     variables.UnregisterHost(&listener);

@@ -147,12 +147,14 @@ void Pack(void* variables) {
     HeapFree(GetProcessHeap(), 0, packet);
 }
 
-void Save(void* module) {
+void Save(void* module, CallbackObject& host) {
     const int64_t values[2] = {1, 2};
     const unsigned char no = 0;
     const unsigned char yes = 1;
     for (int slot = 6; slot <= 9; ++slot) {
+        Expect(host, L"Remove SaveConfig: %s");
         Call<void>(module, slot, L"name");
+        ZQ_CHECK(host.isSeen);
     }
     Call<void>(module, 10, L"MERIN5", 3, 0, 0, static_cast<const int64_t*>(values), 2);
     Call<void>(module, 11, L"CL.MERIN5.RenderScale", 1.25, yes);
@@ -176,6 +178,21 @@ void CallAndExpect(void* module, int slot, CallbackObject& host, const wchar_t* 
     ZQ_CHECK(host.isSeen);
 }
 
+// Whatever the saves changed, a new module object finds in the files.
+void ReadSavedVariables(void* variables) {
+    int64_t integer = 0;
+    ZQ_CHECK(Call<int32_t>(variables, 16, L"CL.MERIN5.3.0.0.0", &integer) == 1 && integer == 1);
+    ZQ_CHECK(Call<int32_t>(variables, 16, L"CL.MERIN5.3.0.0.1", &integer) == 1 && integer == 2);
+    ZQ_CHECK(Call<int32_t>(variables, 16, L"Settings.CurrentBitrate", &integer) == 1 && integer == 45);
+    double real = 0;
+    ZQ_CHECK(Call<int32_t>(variables, 14, L"CL.MERIN5.RenderScale", &real) == 1 && real == 1.25);
+    unsigned char truth = 1;
+    ZQ_CHECK(Call<int32_t>(variables, 15, L"Settings.EnableDashboard", &truth) == 1 && truth == 0);
+    wchar_t text[12];
+    ZQ_CHECK(Call<int32_t>(variables, 17, L"Settings.ServerName", static_cast<wchar_t*>(text), 12) == 1);
+    ZQ_CHECK(Equals(L"Saved", text));
+}
+
 } // namespace
 
 void RunHost() {
@@ -190,7 +207,7 @@ void RunHost() {
     Pack(variables);
     Expect(host, L"DoStart begin");
     ZQ_CHECK(Call<int32_t>(module, 2) == 0 && host.isSeen);
-    Save(module);
+    Save(module, host);
     CallAndExpect(module, 3, host, L"DoStop begin");
     Call<void>(variables, 4);
     int64_t integer = 5;
@@ -198,6 +215,10 @@ void RunHost() {
     CallAndExpect(module, 4, host, L"DoRelease begin");
     Call<void*>(module, 0, 1u);
 
+    void* const second = Init(host, folders);
+    ReadSavedVariables(VariablesOf(second));
+    CallAndExpect(second, 4, host, L"DoRelease begin");
+    Call<void*>(VariablesOf(second), 0, 1u);
     ZQ_CHECK(host.calls[0] == 0 && host.calls[2] == 0);
 }
 
