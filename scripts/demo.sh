@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # Shows the module at work: scripts/demo.sh
-# Installs what is missing, builds, loads the default files, and then a folder with a broken file that is repaired.
+# Installs what is missing, builds, loads the default files, then a folder with a broken file that is repaired, and
+# follows that folder while a file in it is edited three ways.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 if [[ ${1:-} == --help ]]; then
-  sed -n '2,3s/^# //p' "${BASH_SOURCE[0]}"
+  sed -n '2,4s/^# //p' "${BASH_SOURCE[0]}"
   exit 0
 fi
 
@@ -38,3 +39,32 @@ echo
 echo "--- A folder whose headset list ends in the middle: it is refused, replaced by its default copy, loaded again"
 tool show --data "$data" --prefix CL.MERIN5.3.
 cmp defaults/ZQ2_HmdList.json "$data/ZQserver/ZQ2_HmdList.json" && echo "The headset list is whole again."
+
+echo
+echo "--- The folder is followed while the settings file is edited: rewritten, renamed over, broken"
+settings="$data/ZQserver/ZQ2_serverSetting.setting"
+story=$data/story
+tool watch --data "$data" --for 6 | tee "$story" &
+watcher=$!
+for _ in $(seq 100); do
+  grep -q '^Watching' "$story" 2>/dev/null && break
+  sleep 0.1
+done
+sleep 0.3
+
+edit() {
+  echo
+  echo ">>> $1"
+}
+edit "An editor rewrites the file: Settings.CurrentBitrate becomes 90"
+changed=$(sed 's/CurrentBitrate": 70/CurrentBitrate": 90/' "$settings")
+printf '%s' "$changed" >"$settings"
+sleep 1.2
+edit "Another program writes a new file elsewhere and renames it over the old one: DHI becomes 1"
+changed=$(sed 's/"DHI": 0/"DHI": 1/' "$settings")
+printf '%s' "$changed" >"$data/new"
+mv "$data/new" "$settings"
+sleep 1.2
+edit "Somebody adds a line break at the end: the file is refused and replaced by its default copy"
+echo >>"$settings"
+wait "$watcher"

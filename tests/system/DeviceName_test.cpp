@@ -1,6 +1,9 @@
 // The name of the headset in use, and the five default settings.
+#include "support/win32/ImportPatch.h"
 #include "support/win32/Module.h"
 
+#include <atomic>
+#include <cwchar>
 #include <gtest/gtest.h>
 
 #include <windows.h>
@@ -106,15 +109,52 @@ TEST_F(DeviceName, DefaultSettingsGiveWayToTheFile) {
     EXPECT_EQ(L"Mine", module.String(L"Settings.ServerName"));
 }
 
-TEST_F(DeviceName, TheServerIsNamedAfterAComputerWhoseNameFits) {
-    wchar_t name[MAX_COMPUTERNAME_LENGTH + 1];
-    DWORD length = MAX_COMPUTERNAME_LENGTH + 1;
-    ASSERT_TRUE(GetComputerNameW(name, &length));
+// A computer of a given name, as the system tells it: into a buffer that has room for the terminator too.
+const wchar_t* computerName = nullptr;
 
-    InitWith("{}");
+BOOL WINAPI TellComputerName(LPWSTR buffer, LPDWORD size) {
+    const auto length = static_cast<DWORD>(std::wcslen(computerName));
+    if (*size <= length) {
+        *size = length + 1;
+        SetLastError(ERROR_BUFFER_OVERFLOW);
+        return FALSE;
+    }
+    std::wcscpy(buffer, computerName);
+    *size = length;
+    return TRUE;
+}
 
-    EXPECT_EQ(length < 15 ? std::wstring(name, length) : L"Lumo Server",
-              module.String(L"Settings.ServerName"));
+class ServerName : public DeviceName {
+protected:
+    void InitOn(const wchar_t* computer, const char* settings) {
+        computerName = computer;
+        const ImportPatch patch(LoadModuleDll(), "kernel32.dll", "GetComputerNameW", AsProc(TellComputerName));
+        InitWith(settings);
+    }
+};
+
+TEST_F(ServerName, IsTheNameOfAComputerWithEightCharacters) {
+    InitOn(L"EIGHTCHR", "{}");
+
+    EXPECT_EQ(L"EIGHTCHR", module.String(L"Settings.ServerName"));
+}
+
+TEST_F(ServerName, IsTheNameOfAComputerWithFourteenCharacters) {
+    InitOn(L"FOURTEENCHARSX", "{}");
+
+    EXPECT_EQ(L"FOURTEENCHARSX", module.String(L"Settings.ServerName"));
+}
+
+TEST_F(ServerName, IsTheFixedNameOnAComputerWithFifteenCharacters) {
+    InitOn(L"FIFTEENCHARSXYZ", "{}");
+
+    EXPECT_EQ(L"Lumo Server", module.String(L"Settings.ServerName"));
+}
+
+TEST_F(ServerName, GivesWayToTheFileOnAnyComputer) {
+    InitOn(L"EIGHTCHR", R"({"Settings":{"ServerName":"Mine"}})");
+
+    EXPECT_EQ(L"Mine", module.String(L"Settings.ServerName"));
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 // What becomes of a refused file where the data folder has a sub-folder for it.
+#include "support/win32/ImportPatch.h"
 #include "support/win32/Module.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <gtest/gtest.h>
 
@@ -63,6 +65,21 @@ TEST(RejectedFolder, FullItKeepsTheNewestTen) {
     ASSERT_EQ(10U, files.size());
     EXPECT_EQ("broken 3", ReadBytes(files.front()));
     EXPECT_EQ("broken 12", ReadBytes(files.back()));
+}
+
+BOOL WINAPI RefuseMove(LPCWSTR, LPCWSTR, DWORD) {
+    SetLastError(ERROR_ACCESS_DENIED);
+    return FALSE;
+}
+
+TEST(RejectedFolder, NotWritableTheFileIsDeletedAsWithoutIt) {
+    const ImportPatch patch(LoadModuleDll(), "kernel32.dll", "MoveFileExW", AsProc(RefuseMove));
+    ModuleFolders folders;
+    fs::create_directory(folders.DataDir() / L"rejected");
+
+    InitWithBrokenSettings(folders);
+
+    EXPECT_TRUE(FilesIn(folders.DataDir() / L"rejected").empty());
 }
 
 TEST(RejectedFolder, AFileOfThatNameIsNoFolder) {

@@ -14,6 +14,8 @@ namespace zq::tool {
 
 namespace {
 
+constexpr double kLongestReloadMilliseconds = 1000;
+
 using Microseconds = std::chrono::duration<double, std::micro>;
 
 // The time since the newest file of the folder was written, in milliseconds.
@@ -74,8 +76,11 @@ void ChangePrinter::OnVariablesReloaded() {
     m_known = std::move(now);
     ++m_reloads;
     m_changes += changes.size();
-    char text[64];
-    std::snprintf(text, sizeof(text), " changed, %.1f ms after the file was written", milliseconds);
+    char text[64] = " changed";
+    // A default copy carries the old time of its file, which tells nothing.
+    if (milliseconds < kLongestReloadMilliseconds) {
+        std::snprintf(text, sizeof(text), " changed, %.1f ms after the file was written", milliseconds);
+    }
     PrintLine("reload: " + Count(changes.size(), "variable") + text);
     for (const VariableChange& change : changes) {
         PrintLine("  " + ChangeText(change));
