@@ -128,7 +128,8 @@ class ServerName : public DeviceName {
 protected:
     void InitOn(const wchar_t* computer, const char* settings) {
         computerName = computer;
-        const ImportPatch patch(LoadModuleDll(), "kernel32.dll", "GetComputerNameW", AsProc(TellComputerName));
+        const ImportPatch patch(LoadModuleDll(), "kernel32.dll", "GetComputerNameW",
+                                AsProc(TellComputerName));
         InitWith(settings);
     }
 };
