@@ -259,7 +259,11 @@ int32_t ParseJsonLiteral(JsonValue& value, const wchar_t* text, int32_t length) 
         value.boolean = is(L"true") ? 1 : 0;
         return wanted;
     }
-    return is(L"null") ? wanted : -1;
+    if (is(L"null")) {
+        value.kind = JsonKind::Null;
+        return wanted;
+    }
+    return -1;
 }
 
 } // namespace zq

@@ -1,0 +1,27 @@
+// A second, plain model of the reader and the three flatteners: recursive, slow and easy to check by eye. It
+// shares no code with the module, so that a test may hold one against the other. Portable.
+#pragma once
+
+#include "support/RecordingHost.h"
+#include "support/TypedVariables.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zq::test {
+
+enum class ReferenceFile { Settings, HmdList, Quality };
+
+struct ReferenceRun {
+    bool isLoaded = false;
+    int32_t parseResult = 0;
+    TypedVariables variables;
+    std::vector<LogLine> lines; // of the flattener
+};
+
+// `bytes` are ASCII behind an optional UTF-8 mark.
+ReferenceRun RunReference(ReferenceFile file, std::string_view bytes);
+
+} // namespace zq::test

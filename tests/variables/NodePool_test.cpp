@@ -1,0 +1,72 @@
+#include "variables/NodePool.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <set>
+#include <vector>
+
+namespace zq {
+namespace {
+
+TEST(NodePool, NodesAreAlignedAndApart) {
+    NodePool pool;
+    std::vector<std::byte*> nodes;
+    for (size_t bytes = 1; bytes < 600; bytes += 7) {
+        auto* node = static_cast<std::byte*>(pool.Allocate(bytes));
+        EXPECT_EQ(0U, reinterpret_cast<uintptr_t>(node) % 16) << bytes;
+        std::memset(node, static_cast<int>(bytes), bytes);
+        nodes.push_back(node);
+    }
+    size_t bytes = 1;
+    for (std::byte* node : nodes) {
+        EXPECT_EQ(std::byte(bytes & 0xFF), node[0]);
+        EXPECT_EQ(std::byte(bytes & 0xFF), node[bytes - 1]);
+        pool.Free(node, bytes);
+        bytes += 7;
+    }
+}
+
+TEST(NodePool, TenNodesOfASizeComeFromOneBlock) {
+    constexpr size_t kBytes = 48;
+    NodePool pool;
+    std::set<uintptr_t> places;
+    for (size_t i = 0; i < NodePool::kNodesInBlock; ++i) {
+        places.insert(reinterpret_cast<uintptr_t>(pool.Allocate(kBytes)));
+    }
+
+    EXPECT_EQ(NodePool::kNodesInBlock, places.size());
+    EXPECT_EQ((NodePool::kNodesInBlock - 1) * kBytes, *places.rbegin() - *places.begin());
+}
+
+TEST(NodePool, FreedNodeIsUsedAgain) {
+    NodePool pool;
+    void* first = pool.Allocate(40);
+    void* second = pool.Allocate(40);
+    pool.Free(first, 40);
+
+    EXPECT_EQ(first, pool.Allocate(33)); // the same class of sizes
+    EXPECT_NE(second, pool.Allocate(40));
+}
+
+TEST(NodePool, LargeNodesStandAlone) {
+    EXPECT_TRUE(NodePool::IsPooled(512));
+    EXPECT_FALSE(NodePool::IsPooled(513));
+    NodePool pool;
+    void* large = pool.Allocate(100000);
+    pool.Clear();
+    std::memset(large, 1, 100000); // not the pool's to free
+    pool.Free(large, 100000);
+}
+
+TEST(NodePool, WorksOnAfterClear) {
+    NodePool pool;
+    pool.Allocate(16);
+    pool.Clear();
+    pool.Clear();
+    EXPECT_NE(nullptr, pool.Allocate(16));
+}
+
+} // namespace
+} // namespace zq

@@ -1,0 +1,173 @@
+#include "variables/VariableMap.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace zq {
+namespace {
+
+using namespace std::string_view_literals;
+
+constexpr uint64_t kSeed = 7;
+
+template <class Value>
+Value* Find(const VariableMap<Value>& map, std::wstring_view name) {
+    auto* node = map.Find(name, HashName(name, kSeed));
+    return node ? &node->value : nullptr;
+}
+
+template <class Value>
+void Set(VariableMap<Value>& map, std::wstring_view name, Value value) {
+    map.FindOrAdd(name, HashName(name, kSeed)).first->value = std::move(value);
+}
+
+TEST(VariableMap, EmptyMapFindsAndRemovesNothing) {
+    VariableMap<int64_t> map;
+    EXPECT_EQ(nullptr, Find(map, L"a"));
+    EXPECT_EQ(nullptr, Find(map, L""));
+    EXPECT_FALSE(map.Remove(L"a", HashName(L"a", kSeed)));
+    EXPECT_EQ(0U, map.Size());
+    map.Clear();
+}
+
+TEST(VariableMap, LookUpCreatesNothing) {
+    VariableMap<int64_t> map;
+    Set<int64_t>(map, L"a", 1);
+    Find(map, L"b");
+    EXPECT_EQ(1U, map.Size());
+}
+
+TEST(VariableMap, NamesAreComparedExactly) {
+    VariableMap<int64_t> map;
+    Set<int64_t>(map, L"Name", 1);
+    Set<int64_t>(map, L"", 2);
+    Set<int64_t>(map, L"a\0b"sv, 3);
+
+    for (const std::wstring_view other :
+         {L"name"sv, L"Name "sv, L" Name"sv, L"Nam"sv, L"a"sv, L"a\0c"sv, L"\0"sv}) {
+        EXPECT_EQ(nullptr, Find(map, other));
+    }
+    EXPECT_EQ(1, *Find(map, L"Name"));
+    EXPECT_EQ(2, *Find(map, L""));
+    EXPECT_EQ(3, *Find(map, L"a\0b"sv));
+}
+
+TEST(VariableMap, ExistingNameKeepsItsNode) {
+    VariableMap<int64_t> map;
+    const uint32_t hash = HashName(L"a", kSeed);
+    const auto first = map.FindOrAdd(L"a", hash);
+    const auto second = map.FindOrAdd(L"a", hash);
+    EXPECT_TRUE(first.second);
+    EXPECT_FALSE(second.second);
+    EXPECT_EQ(first.first, second.first);
+    EXPECT_EQ(1U, map.Size());
+}
+
+TEST(VariableMap, NodesStayWhereTheyAreWhileTheTableGrows) {
+    VariableMap<int64_t> map;
+    auto* node = map.FindOrAdd(L"first", HashName(L"first", kSeed)).first;
+    for (int i = 0; i < 5000; ++i) {
+        Set<int64_t>(map, std::to_wstring(i), i);
+    }
+    EXPECT_EQ(node, map.Find(L"first", HashName(L"first", kSeed)));
+}
+
+TEST(VariableMap, EqualHashesAreToldApartByName) {
+    VariableMap<int64_t> map;
+    for (int i = 0; i < 40; ++i) {
+        map.FindOrAdd(std::to_wstring(i), 5).first->value = i;
+    }
+    EXPECT_TRUE(map.Remove(L"20", 5));
+    EXPECT_FALSE(map.Remove(L"20", 5));
+    for (int i = 0; i < 40; ++i) {
+        const auto* node = map.Find(std::to_wstring(i), 5);
+        ASSERT_EQ(i == 20, node == nullptr);
+        EXPECT_TRUE(!node || node->value == i);
+    }
+}
+
+TEST(VariableMap, IterationVisitsEveryEntryOnce) {
+    VariableMap<int64_t> map;
+    for (int i = 0; i < 1000; ++i) {
+        Set<int64_t>(map, std::to_wstring(i), i);
+    }
+    std::set<std::wstring> seen;
+    map.ForEach([&](std::wstring_view name, int64_t value) {
+        EXPECT_EQ(std::to_wstring(value), name);
+        EXPECT_TRUE(seen.insert(std::wstring(name)).second);
+    });
+    EXPECT_EQ(1000U, seen.size());
+}
+
+TEST(VariableMap, LongNamesStandBesidePooledOnes) {
+    VariableMap<std::wstring> map;
+    for (size_t length = 0; length < 2000; length += 50) {
+        Set<std::wstring>(map, std::wstring(length, L'n'), std::wstring(length, L'v'));
+    }
+    for (size_t length = 0; length < 2000; length += 100) {
+        const std::wstring name(length, L'n');
+        EXPECT_TRUE(map.Remove(name, HashName(name, kSeed)));
+    }
+    for (size_t length = 50; length < 2000; length += 100) {
+        EXPECT_EQ(std::wstring(length, L'v'), *Find(map, std::wstring(length, L'n')));
+    }
+    map.Clear();
+    EXPECT_EQ(0U, map.Size());
+    Set<std::wstring>(map, L"again", L"works");
+    EXPECT_EQ(L"works", *Find(map, L"again"));
+}
+
+TEST(VariableMap, AgreesWithAnOrderedMapOverRandomOperations) {
+    std::mt19937_64 random(3);
+    VariableMap<std::wstring> map;
+    std::map<std::wstring, std::wstring> model;
+    for (int i = 0; i < 50000; ++i) {
+        const std::wstring name(random() % 4, static_cast<wchar_t>(L'a' + random() % 3));
+        const std::wstring key = name + std::to_wstring(random() % 300);
+        const std::wstring value = std::to_wstring(i) + std::wstring(random() % 20, L'x');
+        if (random() % 3 == 0) {
+            EXPECT_EQ(model.erase(key) == 1, map.Remove(key, HashName(key, kSeed)));
+        } else {
+            Set(map, key, value);
+            model[key] = value;
+        }
+    }
+    EXPECT_EQ(model.size(), map.Size());
+    for (const auto& [key, value] : model) {
+        ASSERT_NE(nullptr, Find(map, key));
+        EXPECT_EQ(value, *Find(map, key));
+    }
+}
+
+TEST(NameHash, DependsOnEveryUnitAndOnTheSeed) {
+    for (size_t length = 1; length < 40; ++length) {
+        const std::wstring name(length, L'n');
+        for (size_t place = 0; place < length; ++place) {
+            std::wstring other = name;
+            other[place] = L'm';
+            EXPECT_NE(HashName(name, 1), HashName(other, 1)) << length << ' ' << place;
+        }
+        EXPECT_NE(HashName(name, 1), HashName(name, 2));
+        EXPECT_NE(HashName(name, 1), HashName(name + L'\0', 1));
+    }
+}
+
+TEST(NameHash, SpreadsOverTheBuckets) {
+    constexpr size_t kBuckets = 1024;
+    std::vector<int> counts(kBuckets);
+    for (int i = 0; i < 64 * static_cast<int>(kBuckets); ++i) {
+        const uint32_t hash = HashName(L"CL.MERIN5." + std::to_wstring(i), kSeed);
+        ++counts[uint64_t{hash} * kBuckets >> 32U];
+    }
+    EXPECT_LT(20, *std::min_element(counts.begin(), counts.end()));
+    EXPECT_GT(140, *std::max_element(counts.begin(), counts.end()));
+}
+
+} // namespace
+} // namespace zq

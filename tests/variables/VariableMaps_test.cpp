@@ -1,0 +1,118 @@
+#include "variables/VariableMaps.h"
+
+#include "support/ConfigRun.h"
+#include "variables/VariableBatch.h"
+
+#include <gtest/gtest.h>
+
+namespace zq::test {
+namespace {
+
+TEST(VariableMaps, EachTypeHasItsOwnNames) {
+    VariableBatch batch;
+    batch.AddBool(L"A", 1);
+    batch.AddInt64(L"A", 5);
+    batch.AddDouble(L"A", 2.5);
+    batch.AddString(L"A", L"text");
+    VariableMaps maps(1);
+
+    maps.Apply(batch);
+
+    EXPECT_EQ(TypedVariables().Bool(L"A", 1).Int64(L"A", 5).Double(L"A", 2.5).String(L"A", L"text"),
+              VariablesOf(maps));
+}
+
+TEST(VariableMaps, NumberIsAnIntegerAndADouble) {
+    VariableBatch batch;
+    batch.AddNumber(L"A", -7);
+    batch.AddNumber(L"B", INT64_MAX);
+    VariableMaps maps(1);
+
+    maps.Apply(batch);
+
+    EXPECT_EQ(TypedVariables().Number(L"A", -7).Number(L"B", INT64_MAX), VariablesOf(maps));
+}
+
+TEST(VariableMaps, LaterAssignmentOfABatchWins) {
+    VariableBatch batch;
+    batch.AddNumber(L"A", 1);
+    batch.AddDouble(L"A", 1.5);
+    batch.AddInt64(L"A", 2);
+    batch.AddString(L"S", L"long enough to stand on the heap");
+    batch.AddString(L"S", L"b");
+    VariableMaps maps(1);
+
+    maps.Apply(batch);
+
+    EXPECT_EQ(TypedVariables().Int64(L"A", 2).Double(L"A", 1.5).String(L"S", L"b"), VariablesOf(maps));
+}
+
+TEST(VariableMaps, SecondBatchOverwritesAndRemovesNothing) {
+    VariableMaps maps(1);
+    VariableBatch first;
+    first.AddBool(L"A", 1);
+    first.AddBool(L"B", 1);
+    maps.Apply(first);
+    VariableBatch second;
+    second.AddBool(L"B", 2);
+    second.AddBool(L"C", 0);
+
+    maps.Apply(second);
+
+    EXPECT_EQ(TypedVariables().Bool(L"A", 1).Bool(L"B", 2).Bool(L"C", 0), VariablesOf(maps));
+}
+
+TEST(VariableMaps, BoolKeepsItsByte) {
+    VariableBatch batch;
+    batch.AddBool(L"A", 2);
+    VariableMaps maps(1);
+
+    maps.Apply(batch);
+
+    EXPECT_EQ(2, maps.bools.Find(L"A", maps.Hash(L"A"))->value);
+}
+
+TEST(VariableMaps, NamesDifferInLetterCaseAlone) {
+    VariableBatch batch;
+    batch.AddInt64(L"Name", 1);
+    batch.AddInt64(L"name", 2);
+    VariableMaps maps(1);
+
+    maps.Apply(batch);
+
+    EXPECT_EQ(TypedVariables().Int64(L"Name", 1).Int64(L"name", 2), VariablesOf(maps));
+    EXPECT_EQ(nullptr, maps.integers.Find(L"NAME", maps.Hash(L"NAME")));
+}
+
+TEST(VariableMaps, RemoveAllLeavesNothingOfAnyType) {
+    VariableBatch batch;
+    batch.AddBool(L"A", 1);
+    batch.AddNumber(L"A", 5);
+    batch.AddString(L"A", L"text");
+    VariableMaps maps(1);
+    maps.Apply(batch);
+    maps.binaries.FindOrAdd(L"A", maps.Hash(L"A")).first->value = BinaryBlock::Make("abc", 3);
+
+    maps.RemoveAll();
+
+    EXPECT_EQ(TypedVariables(), VariablesOf(maps));
+    EXPECT_EQ(0U, maps.binaries.Size());
+    maps.Apply(batch);
+    EXPECT_EQ(1U, maps.bools.Size());
+}
+
+TEST(VariableMaps, RemoveBinariesLeavesTheOthers) {
+    VariableBatch batch;
+    batch.AddBool(L"A", 1);
+    VariableMaps maps(1);
+    maps.Apply(batch);
+    maps.binaries.FindOrAdd(L"A", maps.Hash(L"A")).first->value = BinaryBlock::Make(nullptr, 0);
+
+    maps.RemoveBinaries();
+
+    EXPECT_EQ(0U, maps.binaries.Size());
+    EXPECT_EQ(1U, maps.bools.Size());
+}
+
+} // namespace
+} // namespace zq::test
