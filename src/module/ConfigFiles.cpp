@@ -52,11 +52,13 @@ bool CZQModSettingsImpl::LoadOrRepair(const ConfigFileRow& row, const wchar_t* m
         if (LoadPrivateFile(row)) {
             return false;
         }
-        // What was refused may have been half an edit: only what stays as it was refused is replaced.
-        if (!WaitUntilFileSettles(path, m_hStopEvent)) {
+        // What was refused may have been half an edit: only what stays as it was refused, and what nobody is
+        // writing any more, is replaced.
+        const Settling settling = WaitUntilFileSettles(path, m_hStopEvent);
+        if (settling == Settling::Stopped) {
             return false;
         }
-        if (tries == kLoadTries || QueryFileState(path) == before) {
+        if (tries == kLoadTries || (settling == Settling::Settled && QueryFileState(path) == before)) {
             break;
         }
     }

@@ -76,10 +76,11 @@ void CZQModSettingsImpl::WatchUntilStopped(DirectoryWatch& watch) {
 }
 
 bool CZQModSettingsImpl::HasUnseenEdit() const {
-    return std::any_of(ConfigFileRow::kAll.begin(), ConfigFileRow::kAll.end(), [this](const ConfigFileRow& row) {
-        const std::optional<FileTime> time = LastWriteTime(this->*row.privatePath);
-        return time && *time != this->*row.time;
-    });
+    return std::any_of(ConfigFileRow::kAll.begin(), ConfigFileRow::kAll.end(),
+                       [this](const ConfigFileRow& row) {
+                           const std::optional<FileTime> time = LastWriteTime(this->*row.privatePath);
+                           return time && *time != this->*row.time;
+                       });
 }
 
 void CZQModSettingsImpl::ReloadAndTellHost() {
@@ -97,7 +98,7 @@ bool CZQModSettingsImpl::ReloadPrivateConfigFile() {
 bool CZQModSettingsImpl::ReloadIfChanged(const ConfigFileRow& row) {
     const std::wstring& path = this->*row.privatePath;
     FileTime& recorded = this->*row.time;
-    if (LastWriteTime(path) != recorded && !WaitUntilFileSettles(path, m_hStopEvent)) {
+    if (LastWriteTime(path) != recorded && WaitUntilFileSettles(path, m_hStopEvent) == Settling::Stopped) {
         return false;
     }
     if (!FileExists(path)) {

@@ -24,21 +24,23 @@ bool IsOpenForWriting(const std::wstring& path) {
 
 } // namespace
 
-bool WaitUntilFileSettles(const std::wstring& path, const Event& stop) {
+Settling WaitUntilFileSettles(const std::wstring& path, const Event& stop) {
     const ULONGLONG start = GetTickCount64();
     std::optional<FileState> state = QueryFileState(path);
+    Settling result = Settling::Unsettled;
     while (GetTickCount64() - start < kLongestWaitMilliseconds) {
         if (stop.Wait(kQuietMilliseconds)) {
-            return false;
+            return Settling::Stopped;
         }
         const std::optional<FileState> now = QueryFileState(path);
-        const bool isQuiet = now == state && (!now || now->size != 0);
-        if (isQuiet && !(now && IsOpenForWriting(path))) {
-            return true;
+        const bool isQuiet = now == state && !(now && IsOpenForWriting(path));
+        result = isQuiet ? Settling::Settled : Settling::Unsettled;
+        if (isQuiet && (!now || now->size != 0)) {
+            return result;
         }
         state = now;
     }
-    return true;
+    return result;
 }
 
 } // namespace zq

@@ -10,9 +10,15 @@ namespace zq {
 
 class Event;
 
+enum class Settling {
+    Settled,
+    Unsettled, // somebody was still at it when the time was over
+    Stopped
+};
+
 // Waits until nobody holds the file open for writing, it is not empty, and its size and time have not changed
-// for 20 milliseconds; for 500 milliseconds at the most. A missing file has settled when it stays missing.
-// Returns false, at once, when `stop` is signalled meanwhile.
-bool WaitUntilFileSettles(const std::wstring& path, const Event& stop);
+// for 20 milliseconds; for 500 milliseconds at the most. A missing file has settled when it stays missing, an
+// empty one when it stays empty all the time. Returns at once when `stop` is signalled meanwhile.
+Settling WaitUntilFileSettles(const std::wstring& path, const Event& stop);
 
 } // namespace zq
