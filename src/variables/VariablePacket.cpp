@@ -88,6 +88,8 @@ void AssignUtf16(std::wstring& text, std::span<const std::byte> bytes) {
     }
 }
 
+// The interface takes names and texts up to a zero character; what a packet holds behind one could not be
+// read through it.
 void AssignText(std::wstring& text, uint32_t encoding, std::span<const std::byte> bytes) {
     if (encoding == kEncodingUtf16) {
         AssignUtf16(text, bytes);
@@ -97,6 +99,7 @@ void AssignText(std::wstring& text, uint32_t encoding, std::span<const std::byte
     } else {
         text.clear();
     }
+    text.resize(std::min(text.find(L'\0'), text.size()));
 }
 
 } // namespace

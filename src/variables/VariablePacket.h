@@ -67,7 +67,7 @@ public:
     PacketStop Stop() const { return m_stop; }
     size_t Offset() const { return m_offset; }
 
-    // A text in the packet's encoding; empty where the encoding is not known.
+    // A text in the packet's encoding, up to a zero character; empty where the encoding is not known.
     std::wstring Decode(std::span<const std::byte> bytes) const;
 
 private:

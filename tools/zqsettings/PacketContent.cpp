@@ -61,7 +61,7 @@ const char* StopText(PacketStop stop) {
     case PacketStop::BadLength:
         return "the record's name is empty, or one of its lengths is negative";
     case PacketStop::EmptyName:
-        return "the record's name cannot be read in the packet's encoding";
+        return "the record's name is empty, or cannot be read in the packet's encoding";
     default:
         return "";
     }
