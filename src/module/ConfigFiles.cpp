@@ -54,7 +54,7 @@ bool CZQModSettingsImpl::LoadOrRepair(const ConfigFileRow& row, const wchar_t* m
         }
         // What was refused may have been half an edit: only what stays as it was refused, and what nobody is
         // writing any more, is replaced.
-        const Settling settling = WaitUntilFileSettles(path, m_hStopEvent);
+        const Settling settling = WaitUntilFileSettles(path, this->*row.fileMutex, m_hStopEvent);
         if (settling == Settling::Stopped) {
             return false;
         }

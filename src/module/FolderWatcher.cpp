@@ -98,7 +98,8 @@ bool CZQModSettingsImpl::ReloadPrivateConfigFile() {
 bool CZQModSettingsImpl::ReloadIfChanged(const ConfigFileRow& row) {
     const std::wstring& path = this->*row.privatePath;
     FileTime& recorded = this->*row.time;
-    if (LastWriteTime(path) != recorded && WaitUntilFileSettles(path, m_hStopEvent) == Settling::Stopped) {
+    if (LastWriteTime(path) != recorded &&
+        WaitUntilFileSettles(path, this->*row.fileMutex, m_hStopEvent) == Settling::Stopped) {
         return false;
     }
     if (!FileExists(path)) {

@@ -2,6 +2,7 @@
 
 #include "platform/Event.h"
 #include "platform/Handle.h"
+#include "platform/Mutex.h"
 #include "support/win32/Folders.h"
 
 #include <gtest/gtest.h>
@@ -15,10 +16,11 @@ protected:
         return AdoptFileHandle(CreateFileW(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                            nullptr, OPEN_ALWAYS, 0, nullptr));
     }
-    Settling Wait() const { return WaitUntilFileSettles(file, stop); }
+    Settling Wait() const { return WaitUntilFileSettles(file, fileMutex, stop); }
 
     const test::TempFolder folder;
     const std::wstring file = (folder.Path() / L"file").wstring();
+    const Mutex fileMutex;
     const Event stop{EventReset::Manual};
 };
 
