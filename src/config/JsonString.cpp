@@ -1,6 +1,8 @@
 // Strings of the JSON reader: the escapes that are known, and those that are lost.
 #include "config/JsonReader.h"
 
+#include "config/WideScan.h"
+
 #include <algorithm>
 
 namespace zq {
@@ -61,7 +63,8 @@ public:
     // Reads from `place` up to the closing quote or the end; returns the place behind it.
     int32_t Read(int32_t place) {
         while (place < m_length && m_text[place] != L'"') {
-            place = m_text[place] == L'\\' ? ReadEscape(place) : Copy(place, place + 1);
+            place = m_text[place] == L'\\' ? ReadEscape(place)
+                                           : Copy(place, FindQuoteOrBackslash(m_text, place, m_length));
         }
         return place < m_length ? place + 1 : place;
     }
@@ -97,14 +100,6 @@ private:
     int32_t m_lastHex = 0;
 };
 
-int32_t PlainUnits(const wchar_t* text, int32_t length) {
-    int32_t place = 1;
-    while (place < length && text[place] != L'"' && text[place] != L'\\') {
-        ++place;
-    }
-    return place;
-}
-
 // An upper bound of the units up to the closing quote: an escaped one does not close.
 int32_t UnitsToCloseFrom(const wchar_t* text, int32_t length, int32_t place) {
     while (place < length && text[place] != L'"') {
@@ -120,7 +115,7 @@ int32_t ParseJsonString(std::wstring_view& result, JsonArena& arena, const wchar
     if (!text || length < 1) {
         return -1;
     }
-    const int32_t plain = PlainUnits(text, length);
+    const int32_t plain = FindQuoteOrBackslash(text, 1, length);
     if (plain < length && text[plain] == L'"') {
         result = std::wstring_view(text + 1, static_cast<size_t>(plain - 1));
         return plain + 1;

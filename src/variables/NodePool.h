@@ -1,5 +1,6 @@
 // Memory for the nodes of one VariableMap: blocks of ten nodes of one size, freed nodes used again. A node
-// and its name lie in one piece, so that a look-up touches one place in memory.
+// and its name lie in one piece, so that a look-up touches one place in memory. Blocks are cut from slabs
+// that grow with the pool, so that a large map costs few allocations and a small one little memory.
 //
 // Portable, no locks: the map's owner serialises.
 #pragma once
@@ -32,18 +33,24 @@ private:
     struct FreeNode {
         FreeNode* next;
     };
-    struct alignas(16) Block {
-        Block* next;
+    struct alignas(16) Slab {
+        Slab* next;
     };
 
     static constexpr size_t kStep = 16;
     static constexpr size_t kClasses = 32;
     static constexpr size_t ClassOf(size_t bytes) { return (bytes - 1) / kStep; }
 
+    static constexpr size_t kLargestSlab = size_t{64} * 1024;
+
     void AddBlock(size_t sizeClass);
+    std::byte* TakeFromSlab(size_t bytes);
 
     std::array<FreeNode*, kClasses> m_free{};
-    Block* m_blocks = nullptr;
+    Slab* m_slabs = nullptr;
+    size_t m_slabBytes = 0; // of all slabs
+    std::byte* m_next = nullptr;
+    std::byte* m_end = nullptr;
 };
 
 } // namespace zq

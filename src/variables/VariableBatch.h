@@ -3,9 +3,10 @@
 // Portable. Names are copied; the texts of strings are not and must outlive the batch.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <string>
+#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -24,7 +25,7 @@ public:
     struct Entry {
         Kind kind;
         uint32_t nameLength;
-        size_t nameOffset;
+        const wchar_t* name;
         union {
             uint8_t boolean;
             int64_t integer;
@@ -45,23 +46,42 @@ public:
     }
 
     const std::vector<Entry>& Entries() const { return m_entries; }
-    std::wstring_view NameOf(const Entry& entry) const {
-        return std::wstring_view(m_names).substr(entry.nameOffset, entry.nameLength);
-    }
+    size_t Count(Kind kind) const { return m_counts[static_cast<size_t>(kind)]; }
+    static std::wstring_view NameOf(const Entry& entry) { return {entry.name, entry.nameLength}; }
     static std::wstring_view TextOf(const Entry& entry) { return {entry.text, entry.textLength}; }
 
 private:
+    static constexpr size_t kNameChunkUnits = size_t{16} * 1024;
+
     Entry& Append(Kind kind, std::wstring_view name) {
+        const wchar_t* copy = CopyName(name);
         Entry& entry = m_entries.emplace_back();
         entry.kind = kind;
         entry.nameLength = static_cast<uint32_t>(name.size());
-        entry.nameOffset = m_names.size();
-        m_names += name;
+        entry.name = copy;
+        ++m_counts[static_cast<size_t>(kind)];
         return entry;
     }
 
+    // Names lie in chunks that never move: a batch of any size is written once.
+    const wchar_t* CopyName(std::wstring_view name) {
+        if (name.size() > m_left) {
+            m_left = name.size() > kNameChunkUnits ? name.size() : kNameChunkUnits;
+            m_chunks.push_back(std::make_unique_for_overwrite<wchar_t[]>(m_left));
+            m_next = m_chunks.back().get();
+        }
+        wchar_t* copy = m_next;
+        name.copy(copy, name.size());
+        m_next += name.size();
+        m_left -= name.size();
+        return copy;
+    }
+
     std::vector<Entry> m_entries;
-    std::wstring m_names;
+    std::array<size_t, 5> m_counts{}; // by Kind
+    std::vector<std::unique_ptr<wchar_t[]>> m_chunks;
+    wchar_t* m_next = nullptr;
+    size_t m_left = 0; // units behind m_next
 };
 
 } // namespace zq

@@ -14,6 +14,7 @@
 #include <memory>
 #include <new>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 namespace zq {
@@ -44,11 +45,14 @@ public:
             return nullptr;
         }
         Node* node = m_buckets[BucketOf(hash)];
-        while (node && !(node->hash == hash && node->Name() == name)) {
+        while (node && !(node->hash == hash && IsSameName(node->Name(), name))) {
             node = node->next;
         }
         return node;
     }
+
+    // Makes the table large enough for `size` entries in one step, as far as memory allows.
+    void Reserve(size_t size) { GrowFor(size); }
 
     // The entry of that name, made with an empty value where there is none. Raises std::bad_alloc, and has
     // changed nothing then.
@@ -70,7 +74,7 @@ public:
         }
         for (Node** link = &m_buckets[BucketOf(hash)]; *link; link = &(*link)->next) {
             Node* node = *link;
-            if (node->hash == hash && node->Name() == name) {
+            if (node->hash == hash && IsSameName(node->Name(), name)) {
                 *link = node->next;
                 FreeNode(node);
                 --m_size;
@@ -81,21 +85,15 @@ public:
     }
 
     void Clear() noexcept {
-        for (size_t bucket = 0; bucket < m_bucketCount; ++bucket) {
-            for (Node* node = m_buckets[bucket]; node;) {
-                Node* next = node->next;
-                const size_t bytes = NodeBytes(node->nameLength);
-                node->~Node();
-                if (!NodePool::IsPooled(bytes)) {
-                    m_pool.Free(node, bytes);
-                }
-                node = next;
-            }
+        // Otherwise the pool takes back all nodes at once.
+        if (!std::is_trivially_destructible_v<Value> || m_loneNodes != 0) {
+            FreeEachNode();
         }
         m_pool.Clear();
         m_buckets.reset();
         m_bucketCount = 0;
         m_size = 0;
+        m_loneNodes = 0;
     }
 
     // Calls visit(name, value) for every entry.
@@ -125,7 +123,9 @@ private:
     }
 
     Node* MakeNode(std::wstring_view name, uint32_t hash) {
-        void* memory = m_pool.Allocate(NodeBytes(name.size()));
+        const size_t bytes = NodeBytes(name.size());
+        void* memory = m_pool.Allocate(bytes);
+        m_loneNodes += NodePool::IsPooled(bytes) ? 0 : 1;
         Node* node = new (memory) Node{nullptr, hash, static_cast<uint32_t>(name.size()), Value()};
         name.copy(reinterpret_cast<wchar_t*>(node + 1), name.size());
         return node;
@@ -135,6 +135,17 @@ private:
         const size_t bytes = NodeBytes(node->nameLength);
         node->~Node();
         m_pool.Free(node, bytes);
+        m_loneNodes -= NodePool::IsPooled(bytes) ? 0 : 1;
+    }
+
+    void FreeEachNode() noexcept {
+        for (size_t bucket = 0; bucket < m_bucketCount; ++bucket) {
+            for (Node* node = m_buckets[bucket]; node;) {
+                Node* next = node->next;
+                FreeNode(node);
+                node = next;
+            }
+        }
     }
 
     // Keeps at most one entry a bucket on average. Where there is no memory for a larger table the smaller
@@ -143,7 +154,10 @@ private:
         if (size <= m_bucketCount) {
             return;
         }
-        const size_t count = m_bucketCount == 0 ? kFirstBucketCount : 2 * m_bucketCount;
+        size_t count = m_bucketCount == 0 ? kFirstBucketCount : 2 * m_bucketCount;
+        while (count < size) {
+            count *= 2;
+        }
         std::unique_ptr<Node*[]> buckets(new (std::nothrow) Node*[count]());
         if (!buckets) {
             if (m_bucketCount == 0) {
@@ -166,6 +180,7 @@ private:
     std::unique_ptr<Node*[]> m_buckets;
     size_t m_bucketCount = 0;
     size_t m_size = 0;
+    size_t m_loneNodes = 0; // those too large for the pool
 };
 
 } // namespace zq

@@ -9,85 +9,92 @@ namespace zq {
 
 namespace {
 
-// The entries of one map that a batch writes. Making them may fail and is undone then; filling them cannot
-// fail.
+// What a batch writes into one map, undone unless it is kept: a batch that fails half-way leaves no trace.
 template <class Value>
-class PendingWrites {
+class TentativeWrites {
 public:
-    explicit PendingWrites(VariableMap<Value>& map) : m_map(map) {}
-    PendingWrites(const PendingWrites&) = delete;
-    PendingWrites& operator=(const PendingWrites&) = delete;
+    // `count` is how many writes will come at most.
+    TentativeWrites(VariableMap<Value>& map, size_t count) : m_map(map) {
+        if (count != 0) {
+            m_added.reserve(count);
+            m_map.Reserve(count);
+        }
+    }
+    TentativeWrites(const TentativeWrites&) = delete;
+    TentativeWrites& operator=(const TentativeWrites&) = delete;
 
-    ~PendingWrites() {
-        if (!m_isFilled) {
-            for (const Write& write : m_writes) {
-                if (write.isNew) {
-                    m_map.Remove(write.node->Name(), write.node->hash);
-                }
-            }
+    ~TentativeWrites() {
+        for (auto write = m_replaced.rbegin(); write != m_replaced.rend(); ++write) {
+            write->node->value = std::move(write->value);
+        }
+        for (const Node* node : m_added) {
+            m_map.Remove(node->Name(), node->hash);
         }
     }
 
-    void Add(std::wstring_view name, uint32_t hash, Value value) {
-        m_writes.emplace_back();
+    void Set(std::wstring_view name, uint32_t hash, Value value) {
         const auto [node, isNew] = m_map.FindOrAdd(name, hash);
-        m_writes.back() = {node, isNew, std::move(value)};
+        if (isNew) {
+            m_added.push_back(node);
+            node->value = std::move(value);
+        } else {
+            m_replaced.push_back({node, Value()});
+            m_replaced.back().value = std::exchange(node->value, std::move(value));
+        }
     }
 
-    void Fill() noexcept {
-        for (Write& write : m_writes) {
-            write.node->value = std::move(write.value);
-        }
-        m_isFilled = true;
+    void Keep() noexcept {
+        m_added.clear();
+        m_replaced.clear();
     }
 
 private:
-    struct Write {
-        typename VariableMap<Value>::Node* node = nullptr;
-        bool isNew = false;
-        Value value{};
+    using Node = typename VariableMap<Value>::Node;
+    struct Replaced {
+        Node* node;
+        Value value; // before
     };
 
     VariableMap<Value>& m_map;
-    std::vector<Write> m_writes;
-    bool m_isFilled = false;
+    std::vector<Node*> m_added;
+    std::vector<Replaced> m_replaced;
 };
 
 } // namespace
 
 void VariableMaps::Apply(const VariableBatch& batch) {
-    PendingWrites<uint8_t> newBools(bools);
-    PendingWrites<int64_t> newIntegers(integers);
-    PendingWrites<double> newDoubles(doubles);
-    PendingWrites<std::wstring> newStrings(strings);
-
     using Kind = VariableBatch::Kind;
+    TentativeWrites<uint8_t> newBools(bools, batch.Count(Kind::Bool));
+    TentativeWrites<int64_t> newIntegers(integers, batch.Count(Kind::Int64) + batch.Count(Kind::Number));
+    TentativeWrites<double> newDoubles(doubles, batch.Count(Kind::Double) + batch.Count(Kind::Number));
+    TentativeWrites<std::wstring> newStrings(strings, batch.Count(Kind::String));
+
     for (const VariableBatch::Entry& entry : batch.Entries()) {
-        const std::wstring_view name = batch.NameOf(entry);
+        const std::wstring_view name = VariableBatch::NameOf(entry);
         const uint32_t hash = Hash(name);
         switch (entry.kind) {
         case Kind::Bool:
-            newBools.Add(name, hash, entry.boolean);
+            newBools.Set(name, hash, entry.boolean);
             break;
         case Kind::Number:
-            newDoubles.Add(name, hash, static_cast<double>(entry.integer));
+            newDoubles.Set(name, hash, static_cast<double>(entry.integer));
             [[fallthrough]];
         case Kind::Int64:
-            newIntegers.Add(name, hash, entry.integer);
+            newIntegers.Set(name, hash, entry.integer);
             break;
         case Kind::Double:
-            newDoubles.Add(name, hash, entry.real);
+            newDoubles.Set(name, hash, entry.real);
             break;
         case Kind::String:
-            newStrings.Add(name, hash, std::wstring(VariableBatch::TextOf(entry)));
+            newStrings.Set(name, hash, std::wstring(VariableBatch::TextOf(entry)));
             break;
         }
     }
 
-    newBools.Fill();
-    newIntegers.Fill();
-    newDoubles.Fill();
-    newStrings.Fill();
+    newBools.Keep();
+    newIntegers.Keep();
+    newDoubles.Keep();
+    newStrings.Keep();
 }
 
 void VariableMaps::RemoveBinaries() noexcept {

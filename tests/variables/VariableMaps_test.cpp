@@ -62,6 +62,27 @@ TEST(VariableMaps, SecondBatchOverwritesAndRemovesNothing) {
     EXPECT_EQ(TypedVariables().Bool(L"A", 1).Bool(L"B", 2).Bool(L"C", 0), VariablesOf(maps));
 }
 
+TEST(VariableMaps, BatchThatFailsHalfWayLeavesNoTrace) {
+    VariableMaps maps(1);
+    VariableBatch first;
+    first.AddNumber(L"Old", 1);
+    first.AddString(L"Text", L"a text that stands on the heap");
+    maps.Apply(first);
+    const TypedVariables before = VariablesOf(maps);
+    VariableBatch failing;
+    failing.AddNumber(L"Old", 2);
+    failing.AddNumber(L"Old", 3);
+    failing.AddBool(L"New", 1);
+    failing.AddBool(L"New", 0);
+    failing.AddString(L"Text", L"b");
+    failing.AddString(L"Text", L"c");
+    failing.AddString(L"Huge", {L"x", SIZE_MAX / sizeof(wchar_t)}); // no memory can hold it
+
+    EXPECT_THROW(maps.Apply(failing), std::exception);
+
+    EXPECT_EQ(before, VariablesOf(maps));
+}
+
 TEST(VariableMaps, BoolKeepsItsByte) {
     VariableBatch batch;
     batch.AddBool(L"A", 2);
