@@ -9,9 +9,10 @@
 // end, callbacks included. Each takes the store's lock for its own look-up or change and calls nobody while
 // it holds it.
 //
-// Trouble: a null name raises std::invalid_argument, running out of memory std::bad_alloc; nothing is changed
-// then and no lock stays behind. These are exceptions of the module's own compiler and run-time library: a
-// host built with another one cannot catch them by type and should not provoke them.
+// Trouble: a null name raises std::invalid_argument, and nothing is changed then. Running out of memory
+// raises std::bad_alloc: a variable has its old value or its new one, and some hosts may not have been told.
+// No lock stays behind. These are exceptions of the module's own compiler and run-time library: a host built
+// with another one cannot catch them by type and should not provoke them.
 //
 // `source` is the host on whose behalf a change is made, as given to RegisterHost, or null: that host is not
 // told. `force` other than 0 tells the other hosts even when the value is the one already held.
