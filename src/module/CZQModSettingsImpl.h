@@ -88,7 +88,8 @@ private:
 
     // VariableSlots.cpp
     void UnpackRecord(const PacketReader& reader, const PacketRecord& record, CZQVariableHost* source);
-    void Notify(bool isWanted, std::wstring_view name, uint32_t type, CZQVariableHost* source);
+    template <class Set>
+    void SetAndNotify(const wchar_t* name, uint32_t type, CZQVariableHost* source, int32_t force, Set set);
 
     // ConfigFiles.cpp
     void ProvisionPrivateFiles();

@@ -91,46 +91,46 @@ void CZQModSettingsImpl::UnpackRecord(const PacketReader& reader, const PacketRe
     }
 }
 
-void CZQModSettingsImpl::Notify(bool isWanted, std::wstring_view name, uint32_t type,
-                                CZQVariableHost* source) {
-    if (isWanted) {
-        m_hosts.NotifyHosts(name, type, source);
+// The one way of all setters: change behind the store's lock, then tell the hosts without it.
+template <class Set>
+void CZQModSettingsImpl::SetAndNotify(const wchar_t* name, uint32_t type, CZQVariableHost* source,
+                                      int32_t force, Set set) {
+    const std::wstring_view checked = CheckedName(name);
+    if (set(checked) || force != 0) {
+        m_hosts.NotifyHosts(checked, type, source);
     }
 }
 
 void CZQModSettingsImpl::SetVariableBinary(const wchar_t* name, size_t length, const void* bytes,
                                            CZQVariableHost* source, int32_t force) {
-    const std::wstring_view checked = CheckedName(name);
-    const bool isChanged = bytes ? m_store.SetBinary(checked, bytes, length) : m_store.RemoveBinary(checked);
-    Notify(isChanged || force != 0, checked, VariableTypeBinary, source);
+    SetAndNotify(name, VariableTypeBinary, source, force, [&](std::wstring_view checked) {
+        return bytes ? m_store.SetBinary(checked, bytes, length) : m_store.RemoveBinary(checked);
+    });
 }
 
 void CZQModSettingsImpl::SetVariableDouble(const wchar_t* name, double value, CZQVariableHost* source,
                                            int32_t force) {
-    const std::wstring_view checked = CheckedName(name);
-    const bool isChanged = m_store.SetDouble(checked, value);
-    Notify(isChanged || force != 0, checked, VariableTypeDouble, source);
+    SetAndNotify(name, VariableTypeDouble, source, force,
+                 [&](std::wstring_view checked) { return m_store.SetDouble(checked, value); });
 }
 
 void CZQModSettingsImpl::SetVariableBool(const wchar_t* name, ZQBool value, CZQVariableHost* source,
                                          int32_t force) {
-    const std::wstring_view checked = CheckedName(name);
-    const bool isChanged = m_store.SetBool(checked, value);
-    Notify(isChanged || force != 0, checked, VariableTypeBool, source);
+    SetAndNotify(name, VariableTypeBool, source, force,
+                 [&](std::wstring_view checked) { return m_store.SetBool(checked, value); });
 }
 
 void CZQModSettingsImpl::SetVariableInt64(const wchar_t* name, int64_t value, CZQVariableHost* source,
                                           int32_t force) {
-    const std::wstring_view checked = CheckedName(name);
-    const bool isChanged = m_store.SetInt64(checked, value);
-    Notify(isChanged || force != 0, checked, VariableTypeInt64, source);
+    SetAndNotify(name, VariableTypeInt64, source, force,
+                 [&](std::wstring_view checked) { return m_store.SetInt64(checked, value); });
 }
 
 void CZQModSettingsImpl::SetVariableString(const wchar_t* name, const wchar_t* value, CZQVariableHost* source,
                                            int32_t force) {
-    const std::wstring_view checked = CheckedName(name);
-    const bool isChanged = value ? m_store.SetString(checked, value) : m_store.SetStringNull(checked);
-    Notify(isChanged || force != 0, checked, VariableTypeString, source);
+    SetAndNotify(name, VariableTypeString, source, force, [&](std::wstring_view checked) {
+        return value ? m_store.SetString(checked, value) : m_store.SetStringNull(checked);
+    });
 }
 
 int32_t CZQModSettingsImpl::GetVariableBinary(const wchar_t* name, void* buffer, size_t bufferSize,

@@ -21,10 +21,7 @@ class WatcherStress : public testing::Test {
 protected:
     void SetUp() override {
         WriteBytes(folders.Private(kSettingsName), R"({"Edit":0})");
-        module.Init(host, folders);
-        module->DoStart();
-        ASSERT_TRUE(WaitFor([&] { return host.Has(L"CreateFile to programdata folder success."); }));
-        Sleep(50);
+        InitAndWatch(module, host, folders);
         host.Clear();
     }
 
@@ -145,9 +142,7 @@ TEST(LifecycleStress, StoppingWhileAReloadIsUnderWayReturnsWithinASecond) {
     for (int i = 0; i < Long(500, 40); ++i) {
         RecordingHost host;
         Module module;
-        module.Init(host, folders);
-        module->DoStart();
-        ASSERT_TRUE(WaitFor([&] { return host.Has(L"CreateFile to programdata folder success."); }));
+        InitAndWatch(module, host, folders);
         WriteBytes(folders.Private(kSettingsName), "{\"Edit\":" + std::to_string(i) + "}");
         Sleep(static_cast<DWORD>(i % 40));
 
@@ -165,10 +160,7 @@ TEST(LifecycleStress, AReloadThatIsCutShortLeavesAStoreThatStillAnswers) {
     ModuleFolders folders;
     RecordingHost host;
     Module module;
-    module.Init(host, folders);
-    module->DoStart();
-    ASSERT_TRUE(WaitFor([&] { return host.Has(L"CreateFile to programdata folder success."); }));
-    Sleep(50);
+    InitAndWatch(module, host, folders);
     const HANDLE inside = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     host.onReloaded = [&] {
         SetEvent(inside);

@@ -15,11 +15,7 @@ constexpr const wchar_t* kEnd = L"ThreadEntryWatchConfig end.";
 class Watcher : public testing::Test {
 protected:
     void SetUp() override {
-        module.Init(host, folders);
-        module->DoStart();
-        ASSERT_TRUE(WaitFor([&] { return host.Has(L"CreateFile to programdata folder success."); }));
-        // Until the first request stands, a change would not be seen.
-        Sleep(kRequestMilliseconds);
+        InitAndWatch(module, host, folders);
         host.Clear();
     }
 
@@ -226,11 +222,7 @@ TEST(WatcherStart, WithoutAnEditNoPassRuns) {
     ModuleFolders folders;
     RecordingHost host;
     Module module;
-    module.Init(host, folders);
-
-    module->DoStart();
-
-    ASSERT_TRUE(WaitFor([&] { return host.Has(L"CreateFile to programdata folder success."); }));
+    InitAndWatch(module, host, folders);
     Sleep(100);
     EXPECT_FALSE(host.Has(L"ReloadPrivateConfigFile begin"));
 }
@@ -239,10 +231,7 @@ TEST(WatcherStart, AFolderThatIsMovedAwayWhileWatchedBringsNoPass) {
     ModuleFolders folders;
     RecordingHost host;
     Module module;
-    module.Init(host, folders);
-    module->DoStart();
-    ASSERT_TRUE(WaitFor([&] { return host.Has(L"CreateFile to programdata folder success."); }));
-    Sleep(50);
+    InitAndWatch(module, host, folders);
     host.Clear();
     fs::rename(folders.DataDir(), folders.Outside(L"elsewhere"));
     Sleep(100);
@@ -258,10 +247,7 @@ void LoseFileAndDefault() {
     ModuleFolders folders;
     RecordingHost host;
     Module module;
-    module.Init(host, folders);
-    module->DoStart();
-    WaitFor([&] { return host.Has(L"CreateFile to programdata folder success."); });
-    Sleep(50);
+    InitAndWatch(module, host, folders);
     fs::remove(folders.Default(kSettingsName));
     fs::remove(folders.Private(kSettingsName));
     WaitFor([&] { return host.Reloads() > 0; });
@@ -277,9 +263,7 @@ TEST(WatcherStart, AStartAfterAStopWatchesNoMore) {
     ModuleFolders folders;
     RecordingHost host;
     Module module;
-    module.Init(host, folders);
-    module->DoStart();
-    ASSERT_TRUE(WaitFor([&] { return host.Has(L"CreateFile to programdata folder success."); }));
+    InitAndWatch(module, host, folders);
     module->DoStop();
 
     module->DoStart();

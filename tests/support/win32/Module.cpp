@@ -1,5 +1,7 @@
 #include "support/win32/Module.h"
 
+#include "support/win32/Waiting.h"
+
 #include <stdexcept>
 
 #include <windows.h>
@@ -53,6 +55,17 @@ std::optional<std::vector<unsigned char>> Module::Binary(const wchar_t* name) co
     m_variables->GetVariableBinary(name, bytes.data(), bytes.size(), &length);
     bytes.resize(length);
     return bytes;
+}
+
+void InitAndWatch(Module& module, RecordingHost& host, const ModuleFolders& folders) {
+    // The message comes before the first request stands.
+    constexpr DWORD kRequestMilliseconds = 50;
+    module.Init(host, folders);
+    module->DoStart();
+    if (!WaitFor([&] { return host.Has(L"CreateFile to programdata folder success."); })) {
+        throw std::runtime_error("the watcher does not start");
+    }
+    Sleep(kRequestMilliseconds);
 }
 
 } // namespace zq::test

@@ -56,4 +56,7 @@ private:
     CZQVariable* m_variables;
 };
 
+// DoInit and DoStart, up to where the watcher sees changes.
+void InitAndWatch(Module& module, RecordingHost& host, const ModuleFolders& folders);
+
 } // namespace zq::test
