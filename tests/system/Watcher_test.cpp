@@ -1,5 +1,6 @@
 // The folder watcher on a real folder: what brings a reload pass, and what a pass does and says.
 #include "support/win32/Module.h"
+#include "support/win32/VariableHost.h"
 #include "support/win32/Waiting.h"
 
 #include <gtest/gtest.h>
@@ -181,6 +182,25 @@ TEST_F(Watcher, AnExactCopyOfTheRecordedTimeCountsAsUnchanged) {
     ASSERT_TRUE(WaitFor([&] { return host.Reloads() > 0; }));
     EXPECT_TRUE(host.Has(L"Private settings file not changed."));
     EXPECT_EQ(std::nullopt, module.Int64(L"Edit"));
+}
+
+TEST_F(Watcher, EveryHostHearsOneReloadForAFileAndNothingOfItsVariables) {
+    NoticeHost first;
+    NoticeHost second;
+    module.Variables().RegisterHost(&first);
+    module.Variables().RegisterHost(&second);
+    WriteBytes(folders.Outside(L"new.json"), R"({"Edit":3,"Other":"text"})");
+
+    fs::rename(folders.Outside(L"new.json"), folders.Private(kSettingsName));
+
+    ASSERT_TRUE(WaitFor([&] { return first.Count() > 0 && second.Count() > 0 && host.Reloads() > 0; }));
+    WaitUntilQuiet();
+    const std::vector<Notice> expected = {{L"", VariableTypeNone, nullptr}};
+    EXPECT_EQ(expected, first.Notices());
+    EXPECT_EQ(expected, second.Notices());
+    EXPECT_EQ(3, module.Int64(L"Edit"));
+    module.Variables().UnregisterHost(&first);
+    module.Variables().UnregisterHost(&second);
 }
 
 TEST_F(Watcher, AKeyRemovedFromAReloadedFileKeepsItsVariable) {
