@@ -4,8 +4,9 @@
 
 namespace zq {
 
-CZQVariableHostAgent::CZQVariableHostAgent(CZQVariableHost* host, std::span<const Mutex* const> guards)
-    : m_pHost(host), m_guards(guards) {}
+CZQVariableHostAgent::CZQVariableHostAgent(CZQVariableHost* host, const Mutex& listMutex,
+                                           const Mutex& storeMutex)
+    : m_pHost(host), m_guards{&listMutex, &storeMutex, &m_queueMutex} {}
 
 CZQVariableHostAgent::~CZQVariableHostAgent() { Stop(); }
 

@@ -9,7 +9,7 @@
 #include "platform/Thread.h"
 #include "variables/ChangeEvent.h"
 
-#include <span>
+#include <array>
 #include <string_view>
 #include <vector>
 
@@ -17,9 +17,9 @@ namespace zq {
 
 class CZQVariableHostAgent {
 public:
-    // `host` is not owned. `guards` are the mutexes that a delivery thread may hold inside a callback: see
+    // `host` is not owned. The mutexes are those that the delivery thread may hold inside a callback: see
     // Thread::Stop. They must outlive the agent.
-    CZQVariableHostAgent(CZQVariableHost* host, std::span<const Mutex* const> guards);
+    CZQVariableHostAgent(CZQVariableHost* host, const Mutex& listMutex, const Mutex& storeMutex);
     virtual ~CZQVariableHostAgent();
     CZQVariableHostAgent(const CZQVariableHostAgent&) = delete;
     CZQVariableHostAgent& operator=(const CZQVariableHostAgent&) = delete;
@@ -47,7 +47,8 @@ private:
     Thread m_hThread;
     std::vector<CHANGE_EVENT> m_queue;
     Mutex m_queueMutex;
-    std::span<const Mutex* const> m_guards;
+    // What the thread must not be inside of when it is terminated.
+    std::array<const Mutex*, 3> m_guards;
 };
 
 } // namespace zq

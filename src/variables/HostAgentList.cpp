@@ -15,7 +15,7 @@ void HostAgentList::RegisterHost(CZQVariableHost* host) {
     if (Find(host) != m_agents.end()) {
         return;
     }
-    m_agents.push_back(std::make_unique<CZQVariableHostAgent>(host, TerminationGuards()));
+    m_agents.push_back(std::make_unique<CZQVariableHostAgent>(host, m_mutex, m_storeMutex));
     m_agents.back()->Start();
 }
 

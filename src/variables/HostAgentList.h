@@ -18,7 +18,8 @@ namespace zq {
 class HostAgentList {
 public:
     // `storeMutex` is what callbacks lock when they read and write variables; it must outlive this object.
-    explicit HostAgentList(const Mutex& storeMutex) : m_guards{&m_mutex, &storeMutex} {}
+    explicit HostAgentList(const Mutex& storeMutex)
+        : m_storeMutex(storeMutex), m_guards{&m_mutex, &storeMutex} {}
 
     // A host that is registered already stays registered once.
     void RegisterHost(CZQVariableHost* host);
@@ -41,6 +42,7 @@ private:
     Agents::iterator Find(CZQVariableHost* host);
 
     Mutex m_mutex;
+    const Mutex& m_storeMutex;
     std::array<const Mutex*, 2> m_guards;
     Agents m_agents;
 };

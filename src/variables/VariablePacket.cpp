@@ -112,11 +112,9 @@ PacketWriter::PacketWriter()
     Put(out, kEncodingUtf16);
 }
 
-std::byte* PacketWriter::AppendHeader(uint32_t type, std::wstring_view name, size_t valueBytes) {
-    const size_t nameBytes = Utf16Bytes(name);
-    const size_t recordBytes = kPacketRecordHeaderBytes + nameBytes + valueBytes;
+void PacketWriter::Reserve(size_t bytes) {
     size_t capacity = m_capacity;
-    while (recordBytes > capacity - m_size) {
+    while (bytes > capacity - m_size) {
         if (capacity > SIZE_MAX / 2) {
             throw std::bad_alloc();
         }
@@ -128,6 +126,12 @@ std::byte* PacketWriter::AppendHeader(uint32_t type, std::wstring_view name, siz
         m_buffer = std::move(larger);
         m_capacity = capacity;
     }
+}
+
+std::byte* PacketWriter::AppendHeader(uint32_t type, std::wstring_view name, size_t valueBytes) {
+    const size_t nameBytes = Utf16Bytes(name);
+    const size_t recordBytes = kPacketRecordHeaderBytes + nameBytes + valueBytes;
+    Reserve(recordBytes);
     std::byte* out = m_buffer.get() + m_size;
     out = Put(out, type);
     out = Put(out, static_cast<uint32_t>(nameBytes));

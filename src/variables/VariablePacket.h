@@ -21,6 +21,9 @@ class PacketWriter {
 public:
     PacketWriter();
 
+    // Doubles the buffer until `bytes` more fit: at once what appending would do step by step.
+    void Reserve(size_t bytes);
+
     // Appends a record: any type code, the value's bytes as they shall stand.
     void Append(uint32_t type, std::wstring_view name, std::span<const std::byte> value);
     // Appends a record with a text for its value, in UTF-16.
