@@ -46,8 +46,20 @@ class CZQVariable {
     // Slot 4. Removes every variable of every type. No host is told.
     virtual void RemoveAllVariables() {}
 
-    // Slot 5. Frames one value as a packet, without looking at the variables; docs/variable-packet.md gives
-    // the bytes.
+    // A packet is 8 bytes of header and records without padding, all numbers little-endian:
+    //   0  3 bytes  magic: BF FE EB
+    //   3  1 byte   version: 1 when written, not looked at when read
+    //   4  u32      encoding of names and string values: 0 UTF-16 (as written), 65001 UTF-8
+    // and for each variable:
+    //   0  u32      VariableType
+    //   4  u32      length of the name in bytes, 1 or more
+    //   8  u32      length of the value in bytes
+    //  12           the name, not terminated, then the value: bool 1 byte, integer and double 8, string its
+    //               characters, not terminated, binary its bytes
+    // Both functions below return it in memory of the process heap; the host owns it and frees it with
+    // ZQFreePacket (ZQPacketMemory.h). docs/variable-packet.md tells the rest.
+
+    // Slot 5. Frames one value as a packet, without looking at the variables.
     //
     // type        any code; not checked
     // value       `length` bytes as they shall stand in the packet; may be null when length is 0
