@@ -3,8 +3,10 @@
 
 #include "CZQModHost.h"
 
+#include <atomic>
 #include <cstdarg>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -47,6 +49,17 @@ private:
     std::vector<LogLine> m_lines;
     int m_reloads = 0;
 };
+
+// A hook that runs `action` the first time alone. What the action captures must outlive the module: a host is
+// called up to its end.
+template <class Action>
+auto Once(Action action) {
+    return [action, isDone = std::make_shared<std::atomic<bool>>(false)](auto&&...) {
+        if (!isDone->exchange(true)) {
+            action();
+        }
+    };
+}
 
 } // namespace zq::test
 

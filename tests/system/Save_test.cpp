@@ -229,13 +229,7 @@ TEST_F(Save, ThreadsThatSaveDifferentMembersLoseNone) {
 
 TEST_F(Save, FromInsideTheHostsLogNeitherBlocksNorRecursesForEver) {
     InitWith(R"({"A":1,"B":1})");
-    bool isInside = false;
-    host.onLog = [&](const LogLine&) {
-        if (!isInside) {
-            isInside = true;
-            module->SaveConfigInt64(L"B", 2, 0);
-        }
-    };
+    host.onLog = Once([this] { module->SaveConfigInt64(L"B", 2, 0); });
 
     module->SaveConfigInt64(L"A", 2, 0);
 
@@ -295,12 +289,7 @@ private:
 
 TEST_F(SaveWhileWatched, FromInsideCallbacksReachesTheVariables) {
     WatchWith(R"({"C":0,"R":0,"O":0})");
-    std::atomic<bool> hasSaved{false};
-    host.onReloaded = [&] {
-        if (!hasSaved.exchange(true)) {
-            module->SaveConfigInt64(L"O", 1, 0);
-        }
-    };
+    host.onReloaded = Once([this] { module->SaveConfigInt64(L"O", 1, 0); });
     SavingHost saver(module.Settings());
     module.Variables().RegisterHost(&saver);
 

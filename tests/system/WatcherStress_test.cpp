@@ -76,14 +76,11 @@ TEST_F(WatcherStress, NoSlowEditIsReplacedByTheDefault) {
 }
 
 TEST_F(WatcherStress, AnOverflowOfTheBufferBringsAPassByItself) {
-    host.onLog = [&](const LogLine& line) {
-        if (line.text == L"ReloadPrivateConfigFile begin") {
-            host.onLog = nullptr;
-            // While the host holds the watcher more changes come than its buffer can tell.
-            EXPECT_EQ(0U, ChildProcess(Command(L"touch", 400, 0)).ExitCode());
-            WriteBytes(folders.Private(kQualityName), R"({"AfterOverflow":1})");
-        }
-    };
+    host.onReloaded = Once([this] {
+        // While the host holds the watcher more changes come than its buffer can tell.
+        EXPECT_EQ(0U, ChildProcess(Command(L"touch", 400, 0)).ExitCode());
+        WriteBytes(folders.Private(kQualityName), R"({"AfterOverflow":1})");
+    });
 
     WriteBytes(folders.Private(kHmdListName), "[]");
 

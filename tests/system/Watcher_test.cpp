@@ -148,13 +148,12 @@ TEST_F(Watcher, StoppingWithoutAPendingChangeEndsTheThreadAtOnce) {
 }
 
 TEST_F(Watcher, AChangeBehindAnotherFilesRecordWaitsForTheNextMatchingOne) {
-    host.onReloaded = [&] {
-        host.onReloaded = nullptr;
+    host.onReloaded = Once([this] {
         // While the host holds the watcher both changes arrive in one completion, the other file's first.
         WriteBytes(folders.DataDir() / L"a.tmp", "x");
         WriteBytes(folders.Private(kSettingsName), R"({"Edit":2})");
         Sleep(kRequestMilliseconds);
-    };
+    });
     // A rename is one change: nothing of it is left to stand first in the next completion.
     WriteBytes(folders.Outside(L"new.json"), R"({"Edit2":1})");
     fs::rename(folders.Outside(L"new.json"), folders.Private(kQualityName));
