@@ -12,6 +12,7 @@
 
 namespace zq {
 
+class FlattenTrace;
 class HostLog;
 class VariableBatch;
 
@@ -36,6 +37,7 @@ enum class ConfigFile { Settings, HmdList, Quality };
 
 // Collects the variables of an accepted file. Returns false, with a message, when the root's kind makes the
 // file unusable: only the headset list has such a rule.
-bool FlattenConfig(ConfigFile file, const JsonValue& root, VariableBatch& batch, const HostLog& log);
+bool FlattenConfig(ConfigFile file, const JsonValue& root, VariableBatch& batch, const HostLog& log,
+                   FlattenTrace* trace = nullptr);
 
 } // namespace zq

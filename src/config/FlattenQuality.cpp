@@ -18,7 +18,8 @@ constexpr std::array<std::wstring_view, 4> kPresetSuffixes = {L".Quality", L".Ba
 
 class QualityWalker {
 public:
-    QualityWalker(VariableBatch& batch, const HostLog& log) : m_batch(batch), m_log(log) {}
+    QualityWalker(VariableBatch& batch, const HostLog& log, FlattenTrace* trace)
+        : m_batch(batch), m_log(log), m_trace(trace) {}
 
     void Walk(std::wstring_view prefix, const JsonValue& root) {
         m_levels.push_back({std::wstring(prefix), root.Members(), {}, {}, 0});
@@ -48,6 +49,7 @@ private:
         const JsonMember& member = level.members.front();
         level.members = level.members.subspan(1);
         if (member.key.empty()) {
+            TellSkipped(m_trace, member.value, Skipped::EmptyName);
             return;
         }
         if (member.value.Is(JsonKind::Array)) {
@@ -58,7 +60,8 @@ private:
         }
         NameBuffer name(level.name);
         name.AppendKey(member.key);
-        if (!AddScalar(name.View(), member.value, m_batch)) {
+        if (!AddScalar(name.View(), member.value, m_batch, m_trace)) {
+            TellSkipped(m_trace, member.value, Skipped::PresetMember);
             m_log.Log(LogFailure, L"Invalid Quality Preset item : %s", level.name.c_str());
         }
     }
@@ -73,19 +76,22 @@ private:
             name += level.presetKey;
             name += kPresetSuffixes[place];
             m_levels.push_back({std::move(name), preset.Members(), {}, {}, 0});
+        } else {
+            TellSkipped(m_trace, preset, Skipped::Preset);
         }
     }
 
     VariableBatch& m_batch;
     const HostLog& m_log;
+    FlattenTrace* m_trace;
     std::vector<Level> m_levels;
 };
 
 } // namespace
 
 void FlattenQualityObject(std::wstring_view prefix, const JsonValue& object, VariableBatch& batch,
-                          const HostLog& log) {
-    QualityWalker(batch, log).Walk(prefix, object);
+                          const HostLog& log, FlattenTrace* trace) {
+    QualityWalker(batch, log, trace).Walk(prefix, object);
 }
 
 } // namespace zq

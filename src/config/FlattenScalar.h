@@ -3,6 +3,7 @@
 // Portable.
 #pragma once
 
+#include "config/FlattenTrace.h"
 #include "config/JsonValue.h"
 #include "variables/VariableBatch.h"
 
@@ -11,8 +12,7 @@
 
 namespace zq {
 
-// Adds the variables of a scalar; returns false, and adds nothing, for null and for containers.
-inline bool AddScalar(std::wstring_view name, const JsonValue& value, VariableBatch& batch) {
+inline bool AddScalarVariable(std::wstring_view name, const JsonValue& value, VariableBatch& batch) {
     switch (value.kind) {
     case JsonKind::Bool:
         batch.AddBool(name, value.boolean);
@@ -29,6 +29,16 @@ inline bool AddScalar(std::wstring_view name, const JsonValue& value, VariableBa
     default:
         return false;
     }
+}
+
+// Adds the variables of a scalar; returns false, and adds nothing, for null and for containers.
+inline bool AddScalar(std::wstring_view name, const JsonValue& value, VariableBatch& batch,
+                      FlattenTrace* trace) {
+    if (!AddScalarVariable(name, value, batch)) {
+        return false;
+    }
+    TellAdded(trace, value);
+    return true;
 }
 
 // The name of the place that a walker is at: grown on the way down, cut on the way up.

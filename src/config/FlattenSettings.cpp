@@ -16,8 +16,8 @@ bool IsHeaderListKey(std::wstring_view key) {
 
 class SettingsWalker {
 public:
-    SettingsWalker(std::wstring_view prefix, VariableBatch& batch, const HostLog& log)
-        : m_name(prefix), m_batch(batch), m_log(log) {}
+    SettingsWalker(std::wstring_view prefix, VariableBatch& batch, const HostLog& log, FlattenTrace* trace)
+        : m_name(prefix), m_batch(batch), m_log(log), m_trace(trace) {}
 
     void Walk(const JsonValue& root) {
         Enter(root);
@@ -42,7 +42,7 @@ private:
         std::span<const JsonMember> members;
         std::span<const JsonValue> headers; // what is left of the header list under way
         std::wstring_view headerKey;        // and its key
-        std::vector<std::wstring_view> headerNames;
+        std::vector<const JsonValue*> headerNames;
     };
 
     void Enter(const JsonValue& object) {
@@ -53,6 +53,7 @@ private:
         const JsonMember& member = level.members.front();
         level.members = level.members.subspan(1);
         if (member.key.empty()) {
+            TellSkipped(m_trace, member.value, Skipped::EmptyName);
             return;
         }
         if (member.value.Is(JsonKind::Array) && IsHeaderListKey(member.key)) {
@@ -63,8 +64,9 @@ private:
         m_name.AppendKey(member.key);
         if (member.value.Is(JsonKind::Object)) {
             Enter(member.value);
-        } else {
-            AddScalar(m_name.View(), member.value, m_batch);
+        } else if (!AddScalar(m_name.View(), member.value, m_batch, m_trace)) {
+            TellSkipped(m_trace, member.value,
+                        member.value.Is(JsonKind::Array) ? Skipped::IgnoredArray : Skipped::Null);
         }
     }
 
@@ -73,10 +75,11 @@ private:
         level.headers = level.headers.subspan(1);
         const JsonValue* name = header.Member(L"HD");
         if (!name || !name->Is(JsonKind::String)) {
+            TellSkipped(m_trace, header, Skipped::Header);
             return;
         }
         const std::wstring_view text = GetJsonString(*name);
-        level.headerNames.push_back(text);
+        level.headerNames.push_back(name);
         if (!text.empty()) {
             m_name.AppendKey(level.headerKey);
             m_name.AppendKey(text);
@@ -85,27 +88,30 @@ private:
     }
 
     // Every level does this when it ends, the outermost last: only a top-level header list stays known.
-    void PublishHeaderNames(const std::vector<std::wstring_view>& names) {
+    void PublishHeaderNames(const std::vector<const JsonValue*>& names) {
         m_batch.AddInt64(L"HmdNameSize", static_cast<int32_t>(names.size()));
         for (size_t i = 0; i < names.size(); ++i) {
             const std::wstring variable = L"HmdNameList." + std::to_wstring(i);
-            m_batch.AddString(variable, names[i]);
+            const std::wstring_view name = GetJsonString(*names[i]);
+            m_batch.AddString(variable, name);
+            TellAdded(m_trace, *names[i]);
             m_log.Log(LogProgress, L"Set variable STRING %s = %s", variable.c_str(),
-                      std::wstring(names[i]).c_str());
+                      std::wstring(name).c_str());
         }
     }
 
     NameBuffer m_name;
     VariableBatch& m_batch;
     const HostLog& m_log;
+    FlattenTrace* m_trace;
     std::vector<Level> m_levels;
 };
 
 } // namespace
 
 void FlattenSettingsObject(std::wstring_view prefix, const JsonValue& object, VariableBatch& batch,
-                           const HostLog& log) {
-    SettingsWalker(prefix, batch, log).Walk(object);
+                           const HostLog& log, FlattenTrace* trace) {
+    SettingsWalker(prefix, batch, log, trace).Walk(object);
 }
 
 } // namespace zq

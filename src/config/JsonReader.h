@@ -18,10 +18,15 @@
 
 namespace zq {
 
+class JsonTrace;
+
 // Reads one value, behind any white space, into `root`, which is null before and after a failure. White space
 // behind the value is not consumed. A null `text` or a `length` below 1 gives -1; a unit that cannot start a
 // value gives minus its place, counted from 1.
 int32_t ParseJsonValue(JsonRoot& root, const wchar_t* text, int32_t length);
+
+// The same, and tells `trace` what it comes across.
+int32_t ParseJsonValue(JsonRoot& root, const wchar_t* text, int32_t length, JsonTrace& trace);
 
 // The parts of a value. Each is called at the first unit of its token with the units that remain.
 

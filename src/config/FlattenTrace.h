@@ -1,0 +1,46 @@
+// What flattening a document can tell besides its variables: the node that gave each, and the nodes that gave
+// none.
+//
+// Portable.
+#pragma once
+
+#include "config/JsonValue.h"
+
+namespace zq {
+
+enum class Skipped {
+    EmptyName,       // a member without a name
+    Null,            // in the settings
+    IgnoredArray,    // in the settings, any but the header list
+    Header,          // an element of the header list that is no object with a text "HD"
+    Device,          // an element of the headset list without a text "DeviceName" or a list "Response"
+    Response,        // an element of "Response" that is no object
+    ResponseNumbers, // a response without whole numbers "MainRequest", "SubRequest", "index", or without
+                     // "Value"
+    ResponseValue,   // a "Value", or an element of one, that is no scalar
+    Preset,          // an element of a list of presets that is no object
+    PresetMember,    // an object or null among presets
+};
+
+class FlattenTrace {
+public:
+    virtual ~FlattenTrace() = default;
+
+    // Behind the adding of what a node gives: its variables are the newest of the batch.
+    virtual void OnAdded(const JsonValue& value) = 0;
+    virtual void OnSkipped(const JsonValue& value, Skipped reason) = 0;
+};
+
+inline void TellAdded(FlattenTrace* trace, const JsonValue& value) {
+    if (trace) {
+        trace->OnAdded(value);
+    }
+}
+
+inline void TellSkipped(FlattenTrace* trace, const JsonValue& value, Skipped reason) {
+    if (trace) {
+        trace->OnSkipped(value, reason);
+    }
+}
+
+} // namespace zq
