@@ -1,6 +1,7 @@
 // Strings of the JSON reader: the escapes that are known, and those that are lost.
 #include "config/JsonReader.h"
 
+#include "config/JsonEscape.h"
 #include "config/WideScan.h"
 
 #include <algorithm>
@@ -8,18 +9,6 @@
 namespace zq {
 
 namespace {
-
-constexpr int32_t kHexEscapeUnits = 6; // backslash, u, four digits
-
-int32_t HexDigit(wchar_t unit) {
-    if (unit >= L'0' && unit <= L'9') {
-        return unit - L'0';
-    }
-    if (unit >= L'a' && unit <= L'f') {
-        return unit - L'a' + 10;
-    }
-    return unit >= L'A' && unit <= L'F' ? unit - L'A' + 10 : -1;
-}
 
 // The value of the longest run of digits at the front of the four units, or `previous` where there is none.
 int32_t HexEscape(const wchar_t* digits, int32_t previous) {
@@ -35,23 +24,6 @@ int32_t HexEscape(const wchar_t* digits, int32_t previous) {
         value = value * 16 + digit;
     }
     return value;
-}
-
-// The unit that a two-unit escape stands for. What is not known becomes a backslash, and its unit is lost.
-wchar_t SimpleEscape(wchar_t unit) {
-    switch (unit) {
-    case L'"':
-    case L'/':
-        return unit;
-    case L'n':
-        return L'\n';
-    case L'r':
-        return L'\r';
-    case L't':
-        return L'\t';
-    default:
-        return L'\\';
-    }
 }
 
 // Reads a string from its first escape on. `out` has room for all units of the text: no escape grows.
@@ -103,10 +75,9 @@ private:
 // An upper bound of the units up to the closing quote: an escaped one does not close.
 int32_t UnitsToCloseFrom(const wchar_t* text, int32_t length, int32_t place) {
     while (place < length && text[place] != L'"') {
-        const bool isHex = text[place] == L'\\' && place + 1 < length && text[place + 1] == L'u';
-        place += text[place] != L'\\' ? 1 : isHex ? kHexEscapeUnits : 2;
+        place += text[place] == L'\\' ? EscapeUnits(text + place, length - place) : 1;
     }
-    return std::min(place, length);
+    return place;
 }
 
 } // namespace

@@ -6,7 +6,7 @@ namespace zq {
 
 namespace {
 
-constexpr wchar_t kReplacement = 0xFFFD;
+constexpr uint32_t kReplacement = 0xFFFD;
 
 size_t SequenceLength(unsigned char lead) {
     if (lead < 0x80) {
@@ -22,7 +22,7 @@ size_t SequenceLength(unsigned char lead) {
 }
 
 // Decodes the sequence at the front of `bytes` and moves behind it.
-wchar_t TakeUtf8(std::string_view& bytes) {
+uint32_t TakeUtf8(std::string_view& bytes) {
     const auto lead = static_cast<unsigned char>(bytes.front());
     const size_t length = SequenceLength(lead);
     if (length == 0 || length > bytes.size()) {
@@ -39,7 +39,32 @@ wchar_t TakeUtf8(std::string_view& bytes) {
         point = point << 6U | (next & 0x3FU);
     }
     bytes.remove_prefix(length);
-    return static_cast<wchar_t>(point);
+    return point;
+}
+
+// As the system does it, wide text is UTF-16 here too.
+void AppendUtf16(std::wstring& text, uint32_t point) {
+    if (point > 0xFFFF) {
+        text += static_cast<wchar_t>(0xD7C0 + (point >> 10U));
+        point = 0xDC00 + (point & 0x3FFU);
+    }
+    text += static_cast<wchar_t>(point);
+}
+
+bool IsPair(wchar_t first, wchar_t second) {
+    return first >= 0xD800 && first <= 0xDBFF && second >= 0xDC00 && second <= 0xDFFF;
+}
+
+// Takes the character at the front of wide text off; a lone surrogate becomes the replacement character.
+uint32_t TakeUtf16(std::wstring_view& text) {
+    const wchar_t first = text.front();
+    text.remove_prefix(1);
+    if (!text.empty() && IsPair(first, text.front())) {
+        const auto low = static_cast<uint32_t>(text.front());
+        text.remove_prefix(1);
+        return ((static_cast<uint32_t>(first) - 0xD7C0) << 10U) + (low - 0xDC00);
+    }
+    return first >= 0xD800 && first <= 0xDFFF ? kReplacement : static_cast<uint32_t>(first);
 }
 
 void AppendUtf8(std::string& out, uint32_t point) {
@@ -65,7 +90,7 @@ std::wstring WideFromBytes(uint32_t codePage, const char* bytes, int32_t length)
     std::wstring text;
     while (!rest.empty()) {
         if (codePage == kCodePageUtf8) {
-            text += TakeUtf8(rest);
+            AppendUtf16(text, TakeUtf8(rest));
         } else {
             text += static_cast<wchar_t>(static_cast<unsigned char>(rest.front()));
             rest.remove_prefix(1);
@@ -76,12 +101,13 @@ std::wstring WideFromBytes(uint32_t codePage, const char* bytes, int32_t length)
 
 std::string BytesFromWide(uint32_t codePage, std::wstring_view text) {
     std::string bytes;
-    for (const wchar_t c : text) {
-        const auto point = static_cast<uint32_t>(c);
+    while (!text.empty()) {
         if (codePage == kCodePageUtf8) {
-            AppendUtf8(bytes, point);
+            AppendUtf8(bytes, TakeUtf16(text));
         } else {
-            bytes += point < 0x100 ? static_cast<char>(point) : '?';
+            const auto unit = static_cast<uint32_t>(text.front());
+            bytes += unit < 0x100 ? static_cast<char>(unit) : '?';
+            text.remove_prefix(1);
         }
     }
     return bytes;

@@ -1,0 +1,40 @@
+#include "check/Quote.h"
+
+#include "platform/Text.h"
+
+#include <cstdint>
+
+namespace zq {
+
+namespace {
+
+bool IsControl(wchar_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); }
+
+} // namespace
+
+std::string Utf8(std::wstring_view text) { return BytesFromWide(kCodePageUtf8, text); }
+
+std::wstring HexEscapeOf(wchar_t unit) {
+    constexpr std::wstring_view kDigits = L"0123456789ABCDEF";
+    std::wstring escape = L"\\u";
+    for (int shift = 12; shift >= 0; shift -= 4) {
+        escape += kDigits[(static_cast<uint32_t>(unit) >> shift) & 0xF];
+    }
+    return escape;
+}
+
+std::string Quoted(std::wstring_view text) {
+    constexpr size_t kLongest = 60;
+    std::wstring result = L"\"";
+    for (const wchar_t unit : text.substr(0, kLongest)) {
+        if (IsControl(unit)) {
+            result += HexEscapeOf(unit);
+        } else {
+            result += unit;
+        }
+    }
+    result += text.size() > kLongest ? L"...\"" : L"\"";
+    return Utf8(result);
+}
+
+} // namespace zq

@@ -1,0 +1,20 @@
+// Pieces of a document inside a message.
+//
+// Portable.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace zq {
+
+std::string Utf8(std::wstring_view text);
+
+// In quotes, shortened where it is long, control characters written as \u and four digits: a document can
+// neither break a message nor steer a terminal.
+std::string Quoted(std::wstring_view text);
+
+// One unit as a JSON escape: \u and four digits.
+std::wstring HexEscapeOf(wchar_t unit);
+
+} // namespace zq

@@ -1,0 +1,147 @@
+#include "check/SourceText.h"
+
+#include "platform/Text.h"
+
+#include <algorithm>
+#include <array>
+
+namespace zq {
+
+namespace {
+
+struct Mark {
+    std::string_view bytes;
+    Encoding encoding;
+};
+
+constexpr std::array<Mark, 3> kMarks = {{
+    {"\xEF\xBB\xBF", Encoding::MarkedUtf8},
+    {"\xFF\xFE", Encoding::Utf16Little},
+    {"\xFE\xFF", Encoding::Utf16Big},
+}};
+
+uint8_t ByteAt(std::string_view bytes, size_t place) { return static_cast<uint8_t>(bytes[place]); }
+
+bool IsAscii(std::string_view bytes) {
+    return std::all_of(bytes.begin(), bytes.end(),
+                       [](char byte) { return static_cast<uint8_t>(byte) < 0x80; });
+}
+
+// The length of the well-formed UTF-8 sequence at a place, or 0.
+size_t Utf8SequenceAt(std::string_view bytes, size_t place) {
+    const uint8_t lead = ByteAt(bytes, place);
+    if (lead < 0x80) {
+        return 1;
+    }
+    const size_t length = lead >= 0xC2 && lead < 0xE0   ? 2
+                          : (lead & 0xF0) == 0xE0       ? 3
+                          : lead >= 0xF0 && lead < 0xF5 ? 4
+                                                        : 0;
+    if (length == 0 || length > bytes.size() - place) {
+        return 0;
+    }
+    for (size_t i = 1; i < length; ++i) {
+        if ((ByteAt(bytes, place + i) & 0xC0) != 0x80) {
+            return 0;
+        }
+    }
+    const uint8_t second = ByteAt(bytes, place + 1);
+    const bool isOverlong = (lead == 0xE0 && second < 0xA0) || (lead == 0xF0 && second < 0x90);
+    const bool isOutside = (lead == 0xED && second >= 0xA0) || (lead == 0xF4 && second >= 0x90);
+    return isOverlong || isOutside ? 0 : length;
+}
+
+bool IsUtf8(std::string_view bytes) {
+    for (size_t place = 0; place < bytes.size();) {
+        const size_t length = Utf8SequenceAt(bytes, place);
+        if (length == 0) {
+            return false;
+        }
+        place += length;
+    }
+    return true;
+}
+
+// Every document begins with an ASCII character, so a zero byte beside it tells UTF-16 without a mark.
+Encoding UnmarkedEncoding(std::string_view bytes) {
+    if (bytes.size() >= 2 && bytes[0] != '\0' && bytes[1] == '\0') {
+        return Encoding::Utf16Little;
+    }
+    if (bytes.size() >= 2 && bytes[0] == '\0' && bytes[1] != '\0') {
+        return Encoding::Utf16Big;
+    }
+    if (IsAscii(bytes)) {
+        return Encoding::Ascii;
+    }
+    return IsUtf8(bytes) ? Encoding::Utf8 : Encoding::CodePage;
+}
+
+std::wstring DecodeUtf16(std::string_view bytes, bool isBig) {
+    std::wstring text;
+    text.reserve(bytes.size() / 2);
+    for (size_t place = 0; place + 1 < bytes.size(); place += 2) {
+        const unsigned first = ByteAt(bytes, place);
+        const unsigned second = ByteAt(bytes, place + 1);
+        text += static_cast<wchar_t>(isBig ? first << 8U | second : second << 8U | first);
+    }
+    return text;
+}
+
+bool IsLowSurrogate(wchar_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+
+} // namespace
+
+SourceText::SourceText(std::string_view bytes) {
+    const auto mark = std::find_if(kMarks.begin(), kMarks.end(),
+                                   [bytes](const Mark& m) { return bytes.starts_with(m.bytes); });
+    std::string_view content = bytes;
+    if (mark != kMarks.end()) {
+        content.remove_prefix(mark->bytes.size());
+        m_encoding = mark->encoding;
+    } else {
+        m_encoding = UnmarkedEncoding(bytes);
+    }
+    if (m_encoding == Encoding::Utf16Little || m_encoding == Encoding::Utf16Big) {
+        m_text = DecodeUtf16(content, m_encoding == Encoding::Utf16Big);
+    } else {
+        const uint32_t codePage = m_encoding == Encoding::CodePage ? kCodePageAnsi : kCodePageUtf8;
+        m_text = WideFromBytes(codePage, content.data(), static_cast<int32_t>(content.size()));
+    }
+    const size_t end = m_text.find_last_not_of(L'\0') + 1;
+    m_zeroBytes = m_text.size() - end;
+    m_text.resize(end);
+    m_hasPairs = std::any_of(m_text.begin(), m_text.end(), IsLowSurrogate);
+    FindLines();
+}
+
+// A line ends with a line feed, a carriage return, or both in this order.
+void SourceText::FindLines() {
+    m_lineStarts.push_back(0);
+    for (size_t i = 0; i < m_text.size(); ++i) {
+        const bool isPair = m_text[i] == L'\r' && i + 1 < m_text.size() && m_text[i + 1] == L'\n';
+        if (m_text[i] == L'\n' || (m_text[i] == L'\r' && !isPair)) {
+            m_lineStarts.push_back(static_cast<int32_t>(i) + 1);
+        }
+    }
+}
+
+int32_t SourceText::LineStart(int32_t place) const {
+    return *(std::upper_bound(m_lineStarts.begin(), m_lineStarts.end(), place) - 1);
+}
+
+TextPosition SourceText::PositionOf(int32_t place) const {
+    const auto line =
+        std::upper_bound(m_lineStarts.begin(), m_lineStarts.end(), place) - m_lineStarts.begin();
+    const int32_t start = LineStart(place);
+    const auto pairs =
+        m_hasPairs ? std::count_if(m_text.begin() + start, m_text.begin() + place, IsLowSurrogate) : 0;
+    return {static_cast<int32_t>(line), place - start - static_cast<int32_t>(pairs) + 1};
+}
+
+std::wstring_view SourceText::LineAt(int32_t place) const {
+    const auto start = static_cast<size_t>(LineStart(place));
+    const size_t end = std::min(m_text.find_first_of(L"\r\n", start), m_text.size());
+    return std::wstring_view(m_text).substr(start, end - start);
+}
+
+} // namespace zq

@@ -1,0 +1,37 @@
+// A check of one document in a test: what it said, as lines like "1:5 warning trailing-comma".
+#pragma once
+
+#include "check/FileCheck.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zq::test {
+
+using Lines = std::vector<std::string>;
+
+inline std::string LineOf(const FileCheck& check, const Problem& problem) {
+    const TextPosition place = check.Source().PositionOf(problem.begin);
+    return std::to_string(place.line) + ':' + std::to_string(place.column) +
+           (problem.severity == Severity::Error ? " error " : " warning ") + problem.code;
+}
+
+inline Lines LinesOf(const FileCheck& check) {
+    Lines lines;
+    for (const Problem& problem : check.All()) {
+        lines.push_back(LineOf(check, problem));
+    }
+    return lines;
+}
+
+inline Lines Check(std::string_view bytes, ConfigFile file = ConfigFile::Settings,
+                   const KnownKeys& known = {}) {
+    return LinesOf(FileCheck(file, bytes, known));
+}
+
+inline bool IsAccepted(std::string_view bytes, ConfigFile file = ConfigFile::Settings) {
+    return FileCheck(file, bytes, {}).IsAccepted();
+}
+
+} // namespace zq::test
