@@ -41,8 +41,8 @@ FileCheck::FileCheck(ConfigFile file, std::string_view bytes, const KnownKeys& k
     Sort();
 }
 
-void FileCheck::Add(Problem problem) {
-    m_problems.push_back(std::move(problem));
+void FileCheck::Add(const Problems& problems) {
+    m_problems.insert(m_problems.end(), problems.begin(), problems.end());
     Sort();
 }
 

@@ -34,7 +34,8 @@ public:
     bool IsAccepted() const { return m_isAccepted; }
     // By place. All of them are warnings where the file is accepted.
     const Problems& All() const { return m_problems; }
-    void Add(Problem problem);
+    // Each behind the others of its place.
+    void Add(const Problems& problems);
 
     const SourceText& Source() const { return m_source; }
     const DocumentMap& Document() const { return m_document; }

@@ -1,10 +1,7 @@
 #include "check/FlattenNotes.h"
 
-#include "check/FileCheck.h"
+#include "check/LastWriters.h"
 #include "check/Quote.h"
-
-#include <map>
-#include <utility>
 
 namespace zq {
 
@@ -87,29 +84,19 @@ void FlattenNotes::OnSkipped(const JsonValue& value, Skipped reason) {
 
 void CheckOverwritten(const SourceText& source, const std::vector<PlacedVariable>& variables,
                       Problems& problems) {
-    using Kind = VariableBatch::Kind;
-    std::map<std::pair<std::wstring_view, Kind>, const DocumentNode*> last;
-    // Returns whether a warning was needed.
-    const auto write = [&](std::wstring_view name, Kind kind, const DocumentNode* node, bool isToldAlready) {
-        const auto [place, isNew] = last.try_emplace({name, kind}, node);
-        const DocumentNode* const earlier = std::exchange(place->second, node);
-        if (isNew || isToldAlready || !earlier || earlier == node) {
-            return isToldAlready;
-        }
-        const std::string by = node ? "in line " + std::to_string(source.PositionOf(node->Place()).line)
-                                    : "by the module itself";
-        AddWarning(problems, "overwritten", earlier->Place(), earlier->PlaceEnd(),
-                   "the variable " + Quoted(name) + " is written over " + by, "take one of them away");
-        return true;
-    };
+    LastWriters writers;
     for (const PlacedVariable& variable : variables) {
-        const std::wstring_view name = VariableBatch::NameOf(*variable.entry);
-        const Kind kind = variable.entry->kind;
-        const bool isNumber = kind == Kind::Number;
-        const bool isTold = write(name, isNumber ? Kind::Int64 : kind, variable.node, false);
-        if (isNumber) {
-            write(name, Kind::Double, variable.node, isTold);
+        const auto loser = writers.Write(variable, 0);
+        if (!loser || !loser->node) {
+            continue;
         }
+        const std::string by =
+            variable.node ? "in line " + std::to_string(source.PositionOf(variable.node->Place()).line)
+                          : "by the module itself";
+        AddWarning(problems, "overwritten", loser->node->Place(), loser->node->PlaceEnd(),
+                   "the variable " + Quoted(VariableBatch::NameOf(*variable.entry)) + " is written over " +
+                       by,
+                   "take one of them away");
     }
 }
 
