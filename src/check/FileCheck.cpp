@@ -108,6 +108,8 @@ KnownKeys KeysOf(std::string_view bytes) {
     for (const DocumentNode& node : document.Nodes()) {
         if (node.HasKey() && document.Result() >= 1) {
             keys.emplace(node.key);
+            // A dotted key may also be written as a nested one.
+            keys.emplace(node.key.substr(node.key.rfind(L'.') + 1));
         }
     }
     return keys;

@@ -24,6 +24,12 @@ size_t Tolerance(size_t length) {
     return length <= kShort ? 0 : length < kLong ? 1 : 2;
 }
 
+bool Holds(std::wstring_view name, std::wstring_view part) {
+    const auto isSame = [](wchar_t a, wchar_t b) { return Lower(a) == Lower(b); };
+    return !part.empty() &&
+           std::search(name.begin(), name.end(), part.begin(), part.end(), isSame) != name.end();
+}
+
 // The last three rows of the table of distances; a swap looks two rows back.
 class DistanceRows {
 public:
@@ -94,7 +100,7 @@ std::vector<std::wstring> NearestNames(std::wstring_view name, const std::vector
     std::vector<std::pair<size_t, std::wstring>> near;
     for (const std::wstring& candidate : known) {
         const size_t distance = EditDistance(name, candidate, limit);
-        if (distance <= limit) {
+        if (distance <= limit || Holds(candidate, name)) {
             near.emplace_back(distance, candidate);
         }
     }

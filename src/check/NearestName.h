@@ -18,7 +18,8 @@ size_t EditDistance(std::wstring_view a, std::wstring_view b, size_t limit);
 // in digits alone, which number things.
 bool IsMistyped(std::wstring_view name, std::wstring_view known);
 
-// The names nearest to `name`, best first, at most `count` of those that are near at all.
+// The names nearest to `name`, best first, at most `count` of those that are near at all: those that few
+// letters make of it, then those that hold it.
 std::vector<std::wstring> NearestNames(std::wstring_view name, const std::vector<std::wstring>& known,
                                        size_t count);
 

@@ -188,6 +188,11 @@ TEST(FileCheck, WarnsOfAKeyThatLooksMisspelt) {
     EXPECT_EQ(Lines(), Check(R"({"Bitrate":1,"Bitrates":2})", ConfigFile::Settings, known));
 }
 
+TEST(FileCheck, KnowsTheKeysOfADocumentAndTheirLastParts) {
+    EXPECT_EQ(KnownKeys({L"A", L"B", L"C", L"D.C", L"E"}), KeysOf(R"({"A":{"B":[{"E":1}]},"D.C":2})"));
+    EXPECT_EQ(KnownKeys(), KeysOf(R"({"A":1)"));
+}
+
 TEST(FileCheck, PlacesEveryVariable) {
     const FileCheck check(ConfigFile::Settings, "{\"A\":1,\n\"CL\":[{\"HD\":\"X\"}]}", {});
     std::vector<std::string> places;

@@ -39,5 +39,11 @@ TEST(NearestName, GivesTheNearestFirst) {
     EXPECT_TRUE(NearestNames(L"x", known, 3).empty());
 }
 
+TEST(NearestName, TakesNamesThatHoldThePartForNear) {
+    const std::vector<std::wstring> known = {L"Settings.CurrentBitrate", L"Settings.ServerName", L"Bitrate"};
+    EXPECT_EQ((std::vector<std::wstring>{L"Bitrate", L"Settings.CurrentBitrate"}),
+              NearestNames(L"bitrate", known, 3));
+}
+
 } // namespace
 } // namespace zq

@@ -5,6 +5,8 @@
 #include "VariableDifference.h"
 #include "VariableText.h"
 
+#include "config/ConfigFileNames.h"
+
 #include <algorithm>
 #include <cstdio>
 
@@ -21,8 +23,7 @@ using Microseconds = std::chrono::duration<double, std::micro>;
 // The time since the newest file of the folder was written, in milliseconds.
 double MillisecondsSinceLastWrite(const std::filesystem::path& folder) {
     uint64_t newest = 0;
-    for (const wchar_t* name :
-         {L"ZQ2_serverSetting.setting", L"ZQ2_HmdList.json", L"ZQ2_QualityPreset.json"}) {
+    for (const wchar_t* name : kConfigFileNames) {
         WIN32_FILE_ATTRIBUTE_DATA data{};
         if (GetFileAttributesExW((folder / name).c_str(), GetFileExInfoStandard, &data)) {
             const FILETIME time = data.ftLastWriteTime;

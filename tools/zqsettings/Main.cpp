@@ -43,6 +43,12 @@ int Run() {
     app.footer("\"zqsettings COMMAND --help\" tells more about a command.\n"
                "Exit code 0; otherwise other than 0, and one sentence on stderr.");
     app.get_formatter()->column_width(18);
+    zq::tool::AddCheckCommand(app);
+    zq::tool::AddListCommand(app);
+    zq::tool::AddGetCommand(app);
+    zq::tool::AddDiffCommand(app);
+    zq::tool::AddExplainCommand(app);
+    zq::tool::AddSurveyCommand(app);
     zq::tool::AddShowCommand(app);
     zq::tool::AddWatchCommand(app);
     zq::tool::AddSetCommand(app);

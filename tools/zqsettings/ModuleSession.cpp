@@ -44,6 +44,16 @@ std::string Sentence(const fs::filesystem_error& error) {
 
 } // namespace
 
+fs::path DataFolderOf(const std::string& data) {
+    return ExistingFolder(CommonDataFolder(WideFromUtf8(data)) / kDataFolderName, "data");
+}
+
+fs::path DefaultsFolderOf(const std::string& defaults) {
+    return ExistingFolder(defaults.empty() ? ProgramPath().replace_filename(L"defaults")
+                                           : fs::path(WideFromUtf8(defaults)),
+                          "defaults");
+}
+
 void AddModuleOptions(CLI::App& command, ModuleOptions& options) {
     command
         .add_option("--data", options.data,
@@ -68,9 +78,7 @@ void ModuleSession::Ending::operator()(CZQModSettings* module) const {
 
 ModuleSession::ModuleSession(const ModuleOptions& options, CZQModHost& host)
     : m_library(WideFromUtf8(options.dll)) {
-    m_defaults = ExistingFolder(options.defaults.empty() ? ProgramPath().replace_filename(L"defaults")
-                                                         : fs::path(WideFromUtf8(options.defaults)),
-                                "defaults");
+    m_defaults = DefaultsFolderOf(options.defaults);
     if (options.data.empty()) {
         m_commonData = m_scratch.emplace().Path();
         fs::create_directory(m_commonData / kDataFolderName);

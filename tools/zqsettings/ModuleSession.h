@@ -23,6 +23,13 @@ struct ModuleOptions {
     std::string defaults;
 };
 
+// The folder "ZQserver" that --data means: itself, or the folder that holds it. Raises Failure where that
+// does not exist.
+std::filesystem::path DataFolderOf(const std::string& data);
+
+// --defaults, or the folder "defaults" beside this program. Raises Failure where that does not exist.
+std::filesystem::path DefaultsFolderOf(const std::string& defaults);
+
 // Adds --dll, --data and --defaults to a command. `options` must outlive the parse.
 void AddModuleOptions(CLI::App& command, ModuleOptions& options);
 

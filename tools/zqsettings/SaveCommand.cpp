@@ -5,9 +5,11 @@
 #include "Failure.h"
 #include "ModuleSession.h"
 #include "SavedValue.h"
+#include "SilentHost.h"
 #include "Text.h"
 #include "VariableDifference.h"
 
+#include "config/ConfigFileNames.h"
 #include "save/JsonDocument.h"
 #include "save/NarrowName.h"
 #include "save/SaveOperations.h"
@@ -25,12 +27,6 @@ namespace zq::tool {
 namespace {
 
 constexpr DWORD kReloadCapMilliseconds = 5000;
-
-class SilentHost final : public CZQModHost {
-public:
-    void Log(const wchar_t*, int32_t, const wchar_t*, va_list) override {}
-    void OnConfigReloaded() override {}
-};
 
 class ReloadWaiter final : public CZQVariableHost {
 public:
@@ -124,7 +120,7 @@ void Set(const SetOptions& options) {
     int64_t index = 0;
     const bool hasIndex = session.Variables().GetVariableInt64(L"DHI", &index) != 0;
     const auto keep = [](rapidjson::Value&) {};
-    RequireSaved(Try(session.DataFolder() / L"ZQ2_serverSetting.setting",
+    RequireSaved(Try(session.DataFolder() / NameOfConfigFile(ConfigFile::Settings),
                      [&](rapidjson::Document& document) {
                          const std::string narrow = NarrowName(name).value_or("");
                          return options.isPerDevice
@@ -142,7 +138,7 @@ void SetHmd(const SetHmdOptions& options) {
     SilentHost host;
     const ModuleSession session(options.module, host);
     const std::wstring device = WideFromUtf8(options.device);
-    RequireSaved(Try(session.DataFolder() / L"ZQ2_HmdList.json",
+    RequireSaved(Try(session.DataFolder() / NameOfConfigFile(ConfigFile::HmdList),
                      [&](rapidjson::Document& document) {
                          return EditHmdList(document, NarrowName(device).value_or(""), options.request,
                                             options.values);

@@ -1,9 +1,8 @@
 #include "VariableText.h"
 
+#include "JsonOutput.h"
+#include "Overloads.h"
 #include "Text.h"
-
-#include <rapidjson/prettywriter.h>
-#include <rapidjson/stringbuffer.h>
 
 #include <algorithm>
 #include <array>
@@ -30,19 +29,6 @@ std::string DoubleText(double value) {
     return text;
 }
 
-std::string HexText(std::span<const uint8_t> bytes, const char* separator) {
-    constexpr std::string_view kDigits = "0123456789ABCDEF";
-    std::string text;
-    for (const uint8_t byte : bytes) {
-        if (!text.empty()) {
-            text += separator;
-        }
-        text += kDigits[byte >> 4];
-        text += kDigits[byte & 0xF];
-    }
-    return text;
-}
-
 std::string BinaryText(const std::vector<uint8_t>& bytes) {
     std::string text = std::to_string(bytes.size()) + (bytes.size() == 1 ? " byte" : " bytes");
     if (!bytes.empty()) {
@@ -58,13 +44,6 @@ std::string BoolText(ZQBool value) {
     return value != 0 ? "true" : "false";
 }
 
-template <class... Functions>
-struct Overloads : Functions... {
-    using Functions::operator()...;
-};
-template <class... Functions>
-Overloads(Functions...) -> Overloads<Functions...>;
-
 size_t Columns(const std::string& utf8) {
     return static_cast<size_t>(
         std::count_if(utf8.begin(), utf8.end(), [](char c) { return (c & 0xC0) != 0x80; }));
@@ -75,32 +54,20 @@ std::string Padded(std::string text, size_t width) {
     return columns < width ? text.append(width - columns, ' ') : text;
 }
 
-using Writer = rapidjson::PrettyWriter<rapidjson::StringBuffer>;
-
-void WriteText(Writer& writer, const std::string& text) {
-    writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
-}
-
-void WriteDouble(Writer& writer, double value) {
-    if (std::isfinite(value)) {
-        writer.Double(value);
-    } else {
-        WriteText(writer, std::isnan(value) ? "NaN" : value > 0 ? "Infinity" : "-Infinity");
-    }
-}
-
-void WriteValue(Writer& writer, const VariableValue& value) {
-    std::visit(Overloads{
-                   [&](ZQBool truth) { writer.Bool(truth != 0); },
-                   [&](int64_t number) { writer.Int64(number); },
-                   [&](double number) { WriteDouble(writer, number); },
-                   [&](const std::wstring& text) { WriteText(writer, Utf8FromWide(text)); },
-                   [&](const std::vector<uint8_t>& bytes) { WriteText(writer, HexText(bytes, "")); },
-               },
-               value);
-}
-
 } // namespace
+
+std::string HexText(std::span<const uint8_t> bytes, const char* separator) {
+    constexpr std::string_view kDigits = "0123456789ABCDEF";
+    std::string text;
+    for (const uint8_t byte : bytes) {
+        if (!text.empty()) {
+            text += separator;
+        }
+        text += kDigits[byte >> 4];
+        text += kDigits[byte & 0xF];
+    }
+    return text;
+}
 
 const std::map<std::string, VariableType>& VariableTypeNames() {
     static const std::map<std::string, VariableType> names = {{"bool", VariableTypeBool},
@@ -146,23 +113,30 @@ std::string TableText(const std::vector<Variable>& variables) {
     return text + std::to_string(variables.size()) + (variables.size() == 1 ? " variable\n" : " variables\n");
 }
 
+std::string PlainText(const VariableValue& value) {
+    return std::visit(Overloads{
+                          [](ZQBool truth) { return std::string(truth != 0 ? "true" : "false"); },
+                          [](int64_t number) { return std::to_string(number); },
+                          [](double number) { return DoubleText(number); },
+                          [](const std::wstring& text) { return Utf8FromWide(text); },
+                          [](const std::vector<uint8_t>& bytes) { return HexText(bytes, ""); },
+                      },
+                      value);
+}
+
 std::string JsonText(const std::vector<Variable>& variables) {
-    rapidjson::StringBuffer buffer;
-    Writer writer(buffer);
-    writer.SetIndent(' ', 2);
-    writer.StartArray();
-    for (const Variable& variable : variables) {
-        writer.StartObject();
-        writer.Key("name");
-        WriteText(writer, Utf8FromWide(variable.name));
-        writer.Key("type");
-        WriteText(writer, VariableTypeName(variable.Type()));
-        writer.Key("value");
-        WriteValue(writer, variable.value);
-        writer.EndObject();
-    }
-    writer.EndArray();
-    return std::string(buffer.GetString(), buffer.GetSize()) + "\n";
+    return JsonDocument([&](JsonWriter& writer) {
+        writer.StartArray();
+        for (const Variable& variable : variables) {
+            writer.StartObject();
+            WriteMember(writer, "name", Utf8FromWide(variable.name));
+            WriteMember(writer, "type", VariableTypeName(variable.Type()));
+            writer.Key("value");
+            WriteValue(writer, variable.value);
+            writer.EndObject();
+        }
+        writer.EndArray();
+    });
 }
 
 } // namespace zq::tool

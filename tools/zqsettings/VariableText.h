@@ -4,6 +4,7 @@
 #include "VariableListing.h"
 
 #include <map>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,11 @@ std::string VariableTypeName(VariableType type);
 
 // For one line: true, 70, 1.5, "text", 3 bytes: 01 02 03.
 std::string ValueText(const VariableValue& value);
+
+// For scripts: the value alone, a string as it is, binary as hexadecimal digits.
+std::string PlainText(const VariableValue& value);
+
+std::string HexText(std::span<const uint8_t> bytes, const char* separator);
 
 // Columns for name, type and value under a heading, with the number of variables below.
 std::string TableText(const std::vector<Variable>& variables);

@@ -1,0 +1,207 @@
+#include "tools/RunTool.h"
+
+#include "support/win32/Folders.h"
+
+#include <gtest/gtest.h>
+
+#include <rapidjson/document.h>
+
+#include <algorithm>
+
+namespace zq::test {
+namespace {
+
+constexpr const char* kFiveMistakes = "\xEF\xBB\xBF{\n"
+                                      "  \"Name\": \"Caf\xC3\xA9\",\n"
+                                      "  \"Size\": 1.5\n"
+                                      "  \"List\": [1,],\n"
+                                      "}\n";
+
+class CheckCommand : public testing::Test {
+protected:
+    std::filesystem::path Write(const wchar_t* name, std::string_view bytes) const {
+        WriteBytes(m_folder.Path() / name, bytes);
+        return m_folder.Path() / name;
+    }
+
+    ToolRun Check(const std::filesystem::path& file, const std::wstring& options = L"") const {
+        return RunTool(L"check " + options + L" \"" + file.wstring() + L'"');
+    }
+
+    // What was printed, with the file's name for its path.
+    std::string Output(const ToolRun& run, const std::filesystem::path& file) const {
+        std::string output = run.output;
+        const std::string path = file.string();
+        for (size_t place = output.find(path); place != std::string::npos; place = output.find(path)) {
+            output.replace(place, path.size(), "FILE");
+        }
+        return output;
+    }
+
+    TempFolder m_folder;
+};
+
+TEST_F(CheckCommand, PrintsProblemsAsCompilersDo) {
+    const auto file = Write(kSettingsName, kFiveMistakes);
+
+    const ToolRun run = Check(file);
+
+    EXPECT_EQ(1u, run.exitCode);
+    EXPECT_EQ("", run.errors);
+    EXPECT_EQ(
+        "FILE:1:1: error: the file begins with a byte order mark, which counts as three bytes too many; "
+        "save it as \"UTF-8\" without a byte order mark\n"
+        "  {\n"
+        "  ^\n"
+        "FILE:2:15: error: \"\xC3\xA9\" is not ASCII: it takes more bytes than it counts as, or is read by "
+        "the code page of the machine; write \\u00E9\n"
+        "    \"Name\": \"Caf\xC3\xA9\",\n"
+        "                ^\n"
+        "FILE:4:3: warning: a comma is missing in front of this; the module does without; other JSON "
+        "readers do not\n"
+        "    \"List\": [1,],\n"
+        "    ^\n"
+        "FILE:4:11: warning: an array is ignored here: only \"CL\", the list of headsets, is read; write "
+        "its values as members with names\n"
+        "    \"List\": [1,],\n"
+        "            ^\n"
+        "FILE:4:13: warning: a comma stands in front of the closing bracket; take it away; other JSON "
+        "readers refuse it\n"
+        "    \"List\": [1,],\n"
+        "              ^\n"
+        "FILE:4:15: warning: a comma stands in front of the closing bracket; take it away; other JSON "
+        "readers refuse it\n"
+        "    \"List\": [1,],\n"
+        "                ^\n"
+        "FILE:5:2: error: a line break follows the end of the document; the file must end with its last "
+        "\"}\"\n"
+        "  }\n"
+        "   ^\n"
+        "FILE: refused: the module would replace it by its default copy (3 errors, 4 warnings)\n",
+        Output(run, file));
+}
+
+TEST_F(CheckCommand, AcceptsAGoodFileInOneLine) {
+    const auto file = Write(kSettingsName, R"({"A":1})");
+
+    const ToolRun run = Check(file);
+
+    EXPECT_EQ(0u, run.exitCode);
+    EXPECT_EQ("FILE: accepted\n", Output(run, file));
+}
+
+TEST_F(CheckCommand, TakesAFolderForItsFiles) {
+    Write(kSettingsName, R"({"Version":1})");
+    Write(kQualityName, R"({"Version":2})");
+
+    const ToolRun run = Check(m_folder.Path());
+
+    EXPECT_EQ(0u, run.exitCode);
+    EXPECT_NE(std::string::npos, run.output.find("is written over by ZQ2_QualityPreset.json, line 1"))
+        << run.output;
+    EXPECT_EQ(1u, Check(m_folder.Path(), L"--strict").exitCode);
+}
+
+TEST_F(CheckCommand, FixesIntoACopyBeside) {
+    const auto file = Write(kSettingsName, kFiveMistakes);
+
+    const ToolRun run = Check(file, L"--fix");
+
+    EXPECT_EQ(0u, run.exitCode);
+    EXPECT_NE(
+        std::string::npos,
+        run.output.find("byte order mark taken away, 1 character written as \\u escapes, 1 character of "
+                        "blanks and line breaks behind the end taken away\n"))
+        << run.output;
+    EXPECT_EQ(kFiveMistakes, ReadBytes(file));
+    const auto fixed = m_folder.Path() / L"ZQ2_serverSetting.fixed.setting";
+    EXPECT_EQ("{\n  \"Name\": \"Caf\\u00E9\",\n  \"Size\": 1.5\n  \"List\": [1,],\n}", ReadBytes(fixed));
+    EXPECT_EQ(0u, Check(fixed).exitCode);
+}
+
+TEST_F(CheckCommand, FixesInPlaceAndKeepsEveryOldFile) {
+    const auto file = Write(kSettingsName, "{}\n");
+    const auto backup = m_folder.Path() / L"ZQ2_serverSetting.setting.bak";
+
+    EXPECT_EQ(0u, Check(file, L"--in-place").exitCode);
+    EXPECT_EQ("{}", ReadBytes(file));
+    EXPECT_EQ("{}\n", ReadBytes(backup));
+
+    WriteBytes(file, "{} ");
+    EXPECT_EQ(0u, Check(file, L"--fix --in-place").exitCode);
+    EXPECT_EQ("{}\n", ReadBytes(backup));
+    EXPECT_EQ("{} ", ReadBytes(m_folder.Path() / L"ZQ2_serverSetting.setting.bak2"));
+
+    const ToolRun run = Check(file, L"--in-place");
+    EXPECT_EQ("FILE: accepted\nFILE: nothing to mend\n", Output(run, file));
+}
+
+TEST_F(CheckCommand, LeavesWhatItCannotMend) {
+    const auto file = Write(kSettingsName, "{\"A\":1\n");
+
+    const ToolRun run = Check(file, L"--fix");
+
+    EXPECT_EQ(1u, run.exitCode);
+    EXPECT_TRUE(run.output.ends_with(": not mended: the errors above are for its author to put right\n"));
+    EXPECT_EQ(1, std::distance(std::filesystem::directory_iterator(m_folder.Path()), {}));
+}
+
+TEST_F(CheckCommand, PrintsJson) {
+    const auto file = Write(kSettingsName, "{\n\"A\":[1]}\n");
+
+    const ToolRun run = Check(file, L"--json --fix");
+
+    EXPECT_EQ(0u, run.exitCode);
+    rapidjson::Document document;
+    ASSERT_FALSE(document.Parse(run.output.c_str()).HasParseError()) << run.output;
+    const auto& report = document[0];
+    EXPECT_FALSE(report["accepted"].GetBool());
+    EXPECT_TRUE(report["mended"].GetBool());
+    EXPECT_TRUE(std::string(report["written"].GetString()).ends_with(".fixed.setting"));
+    ASSERT_EQ(2u, report["problems"].Size());
+    EXPECT_STREQ("ignored-array", report["problems"][0]["code"].GetString());
+    EXPECT_STREQ("warning", report["problems"][0]["severity"].GetString());
+    EXPECT_EQ(2, report["problems"][0]["line"].GetInt());
+    EXPECT_EQ(5, report["problems"][0]["column"].GetInt());
+    EXPECT_STREQ("error", report["problems"][1]["severity"].GetString());
+}
+
+TEST_F(CheckCommand, CannotLookAtWhatIsMissingOrUnknown) {
+    const ToolRun missing = Check(m_folder.Path() / L"nothing.json");
+    EXPECT_EQ(2u, missing.exitCode);
+    EXPECT_TRUE(missing.errors.ends_with("nothing.json does not exist.\n")) << missing.errors;
+
+    const auto other = Write(L"other.json", "{}");
+    const ToolRun unknown = Check(other);
+    EXPECT_EQ(2u, unknown.exitCode);
+    EXPECT_NE(std::string::npos, unknown.errors.find("--as settings")) << unknown.errors;
+    EXPECT_EQ(0u, Check(other, L"--as settings").exitCode);
+    EXPECT_EQ(1u, Check(other, L"--as hmd-list").exitCode);
+    EXPECT_EQ(2u, Check(m_folder.Path()).exitCode);
+}
+
+TEST_F(CheckCommand, CutsALongListShort) {
+    std::string text = "{";
+    for (int i = 0; i < 60; ++i) {
+        text += "\"a" + std::to_string(i) + "\":1 ";
+    }
+    const auto file = Write(kSettingsName, text + "}");
+
+    const ToolRun some = Check(file);
+    EXPECT_NE(std::string::npos, some.output.find(": 9 more problems; --all prints them\n")) << some.output;
+    const ToolRun all = Check(file, L"--all --color always");
+    EXPECT_EQ(59, std::count(all.output.begin(), all.output.end(), '^'));
+    EXPECT_NE(std::string::npos, all.output.find("\x1B[1;35mwarning:\x1B[0m"));
+}
+
+TEST_F(CheckCommand, TellsMisspeltNamesByTheDefaultFiles) {
+    const auto file = Write(kSettingsName, R"({"Settings":{"CurentBitrate":50}})");
+
+    const ToolRun run = Check(file);
+
+    EXPECT_EQ(0u, run.exitCode);
+    EXPECT_NE(std::string::npos, run.output.find("did you mean \"CurrentBitrate\"?")) << run.output;
+}
+
+} // namespace
+} // namespace zq::test

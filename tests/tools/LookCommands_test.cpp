@@ -1,0 +1,160 @@
+#include "tools/RunTool.h"
+
+#include "support/win32/Folders.h"
+
+#include <gtest/gtest.h>
+
+#include <rapidjson/document.h>
+
+namespace zq::test {
+namespace {
+
+// The commands that look at a data folder and leave it as it is.
+class LookCommands : public testing::Test {
+protected:
+    LookCommands() {
+        WriteBytes(m_folders.Default(kSettingsName), R"({"Level":1,"Name":"a"})");
+        WriteBytes(m_folders.Default(kQualityName), R"({"Version":1})");
+        WriteBytes(m_folders.Private(kSettingsName),
+                   "{\"Level\":5,\n\"Level\":7,\"A.B\":true,\n\"A\":{\"B\":false}}");
+        WriteBytes(m_folders.Private(kHmdListName), ReadBytes(m_folders.Default(kHmdListName)));
+        WriteBytes(m_folders.Private(kQualityName), R"({"Level":9.5})");
+    }
+
+    ToolRun Run(const std::wstring& arguments) const {
+        return RunTool(arguments + L" --data \"" + m_folders.CommonDataDir() + L"\" --defaults \"" +
+                       m_folders.DefaultDir() + L'"');
+    }
+
+    ModuleFolders m_folders;
+};
+
+TEST_F(LookCommands, ListPrintsTheVariablesOfAFolder) {
+    const ToolRun run = Run(L"list --prefix L");
+
+    EXPECT_EQ(0u, run.exitCode);
+    EXPECT_EQ("", run.errors);
+    EXPECT_EQ("NAME   TYPE     VALUE\n"
+              "Level  integer  7\n"
+              "Level  double   9.5\n"
+              "2 variables\n",
+              run.output);
+}
+
+TEST_F(LookCommands, GetPrintsOneValuePlain) {
+    EXPECT_EQ("7\n", Run(L"get Level").output);
+    EXPECT_EQ("9.5\n", Run(L"get Level --type double").output);
+    EXPECT_EQ("true\n", Run(L"get A.B").output);
+    const ToolRun all = Run(L"get Level --json");
+    rapidjson::Document document;
+    ASSERT_FALSE(document.Parse(all.output.c_str()).HasParseError()) << all.output;
+    EXPECT_EQ(2u, document.Size());
+}
+
+TEST_F(LookCommands, GetNamesTheNearestOfAnUnknownName) {
+    const ToolRun run = Run(L"get Levle");
+
+    EXPECT_EQ(1u, run.exitCode);
+    EXPECT_EQ("", run.output);
+    EXPECT_EQ("zqsettings: there is no variable Levle; the nearest known is Level.\n", run.errors);
+    EXPECT_EQ("zqsettings: there is no variable Level of type bool.\n", Run(L"get Level --type bool").errors);
+}
+
+TEST_F(LookCommands, DiffPrintsWhatDiffersFromTheDefaults) {
+    const ToolRun run = Run(L"diff");
+
+    EXPECT_EQ(0u, run.exitCode);
+    EXPECT_EQ("A.B (bool): (new) -> true\n"
+              "Level (integer): 1 -> 7\n"
+              "Level (double): 1.0 -> 9.5\n"
+              "Name (string): \"a\" -> (gone)\n"
+              "Version (integer): 1 -> (gone)\n"
+              "Version (double): 1.0 -> (gone)\n"
+              "6 variables differ from the defaults\n",
+              run.output);
+}
+
+TEST_F(LookCommands, DiffOfAFolderWithTheDefaultsIsEmpty) {
+    WriteBytes(m_folders.Private(kSettingsName), ReadBytes(m_folders.Default(kSettingsName)));
+    WriteBytes(m_folders.Private(kQualityName), ReadBytes(m_folders.Default(kQualityName)));
+
+    EXPECT_EQ("0 variables differ from the defaults\n", Run(L"diff").output);
+    EXPECT_EQ("[]\n", Run(L"diff --json").output);
+}
+
+TEST_F(LookCommands, LeaveAFileAsItIsThatTheModuleWouldReplace) {
+    WriteBytes(m_folders.Private(kSettingsName), "{\"Level\":5}\n");
+    std::filesystem::remove(m_folders.Private(kQualityName));
+
+    const ToolRun run = Run(L"get Level");
+
+    EXPECT_EQ("1\n", run.output);
+    EXPECT_NE(std::string::npos, run.errors.find("the module refuses ")) << run.errors;
+    EXPECT_NE(std::string::npos, run.errors.find("ZQ2_QualityPreset.json does not exist")) << run.errors;
+    EXPECT_EQ("{\"Level\":5}\n", ReadBytes(m_folders.Private(kSettingsName)));
+    EXPECT_FALSE(std::filesystem::exists(m_folders.Private(kQualityName)));
+}
+
+void ReplaceAll(std::string& text, const std::string& old, const std::string& now) {
+    for (size_t place = text.find(old); place != std::string::npos; place = text.find(old)) {
+        text.replace(place, old.size(), now);
+    }
+}
+
+// The lines, with file names for paths.
+std::string Places(const ToolRun& run, const ModuleFolders& folders) {
+    std::string text = run.output;
+    ReplaceAll(text, folders.DataDir().string() + '\\', "");
+    ReplaceAll(text, std::filesystem::path(folders.DefaultDir()).string() + '\\', "DEFAULT ");
+    return text;
+}
+
+TEST_F(LookCommands, ExplainTellsThePlacesThatWinAndLose) {
+    EXPECT_EQ("Level\n"
+              "  integer: 7\n"
+              "  double: 9.5\n"
+              "lost   ZQ2_serverSetting.setting:1:2: 5, the key comes again\n"
+              "lost   ZQ2_serverSetting.setting:2:1: 7, written over\n"
+              "set by ZQ2_QualityPreset.json:1:2: 9.5\n"
+              "default DEFAULT ZQ2_serverSetting.setting:1:2: 1\n",
+              Places(Run(L"explain Level"), m_folders));
+    EXPECT_EQ("A.B\n"
+              "  bool: true\n"
+              "lost   ZQ2_serverSetting.setting:3:6: false, written over\n"
+              "set by ZQ2_serverSetting.setting:2:11: true\n"
+              "default none: the default files do not set it\n",
+              Places(Run(L"explain A.B"), m_folders));
+}
+
+TEST_F(LookCommands, ExplainTellsWhatTheModuleSetsItself) {
+    const ToolRun run = Run(L"explain DefaultDeviceName");
+    EXPECT_NE(std::string::npos, run.output.find("set by the module itself, at its start")) << run.output;
+    const ToolRun json = Run(L"explain Level --json");
+    rapidjson::Document document;
+    ASSERT_FALSE(document.Parse(json.output.c_str()).HasParseError()) << json.output;
+    EXPECT_EQ(3u, document["places"].Size());
+    EXPECT_STREQ("written over", document["places"][1]["fate"].GetString());
+}
+
+TEST_F(LookCommands, ExplainNamesTheNearestOfAnUnknownName) {
+    const ToolRun run = Run(L"explain lvel");
+
+    EXPECT_EQ(1u, run.exitCode);
+    EXPECT_EQ("zqsettings: there is no variable lvel; the nearest known are Level.\n", run.errors);
+}
+
+TEST(SurveyCommand, PrintsWhatItFindsAndTheTimeOfEachQuery) {
+    const ToolRun text = RunTool(L"survey");
+    EXPECT_EQ(0u, text.exitCode);
+    EXPECT_TRUE(text.output.starts_with("Machine type: ")) << text.output;
+    EXPECT_NE(std::string::npos, text.output.find("\n  MILLISECONDS  RESULT ")) << text.output;
+
+    const ToolRun json = RunTool(L"survey --json");
+    rapidjson::Document document;
+    ASSERT_FALSE(document.Parse(json.output.c_str()).HasParseError()) << json.output;
+    EXPECT_TRUE(document["queries"].IsArray());
+    EXPECT_TRUE(document["machineType"].IsString());
+}
+
+} // namespace
+} // namespace zq::test
