@@ -12,7 +12,7 @@ namespace {
 void CheckCommas(const DocumentMap& document, Problems& problems) {
     for (const int32_t place : document.MissingCommas()) {
         AddWarning(problems, "missing-comma", place, place + 1, "a comma is missing in front of this",
-                   "the module does without; other JSON readers do not");
+                   "write one: the module does without, other JSON readers do not");
     }
     for (const int32_t place : document.TrailingCommas()) {
         AddWarning(problems, "trailing-comma", place, place + 1,

@@ -57,8 +57,8 @@ TEST_F(CheckCommand, PrintsProblemsAsCompilersDo) {
         "the code page of the machine; write \\u00E9\n"
         "    \"Name\": \"Caf\xC3\xA9\",\n"
         "                ^\n"
-        "FILE:4:3: warning: a comma is missing in front of this; the module does without; other JSON "
-        "readers do not\n"
+        "FILE:4:3: warning: a comma is missing in front of this; write one: the module does without, "
+        "other JSON readers do not\n"
         "    \"List\": [1,],\n"
         "    ^\n"
         "FILE:4:11: warning: an array is ignored here: only \"CL\", the list of headsets, is read; write "
@@ -178,6 +178,8 @@ TEST_F(CheckCommand, CannotLookAtWhatIsMissingOrUnknown) {
     EXPECT_EQ(0u, Check(other, L"--as settings").exitCode);
     EXPECT_EQ(1u, Check(other, L"--as hmd-list").exitCode);
     EXPECT_EQ(2u, Check(m_folder.Path()).exitCode);
+    // No option, as it might be on Windows.
+    EXPECT_EQ("zqsettings: the file /nothing.json does not exist.\n", Check(L"/nothing.json").errors);
 }
 
 TEST_F(CheckCommand, CutsALongListShort) {

@@ -32,7 +32,7 @@ ConfigFile FileOfRole(const std::string& role) {
 void AddFolder(const fs::path& folder, const std::string& shown, std::vector<FileArgument>& files) {
     const size_t before = files.size();
     for (const ConfigFile file : kFiles) {
-        const fs::path path = folder / NameOfConfigFile(file);
+        const fs::path path = (folder / NameOfConfigFile(file)).make_preferred();
         if (fs::exists(path)) {
             files.push_back({path, Utf8FromPath(path), file});
         }

@@ -37,6 +37,8 @@ int Run() {
                  "zqsettings");
     app.set_version_flag("--version", ZQ_VERSION);
     app.require_subcommand(1);
+    // A path may begin with a slash.
+    app.allow_windows_style_options(false);
     app.failure_message([](const CLI::App*, const CLI::Error& error) {
         return std::string("zqsettings: ") + error.what() + "; --help tells more.\n";
     });
