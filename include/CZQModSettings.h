@@ -104,8 +104,13 @@ class CZQModSettings {
     }
 };
 
-// The type of the DLL's one export, "CreateSettings", for GetProcAddress. It returns a new module object, or
-// null when there is no memory. Each call makes an object of its own.
+// The DLL's one export: returns a new module object, or null when there is no memory. Each call makes an
+// object of its own. Declared for hosts that link the DLL; ZQ_NO_IMPORT leaves the declaration out.
+#if defined(_WIN32) && !defined(ZQ_NO_IMPORT)
+extern "C" __declspec(dllimport) CZQModSettings* CreateSettings();
+#endif
+
+// Its type, for hosts that load the DLL by hand and ask GetProcAddress for "CreateSettings".
 using ZQCreateSettingsFunction = CZQModSettings* (*)();
 
 // The second interface of a module object: it stands right behind the first one.

@@ -1,4 +1,5 @@
 // The DLL's one export.
+#define ZQ_NO_IMPORT
 #include "module/CZQModSettingsImpl.h"
 
 #include <cstring>

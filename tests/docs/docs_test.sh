@@ -1,0 +1,159 @@
+#!/usr/bin/env bash
+# The documents against what they describe: tests/docs/docs_test.sh BUILD_FOLDER
+# Every link and anchor resolves, every command exists (scripts, presets, sub-commands and options of zqsettings), every
+# message of the module stands in the guide and the other way round, and the host in the guide is the one that is built.
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+build=$(cd "$1" && pwd)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$root"
+
+problems=0
+problem() {
+  echo "$1" >&2
+  problems=$((problems + 1))
+}
+
+documents=(README.md CONTRIBUTING.md CHANGELOG.md THIRD-PARTY.md docs/*.md)
+
+# The anchors that a document's headings make: small letters, blanks as hyphens, nothing else but letters and digits.
+anchors() {
+  sed -n 's/^#\+ //p' "$1" | tr '[:upper:]' '[:lower:]' | sed 's/[^a-z0-9 _-]//g; s/ /-/g'
+}
+
+check_links() {
+  local document=$1 target file anchor
+  while read -r target; do
+    [[ $target == http* ]] && continue
+    file=${target%%#*}
+    anchor=${target#"$file"}
+    file=${file:+$(dirname "$document")/$file}
+    file=${file:-$document}
+    if [[ ! -e $file ]]; then
+      problem "$document: the link to $target leads nowhere"
+    elif [[ -n $anchor ]] && ! anchors "$file" | grep -qxF "${anchor#\#}"; then
+      problem "$document: $file has no heading for $anchor"
+    fi
+  done < <(grep -oE '\]\([^)]+\)' "$document" | sed 's/^](//; s/)$//')
+}
+
+zqsettings_help() {
+  local help=$work/help${1:+-$1}
+  [[ -f $help ]] || "$root/scripts/wine-run.sh" "$build/bin/zqsettings.exe" ${1:+"$1"} --help >"$help" 2>&1 </dev/null || true
+  cat "$help"
+}
+
+# Of a command line of zqsettings: its sub-command and its options.
+check_zqsettings() {
+  local document=$1 command=$2 word
+  shift 2
+  if ! zqsettings_help | grep -qE "^  $command +"; then
+    [[ $command == --* ]] || problem "$document: zqsettings has no command $command"
+    return
+  fi
+  for word in "$@"; do
+    [[ $word == --* ]] || continue
+    zqsettings_help "$command" | grep -qE -- "(^|[ ,])$word([ ,:]|$)" || problem "$document: zqsettings $command has no option $word"
+  done
+}
+
+check_command() {
+  local document=$1 words
+  read -ra words <<<"$2"
+  case ${words[0]} in
+    zqsettings) check_zqsettings "$document" "${words[@]:1}" ;;
+    scripts/wine-run.sh | mkdir) ;;
+    scripts/* | tests/*) [[ -x ${words[0]} ]] || problem "$document: there is no ${words[0]} to run" ;;
+    cmake | ctest)
+      local i
+      for ((i = 1; i < ${#words[@]}; i++)); do
+        [[ ${words[i]} == --preset ]] || continue
+        grep -qF "\"name\": \"${words[i + 1]}\"" CMakePresets.json || problem "$document: there is no preset ${words[i + 1]}"
+      done
+      ;;
+    clang-format-14 | git | callgrind_annotate | valgrind | apt-get) ;;
+    *) problem "$document: what is the command ${words[0]}?" ;;
+  esac
+}
+
+# Commands stand in fenced blocks without a language behind "$ ", or alone at the beginning of one; and in backticks.
+check_commands() {
+  local document=$1 line
+  while read -r line; do
+    check_command "$document" "$line"
+  done < <(awk '/^```/ { inside = !inside; next } inside && sub(/^\$ /, "")' "$document")
+  while read -r line; do
+    check_command "$document" "$line"
+  done < <(awk '/^```/ { inside = !inside; next } !inside' "$document" | grep -oE '`(zqsettings|scripts/[a-z-]+\.sh)( [^`]*)?`' | tr -d '`' |
+    grep -vE '^zqsettings( COMMAND.*|)$')
+}
+
+# A wide text with a blank in it is a message; these few are names and queries.
+no_messages='Lumo Server|Server IP List|Server Network Device|SELECT .*|%04u.*'
+check_messages() {
+  local guide=docs/troubleshooting.md message
+  while IFS= read -r message; do
+    grep -qF "\`$message\`" "$guide" || problem "$guide lacks the message \"$message\""
+  done < <(grep -rhoE 'L"[^"]* [^"]*"' src/config src/module src/save src/sysinfo src/variables src/platform |
+    sed 's/^L"//; s/"$//' | grep -vxE "$no_messages" | sort -u)
+  while IFS= read -r message; do
+    grep -rqF "L\"$message\"" src || problem "$guide tells of \"$message\", which the module never writes"
+  done < <(sed -n 's/^| [1-4] | `\([^`]*\)` |.*/\1/p' "$guide")
+}
+
+# The guide shows the example's own files.
+check_example() {
+  local guide=docs/integrating.md file language
+  for file in cmake:examples/host/CMakeLists.txt cpp:examples/host/Main.cpp; do
+    language=${file%%:*}
+    file=${file#*:}
+    awk -v fence="\`\`\`$language" '$0 == fence { inside = 1; next } /^```$/ { inside = 0 } inside' "$guide" >"$work/shown"
+    cmp -s "$work/shown" "$file" || problem "$guide shows another $file than the one that is built"
+  done
+}
+
+trimmed() { sed 's/^ *//; s/ *$//' <<<"$1"; }
+
+# One example of the table of rules as a file: check_example_file ROLE WANTED CELL.
+check_example_file() {
+  local role=$1 wanted=$2 cell=$3 text verdict file=$work/example
+  text=$(sed 's/^[^`]*`\(.*\)`[^`]*$/\1/' <<<"$cell")
+  printf '%s' "$text" >"$file"
+  case $cell in
+    *'and a line break') printf '\n' >>"$file" ;;
+    'mark, then '*) printf '\xEF\xBB\xBF%s' "$text" >"$file" ;;
+    *' in UTF-16') iconv -f UTF-8 -t UTF-16LE <<<"$text" >"$file" ;;
+    *', or '*) return 0 ;; # depends on the machine's code page
+  esac
+  verdict=accepted
+  "$root/scripts/wine-run.sh" "$build/bin/zqsettings.exe" check --as "$role" "$file" >"$work/verdict" 2>&1 </dev/null ||
+    verdict=refused
+  [[ $verdict == "$wanted" ]] || problem "docs/configuration-files.md: $cell is $verdict, not $wanted: $(tail -n 1 "$work/verdict")"
+}
+
+check_rules() {
+  local rule accepted refused role rows=0
+  while IFS='|' read -r _ rule accepted refused _; do
+    role=settings
+    [[ $rule == *'headset list'* ]] && role=hmd-list
+    check_example_file "$role" accepted "$(trimmed "$accepted")"
+    check_example_file "$role" refused "$(trimmed "$refused")"
+    rows=$((rows + 1))
+  done < <(sed -n '/^| rule | accepted | refused |$/,/^$/p' docs/configuration-files.md | sed '1,2d; /^$/d')
+  [[ $rows -ge 10 ]] || problem "docs/configuration-files.md: the table of rules was not found"
+}
+
+for document in "${documents[@]}"; do
+  check_links "$document"
+  check_commands "$document"
+done
+check_messages
+check_example
+check_rules
+
+if [[ $problems -gt 0 ]]; then
+  echo "docs_test.sh: $problems problems, see above." >&2
+  exit 1
+fi

@@ -1,0 +1,65 @@
+#!/usr/bin/env bash
+# The package as its user has it: unpacked into an empty folder, looked at, and the example host built against it for both
+# tool chains and run: tests/package/package_test.sh BUILD_FOLDER
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+build=$(cd "$1" && pwd)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work"
+
+fail() {
+  echo "package_test.sh: $1" >&2
+  exit 1
+}
+
+cpack --config "$build/CPackConfig.cmake" -B "$work/made" >cpack.log || fail "cpack failed: $(cat cpack.log)"
+cmake -E tar xf made/*.zip
+package=$(echo "$work"/ZQModSettings-*-win64)
+
+for file in bin/ZQModSettings.dll bin/zqsettings.exe bin/defaults/ZQ2_HmdList.json include/CZQModSettings.h \
+  lib/libZQModSettings.dll.a lib/ZQModSettings.lib lib/cmake/ZQModSettings/ZQModSettingsConfig.cmake \
+  schemas/ZQ2_HmdList.schema.json docs/integrating.md README.md THIRD-PARTY.md licences/rapidjson-dev.txt; do
+  [[ -s $package/$file ]] || fail "the package has no $file"
+done
+while read -r licence; do
+  [[ -s $package/licences/$licence ]] || fail "THIRD-PARTY.md names $licence, which the package has not"
+done < <(sed -n 's/.*`\([^`]*\.txt\)`.*/\1/p' "$package/THIRD-PARTY.md")
+
+# MinGW, by the CMake package, as the guide tells it.
+cmake -S "$package/examples/host" -B host -G Ninja -DCMAKE_BUILD_TYPE=Release \
+  -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64-x86_64.cmake" \
+  -DZQModSettings_DIR="$package/lib/cmake/ZQModSettings" >configure.log || fail "configuring the host: $(cat configure.log)"
+cmake --build host >build.log || fail "building the host: $(cat build.log)"
+mkdir data
+"$root/scripts/wine-run.sh" host/example_host.exe data >host.log || fail "the host ended with $?: $(cat host.log)"
+for line in 'Settings.CurrentBitrate is 70' 'changed: Settings.CurrentBitrate, type 2' 'Settings.CurrentBitrate is 100' \
+  'all variables: packed' 'ZQModSettings 2: DoRelease end'; do
+  tr -d '\r' <host.log | grep -qxF "$line" || fail "the host did not print \"$line\": $(cat host.log)"
+done
+
+# Microsoft's ABI and import library. There is no run-time library for it here, so the host is a small one.
+cat >small.cpp <<'HOST'
+#include "CZQModSettings.h"
+extern "C" int HostMain() {
+    CZQModSettings* module = CreateSettings();
+    if (!module) {
+        return 1;
+    }
+    module->DoRelease();
+    CZQVariable* variables = ZQVariables(module);
+    variables->SetVariableInt64(L"A", 42, nullptr, 0);
+    int64_t value = 0;
+    const bool isRight = variables->GetVariableInt64(L"A", &value) == 1 && value == 42;
+    return isRight ? 7 : 2;
+}
+HOST
+clang++-14 --target=x86_64-pc-windows-msvc -fms-compatibility-version=19.29 -std=c++14 -O2 -fno-exceptions -fno-rtti \
+  -I "$package/include" -c small.cpp -o small.obj
+lld-link-14 /nologo /nodefaultlib /entry:HostMain /subsystem:console /out:small.exe small.obj \
+  "$package/lib/ZQModSettings.lib"
+cp "$package/bin/ZQModSettings.dll" .
+code=0
+"$root/scripts/wine-run.sh" small.exe || code=$?
+[[ $code -eq 7 ]] || fail "the host for Microsoft's ABI ended with $code instead of 7"
