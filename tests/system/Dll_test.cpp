@@ -57,6 +57,20 @@ public:
         return names;
     }
 
+    // By name; the module imports none by number.
+    std::set<std::string> ImportedFunctions() const {
+        std::set<std::string> names;
+        for (const auto* import = At<IMAGE_IMPORT_DESCRIPTOR>(Directory(IMAGE_DIRECTORY_ENTRY_IMPORT));
+             import->Name != 0; ++import) {
+            for (const auto* thunk = At<IMAGE_THUNK_DATA64>(import->OriginalFirstThunk);
+                 thunk->u1.AddressOfData != 0; ++thunk) {
+                EXPECT_FALSE(IMAGE_SNAP_BY_ORDINAL64(thunk->u1.Ordinal));
+                names.insert(At<IMAGE_IMPORT_BY_NAME>(static_cast<DWORD>(thunk->u1.AddressOfData))->Name);
+            }
+        }
+        return names;
+    }
+
     // The resource's bytes, empty when there is none.
     std::string VersionResource() const {
         const auto module = static_cast<HMODULE>(m_module.get());
@@ -83,14 +97,26 @@ TEST(Dll, ExportsCreateSettingsAndNothingElse) {
 }
 
 TEST(Dll, ImportsSystemLibrariesOnly) {
-    const std::set<std::string> system = {"advapi32.dll", "iphlpapi.dll", "kernel32.dll", "msvcrt.dll",
-                                          "ole32.dll",    "oleaut32.dll", "user32.dll",   "ws2_32.dll"};
+    // Neither the registry (advapi32) nor sockets (ws2_32, winhttp) are among them.
+    const std::set<std::string> system = {"iphlpapi.dll", "kernel32.dll", "msvcrt.dll", "ole32.dll",
+                                          "oleaut32.dll"};
 
     const std::set<std::string> imports = DllImage().Imports();
 
     EXPECT_FALSE(imports.empty());
     for (const std::string& name : imports) {
         EXPECT_TRUE(system.contains(name)) << name;
+    }
+}
+
+TEST(Dll, StartsNoProcess) {
+    const std::set<std::string> functions = DllImage().ImportedFunctions();
+
+    EXPECT_TRUE(functions.contains("ReadDirectoryChangesW"));
+    for (const char* start : {"CreateProcess", "WinExec", "ShellExecute", "system", "_wsystem", "_spawn",
+                              "_wspawn", "_exec", "_wexec", "_popen", "_wpopen"}) {
+        const auto found = functions.lower_bound(start);
+        EXPECT_FALSE(found != functions.end() && found->starts_with(start)) << *found;
     }
 }
 
