@@ -11,8 +11,8 @@ packages=(
   g++
   # Libraries: tests, the save path, the tool's command line.
   googletest rapidjson-dev libcli11-dev
-  # The test hosts for the Microsoft ABI, the format check and the static analysis.
-  clang-14 lld-14 clang-format-14 clang-tidy-14
+  # The test hosts for the Microsoft ABI, the fuzz targets, the format check and the static analysis.
+  clang-14 lld-14 libclang-rt-14-dev clang-format-14 clang-tidy-14
 )
 benchmark_packages=(catch2 nlohmann-json3-dev libmsgpack-cxx-dev libcereal-dev robin-map-dev libconcurrentqueue-dev
   libboost-dev)

@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
 # Builds and tests everything: scripts/test.sh
-# Installs what is missing; builds and runs the presets release, debug (both under Wine) and native (sanitizers);
-# checks the format; analyses changed sources. Ends with 1 at the first step that fails and shows its output.
+# Installs what is missing; builds and runs the presets release, debug (both under Wine) and native (sanitizers); runs the
+# fuzz targets over their corpus and a little beyond; checks the format; analyses changed sources. Ends with 1 at the first
+# step that fails and shows its output.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 if [[ ${1:-} == --help ]]; then
-  sed -n '2,4s/^# //p' "${BASH_SOURCE[0]}"
+  sed -n '2,5s/^# //p' "${BASH_SOURCE[0]}"
   exit 0
 fi
 
@@ -36,6 +37,7 @@ for preset in release debug native; do
   step "$preset-build" cmake --build --preset "$preset" -j "$(nproc)"
   step "$preset-test" ctest --preset "$preset"
 done
+step fuzz scripts/fuzz.sh --runs 3000
 step format scripts/format.sh --check
 step tidy scripts/tidy.sh
 echo "All passed in $SECONDS s."

@@ -58,7 +58,8 @@ private:
     bool m_isAccepted = false;
 };
 
-// The keys of a document, at every depth, and the last parts of dotted ones; none of a text that cannot be read.
+// The keys of a document, at every depth, and the last parts of dotted ones; none of a text that cannot be
+// read.
 KnownKeys KeysOf(std::string_view bytes);
 
 } // namespace zq

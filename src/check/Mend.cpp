@@ -13,7 +13,8 @@ namespace zq {
 
 namespace {
 
-bool IsAscii(wchar_t unit) { return unit < 0x80; }
+// What may stand as it is: a raw zero would make the file look like UTF-16, or like a torn one.
+bool IsPlain(wchar_t unit) { return unit > 0 && unit < 0x80; }
 
 // Rewrites the tokens of a text, unit by unit; whatever stands between them is ASCII or could not be read.
 class AsciiWriter {
@@ -23,7 +24,7 @@ public:
     void WriteText(int32_t begin, int32_t end) {
         CopyTo(begin);
         // A name may begin with any unit, which is not looked at.
-        m_out += IsAscii(At(begin)) ? static_cast<char>(At(begin)) : '"';
+        m_out += IsPlain(At(begin)) ? static_cast<char>(At(begin)) : '"';
         m_written = begin + 1;
         WalkText(
             m_text, begin, end,
@@ -57,7 +58,7 @@ private:
     }
 
     void WriteUnit(wchar_t unit) {
-        if (IsAscii(unit)) {
+        if (IsPlain(unit)) {
             m_out += static_cast<char>(unit);
             return;
         }
@@ -65,13 +66,13 @@ private:
         ++m_characters;
     }
 
-    // A unit beyond ASCII inside an escape is lost in the reading; one that reads the same takes its place.
+    // Such a unit inside an escape is lost in the reading; one that reads the same takes its place.
     void WriteEscape(int32_t place, int32_t units) {
         const bool isHex = units > 1 && At(place + 1) == L'u';
         constexpr char kNoDigit = 'g';
         for (int32_t i = place; i < place + units; ++i) {
-            m_characters += IsAscii(At(i)) ? 0 : 1;
-            m_out += IsAscii(At(i)) ? static_cast<char>(At(i)) : isHex ? kNoDigit : '\\';
+            m_characters += IsPlain(At(i)) ? 0 : 1;
+            m_out += IsPlain(At(i)) ? static_cast<char>(At(i)) : isHex ? kNoDigit : '\\';
         }
         m_written = place + units;
     }

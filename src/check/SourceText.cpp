@@ -62,12 +62,22 @@ bool IsUtf8(std::string_view bytes) {
     return true;
 }
 
-// Every document begins with an ASCII character, so a zero byte beside it tells UTF-16 without a mark.
+// Every document begins with ASCII characters, so zero bytes beside the first two tell UTF-16 without a mark.
+bool LooksLikeUtf16(std::string_view bytes, size_t zeroPlace) {
+    const size_t seen = std::min<size_t>(bytes.size(), 4);
+    for (size_t place = 0; place < seen; ++place) {
+        if ((bytes[place] == '\0') != (place % 2 == zeroPlace)) {
+            return false;
+        }
+    }
+    return seen >= 2;
+}
+
 Encoding UnmarkedEncoding(std::string_view bytes) {
-    if (bytes.size() >= 2 && bytes[0] != '\0' && bytes[1] == '\0') {
+    if (LooksLikeUtf16(bytes, 1)) {
         return Encoding::Utf16Little;
     }
-    if (bytes.size() >= 2 && bytes[0] == '\0' && bytes[1] != '\0') {
+    if (LooksLikeUtf16(bytes, 0)) {
         return Encoding::Utf16Big;
     }
     if (IsAscii(bytes)) {

@@ -1,6 +1,7 @@
 #include "save/DocumentEdit.h"
 
 #include <algorithm>
+#include <cmath>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,6 +15,8 @@ using rapidjson::Value;
 
 // The writer recurses once a level. No file of settings comes near it.
 constexpr size_t kDeepest = 256;
+// Which the library writes with an exponent, and the module does not read.
+constexpr double kFirstWithExponent = 1e21;
 
 std::string_view TextOf(const Value& value) { return {value.GetString(), value.GetStringLength()}; }
 
@@ -146,7 +149,7 @@ bool IsWritable(const rapidjson::Document& document) {
     while (!open.empty()) {
         const auto [value, depth] = open.back();
         open.pop_back();
-        if (depth > kDeepest) {
+        if (depth > kDeepest || (value->IsDouble() && std::abs(value->GetDouble()) >= kFirstWithExponent)) {
             return false;
         }
         if (value->IsArray()) {

@@ -22,7 +22,7 @@ enum class SaveResult {
     NoSuchDevice,   // no headset of that name, or none at the index in use
     NoSuchRequest,  // no response with these numbers
     TooFewValues,   // the response holds fewer values than were given
-    NotWritable,    // the document is too deep, or the number has no JSON form
+    NotWritable,    // the document is too deep, or a number has no form that the module reads
     CannotOpen      // the file could not be opened for writing
 };
 
@@ -49,7 +49,8 @@ struct HmdRequest {
 SaveResult EditHmdList(rapidjson::Document& document, std::string_view deviceName, const HmdRequest& request,
                        std::span<const int64_t> values);
 
-// Whether the writer can write it: not deeper than its recursion may go.
+// Whether the writer can write it so that the module reads it again: not deeper than its recursion may go,
+// and without a number so large that it would get an exponent.
 bool IsWritable(const rapidjson::Document& document);
 
 } // namespace zq

@@ -2,10 +2,10 @@
 
 #include "platform/HostLog.h"
 #include "platform/Mutex.h"
+#include "save/DocumentText.h"
 
 #include <rapidjson/filereadstream.h>
 #include <rapidjson/filewritestream.h>
-#include <rapidjson/prettywriter.h>
 
 #include <cstdio>
 #include <vector>
@@ -21,7 +21,6 @@ using UniqueFile = std::unique_ptr<std::FILE, CloseFile>;
 
 constexpr long kShortestFile = 4; // the library's read stream asks for so many
 constexpr size_t kWriteBufferBytes = 65'536;
-constexpr int kDecimalPlaces = 4;
 
 UniqueFile OpenFile(const std::wstring& path, const wchar_t* mode) {
     std::FILE* file = nullptr;
@@ -43,9 +42,8 @@ int32_t LoadJsonDoc(const std::wstring& path, std::unique_ptr<rapidjson::Documen
     std::vector<char> buffer(static_cast<size_t>(length));
     rapidjson::FileReadStream stream(file.get(), buffer.data(), buffer.size());
     auto parsed = std::make_unique<rapidjson::Document>();
-    parsed->ParseStream<rapidjson::kParseIterativeFlag>(stream);
-    if (parsed->HasParseError()) {
-        return parsed->GetParseError();
+    if (const int32_t error = ParseDocument(*parsed, stream)) {
+        return error;
     }
     // The library takes a zero byte for the end: what stands behind it would be lost by a save.
     if (stream.Tell() < buffer.size()) {
@@ -61,9 +59,7 @@ int32_t SaveJsonDoc(const std::wstring& path, const rapidjson::Document& documen
     if (const UniqueFile file = OpenFile(path, L"wb")) {
         char buffer[kWriteBufferBytes];
         rapidjson::FileWriteStream stream(file.get(), buffer, sizeof(buffer));
-        rapidjson::PrettyWriter<rapidjson::FileWriteStream> writer(stream);
-        writer.SetMaxDecimalPlaces(kDecimalPlaces);
-        document.Accept(writer);
+        WriteDocument(document, stream);
         result = 0;
     }
     fileLock.Release();

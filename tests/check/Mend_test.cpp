@@ -48,6 +48,13 @@ TEST(Mend, KeepsTheMeaningOfCharactersInsideEscapes) {
                                   "A\":1}"));
 }
 
+TEST(Mend, WritesZerosInTextsAsEscapes) {
+    EXPECT_EQ(R"({"A":"x\u0000y"})", Mended("{\"A\":\"x\0y\"}"s));
+    // Raw, they would make the file look like UTF-16 the next time.
+    EXPECT_EQ(R"(["\u0000\u0000"])", Mended("[\"\0\0\"]"s, ConfigFile::HmdList));
+    EXPECT_EQ(R"({"A":"\\x"})", Mended("{\"A\":\"\\\0x\"}"s));
+}
+
 TEST(Mend, CountsWhatItDid) {
     const std::optional<MendedFile> mended =
         MendFile(ConfigFile::Settings, "\xEF\xBB\xBF{\"A\":\"\xC3\xA9\xC3\xA8\"}\r\n\0"s);

@@ -1,23 +1,19 @@
 // Fuzz target of the packet reader: whatever the bytes, reading ends, stays inside them, and what was read
 // can be written and read again unchanged.
+#include "Require.h"
+
 #include "variables/VariablePacket.h"
 
-#include <cstdlib>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace {
 
+using zq::fuzz::Require;
 using Records = std::vector<std::pair<std::wstring, std::vector<std::byte>>>;
 
 constexpr uint32_t kEncodingUtf16 = 0;
-
-void Require(bool isTrue) {
-    if (!isTrue) {
-        std::abort();
-    }
-}
 
 Records ReadAll(std::span<const std::byte> packet, uint32_t& encoding) {
     zq::PacketReader reader(packet);

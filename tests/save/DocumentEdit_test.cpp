@@ -221,5 +221,15 @@ TEST(DocumentEdit, HeadsetListsThatCannotBeUsedChangeNothing) {
               Device(R"([{"Value":[1]}])"));
 }
 
+TEST(DocumentEdit, DoesNotWriteNumbersThatWouldGetAnExponent) {
+    rapidjson::Document document;
+    document.Parse(R"({"A":[900000000000000000000.0,-0.000001]})");
+    EXPECT_TRUE(IsWritable(document));
+    document.Parse(R"({"A":[1000000000000000000000.0]})");
+    EXPECT_FALSE(IsWritable(document));
+    document.Parse(R"({"A":-1e300})");
+    EXPECT_FALSE(IsWritable(document));
+}
+
 } // namespace
 } // namespace zq

@@ -7,8 +7,6 @@
 #include "VariableOrigin.h"
 #include "VariableText.h"
 
-#include "check/NearestName.h"
-
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -41,13 +39,9 @@ std::vector<Variable> WithName(const std::vector<Variable>& all, const std::wstr
 }
 
 std::string NoSuchName(const std::vector<Variable>& all, const std::string& name) {
-    std::vector<std::wstring> names;
-    for (const Variable& variable : all) {
-        names.push_back(variable.name);
-    }
     constexpr size_t kShown = 3;
     std::string text;
-    for (const std::wstring& near : NearestNames(WideFromUtf8(name), names, kShown)) {
+    for (const std::wstring& near : NearestVariables(all, name, kShown)) {
         text += (text.empty() ? "; the nearest known are " : ", ") + Utf8FromWide(near);
     }
     return "there is no variable " + name + text;

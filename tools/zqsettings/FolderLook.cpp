@@ -5,6 +5,7 @@
 #include "SilentHost.h"
 #include "Text.h"
 
+#include "check/NearestName.h"
 #include "config/ConfigFileNames.h"
 #include "platform/HostLog.h"
 #include "variables/VariableBatch.h"
@@ -67,6 +68,16 @@ std::vector<Variable> LookAt(const ModuleOptions& options) {
     SilentHost host;
     const ModuleSession session(copied, host);
     return ListVariables(session.Variables());
+}
+
+std::vector<std::wstring> NearestVariables(const std::vector<Variable>& variables, const std::string& name,
+                                           size_t count) {
+    std::vector<std::wstring> names;
+    names.reserve(variables.size());
+    for (const Variable& variable : variables) {
+        names.push_back(variable.name);
+    }
+    return NearestNames(WideFromUtf8(name), names, count);
 }
 
 } // namespace zq::tool

@@ -17,4 +17,8 @@ void AddLookOptions(CLI::App& command, ModuleOptions& options);
 // told in a sentence on stderr. Raises Failure as ModuleSession does.
 std::vector<Variable> LookAt(const ModuleOptions& options);
 
+// The names of variables that a mistyped one may stand for, best first.
+std::vector<std::wstring> NearestVariables(const std::vector<Variable>& variables, const std::string& name,
+                                           size_t count);
+
 } // namespace zq::tool

@@ -7,8 +7,6 @@
 #include "VariableFilter.h"
 #include "VariableText.h"
 
-#include "check/NearestName.h"
-
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -41,11 +39,7 @@ void List(const ListOptions& options) {
 }
 
 std::string UnknownName(const std::vector<Variable>& variables, const GetOptions& options) {
-    std::vector<std::wstring> names;
-    for (const Variable& variable : variables) {
-        names.push_back(variable.name);
-    }
-    const std::vector<std::wstring> nearest = NearestNames(WideFromUtf8(options.name), names, 1);
+    const std::vector<std::wstring> nearest = NearestVariables(variables, options.name, 1);
     std::string text = "there is no variable " + options.name;
     text += options.type.empty() ? "" : " of type " + options.type;
     return nearest.empty() || nearest.front() == WideFromUtf8(options.name)
