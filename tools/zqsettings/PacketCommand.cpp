@@ -3,6 +3,7 @@
 #include "Failure.h"
 #include "PacketContent.h"
 #include "Text.h"
+#include "VariableFilter.h"
 #include "VariableText.h"
 
 #include <CLI/CLI.hpp>
@@ -23,6 +24,7 @@ namespace {
 
 struct PacketOptions {
     std::string file;
+    VariableFilter filter;
     bool isJson = false;
 };
 
@@ -45,7 +47,8 @@ std::vector<uint8_t> ReadBytes(const std::string& file) {
 void PrintPacket(const PacketOptions& options) {
     PacketContent content = ReadPacket(ReadBytes(options.file));
     SortVariables(content.variables);
-    const std::string text = options.isJson ? JsonText(content.variables) : TableText(content.variables);
+    const std::vector<Variable> variables = options.filter.Apply(std::move(content.variables));
+    const std::string text = options.isJson ? JsonText(variables) : TableText(variables);
     std::fwrite(text.data(), 1, text.size(), stdout);
     std::fflush(stdout);
     for (const PacketProblem& problem : content.problems) {
@@ -65,6 +68,7 @@ void AddPacketCommand(CLI::App& app) {
         "packet", "Print the variables of a packet, and where and why a module would stop\n"
                   "reading it; exit code 1 for a packet that is damaged");
     command->add_option("FILE", options->file, "The packet; \"-\" for standard input")->required();
+    AddFilterOptions(*command, options->filter);
     command->add_flag("--json", options->isJson, "Print the variables as JSON");
     command->callback([options] { PrintPacket(*options); });
 }
