@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs what the project needs on Debian 12, as far as it is missing: scripts/setup.sh [--benchmarks]
+# Installs what the project needs on Debian 12, as far as it is missing: scripts/setup.sh [--benchmarks] [--coverage]
 #   --benchmarks   also the libraries that the benchmarks compare with
+#   --coverage     also what counts covered lines
 # Needs root and a package mirror only when something is missing.
 set -euo pipefail
 
@@ -25,9 +26,10 @@ fail() {
 for argument in "$@"; do
   case $argument in
     --help)
-      sed -n '2,4s/^# //p' "${BASH_SOURCE[0]}"
+      sed -n '2,5s/^# //p' "${BASH_SOURCE[0]}"
       exit 0
       ;;
+    --coverage) packages+=(gcovr) ;;
     --benchmarks) packages+=("${benchmark_packages[@]}") ;;
     *) fail "unknown argument $argument; --help tells more." ;;
   esac
