@@ -36,8 +36,8 @@ install(FILES ${CMAKE_BINARY_DIR}/ZQModSettingsConfig.cmake ${CMAKE_BINARY_DIR}/
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/defaults DESTINATION ${CMAKE_INSTALL_BINDIR})
 # Where the links of the guides expect them.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/schemas ${PROJECT_SOURCE_DIR}/examples ${PROJECT_SOURCE_DIR}/docs DESTINATION .)
-install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${PROJECT_SOURCE_DIR}/THIRD-PARTY.md
-        DESTINATION .)
+install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${PROJECT_SOURCE_DIR}/CONTRIBUTING.md
+              ${PROJECT_SOURCE_DIR}/THIRD-PARTY.md DESTINATION .)
 
 # The licences of what is linked in, as the system that built it has them; THIRD-PARTY.md lists them.
 foreach(package IN ITEMS mingw-w64-x86-64-dev g++-mingw-w64-x86-64-posix rapidjson-dev libcli11-dev)
@@ -46,6 +46,8 @@ foreach(package IN ITEMS mingw-w64-x86-64-dev g++-mingw-w64-x86-64-posix rapidjs
     DESTINATION licences
     RENAME ${package}.txt)
 endforeach()
+# The texts that those refer to.
+install(FILES /usr/share/common-licenses/GPL-3 /usr/share/common-licenses/LGPL-2 DESTINATION licences)
 
 set(CPACK_GENERATOR ZIP)
 set(CPACK_PACKAGE_FILE_NAME ZQModSettings-${PROJECT_VERSION}-win64)

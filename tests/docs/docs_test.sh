@@ -11,6 +11,7 @@ trap 'rm -rf "$work"' EXIT
 cd "$root"
 
 problems=0
+commands=0
 problem() {
   echo "$1" >&2
   problems=$((problems + 1))
@@ -59,13 +60,35 @@ check_zqsettings() {
   done
 }
 
+# A script of the project, and the options that it is shown with: each stands in the script itself.
+check_script() {
+  local document=$1 script=$2 word
+  shift 2
+  if [[ ! -x $script ]]; then
+    problem "$document: there is no $script to run"
+    return
+  fi
+  for word in "$@"; do
+    [[ $word != --* ]] || grep -qF -- "$word" "$script" || problem "$document: $script has no option $word"
+  done
+}
+
+# What the README says of every script: it knows --help.
+check_help() {
+  local script
+  for script in scripts/*.sh; do
+    [[ -n $("$script" --help 2>&1 </dev/null) ]] || problem "README.md: $script does not know --help"
+  done
+}
+
 check_command() {
   local document=$1 words
   read -ra words <<<"$2"
   case ${words[0]} in
     zqsettings) check_zqsettings "$document" "${words[@]:1}" ;;
-    scripts/wine-run.sh | mkdir) ;;
-    scripts/* | tests/*) [[ -x ${words[0]} ]] || problem "$document: there is no ${words[0]} to run" ;;
+    mkdir) ;;
+    scripts/wine-run.sh) check_script "$document" "${words[0]}" ;; # the rest is for the program
+    scripts/* | tests/*) check_script "$document" "${words[@]}" ;;
     cmake | ctest)
       local i
       for ((i = 1; i < ${#words[@]}; i++)); do
@@ -78,16 +101,18 @@ check_command() {
   esac
 }
 
-# Commands stand in fenced blocks without a language behind "$ ", or alone at the beginning of one; and in backticks.
+# Commands stand in fenced blocks without a language behind "$ ", or bare, from a script's path on; and in backticks.
 check_commands() {
   local document=$1 line
   while read -r line; do
     check_command "$document" "$line"
-  done < <(awk '/^```/ { inside = !inside; next } inside && sub(/^\$ /, "")' "$document")
-  while read -r line; do
-    check_command "$document" "$line"
-  done < <(awk '/^```/ { inside = !inside; next } !inside' "$document" | grep -oE '`(zqsettings|scripts/[a-z-]+\.sh)( [^`]*)?`' | tr -d '`' |
-    grep -vE '^zqsettings( COMMAND.*|)$')
+    commands=$((commands + 1))
+  done < <(
+    awk '/^```/ { inside = !inside; next } inside && (sub(/^\$ /, "") || /^(scripts|tests)\/[a-z_\/-]+\.sh( |$)/)' "$document"
+    awk '/^```/ { inside = !inside; next } !inside' "$document" |
+      grep -oE '`(zqsettings|cmake|ctest|(scripts|tests)/[a-z/_-]+\.sh)( [^`]*)?`' | tr -d '`' |
+      grep -vE '^(zqsettings( COMMAND.*|)|cmake|ctest)$'
+  )
 }
 
 # A wide text with a blank in it is a message; these few are names and queries.
@@ -118,7 +143,7 @@ trimmed() { sed 's/^ *//; s/ *$//' <<<"$1"; }
 
 # One example of the table of rules as a file: check_example_file ROLE WANTED CELL.
 check_example_file() {
-  local role=$1 wanted=$2 cell=$3 text verdict file=$work/example
+  local role=$1 wanted=$2 cell=$3 text verdict code file=$work/example
   text=$(sed 's/^[^`]*`\(.*\)`[^`]*$/\1/' <<<"$cell")
   printf '%s' "$text" >"$file"
   case $cell in
@@ -127,9 +152,14 @@ check_example_file() {
     *' in UTF-16') iconv -f UTF-8 -t UTF-16LE <<<"$text" >"$file" ;;
     *', or '*) return 0 ;; # depends on the machine's code page
   esac
-  verdict=accepted
+  code=0
   "$root/scripts/wine-run.sh" "$build/bin/zqsettings.exe" check --as "$role" "$file" >"$work/verdict" 2>&1 </dev/null ||
-    verdict=refused
+    code=$?
+  case $code in
+    0) verdict=accepted ;;
+    1) verdict=refused ;;
+    *) verdict="not looked at (exit code $code)" ;;
+  esac
   [[ $verdict == "$wanted" ]] || problem "docs/configuration-files.md: $cell is $verdict, not $wanted: $(tail -n 1 "$work/verdict")"
 }
 
@@ -149,6 +179,8 @@ for document in "${documents[@]}"; do
   check_links "$document"
   check_commands "$document"
 done
+[[ $commands -ge 30 ]] || problem "only $commands commands were found in the documents"
+check_help
 check_messages
 check_example
 check_rules

@@ -27,9 +27,34 @@ while read -r licence; do
   [[ -s $package/licences/$licence ]] || fail "THIRD-PARTY.md names $licence, which the package has not"
 done < <(sed -n 's/.*`\([^`]*\.txt\)`.*/\1/p' "$package/THIRD-PARTY.md")
 
+# Every file of the folders that are shipped; every link between the documents still leads somewhere.
+for folder in defaults:bin/defaults schemas:schemas docs:docs examples:examples include:include; do
+  diff -r -x CMakeLists.txt "$root/${folder%%:*}" "$package/${folder##*:}" >diff.log || fail "${folder##*:} is not whole: $(cat diff.log)"
+done
+# A build for debugging has such paths in its debug information.
+if grep -q "^CMAKE_BUILD_TYPE:.*=Release$" "$build/CMakeCache.txt" && named=$(grep -rlaF "$root" "$package"); then
+  fail "these files name the folder of the build: $named"
+fi
+while IFS=: read -r document link; do
+  target=${link#*](}
+  target=${target%%[#)]*}
+  [[ -z $target || -e $(dirname "$document")/$target ]] || fail "$document links to $target, which the package has not"
+done < <(grep -oE "\]\([^)]+\)" "$package"/*.md "$package"/docs/*.md | grep -v "(http")
+
+# What the CMake package hands to each tool chain.
+find_package() {
+  rm -rf find
+  cmake -S "$root/tests/package/find" -B find -G Ninja -DZQModSettings_DIR="$package/lib/cmake/ZQModSettings" \
+    "-DSYSTEM=$1" "-DIMPORT_SUFFIX=$2" "-DWANTED=$3" >find.log 2>&1 || fail "$(cat find.log)"
+}
+find_package Windows .lib ZQModSettings.lib
+find_package Windows .dll.a libZQModSettings.dll.a
+find_package Linux "" ""
+
 # MinGW, by the CMake package, as the guide tells it.
 cmake -S "$package/examples/host" -B host -G Ninja -DCMAKE_BUILD_TYPE=Release \
   -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64-x86_64.cmake" \
+  -DCMAKE_CXX_FLAGS="-Wall -Wextra -Werror" \
   -DZQModSettings_DIR="$package/lib/cmake/ZQModSettings" >configure.log || fail "configuring the host: $(cat configure.log)"
 cmake --build host >build.log || fail "building the host: $(cat build.log)"
 mkdir data
