@@ -364,10 +364,14 @@ private:
 
 ReferenceRun RunReference(ReferenceFile file, std::string_view bytes) {
     const bool isMarked = bytes.substr(0, 3) == "\xEF\xBB\xBF";
-    const std::string_view ascii = bytes.substr(isMarked ? 3 : 0);
+    const std::string_view narrow = bytes.substr(isMarked ? 3 : 0);
     ReferenceRun run;
     Node root;
-    run.parseResult = ParseValue(root, std::wstring(ascii.begin(), ascii.end()));
+    std::wstring text;
+    for (const char byte : narrow) {
+        text += static_cast<wchar_t>(static_cast<unsigned char>(byte));
+    }
+    run.parseResult = ParseValue(root, text);
     if (run.parseResult < 1 || static_cast<size_t>(run.parseResult) != bytes.size()) {
         return run;
     }
