@@ -20,7 +20,8 @@ ChildProcess::ChildProcess(const std::wstring& commandLine) {
     startup.cb = sizeof(startup);
     if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
                         &m_process)) {
-        throw std::runtime_error("cannot start a second process");
+        throw std::runtime_error("cannot start a second process: Windows error " +
+                                 std::to_string(GetLastError()));
     }
 }
 
