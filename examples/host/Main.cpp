@@ -25,7 +25,7 @@ public:
 // Hears of changes, on a thread that the module keeps for it. The name is gone when the call returns.
 class Listener final : public CZQVariableHost {
 public:
-    explicit Listener(HANDLE told) : m_told(told) {}
+    Listener(HANDLE told, HANDLE reloaded) : m_told(told), m_reloaded(reloaded) {}
 
     void OnVariableChanged(const wchar_t* name, uint32_t type, CZQVariableHost*) override {
         std::printf("changed: %ls, type %u\n", name, type);
@@ -34,10 +34,12 @@ public:
 
     void OnVariablesReloaded() override {
         std::printf("a file was read again: any variable may have changed\n");
+        SetEvent(m_reloaded);
     }
 
 private:
     HANDLE m_told;
+    HANDLE m_reloaded;
 };
 
 void PrintBitrate(CZQVariable& variables) {
@@ -55,32 +57,47 @@ void PrintPacketSize(CZQVariable& variables) {
     ZQFreePacket(packet);
 }
 
-void Use(CZQVariable& variables) {
+// The file changes at once, the variable when the watcher has read the file again.
+void SaveBitrate(CZQModSettings& module, HANDLE reloaded) {
+    module.SaveConfigInt64(L"Settings.CurrentBitrate", 90, 0);
+    WaitForSingleObject(reloaded, 5000);
+    PrintBitrate(*ZQVariables(&module));
+}
+
+void Use(CZQModSettings& module) {
+    CZQVariable& variables = *ZQVariables(&module);
     const HANDLE told = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-    Listener listener(told);
+    const HANDLE reloaded = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    Listener listener(told, reloaded);
     variables.RegisterHost(&listener);
     PrintBitrate(variables);
     // Without a source every registered host hears of it, this one too.
     variables.SetVariableInt64(L"Settings.CurrentBitrate", 100, nullptr, 0);
     WaitForSingleObject(told, 5000);
     PrintBitrate(variables);
+    SaveBitrate(module, reloaded);
     PrintPacketSize(variables);
     variables.UnregisterHost(&listener); // behind it the module does not touch the listener again
     CloseHandle(told);
+    CloseHandle(reloaded);
 }
 
-void Run(const std::filesystem::path& program, const std::filesystem::path& data) {
+bool Run(const std::filesystem::path& program, const std::filesystem::path& data) {
     std::filesystem::create_directories(data / L"ZQserver"); // the data folder must exist
     const std::filesystem::path defaults = program.parent_path() / L"defaults";
 
     Host host; // outlives the module
     CZQModSettings* const module = CreateSettings();
+    if (!module) {
+        return false; // no memory
+    }
     module->DoInit(&host, program.c_str(), defaults.c_str(), data.c_str());
     module->DoStart();
-    Use(*ZQVariables(module));
+    Use(*module);
     module->DoStop(); // this order is binding
     module->DoRelease();
     ZQDestroy(module);
+    return true;
 }
 
 } // namespace
@@ -94,10 +111,9 @@ int wmain(int count, wchar_t** words) {
     wchar_t program[32768];
     GetModuleFileNameW(nullptr, program, 32768);
     try {
-        Run(program, std::filesystem::absolute(words[1]).make_preferred());
+        return Run(program, std::filesystem::absolute(words[1]).make_preferred()) ? 0 : 1;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "example_host: %s.\n", error.what());
         return 1;
     }
-    return 0;
 }

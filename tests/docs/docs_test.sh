@@ -117,6 +117,24 @@ check_commands() {
 
 # A wide text with a blank in it is a message; these few are names and queries.
 no_messages='Lumo Server|Server IP List|Server Network Device|SELECT .*|%04u.*'
+# The level that a message has where it is logged is the one that the guide gives; those of tables are not seen here.
+check_levels() {
+  local call level message seen=0
+  while IFS= read -r call; do
+    case $call in
+      *LogNotable*) level=1 ;;
+      *LogProgress*) level=2 ;;
+      *LogWarning*) level=3 ;;
+      *) level=4 ;;
+    esac
+    message=${call#*L\"}
+    message=${message%\"}
+    grep -qF "| $level | \`$message\` |" "$guide" || problem "$guide does not give \"$message\" the level $level"
+    seen=$((seen + 1))
+  done < <(cat src/*/*.cpp | tr -d '\n' | grep -oE 'Log\(Log(Notable|Progress|Warning|Failure), *L"[^"]*"')
+  [[ $seen -ge 30 ]] || problem "only $seen calls that log were found in src"
+}
+
 check_messages() {
   local guide=docs/troubleshooting.md message
   while IFS= read -r message; do
@@ -126,6 +144,7 @@ check_messages() {
   while IFS= read -r message; do
     grep -rqF "L\"$message\"" src || problem "$guide tells of \"$message\", which the module never writes"
   done < <(sed -n 's/^| [1-4] | `\([^`]*\)` |.*/\1/p' "$guide")
+  check_levels
 }
 
 # The guide shows the example's own files.

@@ -60,6 +60,7 @@ cmake --build host >build.log || fail "building the host: $(cat build.log)"
 mkdir data
 "$root/scripts/wine-run.sh" host/example_host.exe data >host.log || fail "the host ended with $?: $(cat host.log)"
 for line in 'Settings.CurrentBitrate is 70' 'changed: Settings.CurrentBitrate, type 2' 'Settings.CurrentBitrate is 100' \
+  'a file was read again: any variable may have changed' 'Settings.CurrentBitrate is 90' \
   'all variables: packed' 'ZQModSettings 2: DoRelease end'; do
   tr -d '\r' <host.log | grep -qxF "$line" || fail "the host did not print \"$line\": $(cat host.log)"
 done

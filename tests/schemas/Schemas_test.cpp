@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <rapidjson/pointer.h>
 #include <rapidjson/schema.h>
 #include <rapidjson/stringbuffer.h>
 
@@ -45,6 +46,62 @@ TEST(Schemas, TakeTheShippedDefaultFiles) {
     EXPECT_EQ("", Verdict(kSettings, ReadSource("defaults/ZQ2_serverSetting.setting")));
     EXPECT_EQ("", Verdict(kHmdList, ReadSource("defaults/ZQ2_HmdList.json")));
     EXPECT_EQ("", Verdict(kQuality, ReadSource("defaults/ZQ2_QualityPreset.json")));
+}
+
+// What a schema says of a member: under "properties", or for elements and references where they lead.
+const rapidjson::Value* Described(const rapidjson::Value& root, const rapidjson::Value& schema) {
+    const auto reference = schema.FindMember("$ref");
+    if (reference == schema.MemberEnd()) {
+        return &schema;
+    }
+    return rapidjson::Pointer(reference->value.GetString()).Get(root);
+}
+
+// Every member of a default file is described, so that an editor offers it and shows what it means.
+void ExpectDescribed(const rapidjson::Value& root, const rapidjson::Value& schema,
+                     const rapidjson::Value& value, const std::string& place) {
+    const rapidjson::Value& rules = *Described(root, schema);
+    if (value.IsArray() && rules.HasMember("items")) {
+        for (const rapidjson::Value& element : value.GetArray()) {
+            ExpectDescribed(root, rules["items"], element, place + "/-");
+        }
+    }
+    if (!value.IsObject()) {
+        return;
+    }
+    for (const auto& member : value.GetObject()) {
+        const std::string name = place + '/' + member.name.GetString();
+        const auto properties = rules.FindMember("properties");
+        ASSERT_NE(rules.MemberEnd(), properties) << name;
+        const auto property = properties->value.FindMember(member.name);
+        ASSERT_NE(properties->value.MemberEnd(), property) << name << " is not described";
+        const rapidjson::Value& described = *Described(root, property->value);
+        EXPECT_TRUE(property->value.HasMember("description") || described.HasMember("description")) << name;
+        ExpectDescribed(root, property->value, member.value, name);
+    }
+}
+
+void Parse(const std::string& path, rapidjson::Document& document) {
+    ASSERT_FALSE(document.Parse(ReadSource(path).c_str()).HasParseError()) << path;
+}
+
+TEST(Schemas, DescribeEveryMemberOfTheDefaultFiles) {
+    rapidjson::Document schema;
+    rapidjson::Document defaults;
+    Parse(std::string("schemas/") + kSettings, schema);
+    Parse("defaults/ZQ2_serverSetting.setting", defaults);
+    ExpectDescribed(schema, schema, defaults, "settings");
+
+    Parse(std::string("schemas/") + kHmdList, schema);
+    Parse("defaults/ZQ2_HmdList.json", defaults);
+    ExpectDescribed(schema, schema, defaults, "headsets");
+
+    // The members of its root are named by headsets.
+    Parse(std::string("schemas/") + kQuality, schema);
+    Parse("defaults/ZQ2_QualityPreset.json", defaults);
+    for (const auto& headset : defaults.GetObject()) {
+        ExpectDescribed(schema, schema["definitions"]["presets"], headset.value, headset.name.GetString());
+    }
 }
 
 TEST(Schemas, TakeWhatIsNewAndRight) {
