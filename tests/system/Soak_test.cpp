@@ -169,7 +169,9 @@ protected:
         const std::filesystem::path file = m_folders.Outside(L"packet");
         WriteBytes(file, {static_cast<const char*>(packet), size});
         HeapFree(GetProcessHeap(), 0, packet);
-        EXPECT_EQ(0U, ChildProcess(L"zqsettings.exe packet --prefix zz --json \"" + file.wstring() + L"\"").ExitCode());
+        EXPECT_EQ(
+            0U,
+            ChildProcess(L"zqsettings.exe packet --prefix zz --json \"" + file.wstring() + L"\"").ExitCode());
     }
 
     // Everybody waits, and everything sent has arrived.
