@@ -1,14 +1,17 @@
 #include "config/ConfigLoader.h"
 
 #include "platform/HostLog.h"
+#include "platform/Mutex.h"
 #include "support/RecordingHost.h"
 #include "support/win32/Folders.h"
+#include "support/win32/Waiting.h"
 #include "variables/VariableStore.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <windows.h>
@@ -211,6 +214,27 @@ TEST_F(ConfigLoader, HostIsCalledWithoutTheStoresLock) {
         WaitForSingleObject(thread.get(), INFINITE);
     }
     EXPECT_EQ(3U, host.Lines().size());
+}
+
+TEST_F(ConfigLoader, ReadsBehindWhoeverHoldsTheFilesMutex) {
+    const Mutex fileMutex;
+    WriteBytes(Path(), R"({"A":)");
+    bool isLoaded = false;
+    std::thread loader;
+    {
+        MutexLock lock(fileMutex);
+        loader = std::thread([&] {
+            isLoaded = LoadConfigFile(ConfigFile::Settings, Path(), {store, m_log, &fileMutex});
+        });
+        EXPECT_TRUE(WaitFor([this] { return host.Has(L"LoadSettingsFromFile begin."); }));
+        // Without the mutex the half file would be read about now.
+        Sleep(100);
+        WriteBytes(Path(), R"({"A":5})");
+    }
+    loader.join();
+
+    EXPECT_TRUE(isLoaded);
+    EXPECT_EQ(5, Int64(L"A"));
 }
 
 } // namespace
