@@ -45,6 +45,8 @@ protected:
 
     std::wstring Path() const { return (m_folder.Path() / L"config.json").wstring(); }
 
+    const HostLog& Log() const { return m_log; }
+
     bool LoadPath(ConfigFile file, const std::wstring& path) {
         host.Clear();
         return LoadConfigFile(file, path, {store, m_log});
@@ -224,7 +226,7 @@ TEST_F(ConfigLoader, ReadsBehindWhoeverHoldsTheFilesMutex) {
     {
         MutexLock lock(fileMutex);
         loader = std::thread([&] {
-            isLoaded = LoadConfigFile(ConfigFile::Settings, Path(), {store, m_log, &fileMutex});
+            isLoaded = LoadConfigFile(ConfigFile::Settings, Path(), {store, Log(), &fileMutex});
         });
         EXPECT_TRUE(WaitFor([this] { return host.Has(L"LoadSettingsFromFile begin."); }));
         // Without the mutex the half file would be read about now.

@@ -103,6 +103,15 @@ TEST_F(Hosts, ThreeQuickChangesAreThreeNoticesInOrder) {
     EXPECT_TRUE(std::is_sorted(values.begin(), values.end()));
 }
 
+TEST_F(Hosts, AVariableWithAnEmptyNameIsNoReload) {
+    variables.RegisterHost(&a);
+
+    variables.SetVariableInt64(L"", 1, nullptr, 0);
+
+    ASSERT_TRUE(WaitFor([&] { return a.Count() == 1; }));
+    EXPECT_EQ((std::vector<Notice>{{L"", VariableTypeInt64, nullptr}}), a.Notices());
+}
+
 TEST_F(Hosts, ANewHostHearsNothingOfWhatExists) {
     variables.SetVariableInt64(L"Old", 1, nullptr, 0);
     variables.RegisterHost(&a);

@@ -268,5 +268,16 @@ TEST(Lifecycle, ADataFolderWithNonAsciiCharactersWorks) {
     ExpectInitBelow(temp.Path() / L"Einstellungen-\u00E4\u00F6\u00FC-\u8A2D\u5B9A");
 }
 
+TEST(Lifecycle, ReleaseFreesTheBinaryVariablesAndKeepsTheOthers) {
+    Module module;
+    module.Variables().SetVariableBinary(L"B", 3, "abc", nullptr, 0);
+    module.Variables().SetVariableInt64(L"I", 5, nullptr, 0);
+
+    module->DoRelease();
+
+    EXPECT_EQ(std::nullopt, module.Binary(L"B"));
+    EXPECT_EQ(5, module.Int64(L"I"));
+}
+
 } // namespace
 } // namespace zq::test
