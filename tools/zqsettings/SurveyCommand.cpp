@@ -9,6 +9,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <map>
@@ -65,6 +66,9 @@ std::string ResultText(const WmiQueryReport& report) {
     return std::to_string(report.objects) + (report.objects == 1 ? " object" : " objects");
 }
 
+constexpr size_t kTimeWidth = 14;
+constexpr size_t kResultWidth = 20;
+
 std::string TextOf(const SurveyResult& result) {
     std::string text = "Machine type: " + OrNothing(Utf8FromAnsi(result.machine.machineType));
     text += "\nNetwork speed: " + OrNothing(Utf8FromAnsi(result.machine.networkSpeed));
@@ -76,9 +80,13 @@ std::string TextOf(const SurveyResult& result) {
     for (const WmiQueryReport& report : result.queries) {
         const std::string time = Milliseconds(Milliseconds(report));
         const std::string answer = ResultText(report);
-        text += std::string(14 - std::min<size_t>(time.size(), 14), ' ') + time + "  " + answer +
-                std::string(20 - std::min<size_t>(answer.size(), 20), ' ') + Utf8FromWide(report.query) +
-                "\n";
+        text += std::string(kTimeWidth - std::min(time.size(), kTimeWidth), ' ');
+        text += time;
+        text += "  ";
+        text += answer;
+        text += std::string(kResultWidth - std::min(answer.size(), kResultWidth), ' ');
+        text += Utf8FromWide(report.query);
+        text += '\n';
     }
     return text;
 }
