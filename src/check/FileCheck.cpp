@@ -12,18 +12,18 @@ namespace zq {
 
 namespace {
 
-bool WouldLoad(ConfigFile file, std::string_view bytes) {
-    ConfigText config;
-    VariableBatch batch;
-    return config.Read(bytes) && FlattenConfig(file, config.root, batch, HostLog());
-}
-
 // A document without a root object or array, or with a wrong one, is read to its end and gives nothing.
 bool IsRootOfKind(ConfigFile file, const JsonValue& root) {
     return root.Is(file == ConfigFile::HmdList ? JsonKind::Array : JsonKind::Object);
 }
 
 } // namespace
+
+bool WouldLoad(ConfigFile file, std::string_view bytes) {
+    ConfigText config;
+    VariableBatch batch;
+    return config.Read(bytes) && FlattenConfig(file, config.root, batch, HostLog());
+}
 
 FileCheck::FileCheck(ConfigFile file, std::string_view bytes, const KnownKeys& known)
     : m_file(file), m_source(bytes) {

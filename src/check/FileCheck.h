@@ -58,6 +58,9 @@ private:
     bool m_isAccepted = false;
 };
 
+// Whether the module, on a machine with this code page, would load a file with these bytes.
+bool WouldLoad(ConfigFile file, std::string_view bytes);
+
 // The keys of a document, at every depth, and the last parts of dotted ones; none of a text that cannot be
 // read.
 KnownKeys KeysOf(std::string_view bytes);

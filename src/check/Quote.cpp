@@ -6,12 +6,6 @@
 
 namespace zq {
 
-namespace {
-
-bool IsControl(wchar_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); }
-
-} // namespace
-
 std::string Utf8(std::wstring_view text) { return BytesFromWide(kCodePageUtf8, text); }
 
 std::wstring HexEscapeOf(wchar_t unit) {
@@ -27,7 +21,7 @@ std::string Quoted(std::wstring_view text) {
     constexpr size_t kLongest = 60;
     std::wstring result = L"\"";
     for (const wchar_t unit : text.substr(0, kLongest)) {
-        if (IsControl(unit)) {
+        if (IsControlUnit(unit)) {
             result += HexEscapeOf(unit);
         } else {
             result += unit;

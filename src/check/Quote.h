@@ -10,6 +10,9 @@ namespace zq {
 
 std::string Utf8(std::wstring_view text);
 
+// Whether a terminal would act on the unit instead of showing it.
+constexpr bool IsControlUnit(wchar_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); }
+
 // In quotes, shortened where it is long, control characters written as \u and four digits: a document can
 // neither break a message nor steer a terminal.
 std::string Quoted(std::wstring_view text);

@@ -5,10 +5,9 @@
 #include "SilentHost.h"
 #include "Text.h"
 
+#include "check/FileCheck.h"
 #include "check/NearestName.h"
 #include "config/ConfigFileNames.h"
-#include "platform/HostLog.h"
-#include "variables/VariableBatch.h"
 
 #include <CLI/CLI.hpp>
 
@@ -20,12 +19,6 @@ namespace zq::tool {
 namespace fs = std::filesystem;
 
 namespace {
-
-bool WouldLoad(ConfigFile file, const std::string& bytes) {
-    ConfigText config;
-    VariableBatch batch;
-    return config.Read(bytes) && FlattenConfig(file, config.root, batch, HostLog());
-}
 
 // Copies the files that are there and tells what becomes of the others.
 void CopyFiles(const fs::path& from, const fs::path& to) {

@@ -15,10 +15,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string Counted(size_t count, const std::string& what) {
-    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
-}
-
 std::string Joined(const std::vector<std::string>& parts) {
     std::string text;
     for (const std::string& part : parts) {

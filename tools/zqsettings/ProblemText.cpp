@@ -2,6 +2,8 @@
 
 #include "Text.h"
 
+#include "check/Quote.h"
+
 #include <algorithm>
 
 namespace zq::tool {
@@ -16,11 +18,9 @@ constexpr const char* kPlain = "\x1B[0m";
 
 bool IsLowSurrogate(wchar_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
-bool IsControl(wchar_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); }
-
 std::wstring Visible(std::wstring_view text) {
     std::wstring visible(text);
-    std::replace_if(visible.begin(), visible.end(), IsControl, L' ');
+    std::replace_if(visible.begin(), visible.end(), IsControlUnit, L' ');
     return visible;
 }
 
@@ -69,10 +69,6 @@ private:
     size_t m_from;
     size_t m_to;
 };
-
-std::string Counted(size_t count, const char* what) {
-    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
-}
 
 size_t CountOf(const FileCheck& check, Severity severity) {
     return static_cast<size_t>(

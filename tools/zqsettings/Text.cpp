@@ -1,12 +1,12 @@
 #include "Text.h"
 
+#include "check/Quote.h"
+
 #include <windows.h>
 
 namespace zq::tool {
 
 namespace {
-
-bool IsControl(wchar_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); }
 
 std::wstring EscapedControl(wchar_t unit) {
     switch (unit) {
@@ -19,8 +19,7 @@ std::wstring EscapedControl(wchar_t unit) {
     default:
         break;
     }
-    constexpr std::wstring_view kDigits = L"0123456789ABCDEF";
-    return {L'\\', L'u', L'0', L'0', kDigits[(unit >> 4) & 0xF], kDigits[unit & 0xF]};
+    return HexEscapeOf(unit);
 }
 
 } // namespace
@@ -47,7 +46,7 @@ std::string Printable(std::wstring_view text) {
     std::wstring result;
     result.reserve(text.size());
     for (const wchar_t unit : text) {
-        if (IsControl(unit)) {
+        if (IsControlUnit(unit)) {
             result += EscapedControl(unit);
         } else if (unit == L'\\') {
             result += L"\\\\";
@@ -56,6 +55,10 @@ std::string Printable(std::wstring_view text) {
         }
     }
     return Utf8FromWide(result);
+}
+
+std::string Counted(size_t count, const std::string& what) {
+    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
 }
 
 } // namespace zq::tool

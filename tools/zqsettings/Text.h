@@ -17,4 +17,7 @@ std::string Utf8FromPath(const std::filesystem::path& path);
 // neither break a table nor steer the terminal. A backslash is doubled.
 std::string Printable(std::wstring_view text);
 
+// "1 error", "2 errors".
+std::string Counted(size_t count, const std::string& what);
+
 } // namespace zq::tool
