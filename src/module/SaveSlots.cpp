@@ -55,23 +55,23 @@ void CZQModSettingsImpl::SaveConfig(const wchar_t* name, ZQBool perDevice, Sette
 void CZQModSettingsImpl::SaveConfigDouble(const wchar_t* name, double value, ZQBool perDevice) {
     // JSON has no infinity and no NaN: the writer would stop half-way and leave a broken file.
     if (std::isfinite(value)) {
-        SaveConfig(name, perDevice, [value](rapidjson::Value& member) { member.SetDouble(value); });
+        SaveConfig(name, perDevice, [value](EditableValue& member) { member.SetDouble(value); });
     }
 }
 
 void CZQModSettingsImpl::SaveConfigBool(const wchar_t* name, ZQBool value, ZQBool perDevice) {
-    SaveConfig(name, perDevice, [value](rapidjson::Value& member) { member.SetBool(value != 0); });
+    SaveConfig(name, perDevice, [value](EditableValue& member) { member.SetBool(value != 0); });
 }
 
 void CZQModSettingsImpl::SaveConfigString(const wchar_t* name, const char* value, ZQBool perDevice) {
     const size_t length = std::strlen(Checked(value, "the value of a string variable is null"));
-    SaveConfig(name, perDevice, [value, length](rapidjson::Value& member) {
+    SaveConfig(name, perDevice, [value, length](EditableValue& member) {
         member.SetString(rapidjson::StringRef(value, length));
     });
 }
 
 void CZQModSettingsImpl::SaveConfigInt64(const wchar_t* name, int64_t value, ZQBool perDevice) {
-    SaveConfig(name, perDevice, [value](rapidjson::Value& member) { member.SetInt64(value); });
+    SaveConfig(name, perDevice, [value](EditableValue& member) { member.SetInt64(value); });
 }
 
 } // namespace zq

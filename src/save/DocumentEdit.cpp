@@ -1,5 +1,7 @@
 #include "save/DocumentEdit.h"
 
+#include "save/DocumentText.h"
+
 #include <algorithm>
 #include <cmath>
 #include <string>
@@ -11,10 +13,8 @@ namespace zq {
 namespace {
 
 using rapidjson::SizeType;
-using rapidjson::Value;
+using Value = EditableValue;
 
-// The writer recurses once a level. No file of settings comes near it.
-constexpr size_t kDeepest = 256;
 // Which the library writes with an exponent, and the module does not read.
 constexpr double kFirstWithExponent = 1e21;
 
@@ -98,11 +98,11 @@ Value* FindResponse(Value& device, const HmdRequest& request) {
 
 } // namespace
 
-SaveResult EditRootMember(rapidjson::Document& document, std::string_view name, const ValueSetter& set) {
+SaveResult EditRootMember(EditableDocument& document, std::string_view name, const ValueSetter& set) {
     return SetMember(document, name, set);
 }
 
-SaveResult EditDeviceMember(rapidjson::Document& document, std::string_view name,
+SaveResult EditDeviceMember(EditableDocument& document, std::string_view name,
                             std::optional<int64_t> deviceIndex, const ValueSetter& set) {
     if (!HasMember(document, "CL")) {
         return EditRootMember(document, name, set);
@@ -117,7 +117,7 @@ SaveResult EditDeviceMember(rapidjson::Document& document, std::string_view name
                : SaveResult::NoSuchMember;
 }
 
-SaveResult EditHmdList(rapidjson::Document& document, std::string_view deviceName, const HmdRequest& request,
+SaveResult EditHmdList(EditableDocument& document, std::string_view deviceName, const HmdRequest& request,
                        std::span<const int64_t> values) {
     if (!document.IsArray() || document.Empty()) {
         return SaveResult::FileUnreadable;
@@ -144,12 +144,13 @@ SaveResult EditHmdList(rapidjson::Document& document, std::string_view deviceNam
     return SaveResult::Saved;
 }
 
-bool IsWritable(const rapidjson::Document& document) {
+bool IsWritable(const EditableDocument& document) {
     std::vector<std::pair<const Value*, size_t>> open = {{&document, 1}};
     while (!open.empty()) {
         const auto [value, depth] = open.back();
         open.pop_back();
-        if (depth > kDeepest || (value->IsDouble() && std::abs(value->GetDouble()) >= kFirstWithExponent)) {
+        if (depth > kDeepestWritable ||
+            (value->IsDouble() && std::abs(value->GetDouble()) >= kFirstWithExponent)) {
             return false;
         }
         if (value->IsArray()) {

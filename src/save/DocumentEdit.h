@@ -27,14 +27,14 @@ enum class SaveResult {
 };
 
 // Gives a value its new type and content.
-using ValueSetter = std::function<void(rapidjson::Value&)>;
+using ValueSetter = std::function<void(EditableValue&)>;
 
 // Sets the member `name` of the root, points included.
-SaveResult EditRootMember(rapidjson::Document& document, std::string_view name, const ValueSetter& set);
+SaveResult EditRootMember(EditableDocument& document, std::string_view name, const ValueSetter& set);
 
 // Sets a member of the headset in use: with "CL" at the root, the member that the third component of `name`
 // names, of the object at `deviceIndex`; without "CL", as EditRootMember. No index is no device.
-SaveResult EditDeviceMember(rapidjson::Document& document, std::string_view name,
+SaveResult EditDeviceMember(EditableDocument& document, std::string_view name,
                             std::optional<int64_t> deviceIndex, const ValueSetter& set);
 
 // Which response of a headset: a negative number is not looked at.
@@ -46,11 +46,11 @@ struct HmdRequest {
 
 // Overwrites the first values of the first response that matches, of the first headset with that
 // "DeviceName".
-SaveResult EditHmdList(rapidjson::Document& document, std::string_view deviceName, const HmdRequest& request,
+SaveResult EditHmdList(EditableDocument& document, std::string_view deviceName, const HmdRequest& request,
                        std::span<const int64_t> values);
 
 // Whether the writer can write it so that the module reads it again: not deeper than its recursion may go,
 // and without a number so large that it would get an exponent.
-bool IsWritable(const rapidjson::Document& document);
+bool IsWritable(const EditableDocument& document);
 
 } // namespace zq

@@ -29,7 +29,7 @@ UniqueFile OpenFile(const std::wstring& path, const wchar_t* mode) {
 
 } // namespace
 
-int32_t LoadJsonDoc(const std::wstring& path, std::unique_ptr<rapidjson::Document>& document) {
+int32_t LoadJsonDoc(const std::wstring& path, std::unique_ptr<EditableDocument>& document) {
     const UniqueFile file = OpenFile(path, L"rb");
     if (!file || std::fseek(file.get(), 0, SEEK_END) != 0) {
         return 1;
@@ -41,7 +41,7 @@ int32_t LoadJsonDoc(const std::wstring& path, std::unique_ptr<rapidjson::Documen
     std::fseek(file.get(), 0, SEEK_SET);
     std::vector<char> buffer(static_cast<size_t>(length));
     rapidjson::FileReadStream stream(file.get(), buffer.data(), buffer.size());
-    auto parsed = std::make_unique<rapidjson::Document>();
+    auto parsed = std::make_unique<EditableDocument>();
     if (const int32_t error = ParseDocument(*parsed, stream)) {
         return error;
     }
@@ -53,7 +53,7 @@ int32_t LoadJsonDoc(const std::wstring& path, std::unique_ptr<rapidjson::Documen
     return 0;
 }
 
-int32_t SaveJsonDoc(const std::wstring& path, const rapidjson::Document& document, const HostLog& log,
+int32_t SaveJsonDoc(const std::wstring& path, const EditableDocument& document, const HostLog& log,
                     MutexLock& fileLock) {
     int32_t result = 1;
     if (const UniqueFile file = OpenFile(path, L"wb")) {

@@ -17,7 +17,7 @@ class MutexLock;
 
 // Returns 0 and hands out a document; 1 when the file cannot be opened or has fewer than 4 bytes; else the
 // library's parse error code. However deep the file, the stack does not grow with it.
-int32_t LoadJsonDoc(const std::wstring& path, std::unique_ptr<rapidjson::Document>& document);
+int32_t LoadJsonDoc(const std::wstring& path, std::unique_ptr<EditableDocument>& document);
 
 // Writes the document over the file: 4 blanks of indentation, at most 4 decimal places, ASCII escapes, no
 // mark, nothing behind the root. Releases `fileLock`, then logs the result, so that the host is called
@@ -25,7 +25,7 @@ int32_t LoadJsonDoc(const std::wstring& path, std::unique_ptr<rapidjson::Documen
 // behind that is not seen.
 //
 // The document must pass IsWritable.
-int32_t SaveJsonDoc(const std::wstring& path, const rapidjson::Document& document, const HostLog& log,
+int32_t SaveJsonDoc(const std::wstring& path, const EditableDocument& document, const HostLog& log,
                     MutexLock& fileLock);
 
 } // namespace zq

@@ -15,7 +15,7 @@ namespace {
 template <class Edit>
 SaveResult Rewrite(const SaveTarget& target, Edit edit) {
     MutexLock lock(target.fileMutex);
-    std::unique_ptr<rapidjson::Document> document;
+    std::unique_ptr<EditableDocument> document;
     LoadJsonDoc(target.path, document);
     if (!document) {
         return SaveResult::FileUnreadable;
@@ -34,7 +34,7 @@ SaveResult Rewrite(const SaveTarget& target, Edit edit) {
 } // namespace
 
 SaveResult SaveSetting(const SaveTarget& target, const SettingName& setting, const ValueSetter& set) {
-    return Rewrite(target, [&](rapidjson::Document& document) {
+    return Rewrite(target, [&](EditableDocument& document) {
         const std::optional<std::string> name = NarrowName(setting.name);
         if (!name) {
             return SaveResult::NoSuchMember;
@@ -46,7 +46,7 @@ SaveResult SaveSetting(const SaveTarget& target, const SettingName& setting, con
 
 SaveResult SaveHmdListValues(const SaveTarget& target, const std::wstring& deviceName,
                              const HmdRequest& request, std::span<const int64_t> values) {
-    const SaveResult result = Rewrite(target, [&](rapidjson::Document& document) {
+    const SaveResult result = Rewrite(target, [&](EditableDocument& document) {
         const std::optional<std::string> name = NarrowName(deviceName);
         return name ? EditHmdList(document, *name, request, values) : SaveResult::NoSuchDevice;
     });

@@ -15,19 +15,19 @@ namespace {
 
 using zq::fuzz::Require;
 
-std::string Written(const rapidjson::Document& document) {
+std::string Written(const zq::EditableDocument& document) {
     rapidjson::StringBuffer buffer;
     zq::WriteDocument(document, buffer);
     return {buffer.GetString(), buffer.GetSize()};
 }
 
-bool Parse(rapidjson::Document& document, const std::string& text) {
+bool Parse(zq::EditableDocument& document, const std::string& text) {
     rapidjson::StringStream stream(text.c_str());
     return zq::ParseDocument(document, stream) == 0;
 }
 
-zq::SaveResult Edit(rapidjson::Document& document, uint8_t choice, const std::string& name) {
-    const auto set = [choice](rapidjson::Value& value) { value.SetInt64(choice); };
+zq::SaveResult Edit(zq::EditableDocument& document, uint8_t choice, const std::string& name) {
+    const auto set = [choice](zq::EditableValue& value) { value.SetInt64(choice); };
     const std::vector<int64_t> values(choice % 4, choice);
     switch (choice % 3) {
     case 0:
@@ -41,7 +41,7 @@ zq::SaveResult Edit(rapidjson::Document& document, uint8_t choice, const std::st
 
 void RequireReadable(const std::string& text) {
     Require(text.back() == '}' || text.back() == ']');
-    rapidjson::Document again;
+    zq::EditableDocument again;
     Require(Parse(again, text));
 }
 
@@ -66,7 +66,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     const std::string name(data + 2, data + 2 + nameLength);
     const std::string text(data + 2 + nameLength, data + size);
-    rapidjson::Document document;
+    zq::EditableDocument document;
     if (!Parse(document, text)) {
         return 0;
     }

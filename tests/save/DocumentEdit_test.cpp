@@ -11,7 +11,7 @@
 namespace zq {
 namespace {
 
-using rapidjson::Document;
+using Document = EditableDocument;
 
 Document Parse(const std::string& text) {
     Document document;
@@ -27,7 +27,7 @@ std::string Text(const Document& document) {
     return buffer.GetString();
 }
 
-const ValueSetter kSetSeven = [](rapidjson::Value& value) { value.SetInt(7); };
+const ValueSetter kSetSeven = [](EditableValue& value) { value.SetInt(7); };
 
 struct DeviceEdit {
     std::string text;
@@ -222,7 +222,7 @@ TEST(DocumentEdit, HeadsetListsThatCannotBeUsedChangeNothing) {
 }
 
 TEST(DocumentEdit, DoesNotWriteNumbersThatWouldGetAnExponent) {
-    rapidjson::Document document;
+    EditableDocument document;
     document.Parse(R"({"A":[900000000000000000000.0,-0.000001]})");
     EXPECT_TRUE(IsWritable(document));
     document.Parse(R"({"A":[1000000000000000000000.0]})");

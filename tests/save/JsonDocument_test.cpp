@@ -35,7 +35,7 @@ protected:
     test::RecordingHost host;
     HostLog log;
     Mutex mutex;
-    std::unique_ptr<rapidjson::Document> document;
+    std::unique_ptr<EditableDocument> document;
 };
 
 TEST_F(JsonDocument, WritesAtMostFourDecimalPlacesAndCutsTheRest) {

@@ -76,9 +76,8 @@ std::string ReasonText(SaveResult result, const std::string& what) {
 }
 
 // What an edit would come to, tried on a document of its own.
-SaveResult Try(const std::filesystem::path& file,
-               const std::function<SaveResult(rapidjson::Document&)>& edit) {
-    std::unique_ptr<rapidjson::Document> document;
+SaveResult Try(const std::filesystem::path& file, const std::function<SaveResult(EditableDocument&)>& edit) {
+    std::unique_ptr<EditableDocument> document;
     LoadJsonDoc(file.wstring(), document);
     return document ? edit(*document) : SaveResult::FileUnreadable;
 }
@@ -119,9 +118,9 @@ void Set(const SetOptions& options) {
 
     int64_t index = 0;
     const bool hasIndex = session.Variables().GetVariableInt64(L"DHI", &index) != 0;
-    const auto keep = [](rapidjson::Value&) {};
+    const auto keep = [](EditableValue&) {};
     RequireSaved(Try(session.DataFolder() / NameOfConfigFile(ConfigFile::Settings),
-                     [&](rapidjson::Document& document) {
+                     [&](EditableDocument& document) {
                          const std::string narrow = NarrowName(name).value_or("");
                          return options.isPerDevice
                                     ? EditDeviceMember(document, narrow,
@@ -139,7 +138,7 @@ void SetHmd(const SetHmdOptions& options) {
     const ModuleSession session(options.module, host);
     const std::wstring device = WideFromUtf8(options.device);
     RequireSaved(Try(session.DataFolder() / NameOfConfigFile(ConfigFile::HmdList),
-                     [&](rapidjson::Document& document) {
+                     [&](EditableDocument& document) {
                          return EditHmdList(document, NarrowName(device).value_or(""), options.request,
                                             options.values);
                      }),
