@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <new>
+#include <system_error>
 
 extern "C" __declspec(dllexport) CZQModSettings* CreateSettings() {
     void* memory = ::operator new(sizeof(zq::CZQModSettingsImpl), std::nothrow);
@@ -11,5 +12,10 @@ extern "C" __declspec(dllexport) CZQModSettings* CreateSettings() {
         return nullptr;
     }
     std::memset(memory, 0, sizeof(zq::CZQModSettingsImpl));
-    return new (memory) zq::CZQModSettingsImpl();
+    try {
+        return new (memory) zq::CZQModSettingsImpl();
+    } catch (const std::system_error&) { // the system has no mutex to give
+        ::operator delete(memory);
+        return nullptr;
+    }
 }

@@ -71,7 +71,7 @@ void CZQModSettingsImpl::SurveyMachine() {
 
 int32_t CZQModSettingsImpl::DoStart() {
     m_log.Log(LogProgress, L"DoStart begin");
-    m_hWatchThread.Start(WatchThreadRoutine, this);
+    m_hWatchThread.Start(WatchThreadRoutine, this, {m_hStopEvent.Get()});
     GetLocalClientAPKVersion(m_log, VariablePublisher(), m_strInstallDir);
     m_log.Log(LogProgress, L"DoStart end");
     return 0;

@@ -23,6 +23,9 @@ DWORD DirectoryWatch::Request() {
     m_firstName = {};
     m_overlapped = {};
     m_overlapped.hEvent = m_completed.Get();
+    if (!m_completed.Get()) {
+        return ERROR_INVALID_HANDLE;
+    }
     if (!ReadDirectoryChangesW(m_folder.get(), m_buffer.data(), kBufferBytes, FALSE, kFilter, nullptr,
                                &m_overlapped, nullptr)) {
         const DWORD error = GetLastError();

@@ -4,13 +4,20 @@
 
 #include "platform/Handle.h"
 
+#include <system_error>
 #include <utility>
 
 namespace zq {
 
 class Mutex {
 public:
-    Mutex() : m_handle(CreateMutexW(nullptr, FALSE, nullptr)) {}
+    // Raises std::system_error when the system has none to give: what it guards would go unguarded.
+    Mutex() : m_handle(CreateMutexW(nullptr, FALSE, nullptr)) {
+        if (!m_handle) {
+            throw std::system_error(static_cast<int>(GetLastError()), std::system_category(),
+                                    "cannot create a mutex");
+        }
+    }
 
     void Lock() const { WaitForSingleObject(m_handle.get(), INFINITE); }
     void Unlock() const { ReleaseMutex(m_handle.get()); }

@@ -1,5 +1,7 @@
 #include "platform/Thread.h"
 
+#include <algorithm>
+
 namespace zq {
 
 namespace {
@@ -23,8 +25,10 @@ void Terminate(HANDLE thread, std::span<const Mutex* const> guards) {
 
 } // namespace
 
-void Thread::Start(Routine routine, void* argument) {
-    m_handle.reset(CreateThread(nullptr, 0, routine, argument, 0, nullptr));
+void Thread::Start(Routine routine, void* argument, std::initializer_list<HANDLE> events) {
+    if (std::find(events.begin(), events.end(), nullptr) == events.end()) {
+        m_handle.reset(CreateThread(nullptr, 0, routine, argument, 0, nullptr));
+    }
 }
 
 void Thread::Stop(HANDLE stopEvent, std::span<const Mutex* const> guards) {

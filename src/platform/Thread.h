@@ -8,6 +8,7 @@
 #include "platform/Handle.h"
 #include "platform/Mutex.h"
 
+#include <initializer_list>
 #include <span>
 
 namespace zq {
@@ -20,8 +21,9 @@ public:
     using Routine = DWORD(WINAPI*)(void* argument);
 
     // Starts the thread with default security and stack size. Not checked: a thread that did not start never
-    // runs, and stopping it does nothing.
-    void Start(Routine routine, void* argument);
+    // runs, and stopping it does nothing. Without the events that it waits for it is not started: it could
+    // not be stopped, or would never rest.
+    void Start(Routine routine, void* argument, std::initializer_list<HANDLE> events);
 
     // Signals `stopEvent`, waits for the thread and closes its handle. A thread that is still running after
     // kThreadStopMilliseconds is terminated with exit code 0 while the `guards` are held, locked in their

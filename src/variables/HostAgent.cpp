@@ -12,7 +12,7 @@ CZQVariableHostAgent::~CZQVariableHostAgent() { Stop(); }
 
 void CZQVariableHostAgent::Start() {
     m_hStopEvent.Reset();
-    m_hThread.Start(ThreadRoutine, this);
+    m_hThread.Start(ThreadRoutine, this, {m_hStopEvent.Get(), m_hWakeEvent.Get()});
 }
 
 void CZQVariableHostAgent::Stop() { m_hThread.Stop(m_hStopEvent.Get(), m_guards); }

@@ -83,7 +83,7 @@ protected:
 
 TEST_F(ThreadStop, EndsAThreadThatListensAtOnce) {
     Thread thread;
-    thread.Start(EndWhenTold, &shared);
+    thread.Start(EndWhenTold, &shared, {});
 
     EXPECT_LT(Stop(thread).count(), 900);
 }
@@ -93,14 +93,22 @@ TEST_F(ThreadStop, DoesNothingWithoutAThreadOrASecondTime) {
     EXPECT_LT(Stop(thread).count(), 900);
     EXPECT_FALSE(shared.stop.Wait(0));
 
-    thread.Start(EndWhenTold, &shared);
+    thread.Start(EndWhenTold, &shared, {});
     Stop(thread);
+    EXPECT_LT(Stop(thread).count(), 900);
+}
+
+TEST_F(ThreadStop, AThreadWithoutItsEventsIsNotStarted) {
+    Thread thread;
+    thread.Start(BlockForEver, &shared, {shared.stop.Get(), nullptr});
+
+    EXPECT_FALSE(shared.entered.Wait(50));
     EXPECT_LT(Stop(thread).count(), 900);
 }
 
 TEST_F(ThreadStop, TerminatesAStuckThreadAfterOneSecond) {
     Thread thread;
-    thread.Start(BlockForEver, &shared);
+    thread.Start(BlockForEver, &shared, {});
     ASSERT_TRUE(shared.entered.Wait(5000));
 
     const auto time = Stop(thread);
@@ -111,7 +119,7 @@ TEST_F(ThreadStop, TerminatesAStuckThreadAfterOneSecond) {
 
 TEST_F(ThreadStop, AMutexWhoseOwnerWasTerminatedIsTakenOver) {
     Thread thread;
-    thread.Start(HoldForEver, &shared);
+    thread.Start(HoldForEver, &shared, {});
     ASSERT_TRUE(shared.entered.Wait(5000));
 
     Stop(thread);
@@ -122,7 +130,7 @@ TEST_F(ThreadStop, AMutexWhoseOwnerWasTerminatedIsTakenOver) {
 TEST_F(ThreadStop, TheVictimIsNotInsideAGuardWhileItDies) {
     const Mutex* const guards[] = {&shared.mutex};
     Thread thread;
-    thread.Start(WriteForEver, &shared);
+    thread.Start(WriteForEver, &shared, {});
     ASSERT_TRUE(shared.entered.Wait(5000));
 
     Stop(thread, guards);
@@ -133,7 +141,7 @@ TEST_F(ThreadStop, TheVictimIsNotInsideAGuardWhileItDies) {
 
 TEST_F(ThreadStop, TheVictimDoesNotTakeTheHeapWithIt) {
     Thread thread;
-    thread.Start(AllocateForEver, &shared);
+    thread.Start(AllocateForEver, &shared, {});
     ASSERT_TRUE(shared.entered.Wait(5000));
 
     Stop(thread);
