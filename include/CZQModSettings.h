@@ -105,7 +105,8 @@ class CZQModSettings {
 };
 
 // The DLL's one export: returns a new module object, or null when there is no memory, or no mutex to be
-// had from the system. Each call makes an object of its own. Declared for hosts that link the DLL; ZQ_NO_IMPORT leaves the declaration out.
+// had from the system. Each call makes an object of its own. Declared for hosts that link the DLL;
+// ZQ_NO_IMPORT leaves the declaration out.
 #if defined(_WIN32) && !defined(ZQ_NO_IMPORT)
 extern "C" __declspec(dllimport) CZQModSettings* CreateSettings();
 #endif
