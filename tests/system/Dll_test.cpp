@@ -1,10 +1,9 @@
 // What the DLL's own headers say: its one export, its imports, its protections, its version.
 #include "support/win32/Folders.h"
+#include "support/win32/ImportTable.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cctype>
 #include <memory>
 #include <set>
 #include <string>
@@ -47,33 +46,23 @@ public:
 
     std::set<std::string> Imports() const {
         std::set<std::string> names;
-        for (const auto* import = At<IMAGE_IMPORT_DESCRIPTOR>(Directory(IMAGE_DIRECTORY_ENTRY_IMPORT));
-             import->Name != 0; ++import) {
-            std::string name = At<char>(import->Name);
-            std::transform(name.begin(), name.end(), name.begin(),
-                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-            names.insert(name);
+        for (const auto& [library, function] : ImportedFunctions(Handle())) {
+            names.insert(library);
         }
         return names;
     }
 
-    // By name; the module imports none by number.
-    std::set<std::string> ImportedFunctions() const {
+    std::set<std::string> Functions() const {
         std::set<std::string> names;
-        for (const auto* import = At<IMAGE_IMPORT_DESCRIPTOR>(Directory(IMAGE_DIRECTORY_ENTRY_IMPORT));
-             import->Name != 0; ++import) {
-            for (const auto* thunk = At<IMAGE_THUNK_DATA64>(import->OriginalFirstThunk);
-                 thunk->u1.AddressOfData != 0; ++thunk) {
-                EXPECT_FALSE(IMAGE_SNAP_BY_ORDINAL64(thunk->u1.Ordinal));
-                names.insert(At<IMAGE_IMPORT_BY_NAME>(static_cast<DWORD>(thunk->u1.AddressOfData))->Name);
-            }
+        for (const auto& [library, function] : ImportedFunctions(Handle())) {
+            names.insert(function);
         }
         return names;
     }
 
     // The resource's bytes, empty when there is none.
     std::string VersionResource() const {
-        const auto module = static_cast<HMODULE>(m_module.get());
+        const HMODULE module = Handle();
         const HRSRC resource = FindResourceW(module, MAKEINTRESOURCEW(VS_VERSION_INFO), RT_VERSION);
         if (!resource) {
             return {};
@@ -87,6 +76,7 @@ private:
     const Type* At(DWORD address) const {
         return reinterpret_cast<const Type*>(static_cast<const char*>(m_module.get()) + address);
     }
+    HMODULE Handle() const { return static_cast<HMODULE>(m_module.get()); }
     DWORD Directory(int entry) const { return Headers().OptionalHeader.DataDirectory[entry].VirtualAddress; }
 
     std::unique_ptr<void, FreeModule> m_module;
@@ -111,7 +101,7 @@ TEST(Dll, ImportsSystemLibrariesOnly) {
 }
 
 TEST(Dll, StartsNoProcessAndWritesNoRegistry) {
-    const std::set<std::string> functions = DllImage().ImportedFunctions();
+    const std::set<std::string> functions = DllImage().Functions();
 
     EXPECT_TRUE(functions.contains("ReadDirectoryChangesW"));
     for (const char* start : {"CreateProcess", "WinExec", "ShellExecute", "system", "_wsystem", "_spawn",

@@ -22,6 +22,13 @@ CZQModSettings* CreateFromDll() {
     return create();
 }
 
+Module::Module() : m_settings(CreateFromDll()) {
+    if (!m_settings) {
+        throw std::runtime_error("CreateSettings returned null");
+    }
+    m_variables = ZQVariables(m_settings);
+}
+
 std::optional<int> Module::Bool(const wchar_t* name) const {
     ZQBool value = 0;
     return m_variables->GetVariableBool(name, &value) ? std::optional<int>(value) : std::nullopt;

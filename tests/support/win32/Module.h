@@ -17,12 +17,13 @@ namespace zq::test {
 
 // The DLL beside the test program, loaded once and kept.
 HMODULE LoadModuleDll();
-CZQModSettings* CreateFromDll();
+CZQModSettings* CreateFromDll(); // may be null
 
 // A new module object; stopped, released and destroyed in the order that hosts have to keep.
 class Module {
 public:
-    Module() : m_settings(CreateFromDll()), m_variables(ZQVariables(m_settings)) {}
+    // Raises std::runtime_error when the DLL makes none.
+    Module();
     ~Module() { Destroy(); }
     Module(const Module&) = delete;
     Module& operator=(const Module&) = delete;
