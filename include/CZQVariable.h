@@ -31,8 +31,8 @@ class CZQVariable {
 
     // Slot 1. Registers `host` for notices of changes, delivered on a thread of its own. Nothing is sent for
     // variables that already exist. A host that is registered already stays registered once. The host is not
-    // owned. Raises std::system_error when the system has no mutex to give; without an event or a thread to be
-    // had the host is registered and hears nothing.
+    // owned. Raises std::system_error when the system has no mutex to give; without an event or a thread to
+    // be had the host is registered and hears nothing.
     virtual void RegisterHost(CZQVariableHost* host) { (void)host; }
 
     // Slot 2. Ends the notices to `host` and waits for a callback that is under way, one second at the most;
