@@ -18,7 +18,7 @@ export ZQ_WINEPREFIX=$root/build/wine
 "$root/scripts/setup.sh"
 rm -rf "$tree"
 mkdir -p "$tree"
-tar -C "$root" --exclude=./build --exclude=./.git -c . | tar -C "$tree" -x
+tar -C "$root" --exclude=./build --exclude=./.git -c . | tar -C "$tree" -xm # newer than any object of a run that was cut off
 cmake -S "$tree" -B "$work/native" -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
 cmake -S "$tree" -B "$work/windows" -G Ninja -DCMAKE_BUILD_TYPE=Release \
   -DCMAKE_TOOLCHAIN_FILE="$tree/cmake/mingw-w64-x86_64.cmake" >/dev/null
