@@ -35,4 +35,10 @@ if(ZQ_SANITIZE)
   target_link_options(zq_options INTERFACE -fsanitize=address,undefined)
 endif()
 
+option(ZQ_THREADS "ThreadSanitizer; native builds only" OFF)
+if(ZQ_THREADS)
+  target_compile_options(zq_options INTERFACE -fsanitize=thread -fno-omit-frame-pointer)
+  target_link_options(zq_options INTERFACE -fsanitize=thread)
+endif()
+
 option(ZQ_COVERAGE "Line and branch counters in src/" OFF)

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Builds and tests everything: scripts/test.sh
-# Installs what is missing; builds and runs the presets release, debug (both under Wine) and native (sanitizers); runs the
-# fuzz targets over their corpus and a little beyond; checks the format; analyses changed sources. Ends with 1 at the first
-# step that fails and shows its output.
+# Installs what is missing; builds and runs the presets release, debug (both under Wine), native and threads (sanitizers);
+# runs the fuzz targets over their corpus and a little beyond; checks the format; analyses changed sources. Ends with 1 at
+# the first step that fails and shows its output.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -32,7 +32,7 @@ step() {
 }
 
 step wine-prefix scripts/wine-run.sh cmd /c exit
-for preset in release debug native; do
+for preset in release debug native threads; do
   step "$preset-configure" cmake --preset "$preset"
   step "$preset-build" cmake --build --preset "$preset" -j "$(nproc)"
   step "$preset-test" ctest --preset "$preset"
