@@ -50,7 +50,7 @@ fi
 for program in tool_tests core_tests; do
   for suite in $("$wine" "build/release/bin/$program.exe" --gtest_list_tests | tr -d '\r' | grep '^[A-Za-z].*\.$'); do
     case $suite in ThreadStop.) continue ;; esac
-    log=$logs/heap-$program-${suite%.}.log
+    log=$logs/heap-$program-${suite//[.\/]/}.log
     printf '%-12s %-28s' "$program" "${suite%.}"
     result=0
     checked "$program" "$log" --gtest_brief=1 --gtest_filter="$suite*-*LeavesNothing*:*LosesNo*" || result=$?
