@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <memory>
 #include <set>
 #include <string>
@@ -39,8 +41,11 @@ public:
         for (DWORD i = 0; i < directory->NumberOfNames; ++i) {
             names.emplace_back(At<char>(At<DWORD>(directory->AddressOfNames)[i]));
         }
-        // One without a name would be an export too.
-        EXPECT_EQ(directory->NumberOfNames, directory->NumberOfFunctions);
+        // One without a name would be an export too; an empty place in the table is none.
+        const DWORD* functions = At<DWORD>(directory->AddressOfFunctions);
+        EXPECT_EQ(directory->NumberOfNames,
+                  directory->NumberOfFunctions -
+                      static_cast<DWORD>(std::count(functions, functions + directory->NumberOfFunctions, 0)));
         return names;
     }
 
@@ -109,6 +114,12 @@ TEST(Dll, StartsNoProcessAndWritesNoRegistry) {
         const auto found = functions.lower_bound(start);
         EXPECT_FALSE(found != functions.end() && found->starts_with(start)) << *found;
     }
+}
+
+TEST(Dll, IsNoLargerThanAMegabyte) {
+#ifdef NDEBUG
+    EXPECT_LE(std::filesystem::file_size(ProgramFolder() / L"ZQModSettings.dll"), 1'048'576u);
+#endif
 }
 
 TEST(Dll, IsFor64BitWindows) {
