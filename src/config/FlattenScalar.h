@@ -5,8 +5,10 @@
 
 #include "config/FlattenTrace.h"
 #include "config/JsonValue.h"
+#include "platform/ShortCopy.h"
 #include "variables/VariableBatch.h"
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 
@@ -44,27 +46,46 @@ inline bool AddScalar(std::wstring_view name, const JsonValue& value, VariableBa
 // The name of the place that a walker is at: grown on the way down, cut on the way up.
 class NameBuffer {
 public:
-    explicit NameBuffer(std::wstring_view prefix) : m_name(prefix) {}
+    explicit NameBuffer(std::wstring_view prefix) { Append(prefix); }
 
-    size_t Length() const { return m_name.size(); }
-    void CutTo(size_t length) { m_name.resize(length); }
+    size_t Length() const { return m_length; }
+    void CutTo(size_t length) { m_length = length; }
 
     // Appends a key, behind a point unless it is the first.
     void AppendKey(std::wstring_view key) {
-        if (!m_name.empty()) {
-            m_name += L'.';
+        MakeRoom(key.size() + 1);
+        if (m_length != 0) {
+            m_buffer[m_length++] = L'.';
         }
-        m_name += key;
+        Put(key);
     }
-    void Append(std::wstring_view text) { m_name += text; }
-    void Replace(std::wstring_view text) { m_name = text; }
+    void Append(std::wstring_view text) {
+        MakeRoom(text.size());
+        Put(text);
+    }
+    void Replace(std::wstring_view text) {
+        m_length = 0;
+        Append(text);
+    }
 
-    std::wstring_view View() const { return m_name; }
-    const wchar_t* Text() const { return m_name.c_str(); }
-    const std::wstring& String() const { return m_name; }
+    std::wstring_view View() const { return {m_buffer.data(), m_length}; }
+    std::wstring String() const { return std::wstring(View()); }
 
 private:
-    std::wstring m_name;
+    static constexpr size_t kFirstUnits = 128;
+
+    void MakeRoom(size_t units) {
+        if (units > m_buffer.size() - m_length) {
+            m_buffer.resize(std::max({kFirstUnits, 2 * m_buffer.size(), m_length + units}));
+        }
+    }
+    void Put(std::wstring_view text) {
+        CopyShort(m_buffer.data() + m_length, text.data(), text.size() * sizeof(wchar_t));
+        m_length += text.size();
+    }
+
+    std::wstring m_buffer; // as long as its room
+    size_t m_length = 0;
 };
 
 } // namespace zq

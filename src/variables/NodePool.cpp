@@ -50,7 +50,7 @@ void NodePool::AddBlock(size_t sizeClass) {
 std::byte* NodePool::TakeFromSlab(size_t bytes) {
     if (bytes > static_cast<size_t>(m_end - m_next)) {
         // A quarter of what there is keeps the unused end small beside the whole.
-        const size_t size = std::max(bytes, std::min(m_slabBytes / 4, kLargestSlab));
+        const size_t size = std::max({bytes, kSmallestSlab, std::min(m_slabBytes / 4, kLargestSlab)});
         m_slabs = new (::operator new(sizeof(Slab) + size)) Slab{m_slabs};
         m_slabBytes += size;
         m_next = reinterpret_cast<std::byte*>(m_slabs + 1);

@@ -41,6 +41,7 @@ private:
     static constexpr size_t kClasses = 32;
     static constexpr size_t ClassOf(size_t bytes) { return (bytes - 1) / kStep; }
 
+    static constexpr size_t kSmallestSlab = size_t{2} * 1024;
     static constexpr size_t kLargestSlab = size_t{64} * 1024;
 
     void AddBlock(size_t sizeClass);

@@ -3,6 +3,8 @@
 // Portable. Names are copied; the texts of strings are not and must outlive the batch.
 #pragma once
 
+#include "platform/ShortCopy.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -52,9 +54,13 @@ public:
 
 private:
     static constexpr size_t kNameChunkUnits = size_t{16} * 1024;
+    static constexpr size_t kFirstEntries = 256;
 
     Entry& Append(Kind kind, std::wstring_view name) {
         const wchar_t* copy = CopyName(name);
+        if (m_entries.empty()) {
+            m_entries.reserve(kFirstEntries);
+        }
         Entry& entry = m_entries.emplace_back();
         entry.kind = kind;
         entry.nameLength = static_cast<uint32_t>(name.size());
@@ -71,7 +77,7 @@ private:
             m_next = m_chunks.back().get();
         }
         wchar_t* copy = m_next;
-        name.copy(copy, name.size());
+        CopyShort(copy, name.data(), name.size() * sizeof(wchar_t));
         m_next += name.size();
         m_left -= name.size();
         return copy;

@@ -7,6 +7,7 @@
 // removed.
 #pragma once
 
+#include "platform/ShortCopy.h"
 #include "variables/NameHash.h"
 #include "variables/NodePool.h"
 
@@ -37,6 +38,8 @@ public:
     VariableMap& operator=(const VariableMap&) = delete;
 
     size_t Size() const { return m_size; }
+    // Of all names together, in characters.
+    size_t NameUnits() const { return m_nameUnits; }
 
     // `hash` is HashName(name, seed) with the seed that the owner uses for all calls. Null when there is no
     // such name.
@@ -94,6 +97,7 @@ public:
         m_bucketCount = 0;
         m_size = 0;
         m_loneNodes = 0;
+        m_nameUnits = 0;
     }
 
     // Calls visit(name, value) for every entry.
@@ -132,12 +136,14 @@ private:
         void* memory = m_pool.Allocate(bytes);
         m_loneNodes += NodePool::IsPooled(bytes) ? 0 : 1;
         Node* node = new (memory) Node{nullptr, hash, static_cast<uint32_t>(name.size()), Value()};
-        name.copy(reinterpret_cast<wchar_t*>(node + 1), name.size());
+        CopyShort(node + 1, name.data(), name.size() * sizeof(wchar_t));
+        m_nameUnits += name.size();
         return node;
     }
 
     void FreeNode(Node* node) noexcept {
         const size_t bytes = NodeBytes(node->nameLength);
+        m_nameUnits -= node->nameLength;
         node->~Node();
         m_pool.Free(node, bytes);
         m_loneNodes -= NodePool::IsPooled(bytes) ? 0 : 1;
@@ -186,6 +192,7 @@ private:
     size_t m_bucketCount = 0;
     size_t m_size = 0;
     size_t m_loneNodes = 0; // those too large for the pool
+    size_t m_nameUnits = 0;
 };
 
 } // namespace zq

@@ -1,5 +1,6 @@
 #include "variables/VariablePacket.h"
 
+#include "platform/ShortCopy.h"
 #include "platform/Text.h"
 
 #include <algorithm>
@@ -47,9 +48,7 @@ size_t Utf16Bytes(std::wstring_view text) {
 
 std::byte* PutUtf16(std::byte* out, std::wstring_view text) {
     if constexpr (kIsWideUtf16) {
-        if (!text.empty()) {
-            std::memcpy(out, text.data(), text.size() * sizeof(char16_t));
-        }
+        CopyShort(out, text.data(), text.size() * sizeof(char16_t));
         return out + text.size() * sizeof(char16_t);
     }
     for (const wchar_t c : text) {
@@ -69,9 +68,7 @@ void AssignUtf16(std::wstring& text, std::span<const std::byte> bytes) {
     const size_t units = bytes.size() / sizeof(char16_t);
     if constexpr (kIsWideUtf16) {
         text.resize(units);
-        if (units != 0) {
-            std::memcpy(text.data(), bytes.data(), units * sizeof(char16_t));
-        }
+        CopyShort(text.data(), bytes.data(), units * sizeof(char16_t));
         return;
     }
     text.clear();
@@ -141,10 +138,7 @@ std::byte* PacketWriter::AppendHeader(uint32_t type, std::wstring_view name, siz
 }
 
 void PacketWriter::Append(uint32_t type, std::wstring_view name, std::span<const std::byte> value) {
-    std::byte* out = AppendHeader(type, name, value.size());
-    if (!value.empty()) {
-        std::memcpy(out, value.data(), value.size());
-    }
+    CopyShort(AppendHeader(type, name, value.size()), value.data(), value.size());
 }
 
 void PacketWriter::AppendText(uint32_t type, std::wstring_view name, std::wstring_view text) {

@@ -61,22 +61,25 @@ void PackMap(PacketWriter& packet, VariableType type, const VariableMap<Value>& 
     });
 }
 
-// What the packet of a map takes: known beforehand, it needs one block of memory and no copy.
-template <class Value, class SizeOf>
-size_t RecordBytes(const VariableMap<Value>& map, SizeOf sizeOf) {
-    size_t bytes = map.Size() * kPacketRecordHeaderBytes;
-    map.ForEach([&](std::wstring_view name, const Value& value) {
-        bytes += name.size() * sizeof(wchar_t) + sizeOf(value);
-    });
-    return bytes;
+// What the packet of a map takes without its values: known beforehand, it needs one block of memory and no
+// copy.
+template <class Value>
+size_t NameBytes(const VariableMap<Value>& map) {
+    return map.Size() * kPacketRecordHeaderBytes + map.NameUnits() * sizeof(wchar_t);
+}
+
+template <class Value>
+size_t ScalarBytes(const VariableMap<Value>& map) {
+    return NameBytes(map) + map.Size() * sizeof(Value);
 }
 
 size_t RecordBytes(const VariableMaps& maps) {
-    return RecordBytes(maps.bools, [](uint8_t) { return sizeof(uint8_t); }) +
-           RecordBytes(maps.integers, [](int64_t) { return sizeof(int64_t); }) +
-           RecordBytes(maps.doubles, [](double) { return sizeof(double); }) +
-           RecordBytes(maps.strings, [](const std::wstring& text) { return text.size() * sizeof(wchar_t); }) +
-           RecordBytes(maps.binaries, [](const BinaryBlock* block) { return size_t{block->size}; });
+    size_t bytes = ScalarBytes(maps.bools) + ScalarBytes(maps.integers) + ScalarBytes(maps.doubles) +
+                   NameBytes(maps.strings) + NameBytes(maps.binaries);
+    maps.strings.ForEach(
+        [&](std::wstring_view, const std::wstring& text) { bytes += text.size() * sizeof(wchar_t); });
+    maps.binaries.ForEach([&](std::wstring_view, const BinaryBlock* block) { bytes += block->size; });
+    return bytes;
 }
 
 } // namespace
