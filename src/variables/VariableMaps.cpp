@@ -2,6 +2,8 @@
 
 #include "variables/VariableBatch.h"
 
+#include <array>
+#include <numeric>
 #include <utility>
 #include <vector>
 
@@ -60,6 +62,58 @@ private:
     std::vector<Replaced> m_replaced;
 };
 
+// Where an entry of a batch belongs.
+struct Place {
+    uint32_t hash;
+    uint32_t entry; // its index
+};
+
+// By the upper half of the hash, and within that in the order of the batch: the order of the maps' buckets.
+void SortByBucket(std::vector<Place>& places) {
+    constexpr unsigned kDigitBits = 8;
+    std::vector<Place> sorted(places.size());
+    for (const unsigned shift : {16U, 24U}) {
+        const auto digitOf = [shift](const Place& place) { return place.hash >> shift & 0xFFU; };
+        std::array<size_t, 1U << kDigitBits> starts{};
+        for (const Place& place : places) {
+            ++starts[digitOf(place)];
+        }
+        std::exclusive_scan(starts.begin(), starts.end(), starts.begin(), size_t{0});
+        for (const Place& place : places) {
+            sorted[starts[digitOf(place)]++] = place;
+        }
+        places.swap(sorted);
+    }
+}
+
+// Calls write(entry, hash) for each entry. A large batch goes bucket by bucket: the maps' memory is visited
+// from one end to the other then, and new nodes lie in the order in which they are packed later.
+template <class HashOf, class Write>
+void ForEachByBucket(const VariableBatch& batch, HashOf hashOf, Write write) {
+    constexpr size_t kWorthSorting = 4096;
+    constexpr size_t kAhead = 8;
+    const std::vector<VariableBatch::Entry>& entries = batch.Entries();
+    if (entries.size() < kWorthSorting || entries.size() > UINT32_MAX) {
+        for (const VariableBatch::Entry& entry : entries) {
+            write(entry, hashOf(VariableBatch::NameOf(entry)));
+        }
+        return;
+    }
+    std::vector<Place> places;
+    places.reserve(entries.size());
+    for (const VariableBatch::Entry& entry : entries) {
+        places.push_back({hashOf(VariableBatch::NameOf(entry)), static_cast<uint32_t>(places.size())});
+    }
+    SortByBucket(places);
+    for (size_t i = 0; i < places.size(); ++i) {
+        if (i + 2 * kAhead < places.size()) {
+            __builtin_prefetch(&entries[places[i + 2 * kAhead].entry]);
+            __builtin_prefetch(entries[places[i + kAhead].entry].name);
+        }
+        write(entries[places[i].entry], places[i].hash);
+    }
+}
+
 } // namespace
 
 void VariableMaps::Apply(const VariableBatch& batch) {
@@ -69,9 +123,8 @@ void VariableMaps::Apply(const VariableBatch& batch) {
     TentativeWrites<double> newDoubles(doubles, batch.Count(Kind::Double) + batch.Count(Kind::Number));
     TentativeWrites<std::wstring> newStrings(strings, batch.Count(Kind::String));
 
-    for (const VariableBatch::Entry& entry : batch.Entries()) {
+    const auto write = [&](const VariableBatch::Entry& entry, uint32_t hash) {
         const std::wstring_view name = VariableBatch::NameOf(entry);
-        const uint32_t hash = Hash(name);
         switch (entry.kind) {
         case Kind::Bool:
             newBools.Set(name, hash, entry.boolean);
@@ -89,7 +142,9 @@ void VariableMaps::Apply(const VariableBatch& batch) {
             newStrings.Set(name, hash, std::wstring(VariableBatch::TextOf(entry)));
             break;
         }
-    }
+    };
+    ForEachByBucket(
+        batch, [this](std::wstring_view name) { return Hash(name); }, write);
 
     newBools.Keep();
     newIntegers.Keep();
