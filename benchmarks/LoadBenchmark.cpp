@@ -14,6 +14,8 @@
 #include <nlohmann/json.hpp>
 #include <rapidjson/document.h>
 
+#include <simdjson.h>
+
 #include <charconv>
 #include <random>
 #include <sstream>
@@ -58,7 +60,7 @@ std::string MakeSettings(size_t bytes) {
         text += "\n  },";
     }
     text += "\n  \"CL\": [";
-    for (size_t device = 0; text.size() < bytes - 400; ++device) {
+    for (size_t device = 0; device == 0 || text.size() < bytes - 400; ++device) {
         text += "\n    {\n      \"HD\": \"DEVICE" + std::to_string(device) + "\",\n";
         addMembers("      ");
         text += "\n    },";
@@ -145,6 +147,46 @@ size_t LoadRapidUtf16(const std::string& bytes) {
     document.Parse<rapidjson::kParseFullPrecisionFlag, rapidjson::UTF8<>>(bytes.data(), bytes.size());
     PeerMaps maps;
     FlattenRapid(maps, {}, static_cast<const rapidjson::GenericValue<Encoding>&>(document));
+    return maps.Size();
+}
+
+void FlattenSimd(PeerMaps& maps, const std::wstring& prefix, const simdjson::dom::object& object) {
+    for (const auto member : object) {
+        const std::wstring name = Join(prefix, member.key);
+        const simdjson::dom::element value = member.value;
+        switch (value.type()) {
+        case simdjson::dom::element_type::STRING:
+            maps.strings[name] = Wide(std::string_view(value));
+            break;
+        case simdjson::dom::element_type::BOOL:
+            maps.bools[name] = bool(value);
+            break;
+        case simdjson::dom::element_type::INT64:
+            maps.SetNumber(name, int64_t(value));
+            break;
+        case simdjson::dom::element_type::DOUBLE:
+            maps.doubles[name] = double(value);
+            break;
+        case simdjson::dom::element_type::OBJECT:
+            FlattenSimd(maps, name, value.get_object());
+            break;
+        case simdjson::dom::element_type::ARRAY:
+            if (member.key.size() == 2) {
+                for (const simdjson::dom::element header : value.get_array()) {
+                    FlattenSimd(maps, Join(name, std::string_view(header["HD"])), header.get_object());
+                }
+            }
+            break;
+        default:
+            break;
+        }
+    }
+}
+
+size_t LoadSimd(const std::string& bytes) {
+    simdjson::dom::parser parser;
+    PeerMaps maps;
+    FlattenSimd(maps, {}, parser.parse(bytes).get_object());
     return maps.Size();
 }
 
@@ -263,17 +305,21 @@ double Compare(const std::string& title, size_t size, int runs) {
     const std::string bytes = MakeSettings(size);
     // The module also sets the header names and their count.
     if (LoadRapidUtf8(bytes) != LoadNlohmann(bytes) || LoadModule(bytes) < LoadNlohmann(bytes) ||
-        LoadRapidUtf16(bytes) != LoadPropertyTree(bytes) || LoadRapidUtf8(bytes) != LoadRapidUtf16(bytes)) {
+        LoadRapidUtf16(bytes) != LoadPropertyTree(bytes) || LoadRapidUtf8(bytes) != LoadRapidUtf16(bytes) ||
+        LoadSimd(bytes) != LoadRapidUtf8(bytes)) {
         throw std::runtime_error("the competitors disagree");
     }
     std::vector<Competitor> all = {
         {"module", [&] { Use(LoadModule(bytes)); }},
         {"RapidJSON UTF-8 DOM", [&] { Use(LoadRapidUtf8(bytes)); }},
         {"RapidJSON UTF-16 DOM", [&] { Use(LoadRapidUtf16(bytes)); }},
+        {"simdjson DOM", [&] { Use(LoadSimd(bytes)); }},
         {"nlohmann", [&] { Use(LoadNlohmann(bytes)); }},
         {"Boost.PropertyTree", [&] { Use(LoadPropertyTree(bytes)); }},
+        {"floor: a copy of the bytes", [&] { Use(std::string(bytes).size()); }},
     };
     RunRounds(all, runs);
+    Record("load", static_cast<double>(bytes.size()), all, 1e-6);
     Print(title + ", " + std::to_string(bytes.size()) + " bytes, " + std::to_string(LoadModule(bytes)) +
               " variables",
           all, 1e-6, "us");
@@ -286,8 +332,11 @@ double Compare(const std::string& title, size_t size, int runs) {
 
 int main() {
     using namespace zq::bench;
+    Compare("1 KB", 1 << 10, 500);
     Compare("17 KB", 17 << 10, 50);
+    Compare("100 KB", 100 << 10, 5);
     const double one = Compare("1 MB", 1 << 20, 1);
     const double ten = Compare("10 MB", 10 << 20, 1);
+    Record("load-linear", 0, "cost of a byte at 10 MB to that at 1 MB", ten / one);
     std::printf("cost of a byte at 10 MB to that at 1 MB: %.2f\n", ten / one);
 }

@@ -1,14 +1,17 @@
-// The variable map beside std::unordered_map and tsl::robin_map: look-up, insertion and memory; and the
-// store's getter, mutex included.
+// The variable map beside the usual maps and Boost.PropertyTree's paths: look-up, insertion, memory, and
+// names that were made to collide; and the store's getter, mutex included.
 #include "Rounds.h"
 
 #include "variables/VariableBatch.h"
 #include "variables/VariableMaps.h"
 #include "variables/VariableStore.h"
 
+#include <boost/property_tree/ptree.hpp>
+#include <boost/unordered/unordered_flat_map.hpp>
 #include <tsl/robin_map.h>
 
 #include <cstdlib>
+#include <map>
 #include <new>
 #include <random>
 #include <string_view>
@@ -52,6 +55,9 @@ struct NameHasher : std::hash<std::wstring_view> {
 
 using UnorderedMap = std::unordered_map<std::wstring, int64_t, NameHasher, std::equal_to<>>;
 using RobinMap = tsl::robin_map<std::wstring, int64_t, NameHasher, std::equal_to<>>;
+using FlatMap = boost::unordered_flat_map<std::wstring, int64_t, NameHasher, std::equal_to<>>;
+using OrderedMap = std::map<std::wstring, int64_t, std::less<>>;
+using Tree = boost::property_tree::wptree;
 
 std::vector<std::wstring> MakeNames(size_t count) {
     std::vector<std::wstring> names;
@@ -97,6 +103,20 @@ int64_t LookUpPeer(const Map& map, const std::vector<std::wstring>& names) {
     return sum;
 }
 
+void FillTree(Tree& tree, const std::vector<std::wstring>& names) {
+    for (const std::wstring& name : names) {
+        tree.put(name, L"1");
+    }
+}
+
+int64_t LookUpTree(const Tree& tree, const std::vector<std::wstring>& names) {
+    int64_t sum = 0;
+    for (const std::wstring& name : names) {
+        sum += tree.get<int64_t>(name);
+    }
+    return sum;
+}
+
 template <class Make>
 double BytesPerVariable(size_t count, Make make) {
     const size_t before = g_liveBytes;
@@ -104,9 +124,33 @@ double BytesPerVariable(size_t count, Make make) {
     return static_cast<double>(g_liveBytes - before) / static_cast<double>(count);
 }
 
+template <class Map>
+Competitor PeerLookUp(const char* name, const Map& map, const std::vector<std::wstring>& asked) {
+    return {name, [&] { Use(LookUpPeer(map, asked)); }};
+}
+
+template <class Map>
+Competitor PeerInsert(const char* name, const std::vector<std::wstring>& names) {
+    return {name, [&] {
+                Map map;
+                FillPeer(map, names);
+            }};
+}
+
+template <class Map>
+double PeerBytes(const std::vector<std::wstring>& names) {
+    return BytesPerVariable(names.size(), [&] {
+        auto map = std::make_unique<Map>();
+        FillPeer(*map, names);
+        return map;
+    });
+}
+
 double CompareMaps(size_t count, int runs) {
     const std::vector<std::wstring> names = MakeNames(count);
     const std::vector<std::wstring> asked = Shuffled(names);
+    const auto size = static_cast<double>(count);
+    const double nanoseconds = 1e-9 * size;
     const std::string title = std::to_string(count) + " names: ";
     VariableMaps maps(1);
     Fill(maps, names);
@@ -114,14 +158,24 @@ double CompareMaps(size_t count, int runs) {
     FillPeer(unordered, names);
     RobinMap robin;
     FillPeer(robin, names);
+    FlatMap flat;
+    FillPeer(flat, names);
+    OrderedMap ordered;
+    FillPeer(ordered, names);
+    Tree tree;
+    FillTree(tree, names);
 
     std::vector<Competitor> lookUps = {
         {"VariableMap", [&] { Use(LookUp(maps, asked)); }},
-        {"tsl::robin_map", [&] { Use(LookUpPeer(robin, asked)); }},
-        {"std::unordered_map", [&] { Use(LookUpPeer(unordered, asked)); }},
+        PeerLookUp("tsl::robin_map", robin, asked),
+        PeerLookUp("boost::unordered_flat_map", flat, asked),
+        PeerLookUp("std::unordered_map", unordered, asked),
+        PeerLookUp("std::map", ordered, asked),
+        {"Boost.PropertyTree path", [&] { Use(LookUpTree(tree, asked)); }},
     };
     RunRounds(lookUps, runs);
-    Print(title + "look-up", lookUps, 1e-9 * static_cast<double>(count), "ns");
+    Print(title + "look-up", lookUps, nanoseconds, "ns");
+    Record("lookup", size, lookUps, nanoseconds);
 
     std::vector<Competitor> inserts = {
         {"VariableMap",
@@ -129,33 +183,63 @@ double CompareMaps(size_t count, int runs) {
              VariableMaps other(1);
              Fill(other, asked);
          }},
-        {"tsl::robin_map",
-         [&] {
-             RobinMap other;
-             FillPeer(other, asked);
-         }},
-        {"std::unordered_map",
-         [&] {
-             UnorderedMap other;
-             FillPeer(other, asked);
-         }},
+        PeerInsert<RobinMap>("tsl::robin_map", asked),
+        PeerInsert<FlatMap>("boost::unordered_flat_map", asked),
+        PeerInsert<UnorderedMap>("std::unordered_map", asked),
+        PeerInsert<OrderedMap>("std::map", asked),
     };
     RunRounds(inserts, runs);
-    Print(title + "insert and free", inserts, 1e-9 * static_cast<double>(count), "ns");
+    Print(title + "insert and free", inserts, nanoseconds, "ns");
+    Record("insert", size, inserts, nanoseconds);
 
-    const double ours = BytesPerVariable(count, [&] {
-        auto other = std::make_unique<VariableMaps>(1);
-        Fill(*other, names);
-        return other;
-    });
-    const double theirs = BytesPerVariable(count, [&] {
-        auto other = std::make_unique<UnorderedMap>();
-        FillPeer(*other, names);
-        return other;
-    });
-    std::printf("%smemory of a variable: %.1f bytes, %.2f of std::unordered_map\n", title.c_str(), ours,
-                ours / theirs);
-    return lookUps.front().median / static_cast<double>(count);
+    const std::vector<std::pair<const char*, double>> bytes = {
+        {"VariableMap", BytesPerVariable(count,
+                                         [&] {
+                                             auto other = std::make_unique<VariableMaps>(1);
+                                             Fill(*other, names);
+                                             return other;
+                                         })},
+        {"tsl::robin_map", PeerBytes<RobinMap>(names)},
+        {"boost::unordered_flat_map", PeerBytes<FlatMap>(names)},
+        {"std::unordered_map", PeerBytes<UnorderedMap>(names)},
+        {"std::map", PeerBytes<OrderedMap>(names)},
+    };
+    std::printf("%smemory of a variable\n", title.c_str());
+    for (const auto& [name, perVariable] : bytes) {
+        std::printf("  %-36s %12.1f bytes\n", name, perVariable);
+        Record("memory", size, name, perVariable);
+    }
+    return lookUps.front().median / size;
+}
+
+// Names whose hashes under one seed agree in their upper bits, loaded by a store with another seed: who makes
+// names collide does not know the seed of the store that will read them.
+void CompareColliding() {
+    constexpr size_t kCount = 100'000;
+    constexpr uint64_t kKnownSeed = 7;
+    VariableBatch colliding;
+    VariableBatch ordinary;
+    for (size_t i = 0; colliding.Entries().size() < kCount; ++i) {
+        const std::wstring name = L"Name" + std::to_wstring(i);
+        if (HashName(name, kKnownSeed) >> 24U == 0) {
+            colliding.AddInt64(name, 1);
+            ordinary.AddInt64(L"Name" + std::to_wstring(ordinary.Entries().size() + 10'000'000), 1);
+        }
+    }
+    const auto load = [](const VariableBatch& batch, uint64_t seed) {
+        return [&batch, seed] {
+            VariableMaps maps(seed);
+            maps.Apply(batch);
+        };
+    };
+    std::vector<Competitor> all = {
+        {"random names", load(ordinary, 1)},
+        {"colliding names", load(colliding, 1)},
+        {"colliding names, their seed known", load(colliding, kKnownSeed)},
+    };
+    RunRounds(all);
+    Print("100,000 names into a map", all, 1e-3, "ms");
+    Record("collisions", kCount, all, 1e-3);
 }
 
 double GetterSeconds(size_t count) {
@@ -185,8 +269,13 @@ double GetterSeconds(size_t count) {
 
 int main() {
     using namespace zq::bench;
+    CompareMaps(100, 1000);
+    CompareMaps(500, 200);
     const double few = CompareMaps(1000, 100);
-    const double many = CompareMaps(100000, 1);
+    CompareMaps(10'000, 10);
+    const double many = CompareMaps(100'000, 1);
+    CompareMaps(1'000'000, 1);
+    CompareColliding();
     std::printf("look-up among 100,000 names to that among 1,000, map alone: %.2f\n", many / few);
     const double fewLocked = GetterSeconds(1000);
     const double manyLocked = GetterSeconds(100000);

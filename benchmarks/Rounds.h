@@ -49,6 +49,18 @@ inline void Print(const std::string& title, const std::vector<Competitor>& all, 
     }
 }
 
+// A figure for scripts/bench.sh, which makes tables and charts of them: one competitor at one size of a
+// group.
+inline void Record(const char* group, double size, const std::string& name, double value) {
+    std::printf("@\t%s\t%.0f\t%s\t%.6g\n", group, size, name.c_str(), value);
+}
+
+inline void Record(const char* group, double size, const std::vector<Competitor>& all, double perUnit) {
+    for (const Competitor& competitor : all) {
+        Record(group, size, competitor.name, competitor.median / perUnit);
+    }
+}
+
 // Keeps a result from being optimised away.
 template <class T>
 void Use(const T& value) {

@@ -15,8 +15,8 @@ packages=(
   # The test hosts for the Microsoft ABI, the fuzz targets, the format check and the static analysis.
   clang-14 lld-14 libclang-rt-14-dev clang-format-14 clang-tidy-14
 )
-benchmark_packages=(catch2 nlohmann-json3-dev libmsgpack-cxx-dev libcereal-dev robin-map-dev libconcurrentqueue-dev
-  libboost-dev)
+benchmark_packages=(nlohmann-json3-dev libmsgpack-cxx-dev libcereal-dev robin-map-dev
+  gnuplot-nox)
 
 fail() {
   echo "setup.sh: $1" >&2

@@ -5,6 +5,7 @@
 
 #include "platform/ShortCopy.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -53,8 +54,9 @@ public:
     static std::wstring_view TextOf(const Entry& entry) { return {entry.text, entry.textLength}; }
 
 private:
-    static constexpr size_t kNameChunkUnits = size_t{16} * 1024;
-    static constexpr size_t kFirstEntries = 256;
+    static constexpr size_t kFirstChunkUnits = 1024;
+    static constexpr size_t kMostDoublings = 6;
+    static constexpr size_t kFirstEntries = 64;
 
     Entry& Append(Kind kind, std::wstring_view name) {
         const wchar_t* copy = CopyName(name);
@@ -69,10 +71,10 @@ private:
         return entry;
     }
 
-    // Names lie in chunks that never move: a batch of any size is written once.
+    // Names lie in chunks that never move, each twice as large as the one before.
     const wchar_t* CopyName(std::wstring_view name) {
         if (name.size() > m_left) {
-            m_left = name.size() > kNameChunkUnits ? name.size() : kNameChunkUnits;
+            m_left = std::max(name.size(), kFirstChunkUnits << std::min(m_chunks.size(), kMostDoublings));
             m_chunks.push_back(std::make_unique_for_overwrite<wchar_t[]>(m_left));
             m_next = m_chunks.back().get();
         }
