@@ -1,5 +1,5 @@
-// Packing and unpacking 100,000 mixed variables, beside MessagePack and cereal with the same maps at both
-// ends.
+// Packing and unpacking mixed variables, beside MessagePack and cereal with the same maps at both ends, and
+// MessagePack with the maps of the standard library.
 #include "Rounds.h"
 
 #include "CZQVariable.h"
@@ -15,11 +15,11 @@
 #include <cstring>
 #include <memory>
 #include <sstream>
+#include <unordered_map>
 
 namespace zq::bench {
 namespace {
 
-constexpr size_t kVariables = 100'000;
 constexpr uint64_t kSeed = 0x5EED;
 
 // Sets one variable of maps that are owned by the benchmark alone; the same code for all competitors.
@@ -127,7 +127,30 @@ public:
         });
     }
 
-    void Unpack(Sink& sink) const {
+    template <class Plain>
+    void PackPlain(const Plain& from) {
+        m_buffer = msgpack::sbuffer();
+        msgpack::packer<msgpack::sbuffer> packer(m_buffer);
+        packer.pack_array(static_cast<uint32_t>(3 * from.Size()));
+        const auto packAll = [&](uint32_t type, const auto& map, auto packValue) {
+            for (const auto& [name, value] : map) {
+                packer.pack(type);
+                PackBytes(packer, name.data(), name.size() * sizeof(wchar_t));
+                packValue(value);
+            }
+        };
+        const auto packScalar = [&](auto value) { packer.pack(value); };
+        packAll(1, from.bools, packScalar);
+        packAll(2, from.integers, packScalar);
+        packAll(3, from.doubles, packScalar);
+        packAll(4, from.strings, [&](const std::wstring& value) {
+            PackBytes(packer, value.data(), value.size() * sizeof(wchar_t));
+        });
+        packAll(5, from.binaries, [&](const auto& value) { PackBytes(packer, value.data(), value.size()); });
+    }
+
+    template <class AnySink>
+    void Unpack(AnySink& sink) const {
         const auto byReference = [](msgpack::type::object_type, std::size_t, void*) { return true; };
         const msgpack::object_handle handle = msgpack::unpack(m_buffer.data(), m_buffer.size(), byReference);
         const msgpack::object_array& array = handle->via.array;
@@ -149,7 +172,8 @@ private:
         packer.pack_bin_body(static_cast<const char*>(bytes), static_cast<uint32_t>(length));
     }
 
-    static void Set(Sink& sink, uint32_t type, std::wstring_view name, const msgpack::object& value) {
+    template <class AnySink>
+    static void Set(AnySink& sink, uint32_t type, std::wstring_view name, const msgpack::object& value) {
         switch (type) {
         case VariableTypeBool:
             sink.Bool(name, value.as<uint8_t>());
@@ -242,10 +266,12 @@ private:
     std::string m_bytes;
 };
 
-void Fill(VariableStore& store) {
+// Calls apply(batch) and setBinary(name, bytes, length): store and sink are filled alike.
+template <class Apply, class SetBinary>
+void Fill(size_t count, Apply apply, SetBinary setBinary) {
     VariableBatch batch;
-    std::vector<std::wstring> texts(kVariables);
-    for (size_t i = 0; i < kVariables; ++i) {
+    std::vector<std::wstring> texts(count);
+    for (size_t i = 0; i < count; ++i) {
         const std::wstring name =
             L"CL.DEVICE" + std::to_wstring(i / 10) + L".Member" + std::to_wstring(i % 10);
         switch (i % 5) {
@@ -263,32 +289,71 @@ void Fill(VariableStore& store) {
             batch.AddString(name, texts[i]);
             break;
         default:
-            store.SetBinary(name, name.data(), i % 60);
+            setBinary(name, name.data(), i % 60);
         }
     }
-    store.Apply(batch);
+    apply(batch);
 }
 
-void Check(const char* who, const Sink& sink) {
-    if (sink.Size() != kVariables) {
-        std::printf("%s unpacked %zu variables instead of %zu\n", who, sink.Size(), kVariables);
+// The maps that a host without the module would have.
+struct PlainSink {
+    void Bool(std::wstring_view name, uint8_t value) { bools[std::wstring(name)] = value; }
+    void Int64(std::wstring_view name, int64_t value) { integers[std::wstring(name)] = value; }
+    void Double(std::wstring_view name, double value) { doubles[std::wstring(name)] = value; }
+    void String(std::wstring_view name, std::wstring value) {
+        strings[std::wstring(name)] = std::move(value);
+    }
+    void Binary(std::wstring_view name, const void* bytes, size_t length) {
+        const auto* first = static_cast<const char*>(bytes);
+        binaries[std::wstring(name)].assign(first, first + length);
+    }
+    size_t Size() const {
+        return bools.size() + integers.size() + doubles.size() + strings.size() + binaries.size();
+    }
+
+    std::unordered_map<std::wstring, uint8_t> bools;
+    std::unordered_map<std::wstring, int64_t> integers;
+    std::unordered_map<std::wstring, double> doubles;
+    std::unordered_map<std::wstring, std::wstring> strings;
+    std::unordered_map<std::wstring, std::vector<char>> binaries;
+};
+
+template <class AnySink>
+void Check(const char* who, const AnySink& sink, size_t count) {
+    if (sink.Size() != count) {
+        std::printf("%s unpacked %zu variables instead of %zu\n", who, sink.Size(), count);
         std::exit(1);
     }
 }
 
-void Compare() {
+void Compare(size_t count, int runs) {
     VariableStore store;
-    Fill(store);
+    Fill(
+        count, [&](const VariableBatch& batch) { store.Apply(batch); },
+        [&](const std::wstring& name, const void* bytes, size_t length) {
+            store.SetBinary(name, bytes, length);
+        });
     const PacketWriter packet = store.PackAll();
     Sink source;
-    UnpackOwn(packet.Bytes(), source);
-    Check("the packet", source);
+    Fill(
+        count, [&](const VariableBatch& batch) { source.maps.Apply(batch); },
+        [&](const std::wstring& name, const void* bytes, size_t length) {
+            source.Binary(name, bytes, length);
+        });
+    PlainSink plain;
+    {
+        MessagePack messages;
+        messages.Pack(source);
+        messages.Unpack(plain);
+        Check("msgpack-c", plain, count);
+    }
     MessagePack messagePack;
     Cereal cereal;
 
     std::vector<Competitor> packing = {
         {"PackAllVariables", [&] { Use(store.PackAll().Size()); }},
         {"msgpack-c", [&] { messagePack.Pack(source); }},
+        {"msgpack-c, std::unordered_map", [&] { messagePack.PackPlain(plain); }},
         {"cereal", [&] { cereal.Pack(source); }},
         {"floor: a copy of the packet",
          [&] {
@@ -298,28 +363,42 @@ void Compare() {
          }},
         {"floor: every name of the maps", [&] { Use(CountNames(source.maps)); }},
     };
-    RunRounds(packing);
-    Print("Packing 100,000 variables", packing, 1e-3, "ms");
+    const auto size = static_cast<double>(count);
+    const std::string title = std::to_string(count) + " variables";
+    RunRounds(packing, runs);
+    Print("Packing " + title, packing, 1e-3, "ms");
+    Record("pack", size, packing, 1e-6);
 
-    const auto unpackInto = [](const char* who, auto unpack) {
-        return [who, unpack] {
+    const auto unpackInto = [count](const char* who, auto unpack) {
+        return [who, unpack, count] {
             Sink sink;
             unpack(sink);
-            Check(who, sink);
+            Check(who, sink, count);
         };
     };
     std::vector<Competitor> unpacking = {
         {"packet codec and maps", unpackInto("the packet", [&](Sink& s) { UnpackOwn(packet.Bytes(), s); })},
         {"msgpack-c", unpackInto("msgpack-c", [&](Sink& s) { messagePack.Unpack(s); })},
+        {"msgpack-c, std::unordered_map",
+         [&] {
+             PlainSink sink;
+             messagePack.Unpack(sink);
+             Check("msgpack-c", sink, count);
+         }},
         {"cereal", unpackInto("cereal", [&](Sink& s) { cereal.Unpack(s); })},
         {"packet codec without the maps", [&] { Use(ReadOwn(packet.Bytes())); }},
         {"msgpack-c without the maps", [&] { Use(messagePack.Read()); }},
     };
-    RunRounds(unpacking);
-    Print("Unpacking 100,000 variables into new maps", unpacking, 1e-3, "ms");
+    RunRounds(unpacking, runs);
+    Print("Unpacking " + title + " into new maps", unpacking, 1e-3, "ms");
+    Record("unpack", size, unpacking, 1e-6);
 }
 
 } // namespace
 } // namespace zq::bench
 
-int main() { zq::bench::Compare(); }
+int main() {
+    zq::bench::Compare(1000, 100);
+    zq::bench::Compare(10'000, 10);
+    zq::bench::Compare(100'000, 1);
+}
