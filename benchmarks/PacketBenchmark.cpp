@@ -3,6 +3,7 @@
 #include "Rounds.h"
 
 #include "CZQVariable.h"
+#include "platform/Mutex.h"
 #include "variables/VariableBatch.h"
 #include "variables/VariablePacket.h"
 #include "variables/VariableStore.h"
@@ -340,6 +341,7 @@ void Compare(size_t count, int runs) {
         [&](const std::wstring& name, const void* bytes, size_t length) {
             source.Binary(name, bytes, length);
         });
+    const Mutex mutex;
     PlainSink plain;
     {
         MessagePack messages;
@@ -361,6 +363,7 @@ void Compare(size_t count, int runs) {
              std::memcpy(copy.get(), packet.Bytes().data(), packet.Size());
              Use(copy);
          }},
+        {"floor: a bare mutex pair", [&] { MutexLock lock(mutex); }},
         {"floor: every name of the maps", [&] { Use(CountNames(source.maps)); }},
     };
     const auto size = static_cast<double>(count);

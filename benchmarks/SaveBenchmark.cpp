@@ -1,5 +1,7 @@
-// One save of one value in a 1 MB settings file through the DLL, beside the same parse, pretty-print and
-// rewrite done with RapidJSON and stdio directly. Interleaved rounds, medians.
+// One save of one value in settings files of three sizes through the DLL, beside the same parse, pretty-print
+// and rewrite done with RapidJSON and stdio directly. Interleaved rounds, medians.
+#include "Rounds.h"
+
 #include "CZQModSettings.h"
 
 #include <rapidjson/document.h>
@@ -22,7 +24,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kRounds = 31;
-constexpr size_t kFileBytes = 1'000'000;
 constexpr double kAllowed = 1.2;
 
 class SilentHost final : public CZQModHost {
@@ -31,9 +32,9 @@ public:
     void OnConfigReloaded() override {}
 };
 
-std::string LargeSettings() {
+std::string Settings(size_t bytes) {
     std::string text = "{\"Saved\":0";
-    for (int i = 0; text.size() < kFileBytes; ++i) {
+    for (int i = 0; text.size() < bytes; ++i) {
         const std::string number = std::to_string(i);
         text += ",\"Group" + number + "\":{\"Bitrate\":" + number + ",\"Scale\":1.25,\"Name\":\"headset " +
                 number + "\",\"On\":true}";
@@ -74,9 +75,7 @@ double Median(std::vector<double> values) {
     return values[values.size() / 2];
 }
 
-} // namespace
-
-int main() {
+void Compare(size_t bytes) {
     wchar_t program[MAX_PATH];
     GetModuleFileNameW(nullptr, program, MAX_PATH);
     const fs::path defaults = fs::path(program).replace_filename(L"defaults");
@@ -86,7 +85,7 @@ int main() {
     const fs::path saved = data / L"ZQ2_serverSetting.setting";
     const fs::path direct = root / L"direct.json";
     for (const fs::path& file : {saved, direct}) {
-        std::ofstream(file, std::ios::binary) << LargeSettings();
+        std::ofstream(file, std::ios::binary) << Settings(bytes);
     }
 
     const auto create = reinterpret_cast<ZQCreateSettingsFunction>(
@@ -104,10 +103,23 @@ int main() {
     module->DoRelease();
     ZQDestroy(module);
 
+    const auto record = [bytes](const char* name, double milliseconds) {
+        zq::bench::Record("save", static_cast<double>(bytes), name, 1000 * milliseconds);
+    };
+    record("module", Median(saves));
+    record("RapidJSON with stdio", Median(rewrites));
+    std::printf("%zu bytes\n", bytes);
     std::printf("save of one value   %7.2f ms\n", Median(saves));
     std::printf("RapidJSON directly  %7.2f ms\n", Median(rewrites));
     std::printf("ratio               %7.2f (allowed %.1f)\n", Median(saves) / Median(rewrites), kAllowed);
     std::error_code ignored;
     fs::remove_all(root, ignored);
-    return 0;
+}
+
+} // namespace
+
+int main() {
+    for (const size_t bytes : {10'000u, 100'000u, 1'000'000u}) {
+        Compare(bytes);
+    }
 }

@@ -13,7 +13,7 @@
 namespace zq::bench {
 namespace {
 
-constexpr int kRuns = 500;
+constexpr int kRuns = 200;
 
 class SilentHost final : public CZQVariableHost {
 public:
@@ -58,6 +58,7 @@ void CompareWithOnePair(size_t count) {
     };
     RunRounds(all, kRuns);
     Print("Look-ups and silent setters among " + std::to_string(count) + " variables", all, 1e-6, "us");
+    Record("getset", static_cast<double>(count), all, 1e-6);
 }
 
 // The bare work of telling: a queue with its waiting thread for each host.
@@ -118,9 +119,115 @@ void CompareTelling(size_t hostCount) {
     };
     RunRounds(all, kRuns);
     Print("A change told to " + std::to_string(hostCount) + " hosts", all, 1e-6, "us");
+    Record("hosts", static_cast<double>(hostCount), all, 1e-6);
     for (SilentHost& host : hosts) {
         variables.UnregisterHost(&host);
     }
+}
+
+// Counts what arrives and wakes whoever waits for the last.
+class CountingHost final : public CZQVariableHost {
+public:
+    void OnVariableChanged(const wchar_t*, uint32_t, CZQVariableHost*) override { ++arrived; }
+    void OnVariablesReloaded() override {}
+
+    std::atomic<long> arrived{0};
+};
+
+// The queue that one would write today: a slim lock, a condition variable, and a record with the name.
+class SlimQueue {
+public:
+    explicit SlimQueue(std::atomic<long>& arrived) : m_arrived(arrived), m_thread([this] { Deliver(); }) {}
+    ~SlimQueue() {
+        AcquireSRWLockExclusive(&m_lock);
+        m_isOver = true;
+        ReleaseSRWLockExclusive(&m_lock);
+        WakeConditionVariable(&m_wake);
+        m_thread.join();
+    }
+    SlimQueue(const SlimQueue&) = delete;
+    SlimQueue& operator=(const SlimQueue&) = delete;
+
+    void Tell(const wchar_t* name) {
+        std::wstring copy(name);
+        AcquireSRWLockExclusive(&m_lock);
+        m_names.push_back(std::move(copy));
+        ReleaseSRWLockExclusive(&m_lock);
+        WakeConditionVariable(&m_wake);
+    }
+
+private:
+    void Deliver() {
+        for (;;) {
+            std::vector<std::wstring> batch;
+            AcquireSRWLockExclusive(&m_lock);
+            while (m_names.empty() && !m_isOver) {
+                SleepConditionVariableSRW(&m_wake, &m_lock, INFINITE, 0);
+            }
+            batch.swap(m_names);
+            const bool isOver = m_isOver;
+            ReleaseSRWLockExclusive(&m_lock);
+            m_arrived += static_cast<long>(batch.size());
+            if (isOver) {
+                return;
+            }
+        }
+    }
+
+    std::atomic<long>& m_arrived;
+    SRWLOCK m_lock = SRWLOCK_INIT;
+    CONDITION_VARIABLE m_wake = CONDITION_VARIABLE_INIT;
+    std::vector<std::wstring> m_names;
+    bool m_isOver = false;
+    std::thread m_thread;
+};
+
+// From the first change to the last arrival at one host. The module's setter takes three mutex pairs a
+// change, for the store, the list and the queue; they are measured alone and taken out.
+void CompareDelivery() {
+    constexpr long kChanges = 2000;
+    constexpr int kPairs = 3;
+    const test::Module module;
+    CZQVariable& variables = module.Variables();
+    CountingHost host;
+    variables.RegisterHost(&host);
+    const Mutex mutex;
+    std::atomic<long> arrived{0};
+    SlimQueue queue(arrived);
+    int64_t value = 0;
+    const auto waitFor = [](const std::atomic<long>& count, long wanted) {
+        while (count < wanted) {
+            std::this_thread::yield();
+        }
+    };
+    std::vector<Competitor> all = {
+        {"module",
+         [&] {
+             const long wanted = host.arrived + kChanges;
+             for (long i = 0; i < kChanges; ++i) {
+                 variables.SetVariableInt64(L"Name", ++value, nullptr, 0);
+             }
+             waitFor(host.arrived, wanted);
+         }},
+        {"its mutex pairs alone",
+         [&] {
+             for (long i = 0; i < kPairs * kChanges; ++i) {
+                 MutexLock lock(mutex);
+             }
+         }},
+        {"slim lock and condition variable",
+         [&] {
+             const long wanted = arrived + kChanges;
+             for (long i = 0; i < kChanges; ++i) {
+                 queue.Tell(L"Name");
+             }
+             waitFor(arrived, wanted);
+         }},
+    };
+    RunRounds(all);
+    variables.UnregisterHost(&host);
+    Print("2,000 changes delivered to one host", all, 1e-6 * kChanges, "us");
+    Record("delivery", 1, all, 1e-6 * kChanges);
 }
 
 } // namespace
@@ -130,7 +237,8 @@ int main() {
     for (const size_t count : {100u, 10'000u, 1'000'000u}) {
         zq::bench::CompareWithOnePair(count);
     }
-    for (const size_t hosts : {1u, 4u, 8u}) {
+    for (const size_t hosts : {1u, 2u, 4u, 8u, 16u, 32u}) {
         zq::bench::CompareTelling(hosts);
     }
+    zq::bench::CompareDelivery();
 }

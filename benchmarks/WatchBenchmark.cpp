@@ -5,9 +5,15 @@
 //
 // The program starts itself as the editor. Times are of the system-wide performance counter, handed over in
 // shared memory.
+#include "Rounds.h"
+
 #include "CZQModSettings.h"
 
+#include "config/ConfigText.h"
+#include "platform/HostLog.h"
 #include "support/win32/ImportPatch.h"
+#include "variables/VariableBatch.h"
+#include "variables/VariableMaps.h"
 
 #include <algorithm>
 #include <atomic>
@@ -15,7 +21,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <map>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -27,6 +36,7 @@ namespace fs = std::filesystem;
 
 constexpr const wchar_t* kNames[] = {L"ZQ2_serverSetting.setting", L"ZQ2_HmdList.json",
                                      L"ZQ2_QualityPreset.json"};
+constexpr int kInits = 31;
 constexpr int kMostEdits = 10'000;
 constexpr DWORD kPauseMilliseconds = 60;
 constexpr double kAllowedMilliseconds = 20 + 5;
@@ -96,7 +106,14 @@ class Host final : public CZQModHost, public CZQVariableHost {
 public:
     Host(Times& times, CZQVariable*& variables) : m_times(times), m_variables(variables) {}
 
-    void Log(const wchar_t*, int32_t, const wchar_t*, va_list) override {}
+    // The messages tell where DoInit is.
+    void Log(const wchar_t*, int32_t, const wchar_t* format, va_list) override {
+        for (const auto& [message, step] : kSteps) {
+            if (std::wstring_view(format) == message) {
+                Enter(step);
+            }
+        }
+    }
     void OnConfigReloaded() override {}
     void OnVariableChanged(const wchar_t*, uint32_t, CZQVariableHost*) override {}
     void OnVariablesReloaded() override {
@@ -108,9 +125,32 @@ public:
     }
     void* ScalarDeletingDestructor(unsigned int) override { return this; }
 
+    // Ends the step under way and begins another; an empty name begins none.
+    void Enter(const std::string& step) {
+        const int64_t now = Now();
+        if (!m_step.empty()) {
+            steps[m_step] += Milliseconds(now - m_begin);
+        }
+        m_step = step;
+        m_begin = now;
+    }
+
+    std::map<std::string, double> steps; // milliseconds of all calls of DoInit
+
 private:
+    // What each message begins.
+    static constexpr std::pair<std::wstring_view, const char*> kSteps[] = {
+        {L"DoInit begin", "1 defaults and missing files"},
+        {L"LoadSettingsFromFile begin.", "2 server settings"},
+        {L"LoadHmdListFromFile begin.", "3 headset list"},
+        {L"LoadQualityFromFile begin.", "4 quality presets"},
+        {L"[WmiServiceExectue] Run CoInitializeEx failed", "5 device name"},
+    };
+
     Times& m_times;
     CZQVariable*& m_variables;
+    std::string m_step;
+    int64_t m_begin = 0;
 };
 
 struct Folders {
@@ -138,11 +178,12 @@ struct NoSurvey {
 
 double MedianOfInit(ZQCreateSettingsFunction create, Host& host, const Folders& folders) {
     std::vector<double> times;
-    for (int round = 0; round < 31; ++round) {
+    for (int round = 0; round < kInits; ++round) {
         CZQModSettings* module = create();
         const int64_t start = Now();
         module->DoInit(&host, L"", folders.defaults.c_str(), folders.common.c_str());
         times.push_back(Milliseconds(Now() - start));
+        host.Enter({});
         module->DoRelease();
         ZQDestroy(module);
     }
@@ -166,6 +207,29 @@ double MedianOfBareReads(const Folders& folders) {
     return Quantile(times, 0.5);
 }
 
+// The module's own way from the bytes of the three files to variables, without files.
+double MedianOfParsing(const Folders& folders) {
+    std::vector<std::string> files;
+    for (const wchar_t* name : kNames) {
+        std::ifstream in(folders.data / name, std::ios::binary);
+        files.emplace_back(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
+    std::vector<double> times;
+    for (int round = 0; round < 31; ++round) {
+        const int64_t start = Now();
+        zq::VariableMaps maps(1);
+        for (size_t i = 0; i < files.size(); ++i) {
+            zq::ConfigText config;
+            zq::VariableBatch batch;
+            config.Read(files[i]);
+            FlattenConfig(static_cast<zq::ConfigFile>(i), config.root, batch, zq::HostLog());
+            maps.Apply(batch);
+        }
+        times.push_back(Milliseconds(Now() - start));
+    }
+    return Quantile(times, 0.5);
+}
+
 void ReportEdits(const Times& times, int edits) {
     std::vector<double> bare;
     std::vector<double> module;
@@ -182,6 +246,8 @@ void ReportEdits(const Times& times, int edits) {
     std::printf("from close to            median      99 %%\n");
     std::printf("bare directory watch   %8.2f  %8.2f ms\n", Quantile(bare, 0.5), Quantile(bare, 0.99));
     std::printf("OnVariablesReloaded    %8.2f  %8.2f ms\n", Quantile(module, 0.5), Quantile(module, 0.99));
+    zq::bench::Record("edit", 0, "bare directory watch", Quantile(bare, 0.5));
+    zq::bench::Record("edit", 0, "OnVariablesReloaded", Quantile(module, 0.5));
     std::printf("difference of medians  %8.2f ms (allowed: settling and 5 ms, %.0f ms)\n",
                 Quantile(module, 0.5) - Quantile(bare, 0.5), kAllowedMilliseconds);
 }
@@ -203,8 +269,17 @@ int RunBenchmark(int edits) {
     Host host(times, variables);
 
     MedianOfInit(create, host, folders);
+    host.steps.clear();
     const double init = MedianOfInit(create, host, folders);
+    for (const auto& [step, milliseconds] : host.steps) {
+        std::printf("  %-32s %.3f ms\n", step.c_str(), milliseconds / kInits);
+        zq::bench::Record("init", 0, step, 1000 * milliseconds / kInits);
+    }
     const double reads = MedianOfBareReads(folders);
+    const double parsing = MedianOfParsing(folders);
+    zq::bench::Record("init", 0, "DoInit without the survey", 1000 * init);
+    zq::bench::Record("init", 0, "floor: the three bare reads", 1000 * reads);
+    zq::bench::Record("init", 0, "floor: parsing into variables", 1000 * parsing);
     std::printf("DoInit without the survey %.2f ms, reading the three files %.2f ms, ratio %.1f\n\n", init,
                 reads, init / reads);
 
