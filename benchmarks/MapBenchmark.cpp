@@ -1,5 +1,6 @@
 // The variable map beside the usual maps and Boost.PropertyTree's paths: look-up, insertion, memory, and
 // names that were made to collide; and the store's getter, mutex included.
+#include "CountedHeap.h"
 #include "Rounds.h"
 
 #include "variables/VariableBatch.h"
@@ -10,41 +11,10 @@
 #include <boost/unordered/unordered_flat_map.hpp>
 #include <tsl/robin_map.h>
 
-#include <cstdlib>
 #include <map>
-#include <new>
 #include <random>
 #include <string_view>
 #include <unordered_map>
-
-namespace {
-
-// What is allocated, as the process heap keeps it: a header of 16 bytes, sizes in steps of 16.
-size_t g_liveBytes = 0;
-
-size_t HeapBytes(size_t bytes) { return 16 + (bytes + 15) / 16 * 16; }
-
-} // namespace
-
-void* operator new(size_t bytes) {
-    auto* block = static_cast<size_t*>(std::malloc(bytes + 16));
-    if (!block) {
-        throw std::bad_alloc();
-    }
-    *block = HeapBytes(bytes);
-    g_liveBytes += *block;
-    return block + 2;
-}
-
-void operator delete(void* memory) noexcept {
-    if (memory) {
-        size_t* block = static_cast<size_t*>(memory) - 2;
-        g_liveBytes -= *block;
-        std::free(block);
-    }
-}
-
-void operator delete(void* memory, size_t) noexcept { operator delete(memory); }
 
 namespace zq::bench {
 namespace {
@@ -119,9 +89,9 @@ int64_t LookUpTree(const Tree& tree, const std::vector<std::wstring>& names) {
 
 template <class Make>
 double BytesPerVariable(size_t count, Make make) {
-    const size_t before = g_liveBytes;
+    const size_t before = LiveBytes();
     const auto map = make();
-    return static_cast<double>(g_liveBytes - before) / static_cast<double>(count);
+    return static_cast<double>(LiveBytes() - before) / static_cast<double>(count);
 }
 
 template <class Map>

@@ -12,10 +12,11 @@ data=$1
 charts=$root/docs/benchmarks
 mkdir -p "$charts"
 
-# table GROUP HEAD: a row for each competitor, a column for each size; the value, and behind it its ratio to the first row.
+# table GROUP HEAD [plain]: a row for each competitor, a column for each size; the value, and behind it its ratio to the
+# first row unless the table is plain.
 table() {
-  awk -F '\t' -v group="$1" -v head="$2" '
-    function short(size) { return size >= 1e6 ? size / 1e6 " M" : size >= 1e3 ? int(size / 1e3 + 0.5) " K" : size "" }
+  awk -F '\t' -v group="$1" -v head="$2" -v plain="${3:-}" '
+    function short(size) { return size >= 1e6 ? int(size / 1e6 + 0.5) " M" : size >= 1e3 ? int(size / 1e3 + 0.5) " K" : size "" }
     function number(value) { return value >= 100 ? sprintf("%.0f", value) : sprintf("%.3g", value) }
     $1 == group {
       if (!($2 in column)) { column[$2] = ++columns; sizes[columns] = $2 }
@@ -30,7 +31,7 @@ table() {
         line = "| " names[r] " |"
         for (c = 1; c <= columns; c++) {
           own = value[names[1], sizes[c]]; this = value[names[r], sizes[c]]
-          cell = this == "" ? "" : number(this) (r > 1 && own > 0 ? " (" sprintf("%.2f", this / own) ")" : "")
+          cell = this == "" ? "" : number(this) (r > 1 && own > 0 && !plain ? " (" sprintf("%.2f", this / own) ")" : "")
           line = line " " cell " |"
         }
         print line
@@ -68,7 +69,7 @@ chart() {
   rm -rf "$work"
 }
 
-chart load 'From a file'"'"'s bytes to variables' 'bytes of the file' 'microseconds'
+chart load 'From the bytes of a file to variables' 'bytes of the file' 'microseconds'
 chart lookup 'Look-up of a name' 'names in the map' 'nanoseconds'
 chart insert 'Insertion of a name, and its end' 'names in the map' 'nanoseconds'
 chart memory 'Memory of a variable' 'names in the map' 'bytes'
@@ -85,8 +86,8 @@ version() { dpkg-query --show --showformat='${Version}' "$1" 2>/dev/null || echo
 # Benchmarks
 
 Written by \`scripts/bench.sh\`, which runs every program of [benchmarks/](../benchmarks) on one processor of one machine.
-Competitors of a table take turns in one process, 11 rounds after one that warms up; a figure is the median, the figure in
-brackets its ratio to the module's. Only ratios mean something elsewhere.
+Competitors of a table take turns in one process, 11 rounds after one that warms up; a figure is the median, the one in
+brackets its ratio to the first row. Only ratios mean something elsewhere.
 
 Machine: $processor, $(nproc) processors, Linux $(uname -r | cut -d- -f1), Wine $(version wine64). Kernel objects cost about
 ten times as much under Wine as on Windows, and what touches files goes through Wine's server.
@@ -102,7 +103,7 @@ Microseconds from the bytes of a settings file to four maps of typed variables w
 
 TEXT
   table load 'bytes'
-  printf '\nCost of a byte at 10 MB to that at 1 MB: %s.\n' "$(awk -F '\t' '$1 == "load-linear" { print $4 }' "$data")"
+  awk -F '\t' '$1 == "load-linear" { printf "\nCost of a byte at 10 MB to that at 1 MB: %.2f. Memory that is fresh from the system makes the difference.\n", $4 }' "$data"
   cat <<'TEXT'
 
 ## Look-up and insertion
@@ -162,7 +163,7 @@ Microseconds a change from the setter to the arrival at one host. What remains o
 taken out are an event and a wait of the kernel, which a thread that may be terminated at any moment needs.
 
 TEXT
-  table delivery 'delivery'
+  table delivery 'to one host' plain
   cat <<'TEXT'
 
 ## Packets
@@ -197,12 +198,12 @@ TEXT
 Milliseconds from the close of a write by another process; 20 of the module's are the settling of the file.
 
 TEXT
-  table edit 'edit'
+  table edit 'edit' plain
   cat <<'TEXT'
 
 Microseconds of `DoInit` with the default files of six headsets, without the survey of the machine.
 
 TEXT
-  table init 'step'
+  table init 'step' plain
   printf '\n## The DLL\n\n%s bytes, the C++ library included.\n' "$(awk -F '\t' '$1 == "size" { print $4 }' "$data")"
 } >"$root/docs/benchmarks.md"

@@ -1,4 +1,5 @@
 // What an operation on a variable takes of the system: locks and memory, counted at the DLL's own imports.
+#include "support/win32/FakeWbem.h"
 #include "support/win32/ImportPatch.h"
 #include "support/win32/Module.h"
 #include "support/win32/VariableHost.h"
@@ -178,6 +179,37 @@ TEST_F(VariableCosts, AToldChangeTakesAPairForEachLockOnItsWay) {
         variables.UnregisterHost(&host);
     }
     CloseHandle(mayGoOn);
+}
+
+// The file's own, around reading it, and the store's, once for all of its variables.
+TEST_F(VariableCosts, ALoadTakesTwoMutexPairsHoweverManyVariablesItHas) {
+    FakeWbem wbem;
+    wbem.namespaces[L"root\\Cimv2"].result = E_FAIL;
+    wbem.namespaces[L"root\\StandardCimv2"].result = E_FAIL;
+    RecordingHost host;
+    const auto costOfInit = [&](int values) {
+        const ModuleFolders folders;
+        std::string settings = R"({"DHI":0)";
+        for (int i = 0; i < values; ++i) {
+            settings += ",\"S" + std::to_string(i) + "\":" + std::to_string(i);
+        }
+        WriteBytes(folders.Private(kSettingsName), settings + "}");
+        Module loading;
+        const Cost cost = CostOf([&] { loading.Init(host, folders); });
+        EXPECT_EQ(values - 1, loading.Int64((L"S" + std::to_wstring(values - 1)).c_str()));
+        return cost;
+    };
+
+    const Cost small = costOfInit(1);
+    const Cost large = costOfInit(5000);
+
+    // Built-in defaults 1, three files 2 each, the device's index and name 2, its variable and the address
+    // list each with the list of hosts 4.
+    EXPECT_EQ(13, small.waits);
+    EXPECT_EQ(13, small.releases);
+    EXPECT_EQ(small.waits, large.waits);
+    EXPECT_EQ(small.releases, large.releases);
+    EXPECT_EQ(0, large.signals);
 }
 
 // Fails every allocation of an operation once, until it makes no more; after each failure that was raised
