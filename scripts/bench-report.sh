@@ -85,7 +85,7 @@ version() { dpkg-query --show --showformat='${Version}' "$1" 2>/dev/null || echo
   cat <<TEXT
 # Benchmarks
 
-Written by \`scripts/bench.sh\`, which runs every program of [benchmarks/](../benchmarks) on one processor of one machine.
+Written by \`scripts/bench.sh\`, which runs every program of \`benchmarks/\` on one processor of one machine.
 Competitors of a table take turns in one process, 11 rounds after one that warms up; a figure is the median, the one in
 brackets its ratio to the first row. Only ratios mean something elsewhere.
 
