@@ -36,6 +36,20 @@ TEST(VariableMap, EmptyMapFindsAndRemovesNothing) {
     map.Clear();
 }
 
+TEST(VariableMap, CountsTheUnitsOfItsNames) {
+    VariableMap<int64_t> map;
+    const std::wstring longName(300, L'n');
+    Set(map, L"abc", int64_t{1});
+    Set(map, L"abc", int64_t{2});
+    Set(map, longName, int64_t{3});
+    EXPECT_EQ(303U, map.NameUnits());
+
+    map.Remove(L"abc", HashName(L"abc", kSeed));
+    EXPECT_EQ(300U, map.NameUnits());
+    map.Clear();
+    EXPECT_EQ(0U, map.NameUnits());
+}
+
 TEST(VariableMap, LookUpCreatesNothing) {
     VariableMap<int64_t> map;
     Set<int64_t>(map, L"a", 1);

@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 namespace zq::test {
 namespace {
 
@@ -45,6 +48,35 @@ TEST(VariableMaps, LaterAssignmentOfABatchWins) {
     maps.Apply(batch);
 
     EXPECT_EQ(TypedVariables().Int64(L"A", 2).Double(L"A", 1.5).String(L"S", L"b"), VariablesOf(maps));
+}
+
+// Thousands of assignments are not written in the order of the batch; what they come to is the same.
+TEST(VariableMaps, LaterAssignmentOfALargeBatchWins) {
+    constexpr int64_t kEntries = 20'000;
+    constexpr int64_t kNames = 3000;
+    VariableBatch batch;
+    std::vector<std::wstring> texts;
+    for (int64_t i = 0; i < kEntries; ++i) {
+        texts.push_back(L"the text of assignment " + std::to_wstring(i));
+    }
+    for (int64_t i = 0; i < kEntries; ++i) {
+        const std::wstring name = L"Name" + std::to_wstring(i % kNames);
+        batch.AddInt64(name, i);
+        batch.AddNumber(name, -i);
+        batch.AddString(name, texts[static_cast<size_t>(i)]);
+    }
+    VariableMaps maps(1);
+
+    maps.Apply(batch);
+
+    EXPECT_EQ(static_cast<size_t>(kNames), maps.integers.Size());
+    for (int64_t name = 0; name < kNames; ++name) {
+        const std::wstring text = L"Name" + std::to_wstring(name);
+        const int64_t last = (kEntries - 1 - name) / kNames * kNames + name;
+        EXPECT_EQ(-last, maps.integers.Find(text, maps.Hash(text))->value);
+        EXPECT_EQ(static_cast<double>(-last), maps.doubles.Find(text, maps.Hash(text))->value);
+        EXPECT_EQ(texts[static_cast<size_t>(last)], maps.strings.Find(text, maps.Hash(text))->value);
+    }
 }
 
 TEST(VariableMaps, SecondBatchOverwritesAndRemovesNothing) {
