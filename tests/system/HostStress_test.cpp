@@ -1,5 +1,6 @@
 // Many writers, many hosts and hosts that come and go, all at once: what arrives, in which order, and what is
 // left behind.
+#include "support/win32/LongForm.h"
 #include "support/win32/Module.h"
 #include "support/win32/ProcessResources.h"
 #include "support/win32/VariableHost.h"
@@ -18,8 +19,6 @@ namespace {
 
 constexpr int kWriters = 8;
 constexpr int kHosts = 8;
-
-bool IsLong() { return GetEnvironmentVariableW(L"ZQ_TEST_LONG", nullptr, 0) != 0; }
 
 // Checks on arrival that the changes of each writer come in order and without a gap, and that none is its
 // own.
@@ -172,7 +171,7 @@ TEST(HostStress, EveryHostHearsEachChangeOnceAndInOrderAndNothingStaysBehind) {
     const size_t threads = ThreadCount();
     const size_t bytes = HeapBytes();
 
-    EXPECT_TRUE(RunsWithoutLeavingHandles(IsLong() ? 25'000 : 500));
+    EXPECT_TRUE(RunsWithoutLeavingHandles(Long(25'000, 500)));
 
     EXPECT_TRUE(WaitFor([&] { return ThreadCount() <= threads; }));
     // Less than one notice for each host could have left.

@@ -3,6 +3,7 @@
 #include "support/win32/FakeWbem.h"
 #include "support/win32/ImportFault.h"
 #include "support/win32/ImportTable.h"
+#include "support/win32/LongForm.h"
 #include "support/win32/Module.h"
 #include "support/win32/ProcessResources.h"
 #include "support/win32/VariableHost.h"
@@ -26,8 +27,6 @@
 
 namespace zq::test {
 namespace {
-
-bool IsLong() { return GetEnvironmentVariableW(L"ZQ_TEST_LONG", nullptr, 0) != 0; }
 
 #define ZQ_FAULT(dll, function, ...) FaultOf<struct function##Tag>(dll, #function, function, __VA_ARGS__)
 
@@ -270,15 +269,8 @@ private:
     }
 
     static void ExpectToAnswer(Module& module) {
-        HANDLE thread = CreateThread(
-            nullptr, 0,
-            [](void* variables) -> DWORD {
-                static_cast<CZQVariable*>(variables)->SetVariableInt64(L"Asked", 1, nullptr, 0);
-                return 0;
-            },
-            &module.Variables(), 0, nullptr);
-        EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(thread, 5000));
-        CloseHandle(thread);
+        EXPECT_TRUE(
+            EndsOnAnotherThread([&] { module.Variables().SetVariableInt64(L"Asked", 1, nullptr, 0); }));
         EXPECT_EQ(1, module.Int64(L"Asked"));
     }
 
@@ -289,7 +281,7 @@ private:
 };
 
 TEST(ImportFaults, NoFailedCallBreaksTheModuleOrTheNextStart) {
-    const int mostCalls = IsLong() ? 1000 : 3;
+    const int mostCalls = Long(1000, 3);
     FakeWbem wbem;
     Describe(wbem);
     LoadModuleDll();

@@ -3,6 +3,7 @@
 #include "support/win32/ImportFault.h"
 #include "support/win32/Module.h"
 #include "support/win32/ProcessResources.h"
+#include "support/win32/Waiting.h"
 
 #include <gtest/gtest.h>
 
@@ -71,19 +72,6 @@ private:
     bool m_hasFailed = true;
 };
 
-// What another thread finds: all locks are free.
-void ExpectToWorkElsewhere(const std::function<void()>& work) {
-    HANDLE thread = CreateThread(
-        nullptr, 0,
-        [](void* argument) -> DWORD {
-            (*static_cast<const std::function<void()>*>(argument))();
-            return 0;
-        },
-        const_cast<std::function<void()>*>(&work), 0, nullptr);
-    ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(thread, 5000));
-    CloseHandle(thread);
-}
-
 constexpr int kValues = 40;
 
 void WriteFiles(const ModuleFolders& folders) {
@@ -130,7 +118,7 @@ TEST_F(MemoryFaults, ALoadIsWholeOrNotAtAllAndTheFilesStay) {
 
         module.Init(host, folders);
         EXPECT_EQ(39, module.Int64(L"CL.ALPHA1.Quality.Q39"));
-        ExpectToWorkElsewhere([&] { module->SaveConfigInt64(L"none", 1, 0); });
+        EXPECT_TRUE(EndsOnAnotherThread([&] { module->SaveConfigInt64(L"none", 1, 0); }));
     });
 }
 
@@ -153,7 +141,7 @@ TEST_F(MemoryFaults, ASaveWritesTheWholeFileOrNothing) {
         WriteBytes(folders.Private(kSettingsName), oldSettings);
         const bool isRaised = RaisesBadAlloc([&] { module->SaveConfigString(L"S1", "new", 0); });
         EXPECT_EQ(isRaised ? oldSettings : newSettings, ReadBytes(folders.Private(kSettingsName)));
-        ExpectToWorkElsewhere([&] { module->SaveConfigString(L"S1", "new", 0); });
+        EXPECT_TRUE(EndsOnAnotherThread([&] { module->SaveConfigString(L"S1", "new", 0); }));
         EXPECT_EQ(newSettings, ReadBytes(folders.Private(kSettingsName)));
     });
 }
@@ -173,7 +161,7 @@ TEST_F(MemoryFaults, ASaveOfAHeadsetWritesTheWholeFileOrNothing) {
         WriteBytes(folders.Private(kHmdListName), before);
         const bool isRaised = RaisesBadAlloc(save);
         EXPECT_EQ(isRaised ? before : after, ReadBytes(folders.Private(kHmdListName)));
-        ExpectToWorkElsewhere(save);
+        EXPECT_TRUE(EndsOnAnotherThread(save));
         EXPECT_EQ(after, ReadBytes(folders.Private(kHmdListName)));
     });
 }
@@ -199,7 +187,7 @@ TEST_F(MemoryFaults, AnUnpackedVariableIsOldOrNewAndTheRestCanBeSentAgain) {
             EXPECT_EQ(L"a text that no small string holds",
                       module.String(name.c_str()).value_or(L"a text that no small string holds"));
         }
-        ExpectToWorkElsewhere([&] { variables.UnpackVariables(packet, size, nullptr); });
+        EXPECT_TRUE(EndsOnAnotherThread([&] { variables.UnpackVariables(packet, size, nullptr); }));
         EXPECT_EQ(kValues - 1, module.Int64(L"Variable39"));
         EXPECT_EQ(9u, module.Binary(L"Variable39").value().size());
     });

@@ -1,4 +1,5 @@
 // Packets between module objects, sound and damaged, as a host makes and frees them.
+#include "support/win32/LongForm.h"
 #include "support/win32/Module.h"
 #include "support/win32/VariableHost.h"
 #include "support/win32/Waiting.h"
@@ -309,7 +310,7 @@ TEST(Packets, DamagedPacketsAreReadUpToTheirLastByteAtTheMost) {
     GuardedBytes memory;
     std::mt19937 random(3);
     const std::vector<unsigned char> sound = SmallPacket(module);
-    const int rounds = GetEnvironmentVariableW(L"ZQ_TEST_LONG", nullptr, 0) != 0 ? 100'000 : 8'000;
+    const int rounds = Long(100'000, 8'000);
 
     for (int i = 0; i < rounds; ++i) {
         const std::vector<unsigned char> mutant = Mutate(sound, random);

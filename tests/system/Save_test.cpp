@@ -1,4 +1,5 @@
 // The save slots through the DLL: what stands in the file afterwards, and what is said.
+#include "support/win32/LongForm.h"
 #include "support/win32/Module.h"
 #include "support/win32/Waiting.h"
 
@@ -11,8 +12,6 @@
 
 namespace zq::test {
 namespace {
-
-int Long(int longForm, int shortForm) { return std::getenv("ZQ_TEST_LONG") ? longForm : shortForm; }
 
 class Save : public testing::Test {
 protected:

@@ -237,15 +237,7 @@ TEST_F(VariableCosts, AnOperationWithoutMemoryRaisesAndLeavesNoLockAndNoHalf) {
                                     &host, 0);
     }
     const auto check = [&] {
-        HANDLE thread = CreateThread(
-            nullptr, 0,
-            [](void* argument) -> DWORD {
-                ZQBool value = 0;
-                return static_cast<DWORD>(static_cast<CZQVariable*>(argument)->GetVariableBool(L"A", &value));
-            },
-            &variables, 0, nullptr);
-        ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(thread, 5000));
-        CloseHandle(thread);
+        EXPECT_TRUE(EndsOnAnotherThread([&] { module.Bool(L"A"); }));
         EXPECT_EQ(L"a text beyond small strings", module.String(L"Name0"));
         const auto text = module.String(L"New");
         EXPECT_TRUE(!text || *text == L"another text that needs memory");

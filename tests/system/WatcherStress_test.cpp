@@ -3,19 +3,17 @@
 // ZQ_TEST_LONG in the environment runs the long forms.
 #include "support/win32/ChildProcess.h"
 #include "support/win32/ImportPatch.h"
+#include "support/win32/LongForm.h"
 #include "support/win32/Module.h"
 #include "support/win32/ProcessResources.h"
 #include "support/win32/Waiting.h"
 
-#include <cstdlib>
 #include <gtest/gtest.h>
 
 namespace zq::test {
 namespace {
 
 namespace fs = std::filesystem;
-
-int Long(int longForm, int shortForm) { return std::getenv("ZQ_TEST_LONG") ? longForm : shortForm; }
 
 class WatcherStress : public testing::Test {
 protected:

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 
 #include <windows.h>
 
@@ -20,6 +21,21 @@ bool WaitFor(Condition condition, std::chrono::milliseconds cap = kWaitCap) {
         Sleep(1);
     }
     return true;
+}
+
+// Runs `work` on another thread; returns whether it came to its end within some seconds: whether the locks
+// that it takes are free.
+inline bool EndsOnAnotherThread(const std::function<void()>& work) {
+    const HANDLE thread = CreateThread(
+        nullptr, 0,
+        [](void* argument) -> DWORD {
+            (*static_cast<const std::function<void()>*>(argument))();
+            return 0;
+        },
+        const_cast<std::function<void()>*>(&work), 0, nullptr);
+    const bool hasEnded = WaitForSingleObject(thread, 5000) == WAIT_OBJECT_0;
+    CloseHandle(thread);
+    return hasEnded;
 }
 
 } // namespace zq::test
