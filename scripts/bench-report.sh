@@ -69,6 +69,22 @@ chart() {
   rm -rf "$work"
 }
 
+# bars GROUP TITLE Y-LABEL: a bar for each row of a group that has no sizes.
+bars() {
+  local rows
+  rows=$(mktemp)
+  awk -F '\t' -v group="$1" '$1 == group { printf "%d\t%s\t\"%s\"\n", n++, $4, $3 }' "$data" >"$rows"
+  gnuplot <<PLOT
+set terminal svg size 800,360 dynamic background rgb 'white' font 'sans-serif,13'
+set output '$charts/$1.svg'
+set title '$2'; set ylabel '$3'
+set style fill solid 0.6; set boxwidth 0.6; set grid y; set yrange [0:]; unset key
+set xtics rotate by 20 right
+plot '$rows' using 1:2:xticlabels(3) with boxes linecolor rgb 'dark-violet'
+PLOT
+  rm -f "$rows"
+}
+
 chart load 'From the bytes of a file to variables' 'bytes of the file' 'microseconds'
 chart lookup 'Look-up of a name' 'names in the map' 'nanoseconds'
 chart insert 'Insertion of a name, and its end' 'names in the map' 'nanoseconds'
@@ -77,6 +93,8 @@ chart getset 'Getters and silent setters beside a bare mutex pair' 'variables' '
 chart hosts 'A change told to hosts' 'hosts' 'microseconds'
 chart pack 'Packing all variables' 'variables' 'microseconds'
 chart unpack 'Unpacking into new maps' 'variables' 'microseconds'
+bars edit 'From the close of a write to the host' 'milliseconds'
+bars init 'DoInit and what it is made of' 'microseconds'
 chart save 'A save of one value' 'bytes of the file' 'microseconds'
 
 processor=$(sed -n 's/^model name[[:space:]]*: //p' /proc/cpuinfo | head -n 1)
@@ -197,11 +215,15 @@ TEXT
 
 Milliseconds from the close of a write by another process; 20 of the module's are the settling of the file.
 
+![edits](benchmarks/edit.svg)
+
 TEXT
   table edit 'edit' plain
   cat <<'TEXT'
 
 Microseconds of `DoInit` with the default files of six headsets, without the survey of the machine.
+
+![DoInit](benchmarks/init.svg)
 
 TEXT
   table init 'step' plain
