@@ -73,13 +73,13 @@ chart() {
 bars() {
   local rows
   rows=$(mktemp)
-  awk -F '\t' -v group="$1" '$1 == group { printf "%d\t%s\t\"%s\"\n", n++, $4, $3 }' "$data" >"$rows"
+  awk -F '\t' -v group="$1" '$1 == group { gsub(/ /, "\\n", $3); printf "%d\t%s\t\"%s\"\n", n++, $4, $3 }' "$data" >"$rows"
   gnuplot <<PLOT
 set terminal svg size 800,360 dynamic background rgb 'white' font 'sans-serif,13'
 set output '$charts/$1.svg'
 set title '$2'; set ylabel '$3'
 set style fill solid 0.6; set boxwidth 0.6; set grid y; set yrange [0:]; unset key
-set xtics rotate by 20 right
+set bmargin 6
 plot '$rows' using 1:2:xticlabels(3) with boxes linecolor rgb 'dark-violet'
 PLOT
   rm -f "$rows"

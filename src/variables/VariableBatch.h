@@ -73,7 +73,7 @@ private:
 
     // Names lie in chunks that never move, each twice as large as the one before.
     const wchar_t* CopyName(std::wstring_view name) {
-        if (name.size() > m_left) {
+        if (!m_next || name.size() > m_left) {
             m_left = std::max(name.size(), kFirstChunkUnits << std::min(m_chunks.size(), kMostDoublings));
             m_chunks.push_back(std::make_unique_for_overwrite<wchar_t[]>(m_left));
             m_next = m_chunks.back().get();
