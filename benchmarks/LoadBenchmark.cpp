@@ -4,8 +4,8 @@
 
 #include "config/ConfigText.h"
 #include "config/FileText.h"
-#include "config/JsonReader.h"
-#include "platform/HostLog.h"
+#include "config/json/JsonReader.h"
+#include "base/HostLog.h"
 #include "variables/VariableBatch.h"
 #include "variables/VariableMaps.h"
 

@@ -10,7 +10,7 @@
 #include "CZQModSettings.h"
 
 #include "config/ConfigText.h"
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 #include "support/win32/ImportPatch.h"
 #include "variables/VariableBatch.h"
 #include "variables/VariableMaps.h"

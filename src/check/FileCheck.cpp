@@ -2,7 +2,7 @@
 
 #include "check/FlattenNotes.h"
 #include "check/Quote.h"
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 
 #include <algorithm>
 #include <set>

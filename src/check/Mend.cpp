@@ -3,7 +3,7 @@
 #include "check/DocumentMap.h"
 #include "check/Quote.h"
 #include "check/TextToken.h"
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 #include "variables/VariableBatch.h"
 
 #include <algorithm>

@@ -3,7 +3,7 @@
 // Portable.
 #pragma once
 
-#include "config/JsonEscape.h"
+#include "config/json/JsonEscape.h"
 
 #include <cstdint>
 #include <string_view>

@@ -1,7 +1,7 @@
 #include "config/ConfigLoader.h"
 
 #include "platform/Files.h"
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 #include "platform/Mutex.h"
 #include "variables/VariableBatch.h"
 #include "variables/VariableStore.h"

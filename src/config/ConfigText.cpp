@@ -3,8 +3,8 @@
 #include "config/FileText.h"
 #include "config/FlattenTrace.h"
 #include "config/Flatteners.h"
-#include "config/JsonReader.h"
-#include "platform/HostLog.h"
+#include "config/json/JsonReader.h"
+#include "base/HostLog.h"
 
 namespace zq {
 

@@ -4,7 +4,7 @@
 // Portable: the file itself is read by ConfigLoader.
 #pragma once
 
-#include "config/JsonValue.h"
+#include "config/json/JsonValue.h"
 
 #include <cstdint>
 #include <string>

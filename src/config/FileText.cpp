@@ -1,6 +1,6 @@
 #include "config/FileText.h"
 
-#include "platform/Text.h"
+#include "base/Text.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #include "config/FlattenScalar.h"
 #include "config/FlattenTrace.h"
 #include "config/Flatteners.h"
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 
 #include <string>
 

@@ -1,6 +1,6 @@
 #include "config/FlattenScalar.h"
 #include "config/Flatteners.h"
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 
 #include <algorithm>
 #include <array>

@@ -4,8 +4,8 @@
 #pragma once
 
 #include "config/FlattenTrace.h"
-#include "config/JsonValue.h"
-#include "platform/ShortCopy.h"
+#include "config/json/JsonValue.h"
+#include "base/ShortCopy.h"
 #include "variables/VariableBatch.h"
 
 #include <algorithm>

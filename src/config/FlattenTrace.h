@@ -4,7 +4,7 @@
 // Portable.
 #pragma once
 
-#include "config/JsonValue.h"
+#include "config/json/JsonValue.h"
 
 namespace zq {
 

@@ -7,7 +7,7 @@
 // Portable. Nesting costs heap, not stack. Whatever is invalid is logged and skipped.
 #pragma once
 
-#include "config/JsonValue.h"
+#include "config/json/JsonValue.h"
 
 #include <string_view>
 

@@ -3,7 +3,7 @@
 // Portable. Names are copied; the texts of strings are not and must outlive the batch.
 #pragma once
 
-#include "platform/ShortCopy.h"
+#include "base/ShortCopy.h"
 
 #include <algorithm>
 #include <array>

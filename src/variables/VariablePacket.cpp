@@ -1,7 +1,7 @@
 #include "variables/VariablePacket.h"
 
-#include "platform/ShortCopy.h"
-#include "platform/Text.h"
+#include "base/ShortCopy.h"
+#include "base/Text.h"
 
 #include <algorithm>
 #include <array>

@@ -2,8 +2,8 @@
 // nothing is read where another thread writes.
 #include "config/ConfigText.h"
 #include "config/Flatteners.h"
-#include "platform/HostLog.h"
-#include "variables/HostAgentList.h"
+#include "base/HostLog.h"
+#include "variables/hosts/HostRegistry.h"
 #include "variables/VariableBatch.h"
 #include "variables/VariableStore.h"
 
@@ -142,7 +142,7 @@ protected:
     }
 
     VariableStore m_store;
-    HostAgentList m_hosts{m_store.GetMutex()};
+    HostRegistry m_hosts{m_store.GetMutex()};
     std::atomic<long> m_records{0};
 };
 

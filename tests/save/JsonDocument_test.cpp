@@ -1,7 +1,7 @@
 #include "save/JsonDocument.h"
 
 #include "config/ConfigText.h"
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 #include "platform/Mutex.h"
 #include "save/DocumentEdit.h"
 #include "support/RecordingHost.h"

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "config/ConfigText.h"
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 #include "support/RecordingHost.h"
 #include "support/TypedVariables.h"
 #include "variables/VariableBatch.h"

@@ -1,5 +1,5 @@
 // Numbers of the JSON reader: a sign, digits and at most one point; no exponent.
-#include "config/JsonReader.h"
+#include "config/json/JsonReader.h"
 
 #include <array>
 #include <charconv>

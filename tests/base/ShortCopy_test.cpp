@@ -1,4 +1,4 @@
-#include "platform/ShortCopy.h"
+#include "base/ShortCopy.h"
 
 #include <gtest/gtest.h>
 

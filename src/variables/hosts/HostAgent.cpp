@@ -1,4 +1,4 @@
-#include "variables/HostAgent.h"
+#include "variables/hosts/HostAgent.h"
 
 #include <utility>
 

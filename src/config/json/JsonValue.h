@@ -4,7 +4,7 @@
 // was read, which must outlive the tree.
 #pragma once
 
-#include "config/JsonArena.h"
+#include "base/Arena.h"
 
 #include <cstdint>
 #include <span>
@@ -52,7 +52,7 @@ struct JsonMember {
 };
 
 struct JsonRoot : JsonValue {
-    JsonArena arena;
+    Arena arena;
 };
 
 // Frees the tree below the root, however deep, and makes it null again.

@@ -1,4 +1,4 @@
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 
 #include "CZQModHost.h"
 

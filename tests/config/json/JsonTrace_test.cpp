@@ -1,5 +1,5 @@
-#include "config/JsonReader.h"
-#include "config/JsonTrace.h"
+#include "config/json/JsonReader.h"
+#include "config/json/JsonTrace.h"
 
 #include <gtest/gtest.h>
 

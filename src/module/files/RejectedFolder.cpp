@@ -1,4 +1,4 @@
-#include "module/RejectedFolder.h"
+#include "module/files/RejectedFolder.h"
 
 #include "platform/Files.h"
 

@@ -11,7 +11,7 @@
 // White space is every unit from 1 to 32.
 #pragma once
 
-#include "config/JsonValue.h"
+#include "config/json/JsonValue.h"
 
 #include <cstdint>
 #include <string_view>
@@ -38,7 +38,7 @@ int32_t ParseJsonArray(JsonRoot& root, const wchar_t* text, int32_t length);
 // Skips the first unit without looking at it and reads up to the closing quote, or to the end of the text.
 // The result points into `text`, or into `arena` where an escape changed it. -1 where no quote follows at
 // all.
-int32_t ParseJsonString(std::wstring_view& result, JsonArena& arena, const wchar_t* text, int32_t length);
+int32_t ParseJsonString(std::wstring_view& result, Arena& arena, const wchar_t* text, int32_t length);
 
 int32_t ParseJsonNumber(JsonValue& value, const wchar_t* text, int32_t length);
 int32_t ParseJsonLiteral(JsonValue& value, const wchar_t* text, int32_t length);

@@ -1,8 +1,8 @@
 // Strings of the JSON reader: the escapes that are known, and those that are lost.
-#include "config/JsonReader.h"
+#include "config/json/JsonReader.h"
 
-#include "config/JsonEscape.h"
-#include "config/WideScan.h"
+#include "config/json/JsonEscape.h"
+#include "config/json/WideScan.h"
 
 #include <algorithm>
 
@@ -82,7 +82,7 @@ int32_t UnitsToCloseFrom(const wchar_t* text, int32_t length, int32_t place) {
 
 } // namespace
 
-int32_t ParseJsonString(std::wstring_view& result, JsonArena& arena, const wchar_t* text, int32_t length) {
+int32_t ParseJsonString(std::wstring_view& result, Arena& arena, const wchar_t* text, int32_t length) {
     if (!text || length < 1) {
         return -1;
     }

@@ -4,7 +4,7 @@
 // Portable, one thread.
 #pragma once
 
-#include "config/JsonValue.h"
+#include "config/json/JsonValue.h"
 
 #include <string_view>
 #include <vector>
@@ -13,7 +13,7 @@ namespace zq {
 
 class JsonTreeBuilder {
 public:
-    explicit JsonTreeBuilder(JsonArena& arena) : m_arena(arena) {}
+    explicit JsonTreeBuilder(Arena& arena) : m_arena(arena) {}
 
     void Open(bool isObject);
     // The key of the value that is added, or of the container that is opened, next.
@@ -36,7 +36,7 @@ private:
     JsonValue MakeArray(size_t first);
     JsonValue MakeObject(size_t first);
 
-    JsonArena& m_arena;
+    Arena& m_arena;
     std::wstring_view m_key;
     std::vector<OpenContainer> m_open;
     std::vector<JsonMember> m_members; // of all open containers, innermost last

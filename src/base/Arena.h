@@ -9,7 +9,7 @@
 
 namespace zq {
 
-class JsonArena {
+class Arena {
 public:
     // Memory for `count` objects that need no destructor. Raises std::bad_alloc.
     template <class T>

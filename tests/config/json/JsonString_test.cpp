@@ -1,4 +1,4 @@
-#include "config/JsonReader.h"
+#include "config/json/JsonReader.h"
 
 #include "support/TypedVariables.h"
 
@@ -24,7 +24,7 @@ void Expect(const Row& row) {
     SCOPED_TRACE(Printable(row.text));
     // Memory of exactly the text's size: a read past the end is seen by the sanitizers.
     const std::vector<wchar_t> text(row.text.begin(), row.text.end());
-    JsonArena arena;
+    Arena arena;
     std::wstring_view result;
     EXPECT_EQ(row.count, ParseJsonString(result, arena, text.data(), static_cast<int32_t>(text.size())));
     EXPECT_EQ(Printable(row.result), Printable(result));
@@ -118,7 +118,7 @@ TEST(JsonString, FailsWhereNoQuoteFollowsAtAll) {
 }
 
 TEST(JsonString, MissingTextFails) {
-    JsonArena arena;
+    Arena arena;
     std::wstring_view result;
     EXPECT_EQ(-1, ParseJsonString(result, arena, nullptr, 3));
     EXPECT_EQ(-1, ParseJsonString(result, arena, L"\"\"", 0));

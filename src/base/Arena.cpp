@@ -1,4 +1,4 @@
-#include "config/JsonArena.h"
+#include "base/Arena.h"
 
 #include <algorithm>
 
@@ -12,7 +12,7 @@ constexpr size_t kMostDoublings = 6;
 
 } // namespace
 
-void* JsonArena::AllocateBytes(size_t bytes) {
+void* Arena::AllocateBytes(size_t bytes) {
     bytes = (bytes + kAlignment - 1) / kAlignment * kAlignment;
     if (bytes > static_cast<size_t>(m_end - m_next)) {
         const size_t size = std::max(bytes, kFirstChunkBytes << std::min(m_chunks.size(), kMostDoublings));

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "platform/Mutex.h"
-#include "variables/HostAgent.h"
+#include "variables/hosts/HostAgent.h"
 
 #include <array>
 #include <memory>
@@ -15,10 +15,10 @@
 
 namespace zq {
 
-class HostAgentList {
+class HostRegistry {
 public:
     // `storeMutex` is what callbacks lock when they read and write variables; it must outlive this object.
-    explicit HostAgentList(const Mutex& storeMutex)
+    explicit HostRegistry(const Mutex& storeMutex)
         : m_storeMutex(storeMutex), m_guards{&m_mutex, &storeMutex} {}
 
     // A host that is registered already stays registered once.

@@ -1,7 +1,7 @@
-#include "config/JsonReader.h"
+#include "config/json/JsonReader.h"
 
-#include "config/JsonTrace.h"
-#include "config/JsonTreeBuilder.h"
+#include "config/json/JsonTrace.h"
+#include "config/json/JsonTreeBuilder.h"
 
 #include <string_view>
 
@@ -31,7 +31,7 @@ Start StartOf(wchar_t unit) {
     }
 }
 
-int32_t ReadScalarAt(JsonValue& value, JsonArena& arena, const wchar_t* text, int32_t length) {
+int32_t ReadScalarAt(JsonValue& value, Arena& arena, const wchar_t* text, int32_t length) {
     switch (length < 1 ? Start::None : StartOf(*text)) {
     case Start::String: {
         std::wstring_view string;
@@ -264,7 +264,7 @@ private:
 
     Trace m_trace;
     JsonTreeBuilder m_builder;
-    JsonArena& m_arena;
+    Arena& m_arena;
     const wchar_t* m_text;
     int32_t m_length;
     int32_t m_place = 0;

@@ -5,7 +5,7 @@
 // on the reading thread; keys and texts are valid as long as the tree is.
 #pragma once
 
-#include "config/JsonValue.h"
+#include "config/json/JsonValue.h"
 
 #include <cstdint>
 #include <string_view>

@@ -1,4 +1,4 @@
-#include "config/JsonValue.h"
+#include "config/json/JsonValue.h"
 
 #include <algorithm>
 

@@ -1,16 +1,16 @@
-#include "variables/HostAgentList.h"
+#include "variables/hosts/HostRegistry.h"
 
 #include <algorithm>
 #include <utility>
 
 namespace zq {
 
-HostAgentList::Agents::iterator HostAgentList::Find(CZQVariableHost* host) {
+HostRegistry::Agents::iterator HostRegistry::Find(CZQVariableHost* host) {
     return std::find_if(m_agents.begin(), m_agents.end(),
                         [host](const auto& agent) { return agent->Host() == host; });
 }
 
-void HostAgentList::RegisterHost(CZQVariableHost* host) {
+void HostRegistry::RegisterHost(CZQVariableHost* host) {
     MutexLock lock(m_mutex);
     if (Find(host) != m_agents.end()) {
         return;
@@ -19,7 +19,7 @@ void HostAgentList::RegisterHost(CZQVariableHost* host) {
     m_agents.back()->Start();
 }
 
-void HostAgentList::UnregisterHost(CZQVariableHost* host) {
+void HostRegistry::UnregisterHost(CZQVariableHost* host) {
     // Destroyed, and so stopped, behind the lock: a callback under way may come back for the list.
     std::unique_ptr<CZQVariableHostAgent> agent;
     {
@@ -33,7 +33,7 @@ void HostAgentList::UnregisterHost(CZQVariableHost* host) {
     }
 }
 
-void HostAgentList::UnregisterAll() {
+void HostRegistry::UnregisterAll() {
     MutexLock lock(m_mutex);
     for (auto& agent : m_agents) {
         agent.reset();
@@ -41,14 +41,14 @@ void HostAgentList::UnregisterAll() {
     m_agents = Agents();
 }
 
-void HostAgentList::NotifyHosts(std::wstring_view name, uint32_t type, CZQVariableHost* source) {
+void HostRegistry::NotifyHosts(std::wstring_view name, uint32_t type, CZQVariableHost* source) {
     MutexLock lock(m_mutex);
     for (const auto& agent : m_agents) {
         agent->Enqueue(name, type, source);
     }
 }
 
-void HostAgentList::NotifyHostsReloaded() {
+void HostRegistry::NotifyHostsReloaded() {
     MutexLock lock(m_mutex);
     for (const auto& agent : m_agents) {
         agent->EnqueueReload();

@@ -7,7 +7,7 @@
 #include "platform/Event.h"
 #include "platform/Mutex.h"
 #include "platform/Thread.h"
-#include "variables/ChangeEvent.h"
+#include "variables/hosts/ChangeEvent.h"
 
 #include <array>
 #include <string_view>

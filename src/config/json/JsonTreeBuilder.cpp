@@ -1,4 +1,4 @@
-#include "config/JsonTreeBuilder.h"
+#include "config/json/JsonTreeBuilder.h"
 
 #include <algorithm>
 #include <memory>

@@ -1,4 +1,4 @@
-#include "config/JsonReader.h"
+#include "config/json/JsonReader.h"
 
 #include "support/TypedVariables.h"
 
