@@ -5,7 +5,7 @@
 #include "VariableDifference.h"
 #include "VariableText.h"
 
-#include "config/ConfigFileNames.h"
+#include "config/ConfigFile.h"
 
 #include <algorithm>
 #include <cstdio>
