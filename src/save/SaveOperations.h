@@ -1,10 +1,12 @@
 // The saves: one value of one private file replaced, the rest kept, by reading, changing and writing the
 // whole file.
 //
-// Any thread may call, callbacks of the host included: the file's mutex is held around the read, the change
-// and the write, never while the host is called. The variables are not touched; they follow when the watcher
-// reads the file again. A save that is not possible writes nothing; the result says why, and the interface
-// drops it.
+// Any thread may call, callbacks of the host included. The file stays open without write sharing, and its
+// mutex is held, from the read to the end of the write: two saves, of this process or of others, cannot lose
+// each other's change. Where another program holds the file, a save tries again for half a second; the mutex
+// is free during the pauses. The host is called with no lock held. The variables are not touched: they follow
+// when the watcher reads the file again. A save that is not possible writes nothing; the result says why, and
+// the interface drops it.
 #pragma once
 
 #include "save/DocumentEdit.h"
@@ -33,6 +35,7 @@ struct SettingName {
     std::optional<int64_t> deviceIndex; // "DHI", for isPerDevice
 };
 
+// What is saved is on the disk when these return. A file that is a link out of its folder is not written.
 SaveResult SaveSetting(const SaveTarget& target, const SettingName& setting, const ValueSetter& set);
 
 SaveResult SaveHmdListValues(const SaveTarget& target, const std::wstring& deviceName,

@@ -1,10 +1,10 @@
 // The store, the hosts and the loaders' rooms, used by many threads at once under ThreadSanitizer: that
 // nothing is read where another thread writes.
-#include "config/ConfigText.h"
 #include "base/HostLog.h"
-#include "variables/hosts/HostRegistry.h"
+#include "config/ConfigText.h"
 #include "variables/VariableBatch.h"
 #include "variables/VariableStore.h"
+#include "variables/hosts/HostRegistry.h"
 
 #include "CZQVariable.h"
 
