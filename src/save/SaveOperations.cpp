@@ -7,7 +7,6 @@
 #include "save/JsonDocument.h"
 #include "save/NarrowName.h"
 
-#include <memory>
 #include <vector>
 
 #include <windows.h>
@@ -93,6 +92,10 @@ SaveResult Rewrite(const SaveTarget& target, const Edit& edit) {
 }
 
 } // namespace
+
+int32_t LoadJsonDoc(const std::wstring& path, std::unique_ptr<EditableDocument>& document) {
+    return ParseJsonDoc(ViewOf(ReadSnapshot(path).bytes), document);
+}
 
 SaveResult SaveSetting(const SaveTarget& target, const SettingName& setting, const ValueSetter& set) {
     return Rewrite(target, [&](EditableDocument& document) {
