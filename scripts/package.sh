@@ -1,13 +1,8 @@
 #!/usr/bin/env bash
 # Builds the package for hosts' authors and users: scripts/package.sh
 # Prints the path of a ZIP with the DLL, zqsettings, headers, import libraries, CMake package, defaults, schemas, guides.
-set -euo pipefail
-
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-if [[ ${1:-} == --help ]]; then
-  sed -n '2,3s/^# //p' "${BASH_SOURCE[0]}"
-  exit 0
-fi
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+parse_arguments '' "$@"
 
 "$root/scripts/setup.sh"
 cd "$root"

@@ -73,11 +73,16 @@ check_script() {
   done
 }
 
-# What the README says of every script: it knows --help.
-check_help() {
-  local script
-  for script in scripts/*.sh; do
-    [[ -n $("$script" --help 2>&1 </dev/null) ]] || problem "README.md: $script does not know --help"
+# What the README says of every script: it supports --help, and refuses what it does not know before it does anything.
+check_scripts() {
+  local script code
+  for script in scripts/*; do
+    [[ -x $script ]] || continue
+    "$script" --help </dev/null 2>&1 | grep -qF "$script" || problem "README.md: $script --help does not show how to call it"
+    code=0
+    timeout 20 "$script" --no-such-option >"$work/refused" 2>&1 </dev/null || code=$?
+    [[ $code -eq 2 ]] && grep -q -- '--help\|^usage:' "$work/refused" ||
+      problem "README.md: $script does not refuse an unknown option: exit code $code"
   done
 }
 
@@ -108,9 +113,9 @@ check_commands() {
     check_command "$document" "$line"
     commands=$((commands + 1))
   done < <(
-    awk '/^```/ { inside = !inside; next } inside && (sub(/^\$ /, "") || /^(scripts|tests)\/[a-z_\/-]+\.sh( |$)/)' "$document"
+    awk '/^```/ { inside = !inside; next } inside && (sub(/^\$ /, "") || /^(scripts|tests)\/[a-z_\/-]+\.(sh|py)( |$)/)' "$document"
     awk '/^```/ { inside = !inside; next } !inside' "$document" |
-      grep -oE '`(zqsettings|cmake|ctest|(scripts|tests)/[a-z/_-]+\.sh)( [^`]*)?`' | tr -d '`' |
+      grep -oE '`(zqsettings|cmake|ctest|(scripts|tests)/[a-z/_-]+\.(sh|py))( [^`]*)?`' | tr -d '`' |
       grep -vE '^(zqsettings( COMMAND.*|)|cmake|ctest)$'
   )
 }
@@ -199,7 +204,7 @@ for document in "${documents[@]}"; do
   check_commands "$document"
 done
 [[ $commands -ge 30 ]] || problem "only $commands commands were found in the documents"
-check_help
+check_scripts
 check_messages
 check_example
 check_rules
