@@ -74,8 +74,13 @@ CreateThread(_SECURITY_ATTRIBUTES* security, unsigned long long stack, unsigned 
              void* argument, unsigned long flags, unsigned long* id);
 ZQ_WINAPI(int) CloseHandle(void* handle);
 ZQ_WINAPI(void) OutputDebugStringW(const wchar_t* text);
+#if defined(__MINGW32__) // whose header declares these two without dllimport
+void __stdcall AcquireSRWLockExclusive(_RTL_SRWLOCK* lock);
+void __stdcall ReleaseSRWLockExclusive(_RTL_SRWLOCK* lock);
+#else
 ZQ_WINAPI(void) AcquireSRWLockExclusive(_RTL_SRWLOCK* lock);
 ZQ_WINAPI(void) ReleaseSRWLockExclusive(_RTL_SRWLOCK* lock);
+#endif
 ZQ_WINAPI(int)
 SleepConditionVariableSRW(_RTL_CONDITION_VARIABLE* condition, _RTL_SRWLOCK* lock, unsigned long milliseconds,
                           unsigned long flags);
@@ -382,10 +387,12 @@ private:
 
 // How a value of each type is read from and written to the plain interface.
 template <class T>
-struct Access {
-    static_assert(sizeof(T) == 0,
-                  "a variable is a bool, int64_t, double, std::wstring or std::vector<std::byte>");
-};
+struct Access;
+
+template <class T>
+inline constexpr bool kIsVariableType =
+    std::is_same_v<T, bool> || std::is_same_v<T, int64_t> || std::is_same_v<T, double> ||
+    std::is_same_v<T, std::wstring> || std::is_same_v<T, std::vector<std::byte>>;
 
 template <>
 struct Access<bool> {
@@ -1305,7 +1312,13 @@ public:
     // characters costs a packet of all variables.
     template <class T>
     std::optional<T> get(detail::Name name) const {
-        return detail::Access<T>::get(variables(), name.get());
+        static_assert(detail::kIsVariableType<T>,
+                      "a variable is a bool, int64_t, double, std::wstring or std::vector<std::byte>");
+        if constexpr (detail::kIsVariableType<T>) {
+            return detail::Access<T>::get(variables(), name.get());
+        } else {
+            return std::nullopt;
+        }
     }
     template <class T>
     std::optional<T> get(const Key<T>& key) const {
@@ -1323,7 +1336,9 @@ public:
     template <class T, class U>
     void set(const Key<T>& key, const U& value, Notify notify = Notify::OnChange) const {
         static_assert(detail::kFits<T, U>, "the value does not fit the key's type without loss");
-        store<T>(detail::Name(key.name), value, notify);
+        if constexpr (detail::kFits<T, U>) {
+            store<T>(detail::Name(key.name), value, notify);
+        }
     }
 
     // Deletes a binary variable, the one kind that can be deleted singly.
@@ -1341,13 +1356,18 @@ public:
     template <class U>
     void save(detail::Name name, const U& value, SaveTo where = SaveTo::File) const {
         using T = detail::StoredType<U>;
-        static_assert(!std::is_same_v<T, std::vector<std::byte>>, "a file holds no binary values");
-        detail::Access<T>::save(plain(), name.get(), detail::convert<T>(value), where == SaveTo::Headset);
+        constexpr bool kIsSaved = detail::kIsVariableType<T> && !std::is_same_v<T, std::vector<std::byte>>;
+        static_assert(kIsSaved, "a file holds bools, numbers and wide texts");
+        if constexpr (kIsSaved) {
+            detail::Access<T>::save(plain(), name.get(), detail::convert<T>(value), where == SaveTo::Headset);
+        }
     }
     template <class T, class U>
     void save(const Key<T>& key, const U& value, SaveTo where = SaveTo::File) const {
         static_assert(detail::kFits<T, U>, "the value does not fit the key's type without loss");
-        save(detail::Name(key.name), detail::convert<T>(value), where);
+        if constexpr (detail::kFits<T, U>) {
+            save(detail::Name(key.name), detail::convert<T>(value), where);
+        }
     }
 
     // Overwrites the first numbers of a response in the headset list file; see SaveConfigHmdListIntArray.
@@ -1425,7 +1445,12 @@ private:
 
     template <class T, class U>
     void store(detail::Name name, const U& value, Notify notify) const {
-        detail::Access<T>::set(variables(), name.get(), detail::convert<T>(value), notify == Notify::Always);
+        static_assert(detail::kIsVariableType<T>,
+                      "a variable is a bool, a number, a wide text or a std::vector<std::byte>");
+        if constexpr (detail::kIsVariableType<T>) {
+            detail::Access<T>::set(variables(), name.get(), detail::convert<T>(value),
+                                   notify == Notify::Always);
+        }
     }
 
     Subscription subscribe(std::wstring pattern, bool isPrefix,
