@@ -18,5 +18,5 @@ folders=()
 for folder in include src tools tests benchmarks; do
   [[ -d $folder ]] && folders+=("$folder")
 done
-find "${folders[@]}" \( -name '*.h' -o -name '*.cpp' \) -print0 |
+find "${folders[@]}" \( -name '*.h' -o -name '*.hpp' -o -name '*.cpp' \) -print0 |
   xargs -0 -n 20 -P "$(nproc)" clang-format-14 "${mode[@]}"

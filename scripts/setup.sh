@@ -14,6 +14,8 @@ packages=(
   googletest rapidjson-dev libcli11-dev
   # The test hosts for the Microsoft ABI, the fuzz targets, the format check and the static analysis.
   clang-14 lld-14 libclang-rt-14-dev clang-format-14 clang-tidy-14
+  # The header of typed keys; the packet readers in Python, TypeScript and C#.
+  python3 nodejs node-typescript mono-mcs mono-runtime
 )
 benchmark_packages=(nlohmann-json3-dev libmsgpack-cxx-dev libcereal-dev robin-map-dev
   gnuplot-nox)
