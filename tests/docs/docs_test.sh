@@ -147,14 +147,15 @@ check_messages() {
   check_levels
 }
 
-# The guide shows the example's own files.
-check_example() {
-  local guide=docs/integrating.md file language
-  for file in cmake:examples/host/CMakeLists.txt cpp:examples/host/Main.cpp; do
-    language=${file%%:*}
-    file=${file#*:}
-    awk -v fence="\`\`\`$language" '$0 == fence { inside = 1; next } /^```$/ { inside = 0 } inside' "$guide" >"$work/shown"
-    cmp -s "$work/shown" "$file" || problem "$guide shows another $file than the one that is built"
+# The guide shows the examples' own files: each is one of its blocks.
+check_examples() {
+  local guide=docs/integrating.md file
+  for file in examples/{quickstart,host}/{CMakeLists.txt,Main.cpp}; do
+    awk -v file="$file" '
+      BEGIN { while ((getline line < file) > 0) wanted = wanted line "\n" }
+      /^```/ { if (inside && block == wanted) shown = 1; inside = !inside; block = ""; next }
+      inside { block = block $0 "\n" }
+      END { exit !shown }' "$guide" || problem "$guide shows another $file than the one that is built"
   done
 }
 
@@ -201,7 +202,7 @@ done
 [[ $commands -ge 30 ]] || problem "only $commands commands were found in the documents"
 check_help
 check_messages
-check_example
+check_examples
 check_rules
 
 if [[ $problems -gt 0 ]]; then
