@@ -71,6 +71,25 @@ TEST_F(Opening, NamesAFileThatIsNoDll) {
     EXPECT_EQ(Reason::WrongArchitecture, Failure().reason());
 }
 
+TEST_F(Opening, NamesADllThatWindowsDoesNotLoad) {
+    std::string bytes = ReadBytes(ProgramFolder() / L"ZQModSettings.dll");
+    bytes.replace(bytes.find("KERNEL32.dll"), 12, "ABSENT32.dll");
+    const fs::path file = folders.InstallDir() / L"ZQModSettings.dll";
+    WriteBytes(file, bytes);
+    options.library = file.wstring();
+    const Error error = Failure();
+    EXPECT_EQ(Reason::LibraryNotLoaded, error.reason());
+    EXPECT_EQ(static_cast<unsigned long>(ERROR_MOD_NOT_FOUND), error.systemCode());
+    EXPECT_TRUE(Mentions(error, "error 126")) << error.what();
+}
+
+TEST_F(Opening, NamesADllThatGivesNoObject) {
+    options.library = (ProgramFolder() / L"no_object.dll").wstring();
+    const Error error = Failure();
+    EXPECT_EQ(Reason::NoObject, error.reason());
+    EXPECT_EQ(nullptr, GetModuleHandleW(L"no_object.dll"));
+}
+
 TEST_F(Opening, NamesADllWithoutTheExport) {
     wchar_t system[MAX_PATH];
     GetSystemDirectoryW(system, MAX_PATH);

@@ -24,6 +24,11 @@ anchors() {
   sed -n 's/^#\+ //p' "$1" | tr '[:upper:]' '[:lower:]' | sed 's/[^a-z0-9 _-]//g; s/ /-/g'
 }
 
+# The links of a document, outside its code.
+links() {
+  awk '/^```/ { inside = !inside; next } !inside' "$1" | sed 's/`[^`]*`//g' | grep -oE '\]\([^)]+\)' || true
+}
+
 check_links() {
   local document=$1 target file anchor
   while read -r target; do
@@ -37,7 +42,7 @@ check_links() {
     elif [[ -n $anchor ]] && ! anchors "$file" | grep -qxF "${anchor#\#}"; then
       problem "$document: $file has no heading for $anchor"
     fi
-  done < <(grep -oE '\]\([^)]+\)' "$document" | sed 's/^](//; s/)$//')
+  done < <(links "$document" | sed 's/^](//; s/)$//')
 }
 
 zqsettings_help() {

@@ -35,11 +35,13 @@ done
 if grep -q "^CMAKE_BUILD_TYPE:.*=Release$" "$build/CMakeCache.txt" && named=$(grep -rlaF "$root" "$package"); then
   fail "these files name the folder of the build: $named"
 fi
-while IFS=: read -r document link; do
-  target=${link#*](}
-  target=${target%%[#)]*}
-  [[ -z $target || -e $(dirname "$document")/$target ]] || fail "$document links to $target, which the package has not"
-done < <(grep -oE "\]\([^)]+\)" "$package"/*.md "$package"/docs/*.md | grep -v "(http")
+for document in "$package"/*.md "$package"/docs/*.md; do
+  while read -r link; do
+    target=${link#*](}
+    target=${target%%[#)]*}
+    [[ -z $target || -e $(dirname "$document")/$target ]] || fail "$document links to $target, which the package has not"
+  done < <(awk '/^```/ { inside = !inside; next } !inside' "$document" | sed 's/`[^`]*`//g' | grep -oE "\]\([^)]+\)" | grep -v "(http")
+done
 
 # What the CMake package hands to each tool chain.
 find_package() {
