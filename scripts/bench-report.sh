@@ -184,6 +184,21 @@ TEXT
   table delivery 'to one host' plain
   cat <<'TEXT'
 
+## The comfort header
+
+Microseconds of a call through `ZQSettings.hpp` beside the same call of the plain interface.
+
+TEXT
+  table comfort 'call'
+  cat <<'TEXT'
+
+Nanoseconds of processor time for reading a `Cached` integer while so many threads read it; the last row while another thread
+sets it without a pause.
+
+TEXT
+  table cached 'threads'
+  cat <<'TEXT'
+
 ## Packets
 
 Microseconds for all variables: bools, integers, doubles, texts and blocks in equal parts. The peers pack from and unpack
