@@ -252,6 +252,11 @@ public:
         }
     }
 
+    bool isClosed() {
+        const Guard guard(m_lock);
+        return m_isClosed;
+    }
+
     bool isInside() {
         const Guard guard(m_lock);
         return contains(GetCurrentThreadId());
@@ -728,7 +733,7 @@ private:
             m_thread = GetCurrentThreadId();
             count = m_subscribers.size();
         }
-        for (size_t i = 0; i < count; ++i) {
+        for (size_t i = 0; i < count && !gate.isClosed(); ++i) {
             if (const std::shared_ptr<Subscriber> subscriber = startCall(i, change)) {
                 call(*subscriber, change);
                 endCall(*subscriber);

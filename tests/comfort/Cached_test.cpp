@@ -52,16 +52,15 @@ TEST_F(CachedValues, AreUpdatedBeforeAnySubscriberIsCalled) {
     std::atomic<int> calls{0};
     std::atomic<int> stale{0};
     std::atomic<int64_t> atReload{0};
-    const Cached<int64_t>* level = nullptr;
+    std::atomic<const Cached<int64_t>*> level{nullptr};
     const Subscription token = module.subscribe(L"Level", [&](const Change& change) {
-        if (change.isReload()) {
-            atReload = *level;
-        } else {
-            stale += *level < 100 + calls++ ? 1 : 0; // later sets may have arrived with this one
+        if (!change.isReload()) {
+            stale += *level.load() < 100 + calls++ ? 1 : 0; // later sets may have arrived with this one
         }
     });
     const Cached<int64_t> made(module, kLevel);
     level = &made;
+    const Subscription reloads = module.subscribe(L"None", [&](const Change&) { atReload = made.get(); });
     for (int i = 100; i < 300; ++i) {
         module.set(kLevel, i);
     }
@@ -69,8 +68,8 @@ TEST_F(CachedValues, AreUpdatedBeforeAnySubscriberIsCalled) {
     EXPECT_EQ(200, calls);
     EXPECT_EQ(0, stale);
     EditSettings(R"({"Level":1000})");
-    EXPECT_TRUE(WaitFor([&] { return atReload != 0; }));
-    EXPECT_EQ(1000, atReload);
+    EXPECT_TRUE(WaitFor([&] { return module.get(kLevel) == 1000; }));
+    EXPECT_TRUE(WaitFor([&] { return atReload == 1000; }));
 }
 
 TEST_F(CachedValues, KeepWhatTheyHoldWhenAllVariablesAreRemoved) {
