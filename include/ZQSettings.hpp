@@ -20,7 +20,8 @@
 // called from any thread, callbacks included. The caller must not move, close or destroy a Module while
 // another thread uses it. Subscriptions and Cached values may end at any time, also after their Module.
 //
-// Windows x64; GCC, Clang and the Microsoft compiler. No Windows header is needed or included.
+// Windows x64; GCC, Clang and the Microsoft compiler. No Windows header is needed or included; one that is
+// included beside this must be so with STRICT, its default.
 #pragma once
 
 #if !defined(ZQ_NO_IMPORT)
@@ -168,7 +169,9 @@ struct Options {
     bool createDataFolder = false;
 
     // Receives every message with its level: 1 notable, 2 progress, 3 warning, 4 failure. Called on any
-    // thread, on several at once, from the constructor of Module until its end; an exception is dropped.
+    // thread, on several at once, from the constructor of Module until its end; an exception is dropped. A
+    // call on the watcher's thread that is still running a second after the module is closed is terminated
+    // with that thread.
     std::function<void(int level, const std::wstring& text)> log;
     // Called after each look of the folder watcher at the files, on its thread, where nothing is watched
     // meanwhile. An exception is reported to `log`.
@@ -609,9 +612,7 @@ struct Subscriber {
     std::wstring pattern;
     bool isPrefix;
     std::function<void(const Change&)> callable;
-    // Under the lock of the dispatcher.
-    bool isRunning = false;
-    bool isDroppedInside = false; // inside its own call, which must not lose the callable
+    bool isRunning = false; // under the lock of the dispatcher
 
     bool matches(const Change& change) const {
         return change.isReload() ||
@@ -672,8 +673,7 @@ public:
         const Guard guard(m_lock);
         remove(subscriber);
         if (subscriber.isRunning && m_thread == GetCurrentThreadId()) {
-            subscriber.isDroppedInside = true;
-            return;
+            return; // inside its own call, after which the dispatcher's reference is the last
         }
         while (subscriber.isRunning) {
             m_finished.wait(m_lock);
@@ -773,14 +773,8 @@ private:
     }
 
     void endCall(Subscriber& subscriber) {
-        std::function<void(const Change&)> ended; // destroyed without the lock
-        {
-            const Guard guard(m_lock);
-            subscriber.isRunning = false;
-            if (subscriber.isDroppedInside) {
-                ended.swap(subscriber.callable);
-            }
-        }
+        const Guard guard(m_lock);
+        subscriber.isRunning = false;
         m_finished.wakeAll();
     }
 
@@ -862,9 +856,9 @@ public:
     // The end of a Module that is destroyed inside one of its callbacks: nothing of the host's is called any
     // more, and a thread of its own closes the module once the callback has returned.
     static void closeLater(std::shared_ptr<Core> core) noexcept {
-        static constexpr const wchar_t* kText = L"zq::Module was destroyed inside one of its own callbacks, "
-                                                L"which cannot wait for itself; another "
-                                                L"thread closes it. Destroy it outside of them.";
+        static constexpr const wchar_t* kText =
+            L"zq::Module was destroyed inside one of its own callbacks, which cannot wait for itself; "
+            L"another thread closes it. Destroy it outside of them.";
         OutputDebugStringW(kText);
         core->m_logHost.report(kText);
         core->m_dispatcher.gate.close();
@@ -1282,7 +1276,7 @@ public:
 
     // As close. Inside one of the module's own callbacks, where close would wait for itself, this is reported
     // at level 4, the host's callables are not called any more, and another thread closes the module once the
-    // callback has returned.
+    // callback has returned. REQUIRES: the code of this header stays loaded until then.
     ~Module() { end(); }
     Module(Module&&) = default;
     Module& operator=(Module&& other) noexcept {
