@@ -14,6 +14,10 @@ packages=(
   googletest rapidjson-dev libcli11-dev
   # The test hosts for the Microsoft ABI, the fuzz targets, the format check and the static analysis.
   clang-14 lld-14 libclang-rt-14-dev clang-format-14 clang-tidy-14
+  # Symbols for Windows in the release, and what reads them back.
+  llvm-14 perl
+  # The packages and their tests.
+  python3
 )
 benchmark_packages=(nlohmann-json3-dev libmsgpack-cxx-dev libcereal-dev robin-map-dev
   gnuplot-nox)
