@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
 # Runs the long forms of the tests, by hand: scripts/soak.sh [release|debug] [GTEST_FILTER]
 # Some minutes: hundreds of edits by a second process, lifecycles, stops, saves and changes under load; and behind them
-# everything at once for an hour, or for as many seconds as ZQ_SOAK_SECONDS says.
+# everything at once for an hour, or for as many seconds as ZQ_SOAK_SECONDS says. Ends with two builds of the committed state
+# that must give the same bytes; none with a filter.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 if [[ ${1:-} == --help ]]; then
-  sed -n '2,4s/^# //p' "${BASH_SOURCE[0]}"
+  sed -n '2,5s/^# //p' "${BASH_SOURCE[0]}"
   exit 0
 fi
 preset=${1:-release}
@@ -21,3 +22,6 @@ export ZQ_SOAK_SECONDS=${ZQ_SOAK_SECONDS:-3600}
 for program in core_tests system_tests; do
   scripts/wine-run.sh "build/$preset/bin/$program.exe" --gtest_brief=1 --gtest_filter="$filter"
 done
+if [[ $filter == "*" ]]; then
+  scripts/reproducible.sh
+fi
