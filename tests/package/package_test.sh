@@ -14,9 +14,10 @@ fail() {
   exit 1
 }
 
-cpack --config "$build/CPackConfig.cmake" -B "$work/made" >cpack.log || fail "cpack failed: $(cat cpack.log)"
-cmake -E tar xf made/*.zip
+"$root/packaging/make_packages.py" "$build" "$work/made" >made.log 2>&1 || fail "making the packages: $(cat made.log)"
+cmake -E tar xf made/ZQModSettings-*-win64.zip
 package=$(echo "$work"/ZQModSettings-*-win64)
+"$root/tests/package/packages_test.py" "$work/made" "$package" >packages.log 2>&1 || fail "$(cat packages.log)"
 
 for file in bin/ZQModSettings.dll bin/zqsettings.exe bin/defaults/ZQ2_HmdList.json include/CZQModSettings.h include/ZQSettings.hpp include/ZQSettingsKeys.hpp \
   lib/libZQModSettings.dll.a lib/ZQModSettings.lib lib/cmake/ZQModSettings/ZQModSettingsConfig.cmake \
@@ -31,8 +32,7 @@ done < <(sed -n 's/.*`\([^`]*\.txt\)`.*/\1/p' "$package/THIRD-PARTY.md")
 for folder in defaults:bin/defaults schemas:schemas docs:docs examples:examples include:include; do
   diff -r -x CMakeLists.txt -x ZQSettingsKeys.hpp "$root/${folder%%:*}" "$package/${folder##*:}" >diff.log || fail "${folder##*:} is not whole: $(cat diff.log)"
 done
-# A build for debugging has such paths in its debug information.
-if grep -q "^CMAKE_BUILD_TYPE:.*=Release$" "$build/CMakeCache.txt" && named=$(grep -rlaF "$root" "$package"); then
+if named=$(grep -rlaF "$root" "$package"); then
   fail "these files name the folder of the build: $named"
 fi
 for document in "$package"/*.md "$package"/docs/*.md; do
@@ -85,6 +85,12 @@ expect_line quickstart.log '70 Mbit/s'
 lines=$(cat "$package"/examples/quickstart/* | grep -c '[^[:space:]]')
 [[ $lines -le 25 ]] || fail "the quickstart has $lines lines, more than 25"
 
+# The tool chain of the module itself: exceptions cross the border, and the loader draws the stack protector's guard.
+x86_64-w64-mingw32-g++-posix -std=c++14 -static -Wall -Wextra -Werror -DZQ_NO_IMPORT -I "$package/include" \
+  "$root/tests/package/ImageHost.cpp" -o image_host.exe
+cp "$package/bin/ZQModSettings.dll" .
+"$root/scripts/wine-run.sh" image_host.exe >image_host.log || fail "the host of the same tool chain: $(cat image_host.log)"
+
 # Microsoft's ABI and import library. There is no run-time library for it here, so the host is a small one.
 cat >small.cpp <<'HOST'
 #include "CZQModSettings.h"
@@ -105,7 +111,6 @@ clang++-14 --target=x86_64-pc-windows-msvc -fms-compatibility-version=19.29 -std
   -I "$package/include" -c small.cpp -o small.obj
 lld-link-14 /nologo /nodefaultlib /entry:HostMain /subsystem:console /out:small.exe small.obj \
   "$package/lib/ZQModSettings.lib"
-cp "$package/bin/ZQModSettings.dll" .
 code=0
 "$root/scripts/wine-run.sh" small.exe || code=$?
 [[ $code -eq 7 ]] || fail "the host for Microsoft's ABI ended with $code instead of 7"
