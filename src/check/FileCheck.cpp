@@ -44,9 +44,8 @@ constexpr std::array<Echo, 3> kEchoes = {
 } // namespace
 
 bool WouldLoad(ConfigFile file, std::string_view bytes) {
-    ConfigText config;
-    VariableBatch batch;
-    return config.Read(bytes) && FlattenConfig(file, config.root, batch, HostLog());
+    ConfigText config(file);
+    return config.Read(bytes) && config.IsRootAccepted();
 }
 
 FileCheck::FileCheck(ConfigFile file, std::string_view bytes, const DefaultFile& defaults)
