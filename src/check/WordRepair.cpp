@@ -2,7 +2,7 @@
 
 #include "check/NearestName.h"
 #include "check/Quote.h"
-#include "config/json/JsonEscape.h"
+#include "config/json/JsonScalar.h"
 
 #include <algorithm>
 #include <array>
