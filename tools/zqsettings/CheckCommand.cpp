@@ -92,14 +92,19 @@ void AdviseKeptCopy(CheckedFile& file) {
     }
 }
 
-std::vector<CheckedFile> LookAtFiles(const CheckOptions& options) {
+std::vector<CheckedFile> ReadFiles(const CheckOptions& options) {
     std::vector<CheckedFile> files;
+    std::map<ConfigFile, DefaultFile> defaults;
     for (FileArgument& argument : FilesOf(options.files, options.as)) {
         CheckedFile& file = files.emplace_back();
         file.argument = std::move(argument);
         file.bytes = ReadBytes(file.argument.path);
-        file.check = std::make_unique<FileCheck>(file.argument.file, file.bytes,
-                                                 DefaultFileFor(file.argument.file, options.defaults));
+        auto known = defaults.find(file.argument.file);
+        if (known == defaults.end()) {
+            known = defaults.emplace(file.argument.file, DefaultFileFor(file.argument.file, options.defaults))
+                        .first;
+        }
+        file.check = std::make_unique<FileCheck>(file.argument.file, file.bytes, known->second);
         AdviseKeptCopy(file);
     }
     return files;
@@ -165,6 +170,7 @@ void WriteFile(JsonWriter& writer, const CheckedFile& file) {
     writer.StartObject();
     WriteMember(writer, "file", file.argument.shown);
     WriteMember(writer, "accepted", file.check->IsAccepted());
+    WriteMember(writer, "savable", file.check->IsSavable());
     writer.Key("problems");
     writer.StartArray();
     for (const Problem& problem : file.check->All()) {
@@ -208,7 +214,7 @@ bool IsGood(const CheckedFile& file, const CheckOptions& options) {
 }
 
 bool Check(const CheckOptions& options) {
-    std::vector<CheckedFile> files = LookAtFiles(options);
+    std::vector<CheckedFile> files = ReadFiles(options);
     CheckFolders(files);
     for (CheckedFile& file : files) {
         if (options.isStrict) {
