@@ -109,7 +109,7 @@ constexpr const char* kIntroduction = "# Mistakes in the configuration files\n"
                                       "edit the files, with line and column, whether the\n"
                                       "module accepts the file all the same, and whether `zqsettings check "
                                       "--fix` corrects it. The files are in\n"
-                                      "[tests/mistakes](../tests/mistakes); a test writes this table.\n"
+                                      "`tests/mistakes`; a test writes this table.\n"
                                       "\n"
                                       "| mistake | message | the module | fixed |\n"
                                       "|---|---|---|---|\n";
