@@ -1,6 +1,6 @@
 // The commands of zqsettings, each in a file of its own. An Add function describes its command to the parser
-// and leaves a callback that runs it; a command that fails raises Failure, and one that ends with an exit
-// code of its own raises CLI::RuntimeError.
+// and leaves a callback that runs it; a command that fails raises Failure, and one that has printed a "no"
+// raises Ended.
 #pragma once
 
 namespace CLI {
@@ -20,5 +20,8 @@ void AddSetHmdCommand(CLI::App& app);
 void AddShowCommand(CLI::App& app);
 void AddSurveyCommand(CLI::App& app);
 void AddWatchCommand(CLI::App& app);
+
+// All of them, in the order in which the help lists them.
+void AddCommands(CLI::App& app);
 
 } // namespace zq::tool

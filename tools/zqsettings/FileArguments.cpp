@@ -7,8 +7,6 @@
 
 #include <array>
 #include <cwchar>
-#include <fstream>
-#include <iterator>
 #include <system_error>
 
 namespace zq::tool {
@@ -76,15 +74,6 @@ std::vector<FileArgument> FilesOf(const std::vector<std::string>& arguments, con
         files.push_back({path, argument, *file});
     }
     return files;
-}
-
-std::string ReadBytes(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (!in.is_open() || in.bad()) {
-        throw Failure("the file " + Utf8FromPath(path) + " cannot be read");
-    }
-    return bytes;
 }
 
 } // namespace zq::tool

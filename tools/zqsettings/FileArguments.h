@@ -1,6 +1,8 @@
 // The files that a command line names, and what each stands for.
 #pragma once
 
+#include "FileBytes.h"
+
 #include "config/ConfigText.h"
 
 #include <filesystem>
@@ -23,8 +25,5 @@ std::optional<ConfigFile> FileOfName(const std::filesystem::path& path);
 // "settings", "hmd-list" or "quality", as --as takes it; empty for by name. A folder stands for those of the
 // three files that it holds. Raises Failure for a name that says nothing, and for what does not exist.
 std::vector<FileArgument> FilesOf(const std::vector<std::string>& arguments, const std::string& as);
-
-// Raises Failure where the file cannot be read.
-std::string ReadBytes(const std::filesystem::path& path);
 
 } // namespace zq::tool

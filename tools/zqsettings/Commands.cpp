@@ -1,0 +1,19 @@
+#include "Commands.h"
+
+namespace zq::tool {
+
+void AddCommands(CLI::App& app) {
+    AddCheckCommand(app);
+    AddListCommand(app);
+    AddGetCommand(app);
+    AddDiffCommand(app);
+    AddExplainCommand(app);
+    AddSurveyCommand(app);
+    AddShowCommand(app);
+    AddWatchCommand(app);
+    AddSetCommand(app);
+    AddSetHmdCommand(app);
+    AddPacketCommand(app);
+}
+
+} // namespace zq::tool
