@@ -6,23 +6,28 @@ namespace zq {
 
 namespace {
 
-// Each chunk is twice as large as the one before: a small file takes little, a large one few.
-constexpr size_t kFirstChunkBytes = size_t{4} * 1024;
-constexpr size_t kMostDoublings = 6;
+constexpr size_t kSmallestChunk = size_t{2} * 1024;
+constexpr size_t kLargestChunk = size_t{256} * 1024;
 
 } // namespace
 
-void* Arena::AllocateBytes(size_t bytes) {
-    bytes = (bytes + kAlignment - 1) / kAlignment * kAlignment;
-    if (bytes > static_cast<size_t>(m_end - m_next)) {
-        const size_t size = std::max(bytes, kFirstChunkBytes << std::min(m_chunks.size(), kMostDoublings));
-        m_chunks.push_back(std::make_unique_for_overwrite<std::byte[]>(size));
-        m_next = m_chunks.back().get();
-        m_end = m_next + size;
+void Arena::AddChunk(size_t bytes) {
+    // A quarter of what there is keeps the unused end small beside the whole.
+    const size_t size = std::max(bytes, std::clamp(m_chunkBytes / 4, kSmallestChunk, kLargestChunk));
+    m_chunks = new (::operator new(sizeof(Chunk) + size)) Chunk{m_chunks};
+    m_chunkBytes += size;
+    m_next = reinterpret_cast<std::byte*>(m_chunks + 1);
+    m_end = m_next + size;
+}
+
+void Arena::Clear() noexcept {
+    while (m_chunks) {
+        Chunk* next = m_chunks->next;
+        ::operator delete(m_chunks);
+        m_chunks = next;
     }
-    void* memory = m_next;
-    m_next += bytes;
-    return memory;
+    m_chunkBytes = 0;
+    m_next = m_end = nullptr;
 }
 
 } // namespace zq

@@ -21,7 +21,7 @@ size_t SequenceLength(unsigned char lead) {
     return lead >= 0xF0 && lead < 0xF5 ? 4 : 0;
 }
 
-// Decodes the sequence at the front of `bytes` and moves behind it.
+// Decodes the sequence at the front of `bytes` and removes it.
 uint32_t TakeUtf8(std::string_view& bytes) {
     const auto lead = static_cast<unsigned char>(bytes.front());
     const size_t length = SequenceLength(lead);

@@ -79,7 +79,7 @@ TEST_F(JsonDocument, WhatIsWrittenHasNoMarkAndNothingBehindItsEndAndLoads) {
     EXPECT_EQ("{\n    \"A\": [\n        1,\n        {\n            \"B\": true\n        }\n    ],\n    "
               "\"C\": null\n}",
               bytes);
-    EXPECT_TRUE(ConfigText().Read(bytes));
+    EXPECT_TRUE(ConfigText(ConfigFile::Settings).Read(bytes));
 }
 
 TEST_F(JsonDocument, NonAsciiTextIsWrittenAsItIsAndRefusedByTheLoader) {

@@ -3,7 +3,7 @@
 #include "ModuleSession.h"
 #include "TimeText.h"
 
-#include "config/ConfigFileNames.h"
+#include "config/ConfigFile.h"
 
 #include <algorithm>
 

@@ -6,6 +6,7 @@ void AddCommands(CLI::App& app) {
     AddCheckCommand(app);
     AddListCommand(app);
     AddGetCommand(app);
+    AddDescribeCommand(app);
     AddDiffCommand(app);
     AddExplainCommand(app);
     AddSurveyCommand(app);
@@ -13,6 +14,7 @@ void AddCommands(CLI::App& app) {
     AddWatchCommand(app);
     AddSetCommand(app);
     AddSetHmdCommand(app);
+    AddRestoreCommand(app);
     AddPacketCommand(app);
 }
 

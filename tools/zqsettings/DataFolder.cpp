@@ -5,7 +5,7 @@
 #include "ModuleLibrary.h"
 #include "Text.h"
 
-#include "config/ConfigFileNames.h"
+#include "config/ConfigFile.h"
 
 #include <algorithm>
 #include <cwchar>
@@ -32,8 +32,9 @@ bool IsNamedAsDataFolder(const fs::path& folder) {
 }
 
 bool HoldsConfigFile(const fs::path& folder) {
-    return std::any_of(kConfigFileNames.begin(), kConfigFileNames.end(),
-                       [&](const wchar_t* name) { return fs::exists(fs::symlink_status(folder / name)); });
+    return std::any_of(kConfigFiles.begin(), kConfigFiles.end(), [&](ConfigFile file) {
+        return fs::exists(fs::symlink_status(folder / NameOfConfigFile(file)));
+    });
 }
 
 fs::path ExistingFolder(const fs::path& path, const char* what) {

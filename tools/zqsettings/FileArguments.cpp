@@ -3,7 +3,7 @@
 #include "Failure.h"
 #include "Text.h"
 
-#include "config/ConfigFileNames.h"
+#include "config/ConfigFile.h"
 
 #include <array>
 #include <cwchar>
@@ -15,13 +15,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::array<ConfigFile, 3> kFiles = {ConfigFile::Settings, ConfigFile::HmdList, ConfigFile::Quality};
 constexpr std::array<const char*, 3> kRoles = {"settings", "hmd-list", "quality"};
 
 ConfigFile FileOfRole(const std::string& role) {
     for (size_t i = 0; i < kRoles.size(); ++i) {
         if (role == kRoles[i]) {
-            return kFiles[i];
+            return kConfigFiles[i];
         }
     }
     throw Failure("--as takes settings, hmd-list or quality, not " + role);
@@ -29,7 +28,7 @@ ConfigFile FileOfRole(const std::string& role) {
 
 void AddFolder(const fs::path& folder, const std::string& shown, std::vector<FileArgument>& files) {
     const size_t before = files.size();
-    for (const ConfigFile file : kFiles) {
+    for (const ConfigFile file : kConfigFiles) {
         const fs::path path = (folder / NameOfConfigFile(file)).make_preferred();
         if (fs::exists(path)) {
             files.push_back({path, Utf8FromPath(path), file});
@@ -44,7 +43,7 @@ void AddFolder(const fs::path& folder, const std::string& shown, std::vector<Fil
 
 std::optional<ConfigFile> FileOfName(const fs::path& path) {
     const std::wstring name = path.filename().native();
-    for (const ConfigFile file : kFiles) {
+    for (const ConfigFile file : kConfigFiles) {
         const std::wstring stem = fs::path(NameOfConfigFile(file)).stem().native();
         const bool hasStem = _wcsnicmp(name.c_str(), stem.c_str(), stem.size()) == 0;
         if (hasStem && (name.size() == stem.size() || name[stem.size()] == L'.')) {

@@ -5,7 +5,7 @@
 #include "FileBytes.h"
 #include "Text.h"
 
-#include "config/ConfigFileNames.h"
+#include "config/ConfigFile.h"
 
 #include <fstream>
 

@@ -3,6 +3,7 @@
 
 #include "Console.h"
 #include "FolderLook.h"
+#include "KeyText.h"
 #include "NameLookup.h"
 #include "NamePattern.h"
 #include "Text.h"
@@ -23,13 +24,16 @@ struct ListOptions {
     ModuleOptions module;
     VariableFilter filter;
     bool isJson = false;
+    bool isLong = false;
 };
 
 void List(const ListOptions& options) {
     const std::vector<Variable> all = LookAt(options.module, FindDataFolderOrDefaults(options.module.data));
     RequireKnown(options.filter, all);
     const std::vector<Variable> variables = options.filter.Apply(all);
-    Print(options.isJson ? JsonText(variables) : TableText(variables));
+    Print(options.isJson   ? JsonText(variables)
+          : options.isLong ? LongTableText(variables)
+                           : TableText(variables));
 }
 
 bool IsOneName(const VariableFilter& filter) {
@@ -98,6 +102,7 @@ void AddListCommand(CLI::App& app) {
     AddModuleOptions(command, options->module);
     AddNames(command, options->filter);
     AddFilterOptions(command, options->filter);
+    command.AddFlag("--long", options->isLong, "With what each is: meaning, type, range, unit, default");
     command.AddFlag("--json", options->isJson, "Print them as JSON");
     command.Run([options] { List(*options); });
 }

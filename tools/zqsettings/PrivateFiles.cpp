@@ -8,7 +8,7 @@
 #include "TimeText.h"
 
 #include "check/FileCheck.h"
-#include "config/ConfigFileNames.h"
+#include "config/ConfigFile.h"
 
 #include <algorithm>
 

@@ -5,7 +5,7 @@
 
 #include "Command.h"
 
-#include "config/ConfigText.h"
+#include "config/ConfigFile.h"
 
 #include <array>
 #include <filesystem>
@@ -13,9 +13,6 @@
 #include <string>
 
 namespace zq::tool {
-
-inline constexpr std::array<ConfigFile, 3> kConfigFiles = {ConfigFile::Settings, ConfigFile::HmdList,
-                                                           ConfigFile::Quality};
 
 enum class PrivateFileState { Accepted, Refused, Missing };
 

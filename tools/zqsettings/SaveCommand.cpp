@@ -15,7 +15,7 @@
 #include "VariableDifference.h"
 
 #include "base/HostLog.h"
-#include "config/ConfigFileNames.h"
+#include "config/ConfigFile.h"
 #include "platform/Mutex.h"
 #include "save/SaveOperations.h"
 

@@ -93,7 +93,8 @@ SavedValue ParseSavedValue(const std::string& text, const std::string& type) {
     return text;
 }
 
-SavedValue ParseSavedValueFor(const std::string& name, const SettingMember& member, const std::string& text) {
+SavedValue ParseSavedValueFor(const std::string& name, const SettingMember& member, const std::string& text,
+                              bool isFraction) {
     const std::string line = " (line " + std::to_string(member.line) + ")";
     if (member.kind == JsonKind::Object || member.kind == JsonKind::Array || member.kind == JsonKind::Null) {
         throw Failure("nothing was saved: " + name + " is " +
@@ -102,6 +103,9 @@ SavedValue ParseSavedValueFor(const std::string& name, const SettingMember& memb
                                                             : "null") +
                           line + ", which a value would replace whole; --type and --force do that",
                       ExitCode::No);
+    }
+    if (isFraction && member.kind == JsonKind::Integer && !NumberOf<int64_t>(text) && DoubleOf(text)) {
+        return *DoubleOf(text);
     }
     try {
         return ParseSavedValue(text, TypeOf(member.kind));

@@ -1,8 +1,10 @@
 #include "SettingCheck.h"
 
 #include "Failure.h"
+#include "Overloads.h"
 #include "Text.h"
 
+#include "check/KeyDescription.h"
 #include "check/NearestName.h"
 
 #include <algorithm>
@@ -93,6 +95,45 @@ void RequireHeadset(const SettingsDocument& document, const SettingRequest& requ
     }
 }
 
+JsonValue JsonValueOf(const SavedValue& value, const std::wstring& text) {
+    JsonValue json;
+    std::visit(Overloads{
+                   [&](bool truth) {
+                       json.kind = JsonKind::Bool;
+                       json.boolean = truth ? 1 : 0;
+                   },
+                   [&](int64_t number) {
+                       json.kind = JsonKind::Integer;
+                       json.integer = number;
+                   },
+                   [&](double number) {
+                       json.kind = JsonKind::Double;
+                       json.real = number;
+                   },
+                   [&](const std::string&) {
+                       json.kind = JsonKind::String;
+                       json.text = text.data();
+                       json.count = static_cast<uint32_t>(text.size());
+                   },
+               },
+               value);
+    return json;
+}
+
+// By the rule that the schemas have for the name. A type that was asked for is not questioned.
+void RequireInRange(const SettingRequest& request, const std::optional<KeyDescription>& description,
+                    const SavedValue& value) {
+    const std::wstring text = WideFromUtf8(request.text);
+    const JsonValue json = JsonValueOf(value, text);
+    if (!description || !description->rule.Allows(json.kind)) {
+        return;
+    }
+    if (const auto misfit = MisfitOf(description->rule, json)) {
+        Refuse(request.name + ": " + request.text + ' ' + misfit->text +
+               (misfit->fix.empty() ? "" : "; " + misfit->fix) + kInsist);
+    }
+}
+
 } // namespace
 
 SavedValue RequireSensible(const SettingsDocument& document, const SettingRequest& request) {
@@ -100,12 +141,15 @@ SavedValue RequireSensible(const SettingsDocument& document, const SettingReques
     const SettingMember member = request.isPerDevice && hasHeadsets ? RequireHeadsetMember(document, request)
                                                                     : RequireRootMember(document, request);
     const bool isScalar = member.kind != JsonKind::Object && member.kind != JsonKind::Array;
+    const std::optional<KeyDescription> description = DescribeKey(WideFromUtf8(request.name));
+    const bool isFraction = description && description->rule.Allows(JsonKind::Double);
     SavedValue value = request.type.empty() || (!isScalar && !request.isForced)
-                           ? ParseSavedValueFor(request.name, member, request.text)
+                           ? ParseSavedValueFor(request.name, member, request.text, isFraction)
                            : ParseSavedValue(request.text, request.type);
     if (!request.isForced) {
         RequireAscii(request, value);
         RequireHeadset(document, request, value);
+        RequireInRange(request, description, value);
     }
     return value;
 }

@@ -1,6 +1,6 @@
 #include "TimeText.h"
 
-#include "config/ConfigFileNames.h"
+#include "config/ConfigFile.h"
 
 #include <algorithm>
 #include <array>
@@ -64,8 +64,8 @@ std::string LocalClockText() {
 double MillisecondsSinceLastWrite(const std::filesystem::path& folder) {
     constexpr double kTicksPerMillisecond = 10'000;
     uint64_t newest = 0;
-    for (const wchar_t* name : kConfigFileNames) {
-        newest = std::max(newest, Ticks(LastWrite(folder / name)));
+    for (const ConfigFile file : kConfigFiles) {
+        newest = std::max(newest, Ticks(LastWrite(folder / NameOfConfigFile(file))));
     }
     FILETIME now{};
     GetSystemTimePreciseAsFileTime(&now);

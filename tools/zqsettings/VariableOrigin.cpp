@@ -3,7 +3,7 @@
 #include "FileBytes.h"
 
 #include "check/FileCheck.h"
-#include "config/ConfigFileNames.h"
+#include "config/ConfigFile.h"
 
 namespace zq::tool {
 

@@ -7,7 +7,7 @@
 #include "VariableText.h"
 
 #include "check/FileCheck.h"
-#include "config/ConfigFileNames.h"
+#include "config/ConfigFile.h"
 
 #include <algorithm>
 

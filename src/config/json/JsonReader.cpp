@@ -80,24 +80,24 @@ struct NoTrace {
     void OnFault(int32_t, JsonFault) const {}
 };
 
-// Tells a trace, with places counted from the start of the text instead of the value's.
-class PlacedTrace {
+// Reports to a trace, with offsets counted from the start of the text instead of the value's.
+class OffsetTrace {
 public:
     static constexpr bool kTells = true;
 
-    PlacedTrace(JsonTrace& trace, int32_t start) : m_trace(trace), m_start(start) {}
+    OffsetTrace(JsonTrace& trace, int32_t start) : m_trace(trace), m_start(start) {}
 
-    void OnOpen(int32_t place, bool isObject) const { m_trace.OnOpen(m_start + place, isObject); }
+    void OnOpen(int32_t offset, bool isObject) const { m_trace.OnOpen(m_start + offset, isObject); }
     void OnClose(int32_t end) const { m_trace.OnClose(m_start + end); }
-    void OnKey(int32_t place, int32_t end, std::wstring_view key) const {
-        m_trace.OnKey(m_start + place, m_start + end, key);
+    void OnKey(int32_t offset, int32_t end, std::wstring_view key) const {
+        m_trace.OnKey(m_start + offset, m_start + end, key);
     }
-    void OnScalar(int32_t place, int32_t end, const JsonValue& value) const {
-        m_trace.OnScalar(m_start + place, m_start + end, value);
+    void OnScalar(int32_t offset, int32_t end, const JsonValue& value) const {
+        m_trace.OnScalar(m_start + offset, m_start + end, value);
     }
-    void OnMissingComma(int32_t place) const { m_trace.OnMissingComma(m_start + place); }
-    void OnTrailingComma(int32_t place) const { m_trace.OnTrailingComma(m_start + place); }
-    void OnFault(int32_t place, JsonFault fault) const { m_trace.OnFault(m_start + place, fault); }
+    void OnMissingComma(int32_t offset) const { m_trace.OnMissingComma(m_start + offset); }
+    void OnTrailingComma(int32_t offset) const { m_trace.OnTrailingComma(m_start + offset); }
+    void OnFault(int32_t offset, JsonFault fault) const { m_trace.OnFault(m_start + offset, fault); }
 
 private:
     JsonTrace& m_trace;
@@ -122,17 +122,17 @@ public:
             const bool isAtClose = IsAtClose();
             TellComma(isAtClose);
             if (isAtClose) {
-                ++m_place;
-                m_trace.OnClose(m_place);
+                ++m_offset;
+                m_trace.OnClose(m_offset);
                 if (Close(result)) {
-                    return m_place;
+                    return m_offset;
                 }
                 continue;
             }
             if (m_builder.IsInObject() && !ReadKey()) {
                 return Failure();
             }
-            if (m_place < m_length && (m_text[m_place] == L'{' || m_text[m_place] == L'[')) {
+            if (m_offset < m_length && (m_text[m_offset] == L'{' || m_text[m_offset] == L'[')) {
                 if (!Open()) {
                     return Failure();
                 }
@@ -147,8 +147,8 @@ public:
 
 private:
     int32_t LastOf(wchar_t unit) const {
-        const size_t place = std::wstring_view(m_text, static_cast<size_t>(m_length)).rfind(unit);
-        return place == std::wstring_view::npos ? -1 : static_cast<int32_t>(place);
+        const size_t offset = std::wstring_view(m_text, static_cast<size_t>(m_length)).rfind(unit);
+        return offset == std::wstring_view::npos ? -1 : static_cast<int32_t>(offset);
     }
 
     // The last closing unit of each kind is looked for once, so that the test whether any follows costs
@@ -158,20 +158,20 @@ private:
         if (last == kNotSought) {
             last = LastOf(isObject ? L'}' : L']');
         }
-        return last >= m_place;
+        return last >= m_offset;
     }
 
     bool Open() {
-        const bool isObject = m_text[m_place] == L'{';
+        const bool isObject = m_text[m_offset] == L'{';
         if (!IsClosedSomewhere(isObject)) {
             return Fail(JsonFault::NeverClosed);
         }
         if (m_builder.Depth() == 1) {
-            m_elementPlace = m_place;
+            m_elementOffset = m_offset;
         }
         m_builder.Open(isObject);
-        m_trace.OnOpen(m_place, isObject);
-        ++m_place;
+        m_trace.OnOpen(m_offset, isObject);
+        ++m_offset;
         m_comma = kNoneNeeded;
         return true;
     }
@@ -188,25 +188,25 @@ private:
     }
 
     bool IsAtClose() const {
-        return m_place < m_length && m_text[m_place] == (m_builder.IsInObject() ? L'}' : L']');
+        return m_offset < m_length && m_text[m_offset] == (m_builder.IsInObject() ? L'}' : L']');
     }
 
     bool ReadKey() {
-        if (m_lastQuote < m_place) {
-            return Fail(m_place < m_length ? JsonFault::NoKey : JsonFault::Unfinished);
+        if (m_lastQuote < m_offset) {
+            return Fail(m_offset < m_length ? JsonFault::NoKey : JsonFault::Unfinished);
         }
         std::wstring_view key;
-        const int32_t count = ParseJsonString(key, m_arena, m_text + m_place, m_length - m_place);
+        const int32_t count = ParseJsonString(key, m_arena, m_text + m_offset, m_length - m_offset);
         if (count < 1) {
             return Fail(JsonFault::NoKey);
         }
-        m_trace.OnKey(m_place, m_place + count, key);
-        m_place += count;
+        m_trace.OnKey(m_offset, m_offset + count, key);
+        m_offset += count;
         SkipSpace();
-        if (m_place >= m_length || m_text[m_place] != L':') {
-            return Fail(m_place < m_length ? JsonFault::NoColon : JsonFault::Unfinished);
+        if (m_offset >= m_length || m_text[m_offset] != L':') {
+            return Fail(m_offset < m_length ? JsonFault::NoColon : JsonFault::Unfinished);
         }
-        ++m_place;
+        ++m_offset;
         SkipSpace();
         m_builder.SetKey(key);
         return true;
@@ -214,29 +214,29 @@ private:
 
     bool ReadScalar() {
         JsonValue value;
-        const wchar_t* const token = m_text + m_place;
-        const int32_t left = m_length - m_place;
+        const wchar_t* const token = m_text + m_offset;
+        const int32_t left = m_length - m_offset;
         const int32_t count = ReadScalarAt(value, m_arena, token, left);
         if (count < 1) {
             return Fail(left < 1 ? JsonFault::Unfinished : ScalarFault(token, left));
         }
-        m_trace.OnScalar(m_place, m_place + count, value);
-        m_place += count;
+        m_trace.OnScalar(m_offset, m_offset + count, value);
+        m_offset += count;
         m_builder.Add(value);
         return true;
     }
 
     void SkipSpace() {
-        while (m_place < m_length && m_text[m_place] >= 1 && m_text[m_place] <= 32) {
-            ++m_place;
+        while (m_offset < m_length && m_text[m_offset] >= 1 && m_text[m_offset] <= 32) {
+            ++m_offset;
         }
     }
 
     void SkipComma() {
         SkipSpace();
-        const bool isComma = m_place < m_length && m_text[m_place] == L',';
-        m_comma = isComma ? m_place : kMissing;
-        m_place += isComma ? 1 : 0;
+        const bool isComma = m_offset < m_length && m_text[m_offset] == L',';
+        m_comma = isComma ? m_offset : kMissing;
+        m_offset += isComma ? 1 : 0;
     }
 
     // At the next element or at the end: was there a comma where one belongs, and only there?
@@ -244,19 +244,19 @@ private:
         if constexpr (Trace::kTells) {
             if (isAtClose && m_comma >= 0) {
                 m_trace.OnTrailingComma(m_comma);
-            } else if (!isAtClose && m_comma == kMissing && m_place < m_length) {
-                m_trace.OnMissingComma(m_place);
+            } else if (!isAtClose && m_comma == kMissing && m_offset < m_length) {
+                m_trace.OnMissingComma(m_offset);
             }
         }
     }
 
     bool Fail(JsonFault fault) const {
-        m_trace.OnFault(m_place, fault);
+        m_trace.OnFault(m_offset, fault);
         return false;
     }
 
     // Whatever fails inside a nested container, the outermost one stopped before the element that holds it.
-    int32_t Failure() const { return -(m_builder.Depth() == 1 ? m_place : m_elementPlace); }
+    int32_t Failure() const { return -(m_builder.Depth() == 1 ? m_offset : m_elementOffset); }
 
     static constexpr int32_t kNotSought = -2;
     static constexpr int32_t kMissing = -1;
@@ -267,9 +267,9 @@ private:
     Arena& m_arena;
     const wchar_t* m_text;
     int32_t m_length;
-    int32_t m_place = 0;
-    int32_t m_comma = kNoneNeeded; // the place of the one behind the last element
-    int32_t m_elementPlace = 0;    // where the outermost container's open element starts
+    int32_t m_offset = 0;
+    int32_t m_comma = kNoneNeeded; // the offset of the one after the last element
+    int32_t m_elementOffset = 0;   // where the outermost container's open element starts
     int32_t m_lastQuote;
     int32_t m_lastBrace = kNotSought;
     int32_t m_lastBracket = kNotSought;
@@ -334,7 +334,7 @@ int32_t ParseJsonValue(JsonRoot& root, const wchar_t* text, int32_t length, Json
         return -1;
     }
     const int32_t space = LeadingSpace(text, length);
-    return ParseBehindSpace(root, text, length, space, PlacedTrace(trace, space));
+    return ParseBehindSpace(root, text, length, space, OffsetTrace(trace, space));
 }
 
 int32_t ParseJsonObject(JsonRoot& root, const wchar_t* text, int32_t length) {
@@ -343,38 +343,6 @@ int32_t ParseJsonObject(JsonRoot& root, const wchar_t* text, int32_t length) {
 
 int32_t ParseJsonArray(JsonRoot& root, const wchar_t* text, int32_t length) {
     return text && length >= 1 && *text == L'[' ? ParseAt(root, text, length, NoTrace()) : -1;
-}
-
-int32_t ParseJsonLiteral(JsonValue& value, const wchar_t* text, int32_t length) {
-    constexpr int32_t kShortest = 4;
-    if (length < kShortest) {
-        return -1;
-    }
-    const int32_t wanted = *text == L'f' || *text == L'F' ? 5 : kShortest;
-    if (length < wanted) {
-        return -1;
-    }
-    const std::wstring_view word(text, static_cast<size_t>(wanted));
-    const auto is = [word](std::wstring_view literal) {
-        for (size_t i = 0; i < literal.size(); ++i) {
-            const wchar_t lower =
-                word[i] >= L'A' && word[i] <= L'Z' ? static_cast<wchar_t>(word[i] + 32) : word[i];
-            if (lower != literal[i]) {
-                return false;
-            }
-        }
-        return word.size() == literal.size();
-    };
-    if (is(L"true") || is(L"false")) {
-        value.kind = JsonKind::Bool;
-        value.boolean = is(L"true") ? 1 : 0;
-        return wanted;
-    }
-    if (is(L"null")) {
-        value.kind = JsonKind::Null;
-        return wanted;
-    }
-    return -1;
 }
 
 } // namespace zq

@@ -11,6 +11,7 @@
 // White space is every unit from 1 to 32.
 #pragma once
 
+#include "config/json/JsonScalar.h"
 #include "config/json/JsonValue.h"
 
 #include <cstdint>
@@ -20,12 +21,12 @@ namespace zq {
 
 class JsonTrace;
 
-// Reads one value, behind any white space, into `root`, which is null before and after a failure. White space
-// behind the value is not consumed. A null `text` or a `length` below 1 gives -1; a unit that cannot start a
-// value gives minus its place, counted from 1.
+// Reads one value, after any white space, into `root`, which is null before and after a failure. White space
+// after the value is not consumed. A null `text` or a `length` below 1 gives -1; a unit that cannot start a
+// value gives minus its position, counted from 1.
 int32_t ParseJsonValue(JsonRoot& root, const wchar_t* text, int32_t length);
 
-// The same, and tells `trace` what it comes across.
+// The same, and reports to `trace` what it comes across.
 int32_t ParseJsonValue(JsonRoot& root, const wchar_t* text, int32_t length, JsonTrace& trace);
 
 // The parts of a value. Each is called at the first unit of its token with the units that remain.
@@ -34,13 +35,5 @@ int32_t ParseJsonValue(JsonRoot& root, const wchar_t* text, int32_t length, Json
 // brace or bracket follows at all.
 int32_t ParseJsonObject(JsonRoot& root, const wchar_t* text, int32_t length);
 int32_t ParseJsonArray(JsonRoot& root, const wchar_t* text, int32_t length);
-
-// Skips the first unit without looking at it and reads up to the closing quote, or to the end of the text.
-// The result points into `text`, or into `arena` where an escape changed it. -1 where no quote follows at
-// all.
-int32_t ParseJsonString(std::wstring_view& result, Arena& arena, const wchar_t* text, int32_t length);
-
-int32_t ParseJsonNumber(JsonValue& value, const wchar_t* text, int32_t length);
-int32_t ParseJsonLiteral(JsonValue& value, const wchar_t* text, int32_t length);
 
 } // namespace zq

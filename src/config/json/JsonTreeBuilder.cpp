@@ -10,22 +10,22 @@ namespace {
 bool IsBefore(const JsonMember& a, const JsonMember& b) { return a.key < b.key; }
 bool IsNotBefore(const JsonMember& a, const JsonMember& b) { return !IsBefore(a, b); }
 
-using MemberPlace = std::vector<JsonMember>::iterator;
+using MemberIterator = std::vector<JsonMember>::iterator;
 
 // The library's stable sort allocates for each call; most objects are too small to be worth that.
-void StableSort(MemberPlace first, MemberPlace last) {
+void StableSort(MemberIterator first, MemberIterator last) {
     constexpr std::ptrdiff_t kSmall = 32;
     if (last - first > kSmall) {
         std::stable_sort(first, last, IsBefore);
         return;
     }
-    for (MemberPlace member = first; member != last; ++member) {
+    for (MemberIterator member = first; member != last; ++member) {
         std::rotate(std::upper_bound(first, member, *member, IsBefore), member, member + 1);
     }
 }
 
 // Sorts by key and keeps the last of equal keys. Returns the new end.
-MemberPlace SortMembers(MemberPlace first, MemberPlace last) {
+MemberIterator SortMembers(MemberIterator first, MemberIterator last) {
     if (std::adjacent_find(first, last, IsNotBefore) == last) {
         return last;
     }

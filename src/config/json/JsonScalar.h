@@ -1,11 +1,13 @@
-// Which units of a text an escape takes, and what it stands for: the one place that knows the escapes of the
-// JSON reader.
+// The tokens of the JSON reader that are no containers: strings with their escapes, numbers, literals.
 //
 // Portable.
 #pragma once
 
+#include "config/json/JsonValue.h"
+
 #include <algorithm>
 #include <cstdint>
+#include <string_view>
 
 namespace zq {
 
@@ -44,5 +46,16 @@ constexpr wchar_t SimpleEscape(wchar_t unit) {
         return L'\\';
     }
 }
+
+// Each of these is called at the first unit of its token with the units that remain, and returns the units
+// consumed or -1.
+
+// Skips the first unit without looking at it and reads up to the closing quote, or to the end of the text.
+// The result points into `text`, or into `arena` where an escape changed it. -1 where no quote follows at
+// all.
+int32_t ParseJsonString(std::wstring_view& result, Arena& arena, const wchar_t* text, int32_t length);
+
+int32_t ParseJsonNumber(JsonValue& value, const wchar_t* text, int32_t length);
+int32_t ParseJsonLiteral(JsonValue& value, const wchar_t* text, int32_t length);
 
 } // namespace zq

@@ -1,6 +1,7 @@
-#include "config/FlattenScalar.h"
-#include "config/Flatteners.h"
+#include "config/QualityPresetFile.h"
+
 #include "base/HostLog.h"
+#include "config/Flattening.h"
 
 #include <algorithm>
 #include <array>
@@ -12,7 +13,7 @@ namespace zq {
 
 namespace {
 
-// By the place of a preset in its array; places behind the last one share it.
+// By the position of a preset in its array; later positions share the last one.
 constexpr std::array<std::wstring_view, 4> kPresetSuffixes = {L".Quality", L".Balance", L".Performance",
                                                               L".Ultra"};
 
@@ -42,26 +43,26 @@ private:
         std::span<const JsonMember> members;
         std::span<const JsonValue> presets; // what is left of the array under way
         std::wstring_view presetKey;        // its key
-        size_t presetPlace;                 // and the place of the next preset in it
+        size_t presetIndex;                 // and the position of the next preset in it
     };
 
     void VisitMember(Level& level) {
         const JsonMember& member = level.members.front();
         level.members = level.members.subspan(1);
         if (member.key.empty()) {
-            TellSkipped(m_trace, member.value, Skipped::EmptyName);
+            ReportSkipped(m_trace, member.value, Skipped::EmptyName);
             return;
         }
         if (member.value.Is(JsonKind::Array)) {
             level.presets = member.value.Elements();
             level.presetKey = member.key;
-            level.presetPlace = 0;
+            level.presetIndex = 0;
             return;
         }
         NameBuffer name(level.name);
         name.AppendKey(member.key);
         if (!AddScalar(name.View(), member.value, m_batch, m_trace)) {
-            TellSkipped(m_trace, member.value, Skipped::PresetMember);
+            ReportSkipped(m_trace, member.value, Skipped::PresetMember);
             m_log.Log(LogFailure, L"Invalid Quality Preset item : %s", level.name.c_str());
         }
     }
@@ -69,15 +70,15 @@ private:
     // An array starts a new "CL." name, whatever its depth: the name around it is dropped.
     void VisitPreset(Level& level) {
         const JsonValue& preset = level.presets.front();
-        const size_t place = std::min(level.presetPlace++, kPresetSuffixes.size() - 1);
+        const size_t index = std::min(level.presetIndex++, kPresetSuffixes.size() - 1);
         level.presets = level.presets.subspan(1);
         if (preset.Is(JsonKind::Object)) {
             std::wstring name = L"CL.";
             name += level.presetKey;
-            name += kPresetSuffixes[place];
+            name += kPresetSuffixes[index];
             m_levels.push_back({std::move(name), preset.Members(), {}, {}, 0});
         } else {
-            TellSkipped(m_trace, preset, Skipped::Preset);
+            ReportSkipped(m_trace, preset, Skipped::Preset);
         }
     }
 
@@ -88,6 +89,13 @@ private:
 };
 
 } // namespace
+
+void FlattenQualityFile(const JsonValue& root, VariableBatch& batch, const HostLog& log,
+                        FlattenTrace* trace) {
+    if (root.Is(JsonKind::Object)) {
+        FlattenQualityObject({}, root, batch, log, trace);
+    }
+}
 
 void FlattenQualityObject(std::wstring_view prefix, const JsonValue& object, VariableBatch& batch,
                           const HostLog& log, FlattenTrace* trace) {

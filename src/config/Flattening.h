@@ -1,11 +1,11 @@
-// What all walkers share: which map a scalar goes to, and the name that is being built.
+// What the flatteners of the three files share: which map a scalar goes to, and the name that is being built.
 //
 // Portable.
 #pragma once
 
+#include "base/ShortCopy.h"
 #include "config/FlattenTrace.h"
 #include "config/json/JsonValue.h"
-#include "base/ShortCopy.h"
 #include "variables/VariableBatch.h"
 
 #include <algorithm>
@@ -39,11 +39,11 @@ inline bool AddScalar(std::wstring_view name, const JsonValue& value, VariableBa
     if (!AddScalarVariable(name, value, batch)) {
         return false;
     }
-    TellAdded(trace, value);
+    ReportAdded(trace, value);
     return true;
 }
 
-// The name of the place that a walker is at: grown on the way down, cut on the way up.
+// The name of the node that a flattener is at: grown on the way down, cut on the way up.
 class NameBuffer {
 public:
     explicit NameBuffer(std::wstring_view prefix) { Append(prefix); }
@@ -51,16 +51,16 @@ public:
     size_t Length() const { return m_length; }
     void CutTo(size_t length) { m_length = length; }
 
-    // Appends a key, behind a point unless it is the first.
+    // Appends a key, after a point unless it is the first.
     void AppendKey(std::wstring_view key) {
-        MakeRoom(key.size() + 1);
+        Reserve(key.size() + 1);
         if (m_length != 0) {
             m_buffer[m_length++] = L'.';
         }
         Put(key);
     }
     void Append(std::wstring_view text) {
-        MakeRoom(text.size());
+        Reserve(text.size());
         Put(text);
     }
     void Replace(std::wstring_view text) {
@@ -74,7 +74,7 @@ public:
 private:
     static constexpr size_t kFirstUnits = 128;
 
-    void MakeRoom(size_t units) {
+    void Reserve(size_t units) {
         if (units > m_buffer.size() - m_length) {
             m_buffer.resize(std::max({kFirstUnits, 2 * m_buffer.size(), m_length + units}));
         }
@@ -84,7 +84,7 @@ private:
         m_length += text.size();
     }
 
-    std::wstring m_buffer; // as long as its room
+    std::wstring m_buffer; // its size is the capacity
     size_t m_length = 0;
 };
 

@@ -1,6 +1,7 @@
-#include "config/FlattenScalar.h"
-#include "config/Flatteners.h"
+#include "config/SettingsFile.h"
+
 #include "base/HostLog.h"
+#include "config/Flattening.h"
 
 #include <span>
 #include <string>
@@ -53,7 +54,7 @@ private:
         const JsonMember& member = level.members.front();
         level.members = level.members.subspan(1);
         if (member.key.empty()) {
-            TellSkipped(m_trace, member.value, Skipped::EmptyName);
+            ReportSkipped(m_trace, member.value, Skipped::EmptyName);
             return;
         }
         if (member.value.Is(JsonKind::Array) && IsHeaderListKey(member.key)) {
@@ -65,8 +66,8 @@ private:
         if (member.value.Is(JsonKind::Object)) {
             Enter(member.value);
         } else if (!AddScalar(m_name.View(), member.value, m_batch, m_trace)) {
-            TellSkipped(m_trace, member.value,
-                        member.value.Is(JsonKind::Array) ? Skipped::IgnoredArray : Skipped::Null);
+            ReportSkipped(m_trace, member.value,
+                          member.value.Is(JsonKind::Array) ? Skipped::IgnoredArray : Skipped::Null);
         }
     }
 
@@ -75,7 +76,7 @@ private:
         level.headers = level.headers.subspan(1);
         const JsonValue* name = header.Member(L"HD");
         if (!name || !name->Is(JsonKind::String)) {
-            TellSkipped(m_trace, header, Skipped::Header);
+            ReportSkipped(m_trace, header, Skipped::Header);
             return;
         }
         const std::wstring_view text = GetJsonString(*name);
@@ -94,7 +95,7 @@ private:
             const std::wstring variable = L"HmdNameList." + std::to_wstring(i);
             const std::wstring_view name = GetJsonString(*names[i]);
             m_batch.AddString(variable, name);
-            TellAdded(m_trace, *names[i]);
+            ReportAdded(m_trace, *names[i]);
             m_log.Log(LogProgress, L"Set variable STRING %s = %s", variable.c_str(),
                       std::wstring(name).c_str());
         }
@@ -108,6 +109,13 @@ private:
 };
 
 } // namespace
+
+void FlattenSettingsFile(const JsonValue& root, VariableBatch& batch, const HostLog& log,
+                         FlattenTrace* trace) {
+    if (root.Is(JsonKind::Object)) {
+        FlattenSettingsObject({}, root, batch, log, trace);
+    }
+}
 
 void FlattenSettingsObject(std::wstring_view prefix, const JsonValue& object, VariableBatch& batch,
                            const HostLog& log, FlattenTrace* trace) {
