@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "Console.h"
 #include "Failure.h"
 #include "FileArguments.h"
 #include "JsonOutput.h"
@@ -14,14 +15,9 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <memory>
 #include <optional>
-
-#include <io.h>
-#include <windows.h>
 
 namespace zq::tool {
 
@@ -29,8 +25,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int kExitRefused = 1;
-constexpr int kExitNotLooked = 2;
 constexpr size_t kShownProblems = 50;
 
 struct CheckOptions {
@@ -69,12 +63,22 @@ KnownKeys KnownKeysFor(ConfigFile file, const std::string& defaults) {
     }
 }
 
-std::vector<CheckedFile> LookAtFiles(const CheckOptions& options) {
+// A file that cannot be read does not keep the others from being looked at.
+std::vector<CheckedFile> LookAtFiles(const CheckOptions& options, std::vector<std::string>& failures) {
+    FileArguments arguments = LookUpFiles(options.files, options.as);
+    failures = std::move(arguments.failures);
     std::vector<CheckedFile> files;
-    for (FileArgument& argument : FilesOf(options.files, options.as)) {
+    for (FileArgument& argument : arguments.files) {
+        std::string bytes;
+        try {
+            bytes = BytesOf(argument);
+        } catch (const Failure& failure) {
+            failures.emplace_back(failure.what());
+            continue;
+        }
         CheckedFile& file = files.emplace_back();
         file.argument = std::move(argument);
-        file.bytes = ReadBytes(file.argument.path);
+        file.bytes = std::move(bytes);
         file.check = std::make_unique<FileCheck>(file.argument.file, file.bytes,
                                                  KnownKeysFor(file.argument.file, options.defaults));
     }
@@ -95,16 +99,6 @@ void CheckFolders(std::vector<CheckedFile>& files) {
         }
         CheckAcrossFiles(inOrder);
     }
-}
-
-bool HasColour(const std::string& choice) {
-    if (choice != "auto") {
-        return choice == "always";
-    }
-    const HANDLE console = GetStdHandle(STD_OUTPUT_HANDLE);
-    DWORD mode = 0;
-    return _isatty(_fileno(stdout)) != 0 && !std::getenv("NO_COLOR") && GetConsoleMode(console, &mode) != 0 &&
-           SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
 }
 
 std::string TextOf(const CheckedFile& file, const CheckOptions& options, bool hasColour) {
@@ -154,7 +148,7 @@ void WriteFile(JsonWriter& writer, const CheckedFile& file) {
     writer.EndObject();
 }
 
-void Print(const std::vector<CheckedFile>& files, const CheckOptions& options) {
+void PrintFiles(const std::vector<CheckedFile>& files, const CheckOptions& options) {
     std::string text;
     if (options.isJson) {
         text = JsonDocument([&](JsonWriter& writer) {
@@ -165,12 +159,12 @@ void Print(const std::vector<CheckedFile>& files, const CheckOptions& options) {
             writer.EndArray();
         });
     } else {
-        const bool hasColour = HasColour(options.colour);
+        const bool hasColour = WantsColour(options.colour, stdout);
         for (const CheckedFile& file : files) {
             text += TextOf(file, options, hasColour);
         }
     }
-    std::fwrite(text.data(), 1, text.size(), stdout);
+    Print(text);
 }
 
 bool IsGood(const CheckedFile& file, const CheckOptions& options) {
@@ -181,7 +175,8 @@ bool IsGood(const CheckedFile& file, const CheckOptions& options) {
 }
 
 bool Check(const CheckOptions& options) {
-    std::vector<CheckedFile> files = LookAtFiles(options);
+    std::vector<std::string> failures;
+    std::vector<CheckedFile> files = LookAtFiles(options, failures);
     CheckFolders(files);
     if (options.isFix || options.isInPlace) {
         const MendTarget target = options.isInPlace ? MendTarget::InPlace : MendTarget::Beside;
@@ -189,21 +184,20 @@ bool Check(const CheckOptions& options) {
             file.mend = MendOne(file.argument, file.bytes, target);
         }
     }
-    Print(files, options);
+    PrintFiles(files, options);
+    for (const std::string& failure : failures) {
+        PrintFailure(failure);
+    }
+    if (!failures.empty()) {
+        throw Ended{ExitCode::Cannot};
+    }
     return std::all_of(files.begin(), files.end(),
                        [&](const CheckedFile& file) { return IsGood(file, options); });
 }
 
 void Run(const CheckOptions& options) {
-    bool isGood = false;
-    try {
-        isGood = Check(options);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "zqsettings: %s.\n", error.what());
-        throw CLI::RuntimeError(kExitNotLooked);
-    }
-    if (!isGood) {
-        throw CLI::RuntimeError(kExitRefused);
+    if (!Check(options)) {
+        throw Ended{ExitCode::No};
     }
 }
 
@@ -214,7 +208,11 @@ void AddCheckCommand(CLI::App& app) {
     CLI::App* const command =
         app.add_subcommand("check", "Tell whether the module would take a file, and what is wrong with it.\n"
                                     "Exit code 0: accepted, or mended; 1: refused; 2: could not look");
-    command->add_option("FILE", options->files, "The files, or the folder that holds them")->required();
+    command
+        ->add_option("FILE", options->files,
+                     "The files, patterns of names, the folder that holds them, or\n\"-\" for standard input "
+                     "(with --as)")
+        ->required();
     command->add_flag("--fix", options->isFix,
                       "Write a mended copy beside each file, NAME.fixed.EXTENSION:\n"
                       "without byte order mark and blanks behind the end, other\n"

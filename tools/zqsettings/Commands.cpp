@@ -16,6 +16,8 @@ void AddCommands(CLI::App& app) {
     AddSetHmdCommand(app);
     AddRestoreCommand(app);
     AddPacketCommand(app);
+    AddManualCommand(app);
+    AddCompletionCommand(app);
 }
 
 } // namespace zq::tool

@@ -10,11 +10,13 @@ class App;
 namespace zq::tool {
 
 void AddCheckCommand(CLI::App& app);
+void AddCompletionCommand(CLI::App& app);
 void AddDescribeCommand(CLI::App& app);
 void AddDiffCommand(CLI::App& app);
 void AddExplainCommand(CLI::App& app);
 void AddGetCommand(CLI::App& app);
 void AddListCommand(CLI::App& app);
+void AddManualCommand(CLI::App& app);
 void AddPacketCommand(CLI::App& app);
 void AddRestoreCommand(CLI::App& app);
 void AddSetCommand(CLI::App& app);
