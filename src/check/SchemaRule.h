@@ -36,6 +36,7 @@ public:
 
     std::optional<double> Minimum() const { return Limit(L"minimum"); }
     std::optional<double> Maximum() const { return Limit(L"maximum"); }
+    bool WantsText() const { return m_rule->Member(L"minLength") != nullptr; } // that is not empty
     // The only texts that are valid; none where any text is.
     std::vector<std::wstring_view> Choices() const;
     // Whether the value is a list of numbers, separated by commas.

@@ -14,7 +14,7 @@ constexpr std::wstring_view kHeadsetName = L"HD";
 } // namespace
 
 SettingsDocument::SettingsDocument(std::string_view bytes)
-    : m_check(std::make_unique<FileCheck>(ConfigFile::Settings, bytes, KnownKeys())) {}
+    : m_check(std::make_unique<FileCheck>(ConfigFile::Settings, bytes, DefaultFile())) {}
 
 SettingsDocument::~SettingsDocument() = default;
 
@@ -44,7 +44,7 @@ std::optional<SettingMember> SettingsDocument::MemberOf(const DocumentNode* node
     if (!node) {
         return std::nullopt;
     }
-    return SettingMember{node->kind, m_check->Source().PositionOf(node->Place()).line,
+    return SettingMember{node->kind, m_check->Source().PositionOf(node->Offset()).line,
                          Visible(TextOf(*node))};
 }
 
@@ -73,7 +73,7 @@ std::optional<EnclosingObject> SettingsDocument::ObjectAround(std::wstring_view 
         name.remove_prefix(point + 1);
         if (Child(object, name)) {
             return EnclosingObject{Utf8FromWide(object->key),
-                                   m_check->Source().PositionOf(object->Place()).line};
+                                   m_check->Source().PositionOf(object->Offset()).line};
         }
     }
 }

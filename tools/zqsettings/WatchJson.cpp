@@ -79,7 +79,7 @@ void WriteProblem(LineWriter& writer, const SourceText& source, const Problem& p
     WriteMember(writer, "endLine", int64_t{end.line});
     WriteMember(writer, "endColumn", int64_t{end.column});
     WriteMember(writer, "text", problem.text);
-    WriteMember(writer, "fix", problem.mend);
+    WriteMember(writer, "fix", problem.fix);
     writer.EndObject();
 }
 
@@ -94,7 +94,7 @@ void WriteFindings(LineWriter& writer, const PrivateFile& file) {
         WriteMember(writer, "line", int64_t{position.line});
         WriteMember(writer, "column", int64_t{position.column});
         WriteMember(writer, "reason", error->text);
-        WriteMember(writer, "fix", error->mend);
+        WriteMember(writer, "fix", error->fix);
     } else {
         WriteMember(writer, "reason", "the module refuses the file");
     }

@@ -1,5 +1,5 @@
 #include "check/Checking.h"
-#include "check/Mend.h"
+#include "check/Fix.h"
 #include "support/ConfigRun.h"
 #include "support/DocumentGenerator.h"
 
@@ -10,67 +10,67 @@ namespace {
 
 using namespace std::string_literals;
 
-std::string Mended(std::string_view bytes, ConfigFile file = ConfigFile::Settings) {
-    const std::optional<MendedFile> mended = MendFile(file, bytes);
-    return mended ? mended->bytes : "(not to be mended)";
+std::string Fixed(std::string_view bytes, ConfigFile file = ConfigFile::Settings) {
+    const std::optional<FixedFile> fixed = FixFile(file, bytes);
+    return fixed ? fixed->bytes : "(not to be fixed)";
 }
 
-TEST(Mend, LeavesAGoodFileAlone) {
-    const std::optional<MendedFile> mended = MendFile(ConfigFile::Settings, R"({"A":1})");
-    ASSERT_TRUE(mended);
-    EXPECT_FALSE(mended->isChanged);
-    EXPECT_EQ(R"({"A":1})", mended->bytes);
+TEST(Fix, LeavesAGoodFileAlone) {
+    const std::optional<FixedFile> fixed = FixFile(ConfigFile::Settings, R"({"A":1})");
+    ASSERT_TRUE(fixed);
+    EXPECT_FALSE(fixed->isChanged);
+    EXPECT_EQ(R"({"A":1})", fixed->bytes);
 }
 
-TEST(Mend, TakesTheMarkAndTrailingBlanksAway) {
-    EXPECT_EQ(R"( {"A":1})", Mended("\xEF\xBB\xBF {\"A\":1}\r\n\t "));
-    EXPECT_EQ("{}", Mended("{}\0\0\0"s));
-    EXPECT_EQ("{}", Mended("{}\n\0\0"s));
+TEST(Fix, TakesTheMarkAndTrailingBlanksAway) {
+    EXPECT_EQ(R"( {"A":1})", Fixed("\xEF\xBB\xBF {\"A\":1}\r\n\t "));
+    EXPECT_EQ("{}", Fixed("{}\0\0\0"s));
+    EXPECT_EQ("{}", Fixed("{}\n\0\0"s));
 }
 
-TEST(Mend, ReadsUtf16) {
-    EXPECT_EQ(R"({"A":"\u20AC"})", Mended("\xFF\xFE{\0\"\0A\0\"\0:\0\"\0\xAC\x20\"\0}\0\n\0"s));
-    EXPECT_EQ("{}", Mended("\0{\0}"s));
+TEST(Fix, ReadsUtf16) {
+    EXPECT_EQ(R"({"A":"\u20AC"})", Fixed("\xFF\xFE{\0\"\0A\0\"\0:\0\"\0\xAC\x20\"\0}\0\n\0"s));
+    EXPECT_EQ("{}", Fixed("\0{\0}"s));
 }
 
-TEST(Mend, WritesCharactersBeyondAsciiAsEscapes) {
-    EXPECT_EQ(R"({"Caf\u00E9":"\u20AC"})", Mended("{\"Caf\xC3\xA9\":\"\xE2\x82\xAC\"}"));
-    EXPECT_EQ(R"({"A":"\uD83D\uDE00"})", Mended("{\"A\":\"\xF0\x9F\x98\x80\"}"));
+TEST(Fix, WritesCharactersBeyondAsciiAsEscapes) {
+    EXPECT_EQ(R"({"Caf\u00E9":"\u20AC"})", Fixed("{\"Caf\xC3\xA9\":\"\xE2\x82\xAC\"}"));
+    EXPECT_EQ(R"({"A":"\uD83D\uDE00"})", Fixed("{\"A\":\"\xF0\x9F\x98\x80\"}"));
     // Not UTF-8, so the code page of the machine.
-    EXPECT_EQ(R"({"A":"\u00E9"})", Mended("{\"A\":\"\xE9\"}"));
+    EXPECT_EQ(R"({"A":"\u00E9"})", Fixed("{\"A\":\"\xE9\"}"));
 }
 
-TEST(Mend, KeepsTheMeaningOfCharactersInsideEscapes) {
-    EXPECT_EQ(R"({"A":"\\x"})", Mended("{\"A\":\"\\\xC3\xA9x\"}"));
-    EXPECT_EQ(R"({"A":"\u00g9"})", Mended("{\"A\":\"\\u00\xC3\xA9"
-                                          "9\"}"));
-    EXPECT_EQ("{\"A\":1}", Mended("{\xC3\xA9"
-                                  "A\":1}"));
+TEST(Fix, KeepsTheMeaningOfCharactersInsideEscapes) {
+    EXPECT_EQ(R"({"A":"\\x"})", Fixed("{\"A\":\"\\\xC3\xA9x\"}"));
+    EXPECT_EQ(R"({"A":"\u00g9"})", Fixed("{\"A\":\"\\u00\xC3\xA9"
+                                         "9\"}"));
+    EXPECT_EQ("{\"\\u00E9A\":1}", Fixed("{\xC3\xA9"
+                                 "A\":1}"));
 }
 
-TEST(Mend, WritesZerosInTextsAsEscapes) {
-    EXPECT_EQ(R"({"A":"x\u0000y"})", Mended("{\"A\":\"x\0y\"}"s));
+TEST(Fix, WritesZerosInTextsAsEscapes) {
+    EXPECT_EQ(R"({"A":"x\u0000y"})", Fixed("{\"A\":\"x\0y\"}"s));
     // Raw, they would make the file look like UTF-16 the next time.
-    EXPECT_EQ(R"(["\u0000\u0000"])", Mended("[\"\0\0\"]"s, ConfigFile::HmdList));
-    EXPECT_EQ(R"({"A":"\\x"})", Mended("{\"A\":\"\\\0x\"}"s));
+    EXPECT_EQ(R"(["\u0000\u0000"])", Fixed("[\"\0\0\"]"s, ConfigFile::HmdList));
+    EXPECT_EQ(R"({"A":"\\x"})", Fixed("{\"A\":\"\\\0x\"}"s));
 }
 
-TEST(Mend, CountsWhatItDid) {
-    const std::optional<MendedFile> mended =
-        MendFile(ConfigFile::Settings, "\xEF\xBB\xBF{\"A\":\"\xC3\xA9\xC3\xA8\"}\r\n\0"s);
-    ASSERT_TRUE(mended);
-    EXPECT_TRUE(mended->isChanged);
-    EXPECT_EQ(Encoding::MarkedUtf8, mended->encoding);
-    EXPECT_EQ(2u, mended->characters);
-    EXPECT_EQ(2u, mended->trailing);
-    EXPECT_EQ(1u, mended->zeroBytes);
+TEST(Fix, CountsWhatItDid) {
+    const std::optional<FixedFile> fixed =
+        FixFile(ConfigFile::Settings, "\xEF\xBB\xBF{\"A\":\"\xC3\xA9\xC3\xA8\"}\r\n\0"s);
+    ASSERT_TRUE(fixed);
+    EXPECT_TRUE(fixed->isChanged);
+    EXPECT_EQ(Encoding::MarkedUtf8, fixed->encoding);
+    EXPECT_EQ(2u, fixed->characters);
+    EXPECT_EQ(2u, fixed->trailing);
+    EXPECT_EQ(1u, fixed->zeroBytes);
 }
 
-TEST(Mend, LeavesTheRestToTheAuthor) {
-    for (const char* text : {R"({"A":1)", R"({"A":1.2.3})", R"({} x)", R"({}})", "", "5"}) {
-        EXPECT_FALSE(MendFile(ConfigFile::Settings, text)) << text;
+TEST(Fix, LeavesTheRestToTheAuthor) {
+    for (const char* text : {R"({"A":)", R"({"A":1.2.3})", R"({} x)", R"({"A":ture})", "", "5"}) {
+        EXPECT_FALSE(FixFile(ConfigFile::Settings, text)) << text;
     }
-    EXPECT_FALSE(MendFile(ConfigFile::HmdList, "{}\n"));
+    EXPECT_FALSE(FixFile(ConfigFile::HmdList, "{}\n"));
 }
 
 // Behind most opening quotes; an escaped one may mislead it.
@@ -123,6 +123,16 @@ std::wstring MeantText(const std::string& bytes) {
     return source.Text();
 }
 
+// Whether the author meant what the module reads.
+bool IsReadAsMeant(const FixedFile& fixed) {
+    const auto isLossless = [](const auto& problem) {
+        const std::string_view code = problem.first;
+        return code == "missing-comma" || code == "trailing-comma" || code == "odd-number" ||
+               code == "literal-case" || code == "raw-control";
+    };
+    return std::all_of(fixed.problems.begin(), fixed.problems.end(), isLossless);
+}
+
 // The variables of a text as if each of its characters were one byte.
 TypedVariables MeantVariables(ConfigFile file, const std::string& bytes) {
     const std::wstring text = MeantText(bytes);
@@ -138,7 +148,7 @@ TypedVariables MeantVariables(ConfigFile file, const std::string& bytes) {
 
 struct Tally {
     int accepted = 0;
-    int mended = 0;
+    int fixed = 0;
 };
 
 void ExpectAgreement(ConfigFile file, const std::string& bytes, Tally& tally) {
@@ -149,21 +159,23 @@ void ExpectAgreement(ConfigFile file, const std::string& bytes, Tally& tally) {
     EXPECT_EQ(!isLoaded, std::any_of(check.All().begin(), check.All().end(), isError));
     tally.accepted += isLoaded ? 1 : 0;
 
-    const std::optional<MendedFile> mended = MendFile(file, bytes);
-    if (!mended) {
+    const std::optional<FixedFile> fixed = FixFile(file, bytes);
+    if (!fixed) {
         return;
     }
-    ++tally.mended;
-    const ConfigRun run = RunConfig(file, mended->bytes);
+    ++tally.fixed;
+    const ConfigRun run = RunConfig(file, fixed->bytes);
     EXPECT_TRUE(run.isLoaded);
-    EXPECT_EQ(MeantVariables(file, bytes), run.variables);
-    const std::optional<MendedFile> again = MendFile(file, mended->bytes);
+    if (IsReadAsMeant(*fixed)) {
+        EXPECT_EQ(MeantVariables(file, bytes), run.variables);
+    }
+    const std::optional<FixedFile> again = FixFile(file, fixed->bytes);
     ASSERT_TRUE(again);
     EXPECT_FALSE(again->isChanged);
     EXPECT_EQ(Encoding::Ascii, again->encoding);
 }
 
-TEST(Mend, AgreesWithTheModuleOnGeneratedDocuments) {
+TEST(Fix, AgreesWithTheModuleOnGeneratedDocuments) {
     constexpr uint64_t kDocuments = 700;
     Tally tally;
     for (const ConfigFile file : {ConfigFile::Settings, ConfigFile::HmdList, ConfigFile::Quality}) {
@@ -175,7 +187,7 @@ TEST(Mend, AgreesWithTheModuleOnGeneratedDocuments) {
         }
     }
     EXPECT_LT(200, tally.accepted);
-    EXPECT_LT(600, tally.mended);
+    EXPECT_LT(600, tally.fixed);
 }
 
 } // namespace

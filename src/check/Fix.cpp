@@ -1,8 +1,10 @@
-#include "check/Mend.h"
+#include "check/Fix.h"
 
 #include "base/HostLog.h"
+#include "check/Checks.h"
 #include "check/DocumentMap.h"
 #include "check/Quote.h"
+#include "check/Recovery.h"
 #include "check/TextToken.h"
 #include "variables/VariableBatch.h"
 
@@ -13,10 +15,10 @@ namespace zq {
 
 namespace {
 
-// What may stand as it is: a raw zero would make the file look like UTF-16, or like a torn one.
+// What may stay as it is: a raw zero would make the file look like UTF-16, or like a torn one.
 bool IsPlain(wchar_t unit) { return unit > 0 && unit < 0x80; }
 
-// Rewrites the tokens of a text, unit by unit; whatever stands between them is ASCII or could not be read.
+// Rewrites the tokens of a text, unit by unit; whatever is between them is ASCII or could not be read.
 class AsciiWriter {
 public:
     explicit AsciiWriter(std::wstring_view text) : m_text(text) {}
@@ -28,14 +30,14 @@ public:
         m_written = begin + 1;
         WalkText(
             m_text, begin, end,
-            [this](int32_t place, int32_t units) {
-                CopyTo(place);
-                WriteEscape(place, units);
+            [this](int32_t offset, int32_t units) {
+                CopyTo(offset);
+                WriteEscape(offset, units);
             },
-            [this](int32_t place) {
-                CopyTo(place);
-                WriteUnit(At(place));
-                m_written = place + 1;
+            [this](int32_t offset) {
+                CopyTo(offset);
+                WriteUnit(At(offset));
+                m_written = offset + 1;
             });
         CopyTo(end);
     }
@@ -49,10 +51,10 @@ public:
     size_t Characters() const { return m_characters; }
 
 private:
-    wchar_t At(int32_t place) const { return m_text[static_cast<size_t>(place)]; }
+    wchar_t At(int32_t offset) const { return m_text[static_cast<size_t>(offset)]; }
 
-    void CopyTo(int32_t place) {
-        for (; m_written < place; ++m_written) {
+    void CopyTo(int32_t offset) {
+        for (; m_written < offset; ++m_written) {
             m_out += static_cast<char>(At(m_written));
         }
     }
@@ -66,15 +68,15 @@ private:
         ++m_characters;
     }
 
-    // Such a unit inside an escape is lost in the reading; one that reads the same takes its place.
-    void WriteEscape(int32_t place, int32_t units) {
-        const bool isHex = units > 1 && At(place + 1) == L'u';
+    // Such a unit inside an escape is lost in the reading; one that reads the same takes its offset.
+    void WriteEscape(int32_t offset, int32_t units) {
+        const bool isHex = units > 1 && At(offset + 1) == L'u';
         constexpr char kNoDigit = 'g';
-        for (int32_t i = place; i < place + units; ++i) {
+        for (int32_t i = offset; i < offset + units; ++i) {
             m_characters += IsPlain(At(i)) ? 0 : 1;
             m_out += IsPlain(At(i)) ? static_cast<char>(At(i)) : isHex ? kNoDigit : '\\';
         }
-        m_written = place + units;
+        m_written = offset + units;
     }
 
     std::wstring_view m_text;
@@ -139,29 +141,81 @@ std::string AsciiText(const DocumentMap& document, std::wstring_view text, size_
     return ascii;
 }
 
+bool IsBlank(std::wstring_view text) {
+    return std::all_of(text.begin(), text.end(), [](wchar_t unit) { return unit <= 32; });
+}
+
+// The problems of a text that can be read.
+Problems ProblemsOf(std::wstring_view text, const DocumentMap& document) {
+    Problems problems;
+    CheckTokens(text, document, problems);
+    CheckCommas(text, document, problems);
+    return problems;
+}
+
+Recovered FaultsOf(std::wstring_view text, const DocumentMap& document, bool isReadable) {
+    Recovered readable;
+    if (isReadable) {
+        readable.problems = ProblemsOf(text, document);
+        if (!IsMisread(readable.problems)) {
+            return readable;
+        }
+    }
+    Recovered recovered = Recover(text);
+    return isReadable && recovered.problems.empty() ? readable : recovered;
+}
+
+// Edits the text until nothing is left to edit. Returns false where only the author knows what was meant.
+bool EditAll(std::wstring& text, std::map<std::string_view, size_t>& fixed) {
+    constexpr int kMostRounds = 8;
+    for (int round = 0; round < kMostRounds; ++round) {
+        JsonRoot root;
+        DocumentMap document;
+        document.Read(root, text);
+        const bool isReadable =
+            document.Result() >= 1 &&
+            IsBlank(std::wstring_view(text).substr(static_cast<size_t>(document.Result())));
+        Recovered recovered = FaultsOf(text, document, isReadable);
+        if (!recovered.isCertain) {
+            return false;
+        }
+        TextEdits edits;
+        for (const Problem& problem : recovered.problems) {
+            if (!problem.edits.empty()) {
+                ++fixed[problem.code];
+                edits.insert(edits.end(), problem.edits.begin(), problem.edits.end());
+            }
+        }
+        if (edits.empty()) {
+            return isReadable;
+        }
+        text = EditedText(text, std::move(edits)).Text();
+    }
+    return false;
+}
+
 } // namespace
 
-std::optional<MendedFile> MendFile(ConfigFile file, std::string_view bytes) {
+std::optional<FixedFile> FixFile(ConfigFile file, std::string_view bytes) {
     const SourceText source(bytes);
-    const std::wstring_view text = source.Text();
-    FlatDocument original(text);
-    if (!original.Flatten(file)) {
+    FixedFile fixed;
+    std::wstring text = source.Text();
+    if (!EditAll(text, fixed.problems)) {
         return {};
     }
-    const std::wstring_view rest = text.substr(static_cast<size_t>(original.document.Result()));
-    if (std::any_of(rest.begin(), rest.end(), [](wchar_t unit) { return unit > 32; })) {
+    FlatDocument meant(text);
+    if (!meant.Flatten(file)) {
         return {};
     }
-    MendedFile mended;
-    mended.bytes = AsciiText(original.document, text, mended.characters);
-    if (!IsLoadedAs(file, mended.bytes, original.batch)) {
+    fixed.bytes = AsciiText(meant.document, text, fixed.characters);
+    if (!IsLoadedAs(file, fixed.bytes, meant.batch)) {
         return {};
     }
-    mended.encoding = source.GetEncoding();
-    mended.trailing = rest.size();
-    mended.zeroBytes = source.ZeroBytes();
-    mended.isChanged = mended.bytes != bytes;
-    return mended;
+    fixed.encoding = source.GetEncoding();
+    fixed.trailing = text.size() - static_cast<size_t>(meant.document.Result());
+    fixed.zeroBytes = source.ZeroBytes();
+    fixed.isChanged = fixed.bytes != bytes;
+    return fixed;
 }
 
 } // namespace zq
