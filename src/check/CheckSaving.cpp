@@ -11,7 +11,7 @@ namespace zq {
 
 namespace {
 
-// Problems for which a save cannot read the file, either.
+// Problems that also keep a save from reading the file.
 constexpr std::array<std::string_view, 11> kKnown = {
     "missing-comma", "trailing-comma", "odd-number", "literal-case", "raw-control",   "lost-escape",
     "wrong-escape",  "lone-sign",      "lost-unit",  "backslash",    "zero-character"};
@@ -22,20 +22,19 @@ bool IsKnown(const Problem& problem) {
 
 } // namespace
 
-void CheckSaving(std::string_view bytes, const SourceText& source, Problems& problems) {
-    if (std::any_of(problems.begin(), problems.end(), IsKnown)) {
-        return;
-    }
+bool CheckSaving(std::string_view bytes, const SourceText& source, Problems& problems) {
     EditableDocument document;
     rapidjson::MemoryStream stream(bytes.data(), bytes.size());
     if (ParseDocument(document, stream) == 0) {
-        return;
+        return true;
     }
-    const auto offset =
-        static_cast<int32_t>(std::min(document.GetErrorOffset(), static_cast<size_t>(source.Length())));
-    AddWarning(problems, "unsavable", offset, offset,
-               "the module reads the file, but nothing can be saved to it: what is here is not JSON",
-               "write JSON as other programs do");
+    if (std::none_of(problems.begin(), problems.end(), IsKnown)) {
+        const auto offset =
+            static_cast<int32_t>(std::min(document.GetErrorOffset(), static_cast<size_t>(source.Length())));
+        AddWarning(problems, "unsavable", offset, offset,
+                   "what is here is not JSON, though the module reads it", "write it as other programs do");
+    }
+    return false;
 }
 
 } // namespace zq

@@ -8,9 +8,6 @@ namespace zq {
 
 namespace {
 
-// Appended to what the module reads and a save does not.
-constexpr const char* kUnsavable = "; nothing can be saved to this file until it is fixed";
-
 bool IsAsciiLetter(wchar_t unit) { return (unit >= L'A' && unit <= L'Z') || (unit >= L'a' && unit <= L'z'); }
 
 // A path that was written as it is, with single backslashes.
@@ -68,8 +65,7 @@ private:
         const std::wstring_view number = Piece(node.begin, node.end);
         const std::wstring_view digits = Digits(number);
         if (digits.empty()) {
-            Warn("lone-sign", node.begin, node.end,
-                 std::string("a sign without digits is read as 0") + kUnsavable, "write the number");
+            Warn("lone-sign", node.begin, node.end, "a sign without digits is read as 0", "write the number");
             return;
         }
         constexpr std::wstring_view kLargest = L"9223372036854775807";
@@ -97,8 +93,8 @@ private:
         }
         const std::wstring plain = (number.front() == L'-' ? L"-" : L"") + PlainDigits(digits);
         Warn("odd-number", node.begin, node.end,
-             "the number " + Quoted(number) + " is not written as JSON wants it" + kUnsavable,
-             "write " + Utf8(plain), {{node.begin, node.end, plain}});
+             "the number " + Quoted(number) + " is not in the form of JSON", "write " + Utf8(plain),
+             {{node.begin, node.end, plain}});
     }
 
     // Without leading zeros, with a digit on both sides of the point.
@@ -119,7 +115,7 @@ private:
         std::wstring lower(word);
         std::transform(lower.begin(), lower.end(), lower.begin(),
                        [](wchar_t unit) { return unit < L'a' ? static_cast<wchar_t>(unit + 32) : unit; });
-        Warn("literal-case", node.begin, node.end, Quoted(word) + " is not in lower case" + kUnsavable,
+        Warn("literal-case", node.begin, node.end, Quoted(word) + " is not in lower case",
              "write " + Utf8(lower), {{node.begin, node.end, lower}});
     }
 
@@ -129,7 +125,7 @@ private:
             const bool isOfName = IsAsciiLetter(first[0]) || first[0] == L'_';
             Warn("lost-unit", begin, begin + 1,
                  "the name does not begin with a quote, so its first character, " + Quoted(first) +
-                     ", is lost" + kUnsavable,
+                     ", is lost",
                  "write a quote before the name", isOfName ? TextEdits{{begin, begin, L"\""}} : TextEdits());
         }
         CheckText(begin, end);
@@ -185,8 +181,7 @@ private:
             m_control = &AddWarning(m_problems, "raw-control", offset, offset + 1,
                                     (isLineBreak     ? std::string("a line break inside a text")
                                      : unit == L'\t' ? std::string("a tab inside a text")
-                                                     : std::string("a control character inside a text")) +
-                                        kUnsavable,
+                                                     : std::string("a control character inside a text")),
                                     isLineBreak ? "write \\n, or add the closing quote if that is missing"
                                                 : "write " + Utf8(escape));
         }
@@ -225,7 +220,7 @@ private:
         }
         if (value < 0) {
             Warn("wrong-escape", offset, offset + units,
-                 "the escape " + Quoted(escape) + " has fewer than four hexadecimal digits" + kUnsavable,
+                 "the escape " + Quoted(escape) + " has fewer than four hexadecimal digits",
                  "write \\u and four of the digits 0 to 9 and A to F");
         } else if (value == 0) {
             WarnOfZero(offset, units);
@@ -270,13 +265,12 @@ void CheckCommas(std::wstring_view text, const DocumentMap& document, Problems& 
         // After the value before it.
         const size_t last = text.find_last_not_of(L" \t\r\n", static_cast<size_t>(offset) - 1);
         const auto end = static_cast<int32_t>(last) + 1;
-        AddWarning(problems, "missing-comma", offset, offset + 1,
-                   std::string("missing comma before this") + kUnsavable, "add a comma", {{end, end, L","}});
+        AddWarning(problems, "missing-comma", offset, offset + 1, "missing comma before this", "add one",
+                   {{end, end, L","}});
     }
     for (const int32_t offset : document.TrailingCommas()) {
-        AddWarning(problems, "trailing-comma", offset, offset + 1,
-                   std::string("trailing comma before closing bracket") + kUnsavable, "remove it",
-                   {{offset, offset + 1, L""}});
+        AddWarning(problems, "trailing-comma", offset, offset + 1, "trailing comma before closing bracket",
+                   "remove it", {{offset, offset + 1, L""}});
     }
 }
 

@@ -50,7 +50,7 @@ void CheckValues(const std::vector<PlacedVariable>& variables, const DefaultFile
 // What one member of the settings says of another: DHI and the list of headsets, a bitrate and its maximum.
 void CheckReferences(const std::vector<PlacedVariable>& variables, Problems& problems);
 
-// Whether a save can read the file. What the other checks have found is not repeated.
-void CheckSaving(std::string_view bytes, const SourceText& source, Problems& problems);
+// Returns whether a save can read the file. Where it cannot and no other problem says why, adds one.
+bool CheckSaving(std::string_view bytes, const SourceText& source, Problems& problems);
 
 } // namespace zq

@@ -58,7 +58,7 @@ FileCheck::FileCheck(ConfigFile file, std::string_view bytes, const DefaultFile&
     Judge(bytes);
     Sort();
     if (m_isAccepted && !m_misreadFrom) {
-        CheckSaving(bytes, m_source, m_problems);
+        m_isSavable = CheckSaving(bytes, m_source, m_problems);
     }
 }
 

@@ -35,6 +35,8 @@ public:
     ConfigFile File() const { return m_file; }
     // Whether the module on a machine with this code page would load the file.
     bool IsAccepted() const { return m_isAccepted; }
+    // Whether a setting can be saved to it: a save reads JSON only, not all that the module reads.
+    bool IsSavable() const { return m_isSavable; }
     // Ordered by offset. There is an error if and only if the file is refused, until TreatWarningsAsErrors.
     const Problems& All() const { return m_problems; }
     // Each after the others of its offset.
@@ -72,6 +74,7 @@ private:
     std::vector<PlacedVariable> m_variables;
     Problems m_problems;
     bool m_isAccepted = false;
+    bool m_isSavable = false;
 };
 
 // Whether the module, on a machine with this code page, would load a file with these bytes.

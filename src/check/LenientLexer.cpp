@@ -252,8 +252,17 @@ bool LenientLexer::ClosePath(int32_t begin) {
     if (end < begin + 3 || At(end - 1) != L'"' || At(end - 2) != L'\\') {
         return false;
     }
-    AddError(m_problems, "backslash", end - 2, end, "the backslash makes the quote after it part of the text",
-             "write two backslashes", {{end - 2, end - 1, L"\\\\"}});
+    // Where no backslash is doubled, none of the others is an escape either.
+    const bool isRaw = Piece(begin, end).find(L"\\\\") == std::wstring_view::npos;
+    TextEdits edits;
+    for (int32_t offset = isRaw ? begin + 1 : end - 2; offset < end; ++offset) {
+        if (At(offset) == L'\\') {
+            edits.push_back({offset, offset, L"\\"});
+        }
+    }
+    AddError(m_problems, "backslash", isRaw ? begin + 1 : end - 2, end,
+             "the last backslash makes the quote after it part of the text",
+             "write two backslashes for each one", std::move(edits));
     return true;
 }
 

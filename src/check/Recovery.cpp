@@ -81,6 +81,15 @@ private:
     std::wstring_view Piece(const LenientToken& token) const {
         return m_text.substr(static_cast<size_t>(token.begin), static_cast<size_t>(token.end - token.begin));
     }
+    // In one pair of quotes.
+    std::string Shown(const LenientToken& token) const {
+        std::wstring_view piece = Piece(token);
+        if (piece.starts_with(L'"')) {
+            piece.remove_prefix(1);
+            piece.remove_suffix(piece.ends_with(L'"') ? 1 : 0);
+        }
+        return Quoted(piece);
+    }
     bool IsNameAt(size_t ahead) const {
         return (Peek(ahead).Is(Kind::Text) || Peek(ahead).Is(Kind::Word)) && Peek(ahead + 1).Is(Kind::Colon);
     }
@@ -120,14 +129,14 @@ private:
     }
 
     void InsertBrace(const LenientToken& before, int32_t begin, int32_t end, std::string text) {
-        Report("no-brace", begin, end, std::move(text), "write \"{\" before " + Quoted(Piece(before)),
+        Report("no-brace", begin, end, std::move(text), "write \"{\" before " + Shown(before),
                {{before.begin, before.begin, L"{"}});
         m_open.push_back({true, before.begin, before.indent, true});
     }
 
     void RemoveCloser(const LenientToken& token) {
         m_isBalanced = false;
-        Report("wrong-bracket", token.begin, token.end, Quoted(Piece(token)) + " closes nothing", "remove it",
+        Report("wrong-bracket", token.begin, token.end, Shown(token) + " closes nothing", "remove it",
                {{token.begin, token.end, L""}});
     }
 
@@ -224,7 +233,7 @@ private:
         const int32_t at = isAfterComma ? m_tokens[m_next - 1].begin : LastEnd();
         const bool needsComma = !isAfterComma && !token.Is(Kind::Close);
         Report("unclosed", container.begin, container.begin + 1, "this bracket is not closed",
-               "add " + Quoted(container.Closer()) + " before " + Quoted(Piece(token)),
+               "add " + Quoted(container.Closer()) + " before " + Shown(token),
                {{at, at, std::wstring(container.Closer()) + (needsComma ? L"," : L"")}});
     }
 
@@ -260,7 +269,7 @@ private:
         }
         const Container container = m_open.back();
         Report("wrong-bracket", token.begin, token.end,
-               Quoted(Piece(token)) + " does not close " + Quoted(container.isObject ? L"{" : L"["),
+               Shown(token) + " does not close " + Quoted(container.isObject ? L"{" : L"["),
                "write " + Quoted(container.Closer()),
                {{token.begin, token.end, std::wstring(container.Closer())}});
         Take1();
@@ -275,7 +284,7 @@ private:
         }
         Take1();
         if (name.Is(Kind::Word)) {
-            Report("no-quotes", name.begin, name.end, "the name " + Quoted(Piece(name)) + " needs quotes",
+            Report("no-quotes", name.begin, name.end, "the name " + Shown(name) + " needs quotes",
                    "put it in double quotes", {{name.begin, name.begin, L"\""}, {name.end, name.end, L"\""}});
         }
         if (ReadColon(name)) {
@@ -288,11 +297,11 @@ private:
     void ReadNoName(const LenientToken& token) {
         if (token.Is(Kind::Word)) {
             const auto number = m_next > 0 ? RepairWord(Piece(token)) : WordRepair();
-            ReportDoubtful(
-                "no-name", token.begin, token.end,
-                Quoted(Piece(token)) + " is not expected here: a member begins with a name in quotes",
-                number.code ? "write \"Name\": " + Utf8(number.value) : "write \"Name\": and a value",
-                {token.begin, token.end, L""});
+            ReportDoubtful("no-name", token.begin, token.end,
+                           Shown(token) + " is not expected here: a member begins with a name in quotes",
+                           number.code ? "write \"Name\": " + Utf8(number.value)
+                                       : "write \"Name\": and a value",
+                           {token.begin, token.end, L""});
             Take1();
             FinishValue();
             return;
@@ -320,10 +329,10 @@ private:
         const LenientToken& next = Peek();
         if (next.IsValueStart() && !next.isFirstOfLine && !IsNameAt(0)) {
             Report("no-colon", next.begin, next.end, "the colon between name and value is missing",
-                   "write a colon after " + Quoted(Piece(name)), {{name.end, name.end, L":"}});
+                   "write a colon after " + Shown(name), {{name.end, name.end, L":"}});
             return true;
         }
-        ReportDoubtful("no-value", name.begin, name.end, "the name " + Quoted(Piece(name)) + " has no value",
+        ReportDoubtful("no-value", name.begin, name.end, "the name " + Shown(name) + " has no value",
                        "write a colon and a value after it", {name.end, name.end, L":null"});
         return false;
     }
@@ -331,8 +340,7 @@ private:
     void ReadMemberValue(const LenientToken& name) {
         const LenientToken& value = Peek();
         if (!value.IsValueStart()) {
-            ReportDoubtful("no-value", value.begin, value.end,
-                           "the name " + Quoted(Piece(name)) + " has no value",
+            ReportDoubtful("no-value", value.begin, value.end, "the name " + Shown(name) + " has no value",
                            "write a value after the colon", {value.begin, value.begin, L"null"});
             return FinishValue();
         }
@@ -340,10 +348,9 @@ private:
             return ReadValue();
         }
         if (HasSurplusCloser()) {
-            return InsertBrace(value, name.begin, name.end,
-                               "\"{\" is missing after the name " + Quoted(Piece(name)));
+            return InsertBrace(value, name.begin, name.end, "\"{\" is missing after the name " + Shown(name));
         }
-        ReportDoubtful("no-value", name.begin, name.end, "the name " + Quoted(Piece(name)) + " has no value",
+        ReportDoubtful("no-value", name.begin, name.end, "the name " + Shown(name) + " has no value",
                        "write a value after the colon", {value.begin, value.begin, L"null,"});
     }
 
@@ -444,14 +451,10 @@ private:
                         });
         const int32_t end = m_tokens[m_tokens.size() - 2].end;
         if (isPunctuation) {
-            TextEdits edits;
-            for (size_t i = m_next; i + 1 < m_tokens.size(); ++i) {
-                edits.push_back({m_tokens[i].begin, m_tokens[i].end, L""});
-            }
             Report("trailing", first.begin, end,
                    first.Is(Kind::Close) ? Quoted(Piece(first)) + " closes nothing: the document has ended"
                                          : "a comma follows the end of the document",
-                   "remove it", std::move(edits));
+                   "remove it", {{LastEnd(), end, L""}});
         } else {
             ReportDoubtful("trailing", first.begin, end, "text follows the end of the document",
                            "remove it, or the bracket that ends the document too early",

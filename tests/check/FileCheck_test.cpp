@@ -34,7 +34,7 @@ TEST(FileCheck, PlacesCharactersOfSeveralBytes) {
 TEST(FileCheck, RefusesWhatFollowsTheEnd) {
     EXPECT_EQ(Lines({"1:3 error trailing"}), Check("{}\n"));
     EXPECT_EQ(Lines({"1:3 error trailing"}), Check("{}  "));
-    EXPECT_EQ(Lines({"2:3 error trailing", "2:5 error trailing"}), Check("{\"A\":1\n }  } "));
+    EXPECT_EQ(Lines({"2:5 error trailing", "2:6 error trailing"}), Check("{\"A\":1\n }  } "));
 }
 
 TEST(FileCheck, RefusesZeroBytesAtTheEnd) {
@@ -297,7 +297,7 @@ TEST(FileCheck, WarnsOfTextThatASaveSpoils) {
 TEST(FileCheck, RecognisesPathsWithSingleBackslashes) {
     EXPECT_EQ(Lines({"1:7 warning backslash"}), Check(R"({"A":"C:\new\table"})"));
     EXPECT_EQ(Lines({"1:7 warning backslash"}), Check(R"({"A":"\\server\share"})"));
-    EXPECT_EQ(Lines({"1:13 error backslash"}), Check(R"({"A":"C:\new\"})"));
+    EXPECT_EQ(Lines({"1:7 error backslash"}), Check(R"({"A":"C:\new\"})"));
     EXPECT_EQ(Lines(), Check(R"({"A":"C:\\new"})"));
 }
 

@@ -45,7 +45,7 @@ TEST(Fix, KeepsTheMeaningOfCharactersInsideEscapes) {
     EXPECT_EQ(R"({"A":"\u00g9"})", Fixed("{\"A\":\"\\u00\xC3\xA9"
                                          "9\"}"));
     EXPECT_EQ("{\"\\u00E9A\":1}", Fixed("{\xC3\xA9"
-                                 "A\":1}"));
+                                        "A\":1}"));
 }
 
 TEST(Fix, WritesZerosInTextsAsEscapes) {

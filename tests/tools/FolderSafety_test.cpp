@@ -9,6 +9,7 @@
 #include <iterator>
 #include <map>
 #include <random>
+#include <vector>
 
 namespace zq::test {
 namespace {
@@ -106,47 +107,25 @@ TEST_P(FolderSafety, ReplacingKeepsTheRefusedFile) {
     EXPECT_EQ(GetParam().bytes ? 4u : 3u, now.size());
 }
 
-// What people do to a settings file.
-const char* const kMistakes[] = {
-    "{\"Level\":1}\n",
-    "{\"Level\":1}\r\n\r\n",
-    "\xEF\xBB\xBF{\"Level\":1}",
-    "\xFF\xFE{\0\"\0}\0",
-    "{\"Level\":1, // mine\n\"DHI\":0}",
-    "# mine\n{\"Level\":1}",
-    "{\"Level\":1 /* mine */}",
-    "{'Level':1}",
-    "{\xE2\x80\x9CLevel\xE2\x80\x9D:1}",
-    "{\"Level\":\xC2\xA0"
-    "1}",
-    "{\"Level\":1,\xE2\x80\x8B\"DHI\":0}",
-    "{\"Settings\" \"Language\":\"en\"}, \"Level\":1}",
-    "{\"Settings\":{\"Language\":\"en\", \"Level\":1}",
-    "{\"Level\":1}}",
-    "{\"Level\":1",
-    "\"Level\":1",
-    "{\"Level\":70,5}",
-    "{\"Level\":0x46}",
-    "{\"Level\":70 Mbps}",
-    "{\"Level\":007}",
-    "{\"Level\":+7}",
-    "{\"Level\":7e1}",
-    "{\"Level\":.5}",
-    "{\"Level\":True}",
-    "{\"Level\":yes}",
-    "{\"Level\":1,}",
-    "{\"Level\":1,,\"DHI\":0}",
-    "{\"Level\":1 \"DHI\":0}",
-    "{Level:1}",
-    "{\"Level\" 1}",
-    "{\"Level\"=1}",
-    "{\"Path\":\"C:\\Users\\me\"}",
-    "{\"Name\":\"Caf\xC3\xA9\"}",
-    "{\"Name\":\"no end}",
-    "<<<<<<< HEAD\n{\"Level\":1}\n=======\n{\"Level\":2}\n>>>>>>> theirs\n",
-    "[{\"Level\":1}]",
-    "",
-};
+// The mistakes that people make in the files, as files.
+std::vector<std::filesystem::path> Mistakes() {
+    std::vector<std::filesystem::path> paths;
+    for (const auto& entry :
+         std::filesystem::directory_iterator(std::filesystem::path(ZQ_SOURCE_DIR) / "tests" / "mistakes")) {
+        if (entry.is_regular_file()) {
+            paths.push_back(entry.path());
+        }
+    }
+    return paths;
+}
+
+// "ZQ2_HmdList.tab-in-text.json" is a ZQ2_HmdList.json.
+const wchar_t* PrivateNameOf(const std::filesystem::path& mistake) {
+    const std::wstring name = mistake.filename().wstring();
+    return name.starts_with(L"ZQ2_HmdList")         ? kHmdListName
+           : name.starts_with(L"ZQ2_QualityPreset") ? kQualityName
+                                                    : kSettingsName;
+}
 
 // None of these may change anything; the last may only change the file that it names, and only if it says so.
 const wchar_t* const kCommands[] = {
@@ -161,14 +140,19 @@ const wchar_t* const kCommands[] = {
     L"watch --for 0.05",
     L"restore --list",
     L"set-hmd ALPHA1 9 9 9 1",
-    L"set Level 2",
+    L"set Settings.CurrentBitrate 71",
 };
 
 class FolderLoop : public testing::Test {
 protected:
-    FolderLoop() {
-        WriteBytes(m_folders.Private(kHmdListName), ReadBytes(m_folders.Default(kHmdListName)));
-        WriteBytes(m_folders.Private(kQualityName), ReadBytes(m_folders.Default(kQualityName)));
+    static std::string DefaultBytes(const wchar_t* name) {
+        return ReadBytes(std::filesystem::path(ZQ_SOURCE_DIR) / "defaults" / name);
+    }
+
+    void WriteDefaults() const {
+        for (const wchar_t* name : {kSettingsName, kHmdListName, kQualityName}) {
+            WriteBytes(m_folders.Private(name), DefaultBytes(name));
+        }
     }
 
     void ExpectUnchanged(const std::wstring& command) {
@@ -180,7 +164,7 @@ protected:
 
         Snapshot after = SnapshotOf(m_folders.DataDir());
         EXPECT_LE(run.exitCode, 2u) << run.errors;
-        if (command.starts_with(L"set Level") && run.exitCode == 0) {
+        if (command.starts_with(L"set Settings") && run.exitCode == 0) {
             EXPECT_NE("", run.output);
             before.erase(kSettingsName);
             after.erase(kSettingsName);
@@ -192,13 +176,16 @@ protected:
 };
 
 TEST_F(FolderLoop, NoMistakeMakesACommandChangeTheFolder) {
-    const size_t step = static_cast<size_t>(Long(1, 7)); // commands of a mistake that are left out
+    const size_t step = static_cast<size_t>(Long(1, 19)); // of how many commands one is run
+    const std::vector<std::filesystem::path> mistakes = Mistakes();
+    EXPECT_EQ(36u, mistakes.size());
     size_t turn = 0;
-    for (const char* mistake : kMistakes) {
+    for (const std::filesystem::path& mistake : mistakes) {
         for (const wchar_t* command : kCommands) {
             if (turn++ % step == 0) {
-                SCOPED_TRACE(mistake);
-                WriteBytes(m_folders.Private(kSettingsName), mistake);
+                SCOPED_TRACE(mistake.string());
+                WriteDefaults();
+                WriteBytes(m_folders.Private(PrivateNameOf(mistake)), ReadBytes(mistake));
                 ExpectUnchanged(command);
             }
         }
@@ -223,16 +210,13 @@ std::string Mutated(std::string text, std::mt19937& random) {
 }
 
 TEST_F(FolderLoop, NoMutationOfTheDefaultFilesMakesACommandChangeTheFolder) {
-    const std::filesystem::path defaults = std::filesystem::path(ZQ_SOURCE_DIR) / "defaults";
     std::mt19937 random(20260102);
     const wchar_t* const names[] = {kSettingsName, kHmdListName, kQualityName};
     for (int i = 0; i < Long(1000, 24); ++i) {
         SCOPED_TRACE(i);
-        for (const wchar_t* name : names) {
-            WriteBytes(m_folders.Private(name), ReadBytes(defaults / name));
-        }
+        WriteDefaults();
         const wchar_t* const name = names[i % 3];
-        WriteBytes(m_folders.Private(name), Mutated(ReadBytes(defaults / name), random));
+        WriteBytes(m_folders.Private(name), Mutated(DefaultBytes(name), random));
         ExpectUnchanged(kCommands[static_cast<size_t>(i) % std::size(kCommands)]);
     }
 }

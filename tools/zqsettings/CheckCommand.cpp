@@ -87,10 +87,11 @@ void AdviseKeptCopy(CheckedFile& file) {
 }
 
 // A file that cannot be read does not keep the others from being looked at.
-std::vector<CheckedFile> LookAtFiles(const CheckOptions& options, std::vector<std::string>& failures) {
+std::vector<CheckedFile> ReadFiles(const CheckOptions& options, std::vector<std::string>& failures) {
     FileArguments arguments = LookUpFiles(options.files, options.as);
     failures = std::move(arguments.failures);
     std::vector<CheckedFile> files;
+    std::map<ConfigFile, DefaultFile> defaults;
     for (FileArgument& argument : arguments.files) {
         std::string bytes;
         try {
@@ -102,8 +103,12 @@ std::vector<CheckedFile> LookAtFiles(const CheckOptions& options, std::vector<st
         CheckedFile& file = files.emplace_back();
         file.argument = std::move(argument);
         file.bytes = std::move(bytes);
-        file.check = std::make_unique<FileCheck>(file.argument.file, file.bytes,
-                                                 DefaultFileFor(file.argument.file, options.defaults));
+        auto known = defaults.find(file.argument.file);
+        if (known == defaults.end()) {
+            known = defaults.emplace(file.argument.file, DefaultFileFor(file.argument.file, options.defaults))
+                        .first;
+        }
+        file.check = std::make_unique<FileCheck>(file.argument.file, file.bytes, known->second);
         AdviseKeptCopy(file);
     }
     return files;
@@ -159,6 +164,7 @@ void WriteFile(JsonWriter& writer, const CheckedFile& file) {
     writer.StartObject();
     WriteMember(writer, "file", file.argument.shown);
     WriteMember(writer, "accepted", file.check->IsAccepted());
+    WriteMember(writer, "savable", file.check->IsSavable());
     writer.Key("problems");
     writer.StartArray();
     for (const Problem& problem : file.check->All()) {
@@ -207,7 +213,7 @@ bool Check(const CheckOptions& options) {
         throw Failure("standard input cannot be fixed; give a file", ExitCode::Usage);
     }
     std::vector<std::string> failures;
-    std::vector<CheckedFile> files = LookAtFiles(options, failures);
+    std::vector<CheckedFile> files = ReadFiles(options, failures);
     CheckFolders(files);
     for (CheckedFile& file : files) {
         if (options.isStrict) {

@@ -107,6 +107,9 @@ std::string VerdictText(const std::string& file, const FileCheck& check) {
         text += warnings > 0 ? Counted(warnings, "warning") : "";
         text += check.IsAccepted() ? "" : ")";
     }
+    if (check.IsAccepted() && !check.IsSavable()) {
+        text += "; nothing can be saved to it until it is JSON";
+    }
     return text + '\n';
 }
 
