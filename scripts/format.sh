@@ -11,5 +11,5 @@ folders=()
 for folder in include src tools tests examples benchmarks; do
   [[ -d $folder ]] && folders+=("$folder")
 done
-find "${folders[@]}" \( -name '*.h' -o -name '*.cpp' \) -print0 |
+find "${folders[@]}" \( -name '*.h' -o -name '*.hpp' -o -name '*.cpp' \) -print0 |
   xargs -0 -n 20 -P "$(nproc)" clang-format-14 "${mode[@]}"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs the test programs with their heaps checked, by hand: scripts/heapcheck.sh
-# system_tests: the DLL's memory on guarded pages of its own. tool_tests and core_tests: under Wine's checks of every heap
+# system_tests: the DLL's memory on guarded pages of its own. tool_tests, core_tests and comfort_tests: under Wine's checks of every heap
 # call, in a Wine prefix of their own; each suite in a process of its own, as the checks walk the whole heap each time. What
 # starts or stops threads is left to the guarded pages: Wine's checks do not take the heap's lock. Takes about half an hour.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -30,7 +30,7 @@ checked() {
   (cd build/release/bin && WINEDEBUG=err+heap "$wine" "$program.exe" "$@") >"$log" 2>&1
 }
 
-for program in heap_canary tool_tests core_tests; do
+for program in heap_canary tool_tests core_tests comfort_tests; do
   "$wine" reg add "$registry\\$program.exe" /v GlobalFlag /t REG_DWORD /d 0xf0 /f >/dev/null
 done
 
@@ -39,7 +39,7 @@ checked heap_canary "$logs/heap-canary.log" || true
 grep -q 'err:heap' "$logs/heap-canary.log" ||
   fail "Wine does not report a program that writes past the end of its memory; see $logs/heap-canary.log."
 
-for program in tool_tests core_tests; do
+for program in tool_tests core_tests comfort_tests; do
   for suite in $("$wine" "build/release/bin/$program.exe" --gtest_list_tests | tr -d '\r' | grep '^[A-Za-z].*\.$'); do
     # Threads that are terminated; and whole default files, which take the checks many minutes.
     case $suite in ThreadStop. | All/DefaultFiles.) continue ;; esac

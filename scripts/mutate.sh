@@ -18,7 +18,7 @@ cmake -S "$tree" -B "$work/native" -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/nul
 cmake -S "$tree" -B "$work/windows" -G Ninja -DCMAKE_BUILD_TYPE=Release \
   -DCMAKE_TOOLCHAIN_FILE="$tree/cmake/mingw-w64-x86_64.cmake" >/dev/null
 cmake --build "$work/native" --target portable_tests >/dev/null
-cmake --build "$work/windows" --target core_tests system_tests tool_tests >/dev/null
+cmake --build "$work/windows" --target core_tests system_tests tool_tests comfort_tests >/dev/null
 
 wine() { timeout 120 "$root/scripts/wine-run.sh" "$@"; }
 
@@ -37,6 +37,10 @@ build_and_test() {
     tool)
       cmake --build "$work/windows" --target tool_tests >"$work/log" 2>&1 || return 2
       wine "$work/windows/bin/tool_tests.exe" "${quiet[@]}" >"$work/log" 2>&1 || return 1
+      ;;
+    comfort)
+      cmake --build "$work/windows" --target comfort_tests >"$work/log" 2>&1 || return 2
+      wine "$work/windows/bin/comfort_tests.exe" "${quiet[@]}" --gtest_filter="$2" >"$work/log" 2>&1 || return 1
       ;;
     system)
       cmake --build "$work/windows" --target ZQModSettings >"$work/log" 2>&1 || return 2

@@ -15,6 +15,10 @@ packages=(
   googletest rapidjson-dev libcli11-dev
   # The portable components and fuzz targets on Linux, hosts for the Microsoft ABI, the format check, static analysis.
   clang-14 lld-14 libclang-rt-14-dev clang-format-14 clang-tidy-14
+  # The header of typed keys, the packages and their tests; the packet readers in Python, TypeScript and C#.
+  python3 nodejs node-typescript mono-mcs mono-runtime
+  # Symbols for Windows in the release, and what reads them back.
+  llvm-14 perl
 )
 benchmark_packages=(python3 nlohmann-json3-dev libmsgpack-cxx-dev libcereal-dev robin-map-dev
   gnuplot-nox)

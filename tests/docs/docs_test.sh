@@ -24,6 +24,11 @@ anchors() {
   sed -n 's/^#\+ //p' "$1" | tr '[:upper:]' '[:lower:]' | sed 's/[^a-z0-9 _-]//g; s/ /-/g'
 }
 
+# The links of a document, outside its code.
+links() {
+  awk '/^```/ { inside = !inside; next } !inside' "$1" | sed 's/`[^`]*`//g' | grep -oE '\]\([^)]+\)' || true
+}
+
 check_links() {
   local document=$1 target file anchor
   while read -r target; do
@@ -37,7 +42,7 @@ check_links() {
     elif [[ -n $anchor ]] && ! anchors "$file" | grep -qxF "${anchor#\#}"; then
       problem "$document: $file has no heading for $anchor"
     fi
-  done < <(grep -oE '\]\([^)]+\)' "$document" | sed 's/^](//; s/)$//')
+  done < <(links "$document" | sed 's/^](//; s/)$//')
 }
 
 zqsettings_help() {
@@ -152,14 +157,15 @@ check_messages() {
   check_levels
 }
 
-# The guide shows the example's own files.
-check_example() {
-  local guide=docs/integrating.md file language
-  for file in cmake:examples/host/CMakeLists.txt cpp:examples/host/Main.cpp; do
-    language=${file%%:*}
-    file=${file#*:}
-    awk -v fence="\`\`\`$language" '$0 == fence { inside = 1; next } /^```$/ { inside = 0 } inside' "$guide" >"$work/shown"
-    cmp -s "$work/shown" "$file" || problem "$guide shows another $file than the one that is built"
+# The guide shows the examples' own files: each is one of its blocks.
+check_examples() {
+  local guide=docs/integrating.md file
+  for file in examples/{quickstart,host}/{CMakeLists.txt,Main.cpp}; do
+    awk -v file="$file" '
+      BEGIN { while ((getline line < file) > 0) wanted = wanted line "\n" }
+      /^```/ { if (inside && block == wanted) shown = 1; inside = !inside; block = ""; next }
+      inside { block = block $0 "\n" }
+      END { exit !shown }' "$guide" || problem "$guide shows another $file than the one that is built"
   done
 }
 
@@ -206,7 +212,7 @@ done
 [[ $commands -ge 30 ]] || problem "only $commands commands were found in the documents"
 check_scripts
 check_messages
-check_example
+check_examples
 check_rules
 
 if [[ $problems -gt 0 ]]; then
