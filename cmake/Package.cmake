@@ -55,4 +55,4 @@ endforeach()
 # The texts that those refer to.
 install(FILES /usr/share/common-licenses/GPL-3 /usr/share/common-licenses/LGPL-2 DESTINATION licences)
 
-add_custom_target(zq_package_files DEPENDS ZQModSettings zqsettings microsoft_import_library)
+add_custom_target(zq_package_files DEPENDS ZQModSettings zqsettings microsoft_import_library manual settings_keys_header check_defaults)

@@ -7,12 +7,9 @@ parse_arguments '' "$@"
 
 "$root/scripts/setup.sh"
 cd "$root"
-log=$(mktemp)
-trap 'rm -f "$log"' EXIT
-if ! { cmake --preset release && cmake --build --preset release -j "$(nproc)" &&
-  packaging/make_packages.py build/release build/package; } >"$log" 2>&1; then
-  tail -n 40 "$log" >&2
-  echo "package.sh: the package could not be built; the last lines stand above." >&2
-  exit 1
-fi
+# Steps go to the error output: the output has only the paths.
+echo "$script: building" >&2
+build release --target zq_package_files
+echo "$script: packing" >&2
+quietly build/logs/package.log "the packages cannot be made" packaging/make_packages.py build/release build/package
 ls -1 "$root"/build/package/*

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Makes a release from a clean clone of the last commit: scripts/release.sh [--check] VERSION
 #   --check   only look whether version, changelog and working copy are ready
-# Runs scripts/test.sh and scripts/package.sh in the clone, and prints the package with its checksum and the commands that
-# publish the release. Changes nothing in the working copy; docs/releasing.md is the guide.
+# Runs scripts/test.sh and scripts/package.sh in the clone, and prints where the packages are and the commands that publish
+# the release. Changes nothing in the working copy; docs/releasing.md is the guide.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '--check 1..1' "$@"
 
@@ -32,11 +32,12 @@ clone=$root/build/release-clone
 rm -rf "$clone"
 git clone --quiet --no-hardlinks "$root" "$clone"
 "$clone/scripts/test.sh"
-package=$("$clone/scripts/package.sh" | tail -n 1)
-[[ $package == *"-$version-"* && -s $package ]] || fail "scripts/package.sh made $package instead of a package of $version."
-(cd "$(dirname "$package")" && sha256sum "$(basename "$package")" | tee "$package.sha256")
+"$clone/scripts/package.sh"
+packages=$clone/build/package
+compgen -G "$packages/*-$version-win64.zip" >/dev/null || fail "scripts/package.sh made no ZIP of $version in $packages."
+(cd "$packages" && sha256sum --check --quiet SHA256SUMS)
 cat <<NEXT
-The release is in $(dirname "$package").
+The release is in $packages; SHA256SUMS has the checksums.
 Publish it with:
   git tag -a v$version -m "Release $version" $(git rev-parse HEAD)
   git push origin v$version
