@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The documents against what they describe: tests/docs/docs_test.sh BUILD_FOLDER
 # Every link and anchor resolves, every command exists (scripts, presets, sub-commands and options of zqsettings), every
-# message of the module stands in the guide and the other way round, and the host in the guide is the one that is built.
+# message of the module is in the guide and the other way round, and the host in the guide is the one that is built.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
@@ -65,7 +65,7 @@ check_zqsettings() {
   done
 }
 
-# A script of the project, and the options that it is shown with: each stands in the script itself.
+# A script of the project, and the options that it is shown with: each has to be in the script itself.
 check_script() {
   local document=$1 script=$2 word
   shift 2
@@ -111,7 +111,7 @@ check_command() {
   esac
 }
 
-# Commands stand in fenced blocks without a language behind "$ ", or bare, from a script's path on; and in backticks.
+# Commands are in fenced blocks without a language, after "$ " or starting with a script's path, and in backticks.
 check_commands() {
   local document=$1 line
   while read -r line; do
