@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Shows the module at work: scripts/demo.sh
-# Installs what is missing, builds, loads the default files, then a folder with a broken file that is repaired, and
-# follows that folder while a file in it is edited three ways.
+# Installs what is missing, builds, loads the default files, then a folder with a truncated file that is replaced, and
+# follows that folder while a file in it is edited in three ways.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '' "$@"
 

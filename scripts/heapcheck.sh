@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Runs the test programs with their heaps checked, by hand: scripts/heapcheck.sh
-# system_tests: the DLL's memory on guarded pages of its own. tool_tests, core_tests and comfort_tests: under Wine's checks of every heap
-# call, in a Wine prefix of their own; each suite in a process of its own, as the checks walk the whole heap each time. What
-# starts or stops threads is left to the guarded pages: Wine's checks do not take the heap's lock. Takes about half an hour.
+# Runs the test programs with their heaps checked, which test.sh leaves out: scripts/heapcheck.sh
+# system_tests: the DLL's memory on guarded pages. tool_tests, core_tests and comfort_tests: under Wine's checks of every heap
+# call, in another Wine prefix; each suite in its own process, because the checks walk the whole heap each time. Tests that
+# start or stop threads run only on guarded pages: Wine's checks do not take the heap's lock. Takes about half an hour.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '' "$@"
 "$root/scripts/setup.sh"
@@ -13,7 +13,7 @@ logs=$root/build/logs
 mkdir -p "$logs"
 failed=0
 
-# Not the test that asks whether a packet is a block of the process heap: it is none here.
+# Without the test that a packet is a block of the process heap: on guarded pages it is not.
 echo "guarded pages: system_tests"
 ZQ_GUARDED_HEAP=1 "$wine" build/release/bin/system_tests.exe --gtest_brief=1 \
   --gtest_filter=-Packets.APacketIsAnOrdinaryBlockOfTheProcessHeap | tee "$logs/guarded-heap.log" | tail -n 3

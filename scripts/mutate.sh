@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Plants faults one by one and looks whether the tests catch them: scripts/mutate.sh [PATTERN]
-# The faults stand in tests/mutation/faults.txt; PATTERN, for grep, chooses those whose file and tests match. Works on a
-# copy below build/mutation. Ends with 1 when a fault survives or does not fit the sources any more.
+# Plants faults one by one and checks that the tests catch them: scripts/mutate.sh [PATTERN]
+# tests/mutation/faults.txt lists the faults; PATTERN, for grep, selects those whose file and tests match. Works on a copy in
+# build/mutation. Ends with 1 when a fault survives or no longer fits the sources.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '0..1' "$@"
 pattern=${arguments[0]:-.}
@@ -22,7 +22,7 @@ cmake --build "$work/windows" --target core_tests system_tests tool_tests comfor
 
 wine() { timeout 120 "$root/scripts/wine-run.sh" "$@"; }
 
-# build_and_test TESTS FILTER: 0 when the tests pass, 1 when they fail or hang, 2 when it does not build.
+# build_and_test TESTS FILTER: 0 when the tests pass, 1 when they fail or hang, 2 when they do not build.
 build_and_test() {
   local quiet=(--gtest_brief=1 --gtest_fail_fast)
   case $1 in
@@ -49,7 +49,7 @@ build_and_test() {
   esac
 }
 
-# plant FILE TEXT REPLACEMENT: fails unless the text stands there exactly once.
+# plant FILE TEXT REPLACEMENT: fails unless the file has the text exactly once.
 plant() {
   TEXT=$2 REPLACEMENT=$3 awk '
     BEGIN { text = ENVIRON["TEXT"]; replacement = ENVIRON["REPLACEMENT"] }
