@@ -1,6 +1,6 @@
 #include "check/Checks.h"
 
-#include "save/DocumentText.h"
+#include "save/RapidJson.h"
 
 #include <rapidjson/memorystream.h>
 
@@ -25,7 +25,8 @@ bool IsKnown(const Problem& problem) {
 bool CheckSaving(std::string_view bytes, const SourceText& source, Problems& problems) {
     EditableDocument document;
     rapidjson::MemoryStream stream(bytes.data(), bytes.size());
-    if (ParseDocument(document, stream) == 0) {
+    document.ParseStream<rapidjson::kParseIterativeFlag>(stream);
+    if (!document.HasParseError()) {
         return true;
     }
     if (std::none_of(problems.begin(), problems.end(), IsKnown)) {
