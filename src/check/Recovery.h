@@ -12,7 +12,7 @@
 namespace zq {
 
 struct Recovered {
-    Problems problems;       // errors, each with the edits that certainly mend it
+    Problems problems;       // errors, each with the edits that certainly fix it
     TextEdits edits;         // all edits, those of doubtful cases included: with them the text can be read
     bool isCertain = true;   // no case is doubtful
     bool hasDocument = true; // or there is nothing that could be one

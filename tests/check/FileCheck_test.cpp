@@ -230,7 +230,7 @@ TEST(FileCheck, WarnsOfAKeyThatLooksMisspelt) {
     EXPECT_EQ(Lines({"1:2 warning misspelt"}), Check(R"({"bitrate":1})", ConfigFile::Settings, known));
     EXPECT_EQ(Lines({"1:2 warning misspelt"}),
               Check(R"({"ChekcForUpdates":1})", ConfigFile::Settings, known));
-    // Numbers number things, and what stands beside its model is no slip.
+    // Digits number things, and a key next to the known one is not a slip.
     EXPECT_EQ(Lines(), Check(R"({"MERIN6":1,"Other":2,"HE":3})", ConfigFile::Settings, known));
     EXPECT_EQ(Lines(), Check(R"({"Bitrate":1,"Bitrates":2})", ConfigFile::Settings, known));
 }
@@ -311,11 +311,11 @@ TEST(FileCheck, PlacesEveryVariable) {
     const FileCheck check(ConfigFile::Settings, "{\"A\":1,\n\"CL\":[{\"HD\":\"X\"}]}", {});
     std::vector<std::string> places;
     for (const PlacedVariable& variable : check.Variables()) {
-        const TextPosition place = check.Source().PositionOf(variable.node ? variable.node->Offset() : 0);
+        const TextPosition position = check.Source().PositionOf(variable.node ? variable.node->Offset() : 0);
         const std::wstring_view name = VariableBatch::NameOf(*variable.entry);
         places.push_back(
             std::string(name.begin(), name.end()) + ' ' +
-            (variable.node ? std::to_string(place.line) + ':' + std::to_string(place.column) : "-"));
+            (variable.node ? std::to_string(position.line) + ':' + std::to_string(position.column) : "-"));
     }
     EXPECT_EQ(Lines({"A 1:2", "CL.X.HD 2:8", "HmdNameSize -", "HmdNameSize -", "HmdNameList.0 2:8"}), places);
 }

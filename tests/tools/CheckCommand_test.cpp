@@ -32,8 +32,8 @@ protected:
     std::string Output(const ToolRun& run, const std::filesystem::path& file) const {
         std::string output = run.output;
         const std::string path = file.string();
-        for (size_t place = output.find(path); place != std::string::npos; place = output.find(path)) {
-            output.replace(place, path.size(), "FILE");
+        for (size_t offset = output.find(path); offset != std::string::npos; offset = output.find(path)) {
+            output.replace(offset, path.size(), "FILE");
         }
         return output;
     }
@@ -206,12 +206,12 @@ TEST_F(CheckCommand, TreatsWarningsAsErrorsWhenItIsStrict) {
 
 TEST_F(CheckCommand, NamesAFileOfZeroBytesAndTheNewestKeptCopy) {
     const auto file = Write(kSettingsName, std::string(300, '\0'));
-    const ToolRun alone = Check(file);
-    EXPECT_EQ(1u, alone.exitCode);
+    const ToolRun without = Check(file);
+    EXPECT_EQ(1u, without.exitCode);
     EXPECT_NE(std::string::npos,
-              alone.output.find("nothing but zero bytes; was it written when the machine lost "
-                                "power?; restore it from a copy"))
-        << alone.output;
+              without.output.find("nothing but zero bytes; was it written when the machine lost "
+                                  "power?; restore it from a copy"))
+        << without.output;
 
     std::filesystem::create_directory(m_folder.Path() / L"kept");
     Write(L"kept\\ZQ2_serverSetting.setting.20261120T101500Z", "{}");
