@@ -30,7 +30,8 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/ZQModSettingsConfigVersion.
 
 install(TARGETS ZQModSettings zqsettings RUNTIME ARCHIVE)
 install(FILES ${microsoft_import_library} DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ TYPE INCLUDE FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ TYPE INCLUDE FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
+install(FILES ${ZQ_KEYS_HEADER} TYPE INCLUDE)
 install(FILES ${CMAKE_BINARY_DIR}/ZQModSettingsConfig.cmake ${CMAKE_BINARY_DIR}/ZQModSettingsConfigVersion.cmake
         DESTINATION ${package_dir})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/defaults DESTINATION ${CMAKE_INSTALL_BINDIR})

@@ -2,13 +2,8 @@
 # Shows the module at work: scripts/demo.sh
 # Installs what is missing, builds, loads the default files, then a folder with a broken file that is repaired, and
 # follows that folder while a file in it is edited three ways.
-set -euo pipefail
-
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-if [[ ${1:-} == --help ]]; then
-  sed -n '2,4s/^# //p' "${BASH_SOURCE[0]}"
-  exit 0
-fi
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+parse_arguments '' "$@"
 
 "$root/scripts/setup.sh"
 cd "$root"

@@ -2,13 +2,8 @@
 # Builds the packages for hosts' authors and users: scripts/package.sh
 # Prints their paths: a ZIP with the DLL, zqsettings, symbols, headers, import libraries, CMake package, defaults, schemas and
 # guides; a NuGet package, a vcpkg port and a Conan recipe made of it; the list of parts (SPDX) and the SHA-256 sums.
-set -euo pipefail
-
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-if [[ ${1:-} == --help ]]; then
-  sed -n '2,4s/^# //p' "${BASH_SOURCE[0]}"
-  exit 0
-fi
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+parse_arguments '' "$@"
 
 "$root/scripts/setup.sh"
 cd "$root"

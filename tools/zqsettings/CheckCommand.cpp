@@ -2,8 +2,8 @@
 
 #include "Failure.h"
 #include "FileArguments.h"
+#include "FixFiles.h"
 #include "JsonOutput.h"
-#include "MendFiles.h"
 #include "ModuleSession.h"
 #include "ProblemText.h"
 #include "Text.h"
@@ -30,7 +30,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr int kExitRefused = 1;
-constexpr int kExitNotLooked = 2;
+constexpr int kExitCannot = 2;
 constexpr size_t kShownProblems = 50;
 
 struct CheckOptions {
@@ -49,39 +49,68 @@ struct CheckedFile {
     FileArgument argument;
     std::string bytes;
     std::unique_ptr<FileCheck> check;
-    std::optional<MendReport> mend;
+    std::optional<FixReport> fix;
 };
 
-// The keys of the default file; none where it is not at hand and was not asked for.
-KnownKeys KnownKeysOf(ConfigFile file, const std::string& defaults) {
+// Nothing is known where the default file is not at hand.
+DefaultFile DefaultFileIn(ConfigFile file, const std::string& defaults) {
     const fs::path path = DefaultsFolderOf(defaults) / NameOfConfigFile(file);
-    return fs::exists(path) ? KeysOf(ReadBytes(path)) : KnownKeys();
+    return fs::exists(path) ? DefaultFile(file, ReadBytes(path)) : DefaultFile();
 }
 
-KnownKeys KnownKeysFor(ConfigFile file, const std::string& defaults) {
+// A folder that was not asked for need not be there.
+DefaultFile DefaultFileFor(ConfigFile file, const std::string& defaults) {
     if (!defaults.empty()) {
-        return KnownKeysOf(file, defaults);
+        return DefaultFileIn(file, defaults);
     }
     try {
-        return KnownKeysOf(file, defaults);
+        return DefaultFileIn(file, defaults);
     } catch (const Failure&) {
         return {};
     }
 }
 
-std::vector<CheckedFile> LookAtFiles(const CheckOptions& options) {
+// The newest copy that the module kept of a file: "kept\<name>.<UTC time>". The times sort as texts.
+std::optional<fs::path> NewestKeptCopy(const fs::path& path) {
+    std::error_code error;
+    const std::wstring prefix = path.filename().native() + L".";
+    std::optional<fs::path> newest;
+    for (const auto& entry : fs::directory_iterator(fs::absolute(path).parent_path() / L"kept", error)) {
+        const std::wstring name = entry.path().filename().native();
+        if (name.starts_with(prefix) && (!newest || name > newest->filename().native())) {
+            newest = entry.path();
+        }
+    }
+    return newest;
+}
+
+void AdviseKeptCopy(CheckedFile& file) {
+    if (const auto kept = NewestKeptCopy(file.argument.path)) {
+        for (const char* code : {"zero-file", "zero-bytes", "empty"}) {
+            file.check->AddAdvice(code, "the newest copy that was kept is " + Utf8FromPath(*kept));
+        }
+    }
+}
+
+std::vector<CheckedFile> ReadFiles(const CheckOptions& options) {
     std::vector<CheckedFile> files;
+    std::map<ConfigFile, DefaultFile> defaults;
     for (FileArgument& argument : FilesOf(options.files, options.as)) {
         CheckedFile& file = files.emplace_back();
         file.argument = std::move(argument);
         file.bytes = ReadBytes(file.argument.path);
-        file.check = std::make_unique<FileCheck>(file.argument.file, file.bytes,
-                                                 KnownKeysFor(file.argument.file, options.defaults));
+        auto known = defaults.find(file.argument.file);
+        if (known == defaults.end()) {
+            known = defaults.emplace(file.argument.file, DefaultFileFor(file.argument.file, options.defaults))
+                        .first;
+        }
+        file.check = std::make_unique<FileCheck>(file.argument.file, file.bytes, known->second);
+        AdviseKeptCopy(file);
     }
     return files;
 }
 
-// Files of one folder meet in the module; a file that is named twice does not meet itself.
+// Files of one folder meet in the module; a file that is named twice is compared with the others only once.
 void CheckFolders(std::vector<CheckedFile>& files) {
     std::map<fs::path, std::map<ConfigFile, FileCheck*>> folders;
     for (CheckedFile& file : files) {
@@ -119,7 +148,7 @@ std::string TextOf(const CheckedFile& file, const CheckOptions& options, bool ha
                 " more problems; --all prints them\n";
     }
     text += VerdictText(file.argument.shown, *file.check);
-    return text + (file.mend ? file.mend->text : "");
+    return text + (file.fix ? file.fix->text : "");
 }
 
 void WriteProblem(JsonWriter& writer, const SourceText& source, const Problem& problem) {
@@ -133,7 +162,7 @@ void WriteProblem(JsonWriter& writer, const SourceText& source, const Problem& p
     WriteMember(writer, "endLine", int64_t{end.line});
     WriteMember(writer, "endColumn", int64_t{end.column});
     WriteMember(writer, "text", problem.text);
-    WriteMember(writer, "mend", problem.mend);
+    WriteMember(writer, "fix", problem.fix);
     writer.EndObject();
 }
 
@@ -141,15 +170,16 @@ void WriteFile(JsonWriter& writer, const CheckedFile& file) {
     writer.StartObject();
     WriteMember(writer, "file", file.argument.shown);
     WriteMember(writer, "accepted", file.check->IsAccepted());
+    WriteMember(writer, "savable", file.check->IsSavable());
     writer.Key("problems");
     writer.StartArray();
     for (const Problem& problem : file.check->All()) {
         WriteProblem(writer, file.check->Source(), problem);
     }
     writer.EndArray();
-    if (file.mend) {
-        WriteMember(writer, "mended", file.mend->isMended);
-        WriteMember(writer, "written", file.mend->written);
+    if (file.fix) {
+        WriteMember(writer, "fixable", file.fix->isFixable);
+        WriteMember(writer, "written", file.fix->written);
     }
     writer.EndObject();
 }
@@ -173,20 +203,26 @@ void Print(const std::vector<CheckedFile>& files, const CheckOptions& options) {
     std::fwrite(text.data(), 1, text.size(), stdout);
 }
 
+// What the file is now, after a fix in place.
 bool IsGood(const CheckedFile& file, const CheckOptions& options) {
-    if (file.mend && file.mend->isMended) {
-        return true;
+    if (!file.fix || !file.fix->isInPlace || file.fix->written.empty()) {
+        return file.check->IsAccepted() && (!options.isStrict || file.check->All().empty());
     }
-    return file.check->IsAccepted() && (!options.isStrict || file.check->All().empty());
+    const FileCheck now(file.argument.file, ReadBytes(file.argument.path),
+                        DefaultFileFor(file.argument.file, options.defaults));
+    return now.IsAccepted() && (!options.isStrict || now.All().empty());
 }
 
 bool Check(const CheckOptions& options) {
-    std::vector<CheckedFile> files = LookAtFiles(options);
+    std::vector<CheckedFile> files = ReadFiles(options);
     CheckFolders(files);
-    if (options.isFix || options.isInPlace) {
-        const MendTarget target = options.isInPlace ? MendTarget::InPlace : MendTarget::Beside;
-        for (CheckedFile& file : files) {
-            file.mend = MendOne(file.argument, file.bytes, target);
+    for (CheckedFile& file : files) {
+        if (options.isStrict) {
+            file.check->TreatWarningsAsErrors();
+        }
+        if (options.isFix || options.isInPlace) {
+            file.fix =
+                FixOne(file.argument, file.bytes, options.isInPlace ? FixTarget::InPlace : FixTarget::Beside);
         }
     }
     Print(files, options);
@@ -200,7 +236,7 @@ void Run(const CheckOptions& options) {
         isGood = Check(options);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "zqsettings: %s.\n", error.what());
-        throw CLI::RuntimeError(kExitNotLooked);
+        throw CLI::RuntimeError(kExitCannot);
     }
     if (!isGood) {
         throw CLI::RuntimeError(kExitRefused);
@@ -211,26 +247,27 @@ void Run(const CheckOptions& options) {
 
 void AddCheckCommand(CLI::App& app) {
     const auto options = std::make_shared<CheckOptions>();
-    CLI::App* const command =
-        app.add_subcommand("check", "Tell whether the module would take a file, and what is wrong with it.\n"
-                                    "Exit code 0: accepted, or mended; 1: refused; 2: could not look");
+    CLI::App* const command = app.add_subcommand(
+        "check", "Check whether the module would accept a file, and what is wrong with it.\n"
+                 "Exit code 0: accepted, or fixed in place; 1: refused; 2: cannot check");
     command->add_option("FILE", options->files, "The files, or the folder that holds them")->required();
     command->add_flag("--fix", options->isFix,
-                      "Write a mended copy beside each file, NAME.fixed.EXTENSION:\n"
-                      "without byte order mark and blanks behind the end, other\n"
-                      "characters than ASCII as escapes");
+                      "Write a fixed copy beside each file, NAME.fixed.EXTENSION, as far\n"
+                      "as that needs no guess: quotes, commas, brackets, comments,\n"
+                      "numbers, encoding and line breaks at the end. The exit code\n"
+                      "is still about the file itself");
     command->add_flag("--in-place", options->isInPlace,
-                      "Mend each file itself; the old one is kept as FILE.bak");
-    command->add_flag("--strict", options->isStrict, "Exit code 1 for warnings too");
+                      "Fix each file itself; the old one is kept as FILE.bak");
+    command->add_flag("--strict", options->isStrict, "Treat warnings as errors");
     command->add_flag("--all", options->isAll, "Print all problems, not the first 50 of a file");
     command->add_flag("--json", options->isJson, "Print the result as JSON");
     command->add_option("--as", options->as,
-                        "What the files stand for: settings, hmd-list or quality.\n"
+                        "What the files are: settings, hmd-list or quality.\n"
                         "Default: by their names");
     command
         ->add_option("--defaults", options->defaults,
-                     "Folder with the default files, for the names that are known.\n"
-                     "Default: \"defaults\" beside this program")
+                     "Folder with the default files, for known names and types.\n"
+                     "Default: \"defaults\" next to this program")
         ->type_name("DIR");
     command->add_option("--color", options->colour, "auto, always or never")
         ->check(CLI::IsMember({"auto", "always", "never"}));

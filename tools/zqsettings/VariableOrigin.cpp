@@ -87,7 +87,7 @@ private:
 
     void Add(const fs::path& path, const FileCheck& check, const PlacedVariable& variable,
              const DocumentNode* node, OriginFate fate) {
-        const TextPosition place = node ? check.Source().PositionOf(node->Place()) : TextPosition{0, 0};
+        const TextPosition place = node ? check.Source().PositionOf(node->Offset()) : TextPosition{0, 0};
         m_origins.push_back({path, place.line, place.column, ValueOf(*variable.entry),
                              variable.entry->kind == Kind::Number, fate});
     }
