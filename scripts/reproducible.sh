@@ -10,6 +10,10 @@ if [[ ${1:-} == --help ]]; then
   exit 0
 fi
 commit=${1:-HEAD}
+if ! git -C "$root" rev-parse --verify --quiet "$commit^{commit}" >/dev/null; then
+  echo "reproducible.sh: there is no commit $commit; --help tells more." >&2
+  exit 2
+fi
 "$root/scripts/setup.sh"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
