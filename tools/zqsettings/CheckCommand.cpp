@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "Console.h"
 #include "Failure.h"
 #include "FileArguments.h"
 #include "FixFiles.h"
@@ -14,14 +15,9 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <memory>
 #include <optional>
-
-#include <io.h>
-#include <windows.h>
 
 namespace zq::tool {
 
@@ -29,8 +25,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int kExitRefused = 1;
-constexpr int kExitCannot = 2;
 constexpr size_t kShownProblems = 50;
 
 struct CheckOptions {
@@ -92,13 +86,23 @@ void AdviseKeptCopy(CheckedFile& file) {
     }
 }
 
-std::vector<CheckedFile> ReadFiles(const CheckOptions& options) {
+// A file that cannot be read does not keep the others from being looked at.
+std::vector<CheckedFile> ReadFiles(const CheckOptions& options, std::vector<std::string>& failures) {
+    FileArguments arguments = LookUpFiles(options.files, options.as);
+    failures = std::move(arguments.failures);
     std::vector<CheckedFile> files;
     std::map<ConfigFile, DefaultFile> defaults;
-    for (FileArgument& argument : FilesOf(options.files, options.as)) {
+    for (FileArgument& argument : arguments.files) {
+        std::string bytes;
+        try {
+            bytes = BytesOf(argument);
+        } catch (const Failure& failure) {
+            failures.emplace_back(failure.what());
+            continue;
+        }
         CheckedFile& file = files.emplace_back();
         file.argument = std::move(argument);
-        file.bytes = ReadBytes(file.argument.path);
+        file.bytes = std::move(bytes);
         auto known = defaults.find(file.argument.file);
         if (known == defaults.end()) {
             known = defaults.emplace(file.argument.file, DefaultFileFor(file.argument.file, options.defaults))
@@ -124,16 +128,6 @@ void CheckFolders(std::vector<CheckedFile>& files) {
         }
         CheckAcrossFiles(inOrder);
     }
-}
-
-bool HasColour(const std::string& choice) {
-    if (choice != "auto") {
-        return choice == "always";
-    }
-    const HANDLE console = GetStdHandle(STD_OUTPUT_HANDLE);
-    DWORD mode = 0;
-    return _isatty(_fileno(stdout)) != 0 && !std::getenv("NO_COLOR") && GetConsoleMode(console, &mode) != 0 &&
-           SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
 }
 
 std::string TextOf(const CheckedFile& file, const CheckOptions& options, bool hasColour) {
@@ -184,7 +178,7 @@ void WriteFile(JsonWriter& writer, const CheckedFile& file) {
     writer.EndObject();
 }
 
-void Print(const std::vector<CheckedFile>& files, const CheckOptions& options) {
+void PrintFiles(const std::vector<CheckedFile>& files, const CheckOptions& options) {
     std::string text;
     if (options.isJson) {
         text = JsonDocument([&](JsonWriter& writer) {
@@ -195,12 +189,12 @@ void Print(const std::vector<CheckedFile>& files, const CheckOptions& options) {
             writer.EndArray();
         });
     } else {
-        const bool hasColour = HasColour(options.colour);
+        const bool hasColour = WantsColour(options.colour, stdout);
         for (const CheckedFile& file : files) {
             text += TextOf(file, options, hasColour);
         }
     }
-    std::fwrite(text.data(), 1, text.size(), stdout);
+    Print(text);
 }
 
 // What the file is now, after a fix in place.
@@ -214,32 +208,36 @@ bool IsGood(const CheckedFile& file, const CheckOptions& options) {
 }
 
 bool Check(const CheckOptions& options) {
-    std::vector<CheckedFile> files = ReadFiles(options);
+    const bool isFixing = options.isFix || options.isInPlace;
+    if (isFixing && std::find(options.files.begin(), options.files.end(), "-") != options.files.end()) {
+        throw Failure("standard input cannot be fixed; give a file", ExitCode::Usage);
+    }
+    std::vector<std::string> failures;
+    std::vector<CheckedFile> files = ReadFiles(options, failures);
     CheckFolders(files);
     for (CheckedFile& file : files) {
         if (options.isStrict) {
             file.check->TreatWarningsAsErrors();
         }
-        if (options.isFix || options.isInPlace) {
+        if (isFixing) {
             file.fix =
                 FixOne(file.argument, file.bytes, options.isInPlace ? FixTarget::InPlace : FixTarget::Beside);
         }
     }
-    Print(files, options);
+    PrintFiles(files, options);
+    for (const std::string& failure : failures) {
+        PrintFailure(failure);
+    }
+    if (!failures.empty()) {
+        throw Ended{ExitCode::Cannot};
+    }
     return std::all_of(files.begin(), files.end(),
                        [&](const CheckedFile& file) { return IsGood(file, options); });
 }
 
 void Run(const CheckOptions& options) {
-    bool isGood = false;
-    try {
-        isGood = Check(options);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "zqsettings: %s.\n", error.what());
-        throw CLI::RuntimeError(kExitCannot);
-    }
-    if (!isGood) {
-        throw CLI::RuntimeError(kExitRefused);
+    if (!Check(options)) {
+        throw Ended{ExitCode::No};
     }
 }
 
@@ -250,7 +248,11 @@ void AddCheckCommand(CLI::App& app) {
     CLI::App* const command = app.add_subcommand(
         "check", "Check whether the module would accept a file, and what is wrong with it.\n"
                  "Exit code 0: accepted, or fixed in place; 1: refused; 2: cannot check");
-    command->add_option("FILE", options->files, "The files, or the folder that holds them")->required();
+    command
+        ->add_option("FILE", options->files,
+                     "The files, patterns of names, the folder that holds them, or\n\"-\" for standard input "
+                     "(with --as)")
+        ->required();
     command->add_flag("--fix", options->isFix,
                       "Write a fixed copy beside each file, NAME.fixed.EXTENSION, as far\n"
                       "as that needs no guess: quotes, commas, brackets, comments,\n"
