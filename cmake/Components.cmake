@@ -1,16 +1,21 @@
 # A component of src/: one folder, one static library.
 #
-#   zq_component(<target> FOLDER <folder below src> SOURCES <source>... [PUBLIC <target>...] [PRIVATE <target>...])
+#   zq_component(<target> FOLDER <folder below src> SOURCES <source>... [PUBLIC <target>...] [PRIVATE <target>...]
+#                [SMALL])
 #
 # A component sees its own headers and those of the components that it links, and no others: the headers of each one
 # are linked into a search path of its own, so that an include against the direction of the arrows does not compile.
-# PUBLIC are the components that its headers include, PRIVATE those that only its sources do.
+# PUBLIC are the components that its headers include, PRIVATE those that only its sources do. SMALL is for code that waits
+# for the system: a release compiles it for size.
 function(zq_component target)
-  cmake_parse_arguments(ARG "" "FOLDER" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  cmake_parse_arguments(ARG "SMALL" "FOLDER" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
   add_library(${target} STATIC ${ARG_SOURCES})
   zq_component_headers(${target} ${ARG_FOLDER})
   target_link_libraries(${target} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE} zq_options zq_shipped)
   set_property(GLOBAL APPEND PROPERTY ZQ_COMPONENTS ${target})
+  if(ARG_SMALL AND ZQ_RELEASE_IMAGES)
+    target_compile_options(${target} PRIVATE -Os)
+  endif()
   if(ZQ_COVERAGE)
     target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic)
     target_link_options(${target} PUBLIC --coverage)

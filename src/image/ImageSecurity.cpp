@@ -57,7 +57,7 @@ static_assert(offsetof(LoadConfig, guardFlags) == 144);
 // The linker finds it by its name. System libraries that the image imports come from the system's folder
 // only.
 extern const LoadConfig _load_config_used = {
-    .size = sizeof(LoadConfig),
+    .size = offsetof(LoadConfig, guardFlags) + sizeof(LoadConfig::guardFlags), // without the padding
     .dependentLoadFlags = LOAD_LIBRARY_SEARCH_SYSTEM32,
     .securityCookie = &__stack_chk_guard,
 };
