@@ -11,7 +11,7 @@ namespace zq {
 
 class Arena {
 public:
-    static constexpr size_t kAlignment = 16;
+    static constexpr size_t kAlignment = 8;
 
     Arena() = default;
     ~Arena() { Clear(); }
@@ -25,29 +25,38 @@ public:
         if (count > kMostBytes / sizeof(T)) {
             throw std::bad_alloc();
         }
-        return static_cast<T*>(AllocateBytes(count * sizeof(T)));
+        void* memory = Room(count * sizeof(T));
+        Take(count * sizeof(T));
+        return static_cast<T*>(memory);
     }
 
-    // Aligned to kAlignment. REQUIRES: `bytes` is at most kMostBytes. Raises std::bad_alloc.
-    void* AllocateBytes(size_t bytes) {
-        bytes = (bytes + kAlignment - 1) / kAlignment * kAlignment;
+    // Memory for a piece whose size is not known yet: Take then says how much of it was used, which is no
+    // more than `bytes`. Aligned to kAlignment; to 16 bytes as long as only multiples of 16 are taken. Raises
+    // std::bad_alloc.
+    void* Room(size_t bytes) {
+        bytes = RoundUp(bytes);
         if (bytes > static_cast<size_t>(m_end - m_next)) {
             AddChunk(bytes);
         }
-        std::byte* memory = m_next;
-        m_next += bytes;
-        return memory;
+        return m_next;
     }
+    void Take(size_t bytes) { m_next += RoundUp(bytes); }
+
+    // Makes sure that `bytes` more come from one piece of memory. Raises std::bad_alloc.
+    void Reserve(size_t bytes) { Room(bytes); }
 
     void Clear() noexcept;
 
 private:
-    struct alignas(kAlignment) Chunk {
+    struct alignas(16) Chunk {
         Chunk* next;
     };
 
     static constexpr size_t kMostBytes = static_cast<size_t>(-1) / 2;
 
+    static constexpr size_t RoundUp(size_t bytes) {
+        return (bytes + kAlignment - 1) / kAlignment * kAlignment;
+    }
     void AddChunk(size_t bytes);
 
     Chunk* m_chunks = nullptr;

@@ -2,6 +2,7 @@
 
 #include "base/HostLog.h"
 #include "config/Flattening.h"
+#include "config/json/JsonReader.h"
 
 #include <algorithm>
 #include <array>
@@ -12,6 +13,9 @@
 namespace zq {
 
 namespace {
+
+constexpr uint8_t kObject = 2;
+constexpr uint8_t kPresets = 3;
 
 // By the position of a preset in its array; later positions share the last one.
 constexpr std::array<std::wstring_view, 4> kPresetSuffixes = {L".Quality", L".Balance", L".Performance",
@@ -89,6 +93,13 @@ private:
 };
 
 } // namespace
+
+uint8_t QualityRoleOf(uint8_t parent, bool isObject, std::wstring_view key) {
+    if (parent == kObject) {
+        return isObject || key.empty() ? kJsonUnread : kPresets;
+    }
+    return isObject ? kObject : kJsonUnread; // the root and the elements of a list of presets
+}
 
 void FlattenQualityFile(const JsonValue& root, VariableBatch& batch, const HostLog& log,
                         FlattenTrace* trace) {

@@ -2,6 +2,7 @@
 
 #include "base/HostLog.h"
 #include "config/Flattening.h"
+#include "config/json/JsonReader.h"
 
 #include <span>
 #include <string>
@@ -14,6 +15,9 @@ namespace {
 bool IsHeaderListKey(std::wstring_view key) {
     return key.size() == 2 && (key[0] == L'C' || key[0] == L'c') && (key[1] == L'L' || key[1] == L'l');
 }
+
+constexpr uint8_t kObject = 2;
+constexpr uint8_t kHeaderList = 3 | kJsonObjectsOnly;
 
 class SettingsWalker {
 public:
@@ -109,6 +113,14 @@ private:
 };
 
 } // namespace
+
+uint8_t SettingsRoleOf(uint8_t parent, bool isObject, std::wstring_view key) {
+    if (parent == kObject) {
+        const bool isRead = isObject ? !key.empty() : IsHeaderListKey(key);
+        return !isRead ? kJsonUnread : isObject ? kObject : kHeaderList;
+    }
+    return isObject ? kObject : kJsonUnread; // the root and the elements of a header list
+}
 
 void FlattenSettingsFile(const JsonValue& root, VariableBatch& batch, const HostLog& log,
                          FlattenTrace* trace) {
