@@ -15,7 +15,7 @@ packages=(
   # The test hosts for the Microsoft ABI, the fuzz targets, the format check and the static analysis.
   clang-14 lld-14 libclang-rt-14-dev clang-format-14 clang-tidy-14
 )
-benchmark_packages=(nlohmann-json3-dev libmsgpack-cxx-dev libcereal-dev robin-map-dev
+benchmark_packages=(nlohmann-json3-dev libcereal-dev robin-map-dev
   gnuplot-nox)
 
 fail() {
