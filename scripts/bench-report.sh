@@ -97,6 +97,25 @@ bars edit 'From the close of a write to the host' 'milliseconds'
 bars init 'DoInit and what it is made of' 'microseconds'
 chart save 'A save of one value' 'bytes of the file' 'microseconds'
 
+# The document on which the module does worst beside the best peer with a new parser, and beside one with a kept parser.
+worst_shape() {
+  awk -F '\t' '
+    $1 ~ /^load(-|$)/ && $1 != "load-linear" {
+      key = $1 SUBSEP $2
+      if ($3 == "module") own[key] = $4
+      else if ($3 ~ /kept/) { if (!(key in kept) || $4 < kept[key]) kept[key] = $4 }
+      else if ($3 !~ /^floor/) { if (!(key in fresh) || $4 < fresh[key]) fresh[key] = $4 }
+    }
+    END {
+      for (key in own) {
+        split(key, part, SUBSEP)
+        if (!low || fresh[key] / own[key] < low) { low = fresh[key] / own[key]; where = part[1] " of " part[2] " bytes" }
+        if (!keptLow || kept[key] / own[key] < keptLow) { keptLow = kept[key] / own[key]; keptWhere = part[1] " of " part[2] " bytes" }
+      }
+      printf "**Worst shape:** the best peer with a new parser takes %.2f times as long as the module (%s), the best with a kept parser %.2f times (%s).\n", low, where, keptLow, keptWhere
+    }' "$data"
+}
+
 processor=$(sed -n 's/^model name[[:space:]]*: //p' /proc/cpuinfo | head -n 1)
 version() { dpkg-query --show --showformat='${Version}' "$1" 2>/dev/null || echo unknown; }
 {
@@ -110,18 +129,36 @@ brackets its ratio to the first row. Only ratios mean something elsewhere.
 Machine: $processor, $(nproc) processors, Linux $(uname -r | cut -d- -f1), Wine $(version wine64). Kernel objects cost about
 ten times as much under Wine as on Windows, and what touches files goes through Wine's server.
 Compiler: GCC $(x86_64-w64-mingw32-g++-posix -dumpfullversion), release preset. Peers: RapidJSON $(version rapidjson-dev), nlohmann
-$(version nlohmann-json3-dev), simdjson 3.0.1, Boost 1.81, tsl::robin_map $(version robin-map-dev), msgpack-c $(version libmsgpack-cxx-dev), cereal $(version libcereal-dev).
+$(version nlohmann-json3-dev), simdjson 3.0.1, Boost 1.81, tsl::robin_map $(version robin-map-dev), msgpack-c 4.1.3, cereal $(version libcereal-dev).
 
 ## File to variables
 
-Microseconds from the bytes of a settings file to four maps of typed variables with dotted wide names. The peers fill
-\`std::unordered_map\`s of \`std::wstring\`.
+Microseconds from the bytes of a file to four maps of typed variables with dotted wide names. The peers are written with
+care: the name grows and shrinks in one buffer, the maps are \`std::unordered_map\` or \`boost::unordered_flat_map\`, and
+simdjson's parser is a new one for each load or one that is kept.
+
+$(worst_shape)
+
+TEXT
+  for shape in feed catalogue coordinates shipped-settings shipped-headsets shipped-presets; do
+    table "load-$shape" "${shape/-/ }, bytes"
+    echo
+  done
+  cat <<'TEXT'
+Settings of many sizes:
 
 ![cost against size](benchmarks/load.svg)
 
 TEXT
   table load 'bytes'
   awk -F '\t' '$1 == "load-linear" { printf "\nCost of a byte at 10 MB to that at 1 MB: %.2f. Memory that is fresh from the system makes the difference.\n", $4 }' "$data"
+  cat <<'TEXT'
+
+The memory that a load takes at its peak, the bytes of the file included, less what stays as variables; in times of the file's
+length, for the first load and for a second one of the same file.
+
+TEXT
+  table load-memory 'load' plain
   cat <<'TEXT'
 
 ## Look-up and insertion
@@ -165,6 +202,14 @@ Microseconds through the interface of the DLL, beside locking and unlocking one 
 
 TEXT
   table getset 'variables'
+  cat <<'TEXT'
+
+Microseconds of one read among 10,000 variables, on so many threads at once, beside the lock and map that a host would write
+for itself. A getter takes a kernel mutex, which survives the end of any thread; who reads every frame keeps the value and
+follows its notices.
+
+TEXT
+  table readers 'readers'
   cat <<'TEXT'
 
 ## Hosts

@@ -24,7 +24,7 @@ if [[ ${1:-} != --report ]]; then
   export ZQ_WINEPREFIX=$root/build/wine-bench
   processor=$(($(nproc) - 1))
   : >"$data"
-  for name in Load Map Packet Variables Save Watch Survey; do
+  for name in Load LoadMemory Map Packet Variables Save Watch Survey; do
     echo "${name}Benchmark"
     taskset -c "$processor" scripts/wine-run.sh "build/release/bin/${name}Benchmark.exe" | tee "$out/$name.txt" | grep -v '^@' || true
     sed -n 's/^@\t//p' "$out/$name.txt" | tr -d '\r' >>"$data"

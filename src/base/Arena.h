@@ -1,7 +1,11 @@
 // Memory that is handed out in pieces and freed as a whole: of a JSON tree, of the names of a batch, of the
 // nodes of a map.
 //
-// Portable, one thread at a time.
+// The memory of short-lived arenas is large and comes and goes as a whole, which the system's heap answers by
+// taking pages from the system and giving them back each time. So a few pieces of one size are kept for the
+// next arena.
+//
+// Portable, one thread at a time; different arenas may be used by different threads.
 #pragma once
 
 #include <cstddef>
@@ -13,7 +17,10 @@ class Arena {
 public:
     static constexpr size_t kAlignment = 8;
 
-    Arena() = default;
+    // What an arena is for: one that grows slowly and stays, or one that is filled at once and soon freed.
+    enum class Life { Long, Short };
+
+    explicit Arena(Life life = Life::Long) : m_life(life) {}
     ~Arena() { Clear(); }
     Arena(const Arena&) = delete;
     Arena& operator=(const Arena&) = delete;
@@ -42,14 +49,12 @@ public:
     }
     void Take(size_t bytes) { m_next += RoundUp(bytes); }
 
-    // Makes sure that `bytes` more come from one piece of memory. Raises std::bad_alloc.
-    void Reserve(size_t bytes) { Room(bytes); }
-
     void Clear() noexcept;
 
 private:
     struct alignas(16) Chunk {
         Chunk* next;
+        size_t bytes; // after this header
     };
 
     static constexpr size_t kMostBytes = static_cast<size_t>(-1) / 2;
@@ -59,6 +64,7 @@ private:
     }
     void AddChunk(size_t bytes);
 
+    Life m_life;
     Chunk* m_chunks = nullptr;
     size_t m_chunkBytes = 0; // of all chunks
     std::byte* m_next = nullptr;

@@ -44,7 +44,7 @@ bool LoadConfigFile(ConfigFile file, const std::wstring& path, const ConfigTarge
         return false;
     }
 
-    VariableBatch batch;
+    VariableBatch batch(VariableBatch::Names::SharePrefixes);
     if (!config.Flatten(batch, log)) {
         return false;
     }

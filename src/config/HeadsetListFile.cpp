@@ -50,6 +50,7 @@ void FlattenDevice(const JsonValue& device, VariableBatch& batch, const HostLog&
         return;
     }
     const std::wstring prefix = std::wstring(L"CL.").append(GetJsonString(*name));
+    batch.UsePrefix(batch.PrefixFor(nullptr, prefix));
     for (const JsonValue& item : responses->Elements()) {
         if (item.Is(JsonKind::Object)) {
             FlattenHmdListItem(prefix, item, batch, log, trace);
@@ -57,6 +58,7 @@ void FlattenDevice(const JsonValue& device, VariableBatch& batch, const HostLog&
             ReportSkipped(trace, item, Skipped::Response);
         }
     }
+    batch.UsePrefix(nullptr);
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 #include "variables/VariableStore.h"
 
 #include "CZQVariable.h"
-#include "variables/VariableBatch.h"
+#include "variables/BatchWrite.h"
 
 #include <algorithm>
 #include <cstring>
@@ -87,8 +87,9 @@ size_t RecordBytes(const VariableMaps& maps) {
 VariableStore::VariableStore() : m_maps(MakeSeed(this)) {}
 
 void VariableStore::Apply(const VariableBatch& batch) {
+    BatchWrite write(batch, m_maps.hashSeed);
     MutexLock lock(m_mutex);
-    m_maps.Apply(batch);
+    write.ApplyTo(m_maps);
 }
 
 void VariableStore::RemoveAll() {
