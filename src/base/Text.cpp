@@ -64,12 +64,42 @@ size_t AsciiPrefix(std::string_view bytes) {
     return count;
 }
 
-// How far the system has to look from a byte beyond ASCII on: up to the first ASCII byte after it, which it
-// is shown too because a broken character may be judged by its neighbour.
+// The bytes of the well-formed UTF-8 sequence at the front, or 0.
+size_t Utf8Sequence(std::string_view bytes) {
+    const auto at = [&bytes](size_t i) { return static_cast<unsigned char>(bytes[i]); };
+    const unsigned lead = at(0);
+    const size_t length = lead >= 0xC2 && lead < 0xE0   ? 2
+                          : lead >= 0xE0 && lead < 0xF0 ? 3
+                          : lead >= 0xF0 && lead < 0xF5 ? 4
+                                                        : 0;
+    if (length == 0 || length > bytes.size()) {
+        return 0;
+    }
+    // Over-long forms, surrogates and what is beyond U+10FFFF.
+    const unsigned least = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
+    const unsigned most = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
+    if (at(1) < least || at(1) > most) {
+        return 0;
+    }
+    for (size_t i = 2; i < length; ++i) {
+        if ((at(i) & 0xC0U) != 0x80U) {
+            return 0;
+        }
+    }
+    return length;
+}
+
+// How many bytes at the front are well-formed sequences beyond ASCII.
 size_t Utf8Run(std::string_view bytes) {
-    const auto ascii =
-        std::find_if(bytes.begin(), bytes.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-    return static_cast<size_t>(ascii - bytes.begin()) + (ascii != bytes.end() ? 1 : 0);
+    size_t count = 0;
+    while (count < bytes.size() && static_cast<unsigned char>(bytes[count]) >= 0x80) {
+        const size_t sequence = Utf8Sequence(bytes.substr(count));
+        if (sequence == 0) {
+            break;
+        }
+        count += sequence;
+    }
+    return count;
 }
 
 std::wstring DecodeUtf8(std::string_view bytes) {
@@ -83,7 +113,9 @@ std::wstring DecodeUtf8(std::string_view bytes) {
                    kIdentity.data());
         bytes.remove_prefix(ascii);
         if (!bytes.empty()) {
-            const size_t run = Utf8Run(bytes);
+            // How far a broken sequence reaches, only the system knows: it is shown all that follows.
+            const size_t wellFormed = Utf8Run(bytes);
+            const size_t run = wellFormed == 0 ? bytes.size() : wellFormed;
             text += WideFromBytes(kCodePageUtf8, bytes.data(), static_cast<int32_t>(run));
             bytes.remove_prefix(run);
         }
