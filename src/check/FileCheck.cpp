@@ -1,8 +1,8 @@
 #include "check/FileCheck.h"
 
+#include "base/HostLog.h"
 #include "check/FlattenNotes.h"
 #include "check/Quote.h"
-#include "base/HostLog.h"
 
 #include <algorithm>
 #include <set>

@@ -1,9 +1,9 @@
 #include "check/Mend.h"
 
+#include "base/HostLog.h"
 #include "check/DocumentMap.h"
 #include "check/Quote.h"
 #include "check/TextToken.h"
-#include "base/HostLog.h"
 #include "variables/VariableBatch.h"
 
 #include <algorithm>

@@ -10,8 +10,8 @@
 #include "VariableDifference.h"
 
 #include "config/ConfigFile.h"
-#include "save/JsonDocument.h"
 #include "save/NarrowName.h"
+#include "save/SaveOperations.h"
 #include "save/SaveOperations.h"
 
 #include <CLI/CLI.hpp>
@@ -121,7 +121,7 @@ void Set(const SetOptions& options) {
     const auto keep = [](EditableValue&) {};
     RequireSaved(Try(session.DataFolder() / NameOfConfigFile(ConfigFile::Settings),
                      [&](EditableDocument& document) {
-                         const std::string narrow = NarrowName(name).value_or("");
+                         const std::string narrow = NarrowName(name);
                          return options.isPerDevice
                                     ? EditDeviceMember(document, narrow,
                                                        hasIndex ? std::optional(index) : std::nullopt, keep)
@@ -139,7 +139,7 @@ void SetHmd(const SetHmdOptions& options) {
     const std::wstring device = WideFromUtf8(options.device);
     RequireSaved(Try(session.DataFolder() / NameOfConfigFile(ConfigFile::HmdList),
                      [&](EditableDocument& document) {
-                         return EditHmdList(document, NarrowName(device).value_or(""), options.request,
+                         return EditHmdList(document, NarrowName(device), options.request,
                                             options.values);
                      }),
                  options.device);
