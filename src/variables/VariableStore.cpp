@@ -83,10 +83,11 @@ size_t RecordBytes(const VariableMaps& maps) {
 
 } // namespace
 
-VariableStore::VariableStore(const Mutex& mutex) : m_mutex(mutex), m_maps(MakeSeed(this)) {}
+VariableStore::VariableStore(const Mutex& mutex)
+    : m_mutex(mutex), m_hashSeed(MakeSeed(this)), m_maps(m_hashSeed) {}
 
 void VariableStore::Apply(const VariableBatch& batch) {
-    BatchWrite write(batch, m_maps.hashSeed);
+    BatchWrite write(batch, m_hashSeed);
     MutexLock lock(m_mutex);
     write.ApplyTo(m_maps);
 }
