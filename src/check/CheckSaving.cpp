@@ -1,8 +1,6 @@
 #include "check/Checks.h"
 
-#include "save/DocumentText.h"
-
-#include <rapidjson/memorystream.h>
+#include "save/JsonDocument.h"
 
 #include <algorithm>
 #include <array>
@@ -24,8 +22,7 @@ bool IsKnown(const Problem& problem) {
 
 bool CheckSaving(std::string_view bytes, const SourceText& source, Problems& problems) {
     EditableDocument document;
-    rapidjson::MemoryStream stream(bytes.data(), bytes.size());
-    if (ParseDocument(document, stream) == 0) {
+    if (ParseDocument(document, bytes)) {
         return true;
     }
     if (std::none_of(problems.begin(), problems.end(), IsKnown)) {
