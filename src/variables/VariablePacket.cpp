@@ -127,11 +127,11 @@ void PacketWriter::Reserve(size_t bytes) {
 }
 
 std::byte* PacketWriter::AppendHeader(uint32_t type, std::wstring_view name, size_t valueBytes) {
-    const size_t nameBytes = Utf16Bytes(name);
     constexpr size_t kMostBytes = std::numeric_limits<int32_t>::max(); // both lengths are signed when read
-    if (nameBytes > kMostBytes || valueBytes > kMostBytes) {
+    if (name.size() > kMostBytes / sizeof(char16_t) || valueBytes > kMostBytes) {
         throw std::bad_alloc();
     }
+    const size_t nameBytes = Utf16Bytes(name);
     const size_t recordBytes = kPacketRecordHeaderBytes + nameBytes + valueBytes;
     Reserve(recordBytes);
     std::byte* out = m_buffer.get() + m_size;
