@@ -16,12 +16,12 @@ TEST_P(ArenaOfEachLife, PiecesAreApartAndStayUntilTheEnd) {
     std::vector<unsigned char*> pieces;
     for (int round = 0; round < 3; ++round) {
         pieces.clear();
-        for (size_t bytes = 0; bytes < 3000; bytes += 7) {
+        for (size_t bytes = 1; bytes < 3000; bytes += 7) {
             auto* piece = arena.Allocate<unsigned char>(bytes);
             std::memset(piece, static_cast<int>(bytes & 0xFF), bytes);
             pieces.push_back(piece);
         }
-        size_t bytes = 0;
+        size_t bytes = 1;
         for (const unsigned char* piece : pieces) {
             for (size_t i = 0; i < bytes; ++i) {
                 ASSERT_EQ(bytes & 0xFF, piece[i]) << bytes;
