@@ -20,7 +20,7 @@ packages=(
   # Symbols for Windows in the release, and what reads them back.
   llvm-14 perl
 )
-benchmark_packages=(python3 nlohmann-json3-dev libmsgpack-cxx-dev libcereal-dev robin-map-dev
+benchmark_packages=(python3 nlohmann-json3-dev libcereal-dev robin-map-dev
   gnuplot-nox)
 
 [[ -z ${options[--coverage]:-} ]] || packages+=(gcovr)

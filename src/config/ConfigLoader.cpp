@@ -32,7 +32,7 @@ bool LoadConfigFile(ConfigFile file, const std::wstring& path, const ConfigLook&
                 look.text->FileLength());
         return false;
     }
-    VariableBatch batch;
+    VariableBatch batch(VariableBatch::Names::SharePrefixes);
     if (!look.text->Flatten(batch, log)) {
         return false;
     }

@@ -54,7 +54,7 @@ public:
 
 private:
     ConfigFile m_file;
-    std::wstring m_text;
+    std::wstring m_text; // empty where the bytes were read as they are
     JsonRoot m_root;
     int32_t m_parseResult = 0;
     int32_t m_fileLength = 0;

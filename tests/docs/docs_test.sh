@@ -55,6 +55,7 @@ zqsettings_help() {
 check_zqsettings() {
   local document=$1 command=$2 word
   shift 2
+  [[ $command != help ]] || return 0 # lists the commands, itself not among them
   if ! zqsettings_help | grep -qE "^  $command +"; then
     [[ $command == --* ]] || problem "$document: zqsettings has no command $command"
     return
