@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <optional>
 
 namespace zq {
@@ -125,9 +126,21 @@ std::wstring DecodeUtf8(std::string_view bytes) {
 
 } // namespace
 
+// A static local object would leave handles of the run-time library behind each time that the DLL is unloaded. Who comes
+// while the table is being filled goes without it.
 const wchar_t* AnsiCharacters() {
-    static const std::optional<CharacterTable> table = AskForTable(kCodePageAnsi);
-    return table ? table->data() : nullptr;
+    enum State { Unknown, Filling, Known, None };
+    static constinit CharacterTable table{};
+    static constinit std::atomic<State> state{Unknown};
+    State expected = Unknown;
+    if (state.load(std::memory_order_acquire) == Unknown && state.compare_exchange_strong(expected, Filling)) {
+        const std::optional<CharacterTable> asked = AskForTable(kCodePageAnsi);
+        if (asked) {
+            table = *asked;
+        }
+        state.store(asked ? Known : None, std::memory_order_release);
+    }
+    return state.load(std::memory_order_acquire) == Known ? table.data() : nullptr;
 }
 
 const wchar_t* AsciiCharacters() { return kIdentity.data(); }
