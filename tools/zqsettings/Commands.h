@@ -15,6 +15,7 @@ void AddExplainCommand(CLI::App& app);
 void AddGetCommand(CLI::App& app);
 void AddListCommand(CLI::App& app);
 void AddPacketCommand(CLI::App& app);
+void AddServeCommand(CLI::App& app);
 void AddSetCommand(CLI::App& app);
 void AddSetHmdCommand(CLI::App& app);
 void AddShowCommand(CLI::App& app);

@@ -53,6 +53,7 @@ int Run() {
     zq::tool::AddSurveyCommand(app);
     zq::tool::AddShowCommand(app);
     zq::tool::AddWatchCommand(app);
+    zq::tool::AddServeCommand(app);
     zq::tool::AddSetCommand(app);
     zq::tool::AddSetHmdCommand(app);
     zq::tool::AddPacketCommand(app);
