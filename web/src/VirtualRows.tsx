@@ -1,6 +1,6 @@
 // Rows of one height, of which only those in sight are drawn.
 import type { ComponentChildren, JSX } from "preact";
-import { useLayoutEffect, useRef, useState } from "preact/hooks";
+import { useEffect, useLayoutEffect, useRef, useState } from "preact/hooks";
 
 interface Props {
   count: number;
@@ -16,6 +16,8 @@ interface Props {
 }
 
 const kSpare = 6;
+// The height of the header, which stays on top.
+const kHeader = 30;
 // Browsers draw no element that is much higher.
 const kHighest = 15_000_000;
 
@@ -50,16 +52,17 @@ export function VirtualRows(props: Props) {
       const top = index * height;
       if (top < element.scrollTop) {
         element.scrollTop = top;
-      } else if (top + height > element.scrollTop + element.clientHeight) {
-        element.scrollTop = top + height - element.clientHeight;
+      } else if (top + height > element.scrollTop + element.clientHeight - kHeader) {
+        element.scrollTop = top + height - element.clientHeight + kHeader;
       }
     }
   };
-  const move = (to: number) => {
-    const index = Math.max(0, Math.min(count - 1, to));
-    props.onActive(index);
-    show(index);
-  };
+  useEffect(() => {
+    if (active >= 0) {
+      show(active);
+    }
+  }, [active]);
+  const move = (to: number) => props.onActive(Math.max(0, Math.min(count - 1, to)));
   const onKeyDown = (event: JSX.TargetedKeyboardEvent<HTMLDivElement>) => {
     const page = Math.max(1, Math.floor(view.height / height) - 1);
     const steps: Record<string, number> = {
@@ -90,11 +93,11 @@ export function VirtualRows(props: Props) {
       aria-colcount={props.columns}
       aria-activedescendant={active >= first && active < last ? `row-${active}` : undefined}
       tabIndex={0}
+      ref={box}
       onKeyDown={onKeyDown}
     >
       {props.header}
-      <div class="grid-rows" role="rowgroup" ref={box} tabIndex={-1}>
-        <div class="grid-space" role="presentation" style={{ height: `${total}px` }}>
+      <div class="grid-rows" role="rowgroup" style={{ height: `${total}px` }}>
           {Array.from({ length: Math.max(0, last - first) }, (_, i) => first + i).map((index) => (
             <div
               key={index}
@@ -112,7 +115,6 @@ export function VirtualRows(props: Props) {
               {props.row(index)}
             </div>
           ))}
-        </div>
       </div>
     </div>
   );

@@ -178,7 +178,7 @@ export function makeEditor(options: EditorOptions): EditorView {
         autocompletion({ override: [(context) => complete(options.file, context)] }),
         options.compareWith === undefined ? [] : unifiedMergeView({ original: options.compareWith, mergeControls: false }),
         EditorState.readOnly.of(options.isReadOnly),
-        EditorView.contentAttributes.of({ "aria-label": options.file }),
+        EditorView.contentAttributes.of({ "aria-label": options.file, tabindex: "0" }),
         EditorView.updateListener.of((update) => {
           if (update.docChanged) {
             options.onChange(update.state.sliceDoc());

@@ -161,6 +161,9 @@ class Store {
       case "file":
         if (!isPast) {
           this.files.set(message.state.file, message.state);
+          if (message.state.accepted) {
+            this.refusals.delete(message.state.file);
+          }
         }
         break;
       case "folder":
@@ -170,7 +173,7 @@ class Store {
         this.addEvent(message);
         break;
       case "refusal":
-        if (message.outcome !== "replaced" && !isPast) {
+        if (message.outcome !== "replaced" && !this.files.get(message.file)?.accepted) {
           this.refusals.set(message.file, message);
         }
         this.addEvent(message);

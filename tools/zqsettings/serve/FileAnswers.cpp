@@ -239,13 +239,13 @@ void AnswerCopies(Dashboard& dashboard, const Arguments&, MessageWriter& writer)
 }
 
 void AnswerCopy(Dashboard& dashboard, const Arguments& arguments, MessageWriter& writer) {
-    const CopyContent copy = ContentOfCopy(dashboard, arguments.Text("id"));
+    const CopyContent copy = ContentOfCopy(dashboard, arguments.Text("copy"));
     WriteTextMember(writer, "file", NameOf(copy.file));
     WriteTextOf(writer, copy.file, copy.bytes, {});
 }
 
 void AnswerRestore(Dashboard& dashboard, const Arguments& arguments, MessageWriter& writer) {
-    const CopyContent copy = ContentOfCopy(dashboard, arguments.Text("id"));
+    const CopyContent copy = ContentOfCopy(dashboard, arguments.Text("copy"));
     RequireWritable(dashboard, copy.file, arguments.Text("hash"));
     RequireAccepted(copy.file, copy.bytes, arguments.IsSet("insist"));
     WriteAndReport(dashboard, copy.file, copy.bytes, writer);

@@ -302,7 +302,7 @@ function CopyList({ file, hash, current, isWritable, onTake }: CopyListProps) {
       .then((result) => setCopies(result.copies.filter((copy) => copy.file === file)))
       .catch(() => undefined);
   }, [file, hash, last]);
-  const read = (id: string) => ask<FileContent>("copy", { id });
+  const read = (id: string) => ask<FileContent>("copy", { copy: id });
   const restore = (copy: CopyEntry) => {
     setFault("");
     if (!copy.accepted) {
@@ -311,7 +311,7 @@ function CopyList({ file, hash, current, isWritable, onTake }: CopyListProps) {
         .catch((error: Error) => setFault(error.message));
       return;
     }
-    ask("restore", { id: copy.id, hash }).catch((error: Error) => setFault(error.message));
+    ask("restore", { copy: copy.id, hash }).catch((error: Error) => setFault(error.message));
   };
   return (
     <>

@@ -101,7 +101,7 @@ function Matrix({ caption, columns, isDifferentOnly }: MatrixProps) {
               <tr key={member}>
                 <th scope="row">{member}</th>
                 {cells.map((cell, index) => (
-                  <Cell key={index} cell={cell} isDifferent={!isSame && cell?.shown !== common} />
+                  <Cell key={index} cell={cell} mark={isSame ? "" : common === undefined ? "varies" : cell?.shown === common ? "" : "differs"} />
                 ))}
               </tr>
             );
@@ -113,19 +113,20 @@ function Matrix({ caption, columns, isDifferentOnly }: MatrixProps) {
   );
 }
 
-function Cell({ cell, isDifferent }: { cell: Row | undefined; isDifferent: boolean }) {
+// "differs" from what most columns have, or "varies" where hardly two agree.
+function Cell({ cell, mark }: { cell: Row | undefined; mark: "" | "varies" | "differs" }) {
   if (!cell) {
     return (
-      <td class={isDifferent ? "none differs" : "none"}>
+      <td class={`none ${mark}`}>
         <span aria-label="not set">–</span>
       </td>
     );
   }
   return (
-    <td class={isDifferent ? "differs" : ""}>
+    <td class={mark}>
       <button type="button" class="cell" title={cell.name} onClick={() => goTo("variables", cell.name)}>
         {cell.shown}
-        {isDifferent && <span class="sr"> (differs)</span>}
+        {mark && <span class="sr"> ({mark})</span>}
       </button>
     </td>
   );

@@ -8,6 +8,7 @@ import { shownText, useStore, type TimelineEntry } from "../store";
 const kShownAtFirst = 100;
 const kShownChanges = 100;
 const kChartHeight = 140;
+const kShortestSeconds = 60;
 const kLevels = ["", "notable", "progress", "warning", "failure"];
 
 const timeText = (time: number) => {
@@ -80,7 +81,7 @@ function Chart() {
         height: kChartHeight,
         cursor: { y: false },
         legend: { show: true, live: true },
-        scales: { y: { range: (_, __, max) => [0, Math.max(1, max)] }, ms: { range: (_, __, max) => [0, Math.max(10, max)] } },
+        scales: { x: { range: (_, min, max) => [Math.min(min, max - kShortestSeconds), max + 1] }, y: { range: (_, __, max) => [0, Math.max(1, max)] }, ms: { range: (_, __, max) => [0, Math.max(10, max)] } },
         axes: [axis, { ...axis, size: 48 }, { ...axis, side: 1, scale: "ms", size: 48, grid: { show: false } }],
         series: [
           { label: "time" },

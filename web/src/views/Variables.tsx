@@ -77,6 +77,12 @@ export function VariablesView() {
   }, []);
 
   const open = rest ? rows.find((row) => row.name === rest) : undefined;
+  useEffect(() => {
+    const index = open ? shown.findIndex((row) => row.name === open.name) : -1;
+    if (index >= 0) {
+      setActive(index);
+    }
+  }, [open?.name]);
   return (
     <div class={open ? "split open" : "split"}>
       <section class="pane" aria-label="List of variables">
@@ -86,7 +92,7 @@ export function VariablesView() {
             <input
               ref={search}
               type="search"
-              placeholder="Search names and values  ( / )"
+              placeholder="Search ( / )"
               value={filter.text}
               onInput={(event) => set({ text: event.currentTarget.value })}
             />
