@@ -3,9 +3,7 @@
 #include "Rounds.h"
 
 #include "config/ConfigText.h"
-#include "config/FileText.h"
-#include "config/JsonReader.h"
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 #include "variables/VariableBatch.h"
 #include "variables/VariableMaps.h"
 
@@ -262,10 +260,10 @@ size_t LoadPropertyTree(const std::string& bytes) {
 }
 
 size_t LoadModule(const std::string& bytes) {
-    ConfigText config;
+    ConfigText config(ConfigFile::Settings);
     VariableBatch batch;
     VariableMaps maps(1);
-    if (!config.Read(bytes) || !FlattenConfig(ConfigFile::Settings, config.root, batch, HostLog())) {
+    if (!config.Read(bytes) || !config.Flatten(batch, HostLog())) {
         throw std::runtime_error("the module refuses the benchmark's file");
     }
     maps.Apply(batch);
@@ -273,23 +271,17 @@ size_t LoadModule(const std::string& bytes) {
 }
 
 void PrintStages(const std::string& bytes, int runs) {
-    std::wstring text;
-    ConfigText config;
+    ConfigText config(ConfigFile::Settings);
     config.Read(bytes);
     VariableBatch batch;
-    FlattenConfig(ConfigFile::Settings, config.root, batch, HostLog());
+    config.Flatten(batch, HostLog());
     std::vector<Competitor> stages = {
         {"whole", [&] { Use(LoadModule(bytes)); }},
-        {"decode", [&] { text = DecodeFile(bytes); }},
-        {"parse",
-         [&] {
-             JsonRoot root;
-             ParseJsonValue(root, config.text.data(), static_cast<int32_t>(config.text.size()));
-         }},
+        {"decode and parse", [&] { Use(ConfigText(ConfigFile::Settings).Read(bytes)); }},
         {"flatten",
          [&] {
              VariableBatch other;
-             FlattenConfig(ConfigFile::Settings, config.root, other, HostLog());
+             config.Flatten(other, HostLog());
          }},
         {"write into empty maps",
          [&] {

@@ -1,7 +1,7 @@
 // What a survey costs by itself, for 100 WMI objects: the real WMI is replaced by objects inside the process,
 // the log goes nowhere. Prints the best and the median of many surveys; the objects' own making is part of
 // it.
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 #include "support/win32/FakeWbem.h"
 #include "sysinfo/WmiSurvey.h"
 

@@ -10,7 +10,7 @@
 #include "CZQModSettings.h"
 
 #include "config/ConfigText.h"
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 #include "support/win32/ImportPatch.h"
 #include "variables/VariableBatch.h"
 #include "variables/VariableMaps.h"
@@ -219,10 +219,10 @@ double MedianOfParsing(const Folders& folders) {
         const int64_t start = Now();
         zq::VariableMaps maps(1);
         for (size_t i = 0; i < files.size(); ++i) {
-            zq::ConfigText config;
+            zq::ConfigText config(static_cast<zq::ConfigFile>(i));
             zq::VariableBatch batch;
             config.Read(files[i]);
-            FlattenConfig(static_cast<zq::ConfigFile>(i), config.root, batch, zq::HostLog());
+            config.Flatten(batch, zq::HostLog());
             maps.Apply(batch);
         }
         times.push_back(Milliseconds(Now() - start));

@@ -28,6 +28,7 @@ sources_with_headers() {
       path = $1
       sub(/^\.\.\/\.\.\//, "", path)
       if (index(path, root) == 1) path = substr(path, length(root) + 1)
+      sub(/^components\/[^\/]*\//, "src/", path)
       if (source == "") source = path
       else if (path ~ /^(include|src|tools)\//) headers = headers " " path
     }

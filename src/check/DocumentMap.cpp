@@ -1,6 +1,6 @@
 #include "check/DocumentMap.h"
 
-#include "config/JsonReader.h"
+#include "config/json/JsonReader.h"
 
 #include <algorithm>
 #include <functional>

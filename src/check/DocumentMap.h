@@ -4,7 +4,7 @@
 // Portable.
 #pragma once
 
-#include "config/JsonTrace.h"
+#include "config/json/JsonTrace.h"
 
 #include <cstdint>
 #include <deque>

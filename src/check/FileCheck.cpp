@@ -2,7 +2,7 @@
 
 #include "check/FlattenNotes.h"
 #include "check/Quote.h"
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 
 #include <algorithm>
 #include <set>
@@ -20,9 +20,8 @@ bool IsRootOfKind(ConfigFile file, const JsonValue& root) {
 } // namespace
 
 bool WouldLoad(ConfigFile file, std::string_view bytes) {
-    ConfigText config;
-    VariableBatch batch;
-    return config.Read(bytes) && FlattenConfig(file, config.root, batch, HostLog());
+    ConfigText config(file);
+    return config.Read(bytes) && config.IsRootAccepted();
 }
 
 FileCheck::FileCheck(ConfigFile file, std::string_view bytes, const KnownKeys& known)

@@ -2,7 +2,7 @@
 
 #include "check/LastWriters.h"
 #include "check/Quote.h"
-#include "config/ConfigFileNames.h"
+#include "config/ConfigFile.h"
 
 namespace zq {
 

@@ -3,7 +3,7 @@
 #include "check/DocumentMap.h"
 #include "check/Quote.h"
 #include "check/TextToken.h"
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 #include "variables/VariableBatch.h"
 
 #include <algorithm>
@@ -115,9 +115,9 @@ bool IsSame(const VariableBatch::Entry& a, const VariableBatch::Entry& b) {
 }
 
 bool IsLoadedAs(ConfigFile file, std::string_view bytes, const VariableBatch& wanted) {
-    ConfigText config;
+    ConfigText config(file);
     VariableBatch batch;
-    if (!config.Read(bytes) || !FlattenConfig(file, config.root, batch, HostLog())) {
+    if (!config.Read(bytes) || !config.Flatten(batch, HostLog())) {
         return false;
     }
     return std::equal(batch.Entries().begin(), batch.Entries().end(), wanted.Entries().begin(),

@@ -1,6 +1,6 @@
 #include "check/Quote.h"
 
-#include "platform/Text.h"
+#include "base/Text.h"
 
 #include <cstdint>
 

@@ -1,6 +1,6 @@
 #include "check/SourceText.h"
 
-#include "platform/Text.h"
+#include "base/Text.h"
 
 #include <algorithm>
 #include <array>

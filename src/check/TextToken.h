@@ -3,7 +3,7 @@
 // Portable.
 #pragma once
 
-#include "config/JsonEscape.h"
+#include "config/json/JsonScalar.h"
 
 #include <cstdint>
 #include <string_view>

@@ -1,63 +1,51 @@
 #include "config/ConfigText.h"
 
-#include "config/FileText.h"
-#include "config/FlattenTrace.h"
-#include "config/Flatteners.h"
-#include "config/JsonReader.h"
-#include "platform/HostLog.h"
+#include "base/Text.h"
+#include "config/HeadsetListFile.h"
+#include "config/QualityPresetFile.h"
+#include "config/SettingsFile.h"
+#include "config/json/JsonReader.h"
 
 namespace zq {
 
 namespace {
 
-void FlattenDevice(const JsonValue& device, VariableBatch& batch, const HostLog& log, FlattenTrace* trace) {
-    const JsonValue* name = device.Member(L"DeviceName");
-    const JsonValue* responses = device.Member(L"Response");
-    if (!name || !name->Is(JsonKind::String) || !responses || !responses->Is(JsonKind::Array)) {
-        TellSkipped(trace, device, Skipped::Device);
-        return;
-    }
-    const std::wstring prefix = std::wstring(L"CL.").append(GetJsonString(*name));
-    for (const JsonValue& item : responses->Elements()) {
-        if (item.Is(JsonKind::Object)) {
-            FlattenHmdListItem(prefix, item, batch, log, trace);
-        } else {
-            TellSkipped(trace, item, Skipped::Response);
-        }
-    }
-}
+constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
-bool FlattenHmdList(const JsonValue& root, VariableBatch& batch, const HostLog& log, FlattenTrace* trace) {
-    if (!root.Is(JsonKind::Array)) {
-        log.Log(LogFailure, L"Invalid hmd list format.");
-        return false;
-    }
-    for (const JsonValue& device : root.Elements()) {
-        FlattenDevice(device, batch, log, trace);
-    }
-    return true;
+// Without a byte order mark the system's ANSI code page decides.
+std::wstring DecodeFile(std::string_view bytes) {
+    const bool isMarked = bytes.starts_with(kUtf8Mark);
+    const std::string_view text = isMarked ? bytes.substr(kUtf8Mark.size()) : bytes;
+    return DecodeFileText(isMarked ? kCodePageUtf8 : kCodePageAnsi, text.data(),
+                          static_cast<int32_t>(text.size()));
 }
 
 } // namespace
 
-bool ConfigText::Read(std::string_view bytes) {
-    FreeJsonValue(root);
-    text = DecodeFile(bytes);
-    fileLength = static_cast<int32_t>(bytes.size());
-    parseResult = ParseJsonValue(root, text.data(), static_cast<int32_t>(text.size()));
-    return parseResult >= 1 && parseResult == fileLength;
+bool IsRootAccepted(ConfigFile file, const JsonValue& root) {
+    return file != ConfigFile::HmdList || IsHeadsetListRoot(root);
 }
 
 bool FlattenConfig(ConfigFile file, const JsonValue& root, VariableBatch& batch, const HostLog& log,
                    FlattenTrace* trace) {
-    if (file == ConfigFile::HmdList) {
-        return FlattenHmdList(root, batch, log, trace);
+    switch (file) {
+    case ConfigFile::Settings:
+        FlattenSettingsFile(root, batch, log, trace);
+        return true;
+    case ConfigFile::HmdList:
+        return FlattenHeadsetListFile(root, batch, log, trace);
+    default:
+        FlattenQualityFile(root, batch, log, trace);
+        return true;
     }
-    if (root.Is(JsonKind::Object)) {
-        const auto flatten = file == ConfigFile::Settings ? FlattenSettingsObject : FlattenQualityObject;
-        flatten({}, root, batch, log, trace);
-    }
-    return true;
+}
+
+bool ConfigText::Read(std::string_view bytes) {
+    FreeJsonValue(m_root);
+    m_text = DecodeFile(bytes);
+    m_fileLength = static_cast<int32_t>(bytes.size());
+    m_parseResult = ParseJsonValue(m_root, m_text.data(), static_cast<int32_t>(m_text.size()));
+    return IsAccepted();
 }
 
 } // namespace zq

@@ -1,10 +1,12 @@
 // One configuration file from bytes to assignments: decode, parse, test that the parse used up the whole
 // file, flatten.
 //
-// Portable: the file itself is read by ConfigLoader.
+// Portable, one thread at a time. Reading logs nothing: a caller may read first and decide later whether, and
+// with which messages, what was read is loaded. The file itself is read by the caller.
 #pragma once
 
-#include "config/JsonValue.h"
+#include "config/ConfigFile.h"
+#include "config/json/JsonValue.h"
 
 #include <cstdint>
 #include <string>
@@ -16,28 +18,46 @@ class FlattenTrace;
 class HostLog;
 class VariableBatch;
 
-// A file's text and tree. The tree's texts point into `text`, so the object stays where it is.
-struct ConfigText {
-    ConfigText() = default;
+// Whether a document with this root is one of the file: a headset list is an array, the other files take any
+// root.
+bool IsRootAccepted(ConfigFile file, const JsonValue& root);
+
+// Collects the variables of an accepted file; the batch's texts point into the tree. Returns false, with a
+// message, when the root is not accepted. `trace`, where one is given, hears of every node.
+bool FlattenConfig(ConfigFile file, const JsonValue& root, VariableBatch& batch, const HostLog& log,
+                   FlattenTrace* trace = nullptr);
+
+// A file's content as it was read. The tree points into the text, so the object stays where it is.
+class ConfigText {
+public:
+    explicit ConfigText(ConfigFile file) : m_file(file) {}
     ConfigText(const ConfigText&) = delete;
     ConfigText& operator=(const ConfigText&) = delete;
 
-    // Decodes and parses. Returns whether the file is accepted: the parse must have taken as many UTF-16
-    // units as the file has bytes, so a mark, a character of several bytes or anything behind the end refuses
-    // it.
+    // Decodes and parses in place of what was read before; the result is IsAccepted(). The caller must keep
+    // `bytes` until the object ends or reads again. Raises std::bad_alloc.
     bool Read(std::string_view bytes);
 
-    std::wstring text;
-    JsonRoot root;
-    int32_t parseResult = 0; // of ParseJsonValue
-    int32_t fileLength = 0;  // in bytes
+    // Whether the parse took as many UTF-16 units as the file has bytes. A byte order mark, a character of
+    // several bytes or anything after the end of the document refuses the file.
+    bool IsAccepted() const { return m_parseResult >= 1 && m_parseResult == m_fileLength; }
+    bool IsRootAccepted() const { return zq::IsRootAccepted(m_file, m_root); }
+    int32_t ParseResult() const { return m_parseResult; } // of ParseJsonValue
+    int32_t FileLength() const { return m_fileLength; }   // in bytes
+
+    // As FlattenConfig. The batch must not outlive the object. REQUIRES: IsAccepted().
+    bool Flatten(VariableBatch& batch, const HostLog& log) const {
+        return FlattenConfig(m_file, m_root, batch, log);
+    }
+
+    const JsonValue& Root() const { return m_root; }
+
+private:
+    ConfigFile m_file;
+    std::wstring m_text;
+    JsonRoot m_root;
+    int32_t m_parseResult = 0;
+    int32_t m_fileLength = 0;
 };
-
-enum class ConfigFile { Settings, HmdList, Quality };
-
-// Collects the variables of an accepted file. Returns false, with a message, when the root's kind makes the
-// file unusable: only the headset list has such a rule.
-bool FlattenConfig(ConfigFile file, const JsonValue& root, VariableBatch& batch, const HostLog& log,
-                   FlattenTrace* trace = nullptr);
 
 } // namespace zq

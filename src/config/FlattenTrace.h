@@ -1,10 +1,10 @@
-// What flattening a document can tell besides its variables: the node that gave each, and the nodes that gave
-// none.
+// What flattening a document can report besides its variables: the node that gave each, and the nodes that
+// gave none.
 //
 // Portable.
 #pragma once
 
-#include "config/JsonValue.h"
+#include "config/json/JsonValue.h"
 
 namespace zq {
 
@@ -26,18 +26,18 @@ class FlattenTrace {
 public:
     virtual ~FlattenTrace() = default;
 
-    // Behind the adding of what a node gives: its variables are the newest of the batch.
+    // Called after the variables of a node were added: they are the newest of the batch.
     virtual void OnAdded(const JsonValue& value) = 0;
     virtual void OnSkipped(const JsonValue& value, Skipped reason) = 0;
 };
 
-inline void TellAdded(FlattenTrace* trace, const JsonValue& value) {
+inline void ReportAdded(FlattenTrace* trace, const JsonValue& value) {
     if (trace) {
         trace->OnAdded(value);
     }
 }
 
-inline void TellSkipped(FlattenTrace* trace, const JsonValue& value, Skipped reason) {
+inline void ReportSkipped(FlattenTrace* trace, const JsonValue& value, Skipped reason) {
     if (trace) {
         trace->OnSkipped(value, reason);
     }

@@ -8,10 +8,10 @@
 
 #include "platform/Event.h"
 #include "platform/Files.h"
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 #include "platform/Thread.h"
 #include "sysinfo/StringPublisher.h"
-#include "variables/HostAgentList.h"
+#include "variables/hosts/HostRegistry.h"
 #include "variables/VariableStore.h"
 
 #include <string>
@@ -126,7 +126,7 @@ private:
     std::wstring m_strHmdListFile;
     std::wstring m_strDefaultQualityFile;
     std::wstring m_strQualityFile;
-    HostAgentList m_hosts{m_store.GetMutex()};
+    HostRegistry m_hosts{m_store.GetMutex()};
     VariableStore m_store;
     Event m_hStopEvent{EventReset::Manual};
     Thread m_hWatchThread;

@@ -1,6 +1,6 @@
 #include "module/ConfigFileTable.h"
 
-#include "config/ConfigFileNames.h"
+#include "config/ConfigFile.h"
 
 namespace zq {
 

@@ -3,7 +3,7 @@
 
 #include "config/ConfigLoader.h"
 #include "module/ConfigFileTable.h"
-#include "module/RejectedFolder.h"
+#include "module/files/RejectedFolder.h"
 #include "platform/FileSettling.h"
 
 #include <optional>

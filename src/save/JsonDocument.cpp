@@ -1,6 +1,6 @@
 #include "save/JsonDocument.h"
 
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 #include "platform/Mutex.h"
 #include "save/DocumentText.h"
 

@@ -1,6 +1,6 @@
 #include "save/SaveOperations.h"
 
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 #include "platform/Mutex.h"
 #include "save/JsonDocument.h"
 #include "save/NarrowName.h"

@@ -1,6 +1,6 @@
 #include "sysinfo/AddressDiscovery.h"
 
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 #include "sysinfo/AnsiText.h"
 
 #include <cstring>

@@ -1,7 +1,7 @@
 // Texts of the machine survey are kept in the ANSI code page and widened again to be logged or published.
 #pragma once
 
-#include "platform/Text.h"
+#include "base/Text.h"
 
 #include <string>
 #include <string_view>

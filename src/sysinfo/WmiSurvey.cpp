@@ -1,6 +1,6 @@
 #include "sysinfo/WmiSurvey.h"
 
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 #include "sysinfo/AddressDiscovery.h"
 #include "sysinfo/AnsiText.h"
 #include "sysinfo/GraphicsAdapter.h"

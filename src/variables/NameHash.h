@@ -1,5 +1,6 @@
-// The hash of a variable's name, and the comparison of two. The hash is seeded for each store, so that names
-// cannot be chosen to collide.
+// The hash of a variable's name, and the comparison of two. The hash is of the wyhash family (Wang Yi's
+// public-domain hash: blocks of 16 bytes folded by a 128-bit product, with its constants). It is seeded for
+// each store, so that names cannot be chosen to collide.
 //
 // Portable.
 #pragma once

@@ -3,13 +3,12 @@
 // Portable. Names are copied; the texts of strings are not and must outlive the batch.
 #pragma once
 
-#include "platform/ShortCopy.h"
+#include "base/Arena.h"
+#include "base/ShortCopy.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -19,7 +18,7 @@ class VariableBatch {
 public:
     enum class Kind : uint8_t {
         Bool,
-        Int64,  // the integer map alone
+        Int64,  // the integer map only
         Number, // a whole number of a file: the integer and the double map
         Double,
         String
@@ -54,8 +53,6 @@ public:
     static std::wstring_view TextOf(const Entry& entry) { return {entry.text, entry.textLength}; }
 
 private:
-    static constexpr size_t kFirstChunkUnits = 1024;
-    static constexpr size_t kMostDoublings = 6;
     static constexpr size_t kFirstEntries = 64;
 
     Entry& Append(Kind kind, std::wstring_view name) {
@@ -71,25 +68,15 @@ private:
         return entry;
     }
 
-    // Names lie in chunks that never move, each twice as large as the one before.
     const wchar_t* CopyName(std::wstring_view name) {
-        if (!m_next || name.size() > m_left) {
-            m_left = std::max(name.size(), kFirstChunkUnits << std::min(m_chunks.size(), kMostDoublings));
-            m_chunks.push_back(std::make_unique_for_overwrite<wchar_t[]>(m_left));
-            m_next = m_chunks.back().get();
-        }
-        wchar_t* copy = m_next;
+        auto* copy = m_names.Allocate<wchar_t>(name.size());
         CopyShort(copy, name.data(), name.size() * sizeof(wchar_t));
-        m_next += name.size();
-        m_left -= name.size();
         return copy;
     }
 
     std::vector<Entry> m_entries;
     std::array<size_t, 5> m_counts{}; // by Kind
-    std::vector<std::unique_ptr<wchar_t[]>> m_chunks;
-    wchar_t* m_next = nullptr;
-    size_t m_left = 0; // units behind m_next
+    Arena m_names;
 };
 
 } // namespace zq

@@ -7,7 +7,7 @@
 // removed.
 #pragma once
 
-#include "platform/ShortCopy.h"
+#include "base/ShortCopy.h"
 #include "variables/NameHash.h"
 #include "variables/NodePool.h"
 

@@ -63,26 +63,26 @@ private:
 };
 
 // Where an entry of a batch belongs.
-struct Place {
+struct SortedEntry {
     uint32_t hash;
     uint32_t entry; // its index
 };
 
 // By the upper half of the hash, and within that in the order of the batch: the order of the maps' buckets.
-void SortByBucket(std::vector<Place>& places) {
+void SortByBucket(std::vector<SortedEntry>& order) {
     constexpr unsigned kDigitBits = 8;
-    std::vector<Place> sorted(places.size());
+    std::vector<SortedEntry> sorted(order.size());
     for (const unsigned shift : {16U, 24U}) {
-        const auto digitOf = [shift](const Place& place) { return place.hash >> shift & 0xFFU; };
+        const auto digitOf = [shift](const SortedEntry& item) { return item.hash >> shift & 0xFFU; };
         std::array<size_t, 1U << kDigitBits> starts{};
-        for (const Place& place : places) {
-            ++starts[digitOf(place)];
+        for (const SortedEntry& item : order) {
+            ++starts[digitOf(item)];
         }
         std::exclusive_scan(starts.begin(), starts.end(), starts.begin(), size_t{0});
-        for (const Place& place : places) {
-            sorted[starts[digitOf(place)]++] = place;
+        for (const SortedEntry& item : order) {
+            sorted[starts[digitOf(item)]++] = item;
         }
-        places.swap(sorted);
+        order.swap(sorted);
     }
 }
 
@@ -99,18 +99,18 @@ void ForEachByBucket(const VariableBatch& batch, HashOf hashOf, Write write) {
         }
         return;
     }
-    std::vector<Place> places;
-    places.reserve(entries.size());
+    std::vector<SortedEntry> order;
+    order.reserve(entries.size());
     for (const VariableBatch::Entry& entry : entries) {
-        places.push_back({hashOf(VariableBatch::NameOf(entry)), static_cast<uint32_t>(places.size())});
+        order.push_back({hashOf(VariableBatch::NameOf(entry)), static_cast<uint32_t>(order.size())});
     }
-    SortByBucket(places);
-    for (size_t i = 0; i < places.size(); ++i) {
-        if (i + 2 * kAhead < places.size()) {
-            __builtin_prefetch(&entries[places[i + 2 * kAhead].entry]);
-            __builtin_prefetch(entries[places[i + kAhead].entry].name);
+    SortByBucket(order);
+    for (size_t i = 0; i < order.size(); ++i) {
+        if (i + 2 * kAhead < order.size()) {
+            __builtin_prefetch(&entries[order[i + 2 * kAhead].entry]);
+            __builtin_prefetch(entries[order[i + kAhead].entry].name);
         }
-        write(entries[places[i].entry], places[i].hash);
+        write(entries[order[i].entry], order[i].hash);
     }
 }
 

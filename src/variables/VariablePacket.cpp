@@ -1,7 +1,7 @@
 #include "variables/VariablePacket.h"
 
-#include "platform/ShortCopy.h"
-#include "platform/Text.h"
+#include "base/ShortCopy.h"
+#include "base/Text.h"
 
 #include <algorithm>
 #include <array>
@@ -85,14 +85,14 @@ void AssignUtf16(std::wstring& text, std::span<const std::byte> bytes) {
     }
 }
 
-// The interface takes names and texts up to a zero character; what a packet holds behind one could not be
+// The interface takes names and texts up to a zero character; what a packet holds after one could not be
 // read through it.
 void AssignText(std::wstring& text, uint32_t encoding, std::span<const std::byte> bytes) {
     if (encoding == kEncodingUtf16) {
         AssignUtf16(text, bytes);
     } else if (encoding == kCodePageUtf8) {
-        text = WideFromBytes(kCodePageUtf8, reinterpret_cast<const char*>(bytes.data()),
-                             static_cast<int32_t>(bytes.size()));
+        text = DecodeFileText(kCodePageUtf8, reinterpret_cast<const char*>(bytes.data()),
+                              static_cast<int32_t>(bytes.size()));
     } else {
         text.clear();
     }

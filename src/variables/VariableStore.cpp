@@ -23,9 +23,9 @@ uint64_t MakeSeed(const void* store) {
     FILETIME now{};
     GetSystemTimeAsFileTime(&now);
     const uint64_t time = static_cast<uint64_t>(now.dwHighDateTime) << 32U | now.dwLowDateTime;
-    const uint64_t place = reinterpret_cast<uintptr_t>(store) ^ uint64_t { GetCurrentProcessId() } << 32U;
+    const uint64_t address = reinterpret_cast<uintptr_t>(store) ^ uint64_t { GetCurrentProcessId() } << 32U;
     return detail::MixMultiply(static_cast<uint64_t>(counter.QuadPart) ^ 0x9E3779B97F4A7C15ULL, time) ^
-           detail::MixMultiply(place, 0xD6E8FEB86659FD93ULL);
+           detail::MixMultiply(address, 0xD6E8FEB86659FD93ULL);
 }
 
 template <class Value>

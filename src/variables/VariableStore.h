@@ -1,7 +1,7 @@
 // The variables of one module object: the five maps and the mutex that guards them.
 //
 // Locks of the module, and what each protects:
-//   host list mutex    the list of registered hosts (HostAgentList)
+//   host list mutex    the list of registered hosts (HostRegistry)
 //   queue mutex        one host's queue of changes (HostAgent)
 //   store mutex        the maps (here)
 //   file mutex         one configuration file's bytes on disk, while the module itself reads or writes them

@@ -1,9 +1,8 @@
 // The store, the hosts and the loaders' rooms, used by many threads at once under ThreadSanitizer: that
 // nothing is read where another thread writes.
 #include "config/ConfigText.h"
-#include "config/Flatteners.h"
-#include "platform/HostLog.h"
-#include "variables/HostAgentList.h"
+#include "base/HostLog.h"
+#include "variables/hosts/HostRegistry.h"
 #include "variables/VariableBatch.h"
 #include "variables/VariableStore.h"
 
@@ -114,10 +113,10 @@ protected:
         for (int i = 0; i < kRounds; ++i) {
             const std::string text = R"({"Source":"a text that no small string holds","Level":)" +
                                      std::to_string(i) + R"(,"CL":[{"HD":"ALPHA1"}]})";
-            ConfigText config;
+            ConfigText config(ConfigFile::Settings);
             ASSERT_TRUE(config.Read(text));
             VariableBatch batch;
-            ASSERT_TRUE(FlattenConfig(ConfigFile::Settings, config.root, batch, log));
+            ASSERT_TRUE(config.Flatten(batch, log));
             m_store.Apply(batch);
             m_hosts.NotifyHostsReloaded();
         }
@@ -142,7 +141,7 @@ protected:
     }
 
     VariableStore m_store;
-    HostAgentList m_hosts{m_store.GetMutex()};
+    HostRegistry m_hosts{m_store.GetMutex()};
     std::atomic<long> m_records{0};
 };
 

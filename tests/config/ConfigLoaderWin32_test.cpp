@@ -1,6 +1,6 @@
 #include "config/ConfigLoader.h"
 
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 #include "platform/Mutex.h"
 #include "support/RecordingHost.h"
 #include "support/win32/Folders.h"

@@ -1,3 +1,6 @@
+#include "config/ConfigText.h"
+
+#include "base/Text.h"
 #include "support/ConfigRun.h"
 
 #include <gtest/gtest.h>
@@ -44,6 +47,14 @@ TEST(ConfigText, ByteOrderMarkRefusesTheFile) {
     Expect({"\xEF\xBB\xBF   {}", false, 5});
 }
 
+TEST(ConfigText, WithoutAMarkTheAnsiCodePageDecides) {
+    const std::string bytes = "{\"A\":\"\xE9\"}";
+    const std::wstring text = WideFromBytes(kCodePageAnsi, "\xE9", 1);
+
+    EXPECT_EQ(TypedVariables().String(L"A", text).Int64(L"HmdNameSize", 0),
+              RunConfig(ConfigFile::Settings, bytes).variables);
+}
+
 TEST(ConfigText, SpaceInFrontIsCountedAndAllowed) {
     Expect({"  {}", true, 4});
     EXPECT_EQ(TypedVariables().Int64(L"HmdNameSize", 0), RunConfig(ConfigFile::Settings, "  {}").variables);
@@ -65,12 +76,22 @@ TEST(ConfigText, FailedParseIsRefusedEvenWhereNothingElseIsWrong) {
 }
 
 TEST(ConfigText, ReadingAgainReplacesTheTree) {
-    ConfigText config;
+    ConfigText config(ConfigFile::Settings);
     EXPECT_TRUE(config.Read("[1,2,3]"));
     EXPECT_FALSE(config.Read("[1"));
-    EXPECT_TRUE(config.root.Is(JsonKind::Null));
+    EXPECT_TRUE(config.Root().Is(JsonKind::Null));
     EXPECT_TRUE(config.Read("{}"));
-    EXPECT_TRUE(config.root.Is(JsonKind::Object));
+    EXPECT_TRUE(config.Root().Is(JsonKind::Object));
+}
+
+TEST(ConfigText, OnlyTheHeadsetListAsksForARootOfOneKind) {
+    for (const ConfigFile file : kConfigFiles) {
+        ConfigText config(file);
+        ASSERT_TRUE(config.Read("{}"));
+        EXPECT_EQ(file != ConfigFile::HmdList, config.IsRootAccepted());
+        ASSERT_TRUE(config.Read("[]"));
+        EXPECT_TRUE(config.IsRootAccepted());
+    }
 }
 
 } // namespace

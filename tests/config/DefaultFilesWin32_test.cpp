@@ -12,7 +12,7 @@ class DefaultFiles : public testing::TestWithParam<const wchar_t*> {};
 
 TEST_P(DefaultFiles, AreAcceptedWholeAndRefusedAtEveryPrefix) {
     const std::string bytes = test::ReadBytes(test::ProgramFolder() / L"defaults" / GetParam());
-    ConfigText config;
+    ConfigText config(ConfigFile::Settings);
 
     for (size_t length = 0; length < bytes.size(); ++length) {
         ASSERT_FALSE(config.Read(std::string_view(bytes).substr(0, length))) << length;

@@ -27,10 +27,10 @@ std::string Nested(std::string_view open, size_t depth, std::string_view core, s
 
 // A document through decoder, reader, flattener and maps, without a look at what came out.
 bool Load(ConfigFile file, const std::string& document) {
-    ConfigText config;
+    ConfigText config(file);
     VariableBatch batch;
     VariableMaps maps(1);
-    if (!config.Read(document) || !FlattenConfig(file, config.root, batch, HostLog())) {
+    if (!config.Read(document) || !config.Flatten(batch, HostLog())) {
         return false;
     }
     maps.Apply(batch);
@@ -38,9 +38,9 @@ bool Load(ConfigFile file, const std::string& document) {
 }
 
 int32_t ParseResult(const std::string& document) {
-    ConfigText config;
+    ConfigText config(ConfigFile::Settings);
     config.Read(document);
-    return config.parseResult;
+    return config.ParseResult();
 }
 
 using Maker = std::function<std::string(size_t)>;

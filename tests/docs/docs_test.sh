@@ -131,7 +131,7 @@ check_levels() {
     message=${message%\"}
     grep -qF "| $level | \`$message\` |" "$guide" || problem "$guide does not give \"$message\" the level $level"
     seen=$((seen + 1))
-  done < <(cat src/*/*.cpp | tr -d '\n' | grep -oE 'Log\(Log(Notable|Progress|Warning|Failure), *L"[^"]*"')
+  done < <(find src -name '*.cpp' -exec cat {} + | tr -d '\n' | grep -oE 'Log\(Log(Notable|Progress|Warning|Failure), *L"[^"]*"')
   [[ $seen -ge 30 ]] || problem "only $seen calls that log were found in src"
 }
 
@@ -139,7 +139,7 @@ check_messages() {
   local guide=docs/troubleshooting.md message
   while IFS= read -r message; do
     grep -qF "\`$message\`" "$guide" || problem "$guide lacks the message \"$message\""
-  done < <(grep -rhoE 'L"[^"]* [^"]*"' src/config src/module src/save src/sysinfo src/variables src/platform |
+  done < <(grep -rhoE --exclude-dir=check 'L"[^"]* [^"]*"' src |
     sed 's/^L"//; s/"$//' | grep -vxE "$no_messages" | sort -u)
   while IFS= read -r message; do
     grep -rqF "L\"$message\"" src || problem "$guide tells of \"$message\", which the module never writes"

@@ -80,7 +80,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     const std::string after = Written(document);
     RequireReadable(after);
-    zq::ConfigText config;
+    zq::ConfigText config(zq::ConfigFile::Settings);
     Require(config.Read(after) || !IsAscii(after));
     return 0;
 }

@@ -3,7 +3,7 @@
 
 #include "Require.h"
 
-#include "config/JsonReader.h"
+#include "config/json/JsonReader.h"
 #include "support/ConfigRun.h"
 
 #include <cstdint>

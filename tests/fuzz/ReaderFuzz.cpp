@@ -3,7 +3,7 @@
 #include "Require.h"
 
 #include "check/DocumentMap.h"
-#include "config/JsonReader.h"
+#include "config/json/JsonReader.h"
 
 #include <string>
 #include <vector>

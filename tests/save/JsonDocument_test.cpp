@@ -1,7 +1,7 @@
 #include "save/JsonDocument.h"
 
 #include "config/ConfigText.h"
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 #include "platform/Mutex.h"
 #include "save/DocumentEdit.h"
 #include "support/RecordingHost.h"
@@ -79,7 +79,7 @@ TEST_F(JsonDocument, WhatIsWrittenHasNoMarkAndNothingBehindItsEndAndLoads) {
     EXPECT_EQ("{\n    \"A\": [\n        1,\n        {\n            \"B\": true\n        }\n    ],\n    "
               "\"C\": null\n}",
               bytes);
-    EXPECT_TRUE(ConfigText().Read(bytes));
+    EXPECT_TRUE(ConfigText(ConfigFile::Settings).Read(bytes));
 }
 
 TEST_F(JsonDocument, NonAsciiTextIsWrittenAsItIsAndRefusedByTheLoader) {

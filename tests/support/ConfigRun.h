@@ -2,8 +2,8 @@
 // was said. Portable.
 #pragma once
 
+#include "base/HostLog.h"
 #include "config/ConfigText.h"
-#include "platform/HostLog.h"
 #include "support/RecordingHost.h"
 #include "support/TypedVariables.h"
 #include "variables/VariableBatch.h"
@@ -35,16 +35,16 @@ inline ConfigRun RunConfig(ConfigFile file, std::string_view bytes, VariableMaps
     RecordingHost host;
     HostLog log;
     log.SetHost(&host);
-    ConfigText config;
+    ConfigText config(file);
     VariableBatch batch;
     ConfigRun run;
 
-    run.isLoaded = config.Read(bytes) && FlattenConfig(file, config.root, batch, log);
+    run.isLoaded = config.Read(bytes) && config.Flatten(batch, log);
     if (run.isLoaded) {
         maps.Apply(batch);
     }
-    run.parseResult = config.parseResult;
-    run.fileLength = config.fileLength;
+    run.parseResult = config.ParseResult();
+    run.fileLength = config.FileLength();
     run.variables = VariablesOf(maps);
     run.lines = host.Lines();
     return run;

@@ -1,6 +1,6 @@
 #include "sysinfo/AddressDiscovery.h"
 
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 #include "support/RecordingHost.h"
 #include "support/win32/FakeAdapters.h"
 #include "sysinfo/PublishedStrings.h"

@@ -5,7 +5,7 @@
 #include "sysinfo/PublishedStrings.h"
 #include "sysinfo/WmiSurvey.h"
 
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 #include "support/RecordingHost.h"
 #include "support/win32/ComCalls.h"
 #include "support/win32/FakeAdapters.h"

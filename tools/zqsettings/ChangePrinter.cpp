@@ -5,7 +5,7 @@
 #include "VariableDifference.h"
 #include "VariableText.h"
 
-#include "config/ConfigFileNames.h"
+#include "config/ConfigFile.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -23,9 +23,9 @@ using Microseconds = std::chrono::duration<double, std::micro>;
 // The time since the newest file of the folder was written, in milliseconds.
 double MillisecondsSinceLastWrite(const std::filesystem::path& folder) {
     uint64_t newest = 0;
-    for (const wchar_t* name : kConfigFileNames) {
+    for (const ConfigFile file : kConfigFiles) {
         WIN32_FILE_ATTRIBUTE_DATA data{};
-        if (GetFileAttributesExW((folder / name).c_str(), GetFileExInfoStandard, &data)) {
+        if (GetFileAttributesExW((folder / NameOfConfigFile(file)).c_str(), GetFileExInfoStandard, &data)) {
             const FILETIME time = data.ftLastWriteTime;
             newest = std::max(newest, uint64_t{time.dwHighDateTime} << 32U | time.dwLowDateTime);
         }

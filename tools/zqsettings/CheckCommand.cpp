@@ -9,7 +9,7 @@
 #include "Text.h"
 
 #include "check/FolderCheck.h"
-#include "config/ConfigFileNames.h"
+#include "config/ConfigFile.h"
 
 #include <CLI/CLI.hpp>
 

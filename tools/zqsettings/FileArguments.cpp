@@ -3,7 +3,7 @@
 #include "Failure.h"
 #include "Text.h"
 
-#include "config/ConfigFileNames.h"
+#include "config/ConfigFile.h"
 
 #include <array>
 #include <cwchar>

@@ -7,7 +7,7 @@
 
 #include "check/FileCheck.h"
 #include "check/NearestName.h"
-#include "config/ConfigFileNames.h"
+#include "config/ConfigFile.h"
 
 #include <CLI/CLI.hpp>
 

@@ -9,7 +9,7 @@
 #include "Text.h"
 #include "VariableDifference.h"
 
-#include "config/ConfigFileNames.h"
+#include "config/ConfigFile.h"
 #include "save/JsonDocument.h"
 #include "save/NarrowName.h"
 #include "save/SaveOperations.h"

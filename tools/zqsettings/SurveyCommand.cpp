@@ -4,7 +4,7 @@
 #include "SilentHost.h"
 #include "Text.h"
 
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 #include "sysinfo/WmiSurvey.h"
 
 #include <CLI/CLI.hpp>

@@ -3,7 +3,7 @@
 #include "FileArguments.h"
 
 #include "check/FileCheck.h"
-#include "config/ConfigFileNames.h"
+#include "config/ConfigFile.h"
 
 #include <algorithm>
 

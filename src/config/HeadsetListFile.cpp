@@ -1,0 +1,96 @@
+#include "config/HeadsetListFile.h"
+
+#include "base/HostLog.h"
+#include "config/Flattening.h"
+
+#include <string>
+
+namespace zq {
+
+namespace {
+
+void LogInvalid(const HostLog& log, const std::wstring& name) {
+    log.Log(LogFailure, L"Invalid hmd list item : %s", name.c_str());
+}
+
+const JsonValue* IntegerMember(const JsonValue& item, std::wstring_view key) {
+    const JsonValue* member = item.Member(key);
+    return member && member->Is(JsonKind::Integer) ? member : nullptr;
+}
+
+void FlattenArray(NameBuffer& name, const JsonValue& array, VariableBatch& batch, const HostLog& log,
+                  FlattenTrace* trace) {
+    const size_t length = name.Length();
+    name.Append(L".ArraySize");
+    batch.AddInt64(name.View(), static_cast<int32_t>(array.count));
+    ReportAdded(trace, array);
+    int32_t index = 0;
+    for (const JsonValue& element : array.Elements()) {
+        name.CutTo(length);
+        name.AppendKey(std::to_wstring(index++));
+        if (!AddScalar(name.View(), element, batch, trace)) {
+            LogInvalid(log, name.String());
+            ReportSkipped(trace, element, Skipped::ResponseValue);
+        }
+    }
+}
+
+void FlattenDevice(const JsonValue& device, VariableBatch& batch, const HostLog& log, FlattenTrace* trace) {
+    const JsonValue* name = device.Member(L"DeviceName");
+    const JsonValue* responses = device.Member(L"Response");
+    if (!name || !name->Is(JsonKind::String) || !responses || !responses->Is(JsonKind::Array)) {
+        ReportSkipped(trace, device, Skipped::Device);
+        return;
+    }
+    const std::wstring prefix = std::wstring(L"CL.").append(GetJsonString(*name));
+    for (const JsonValue& item : responses->Elements()) {
+        if (item.Is(JsonKind::Object)) {
+            FlattenHmdListItem(prefix, item, batch, log, trace);
+        } else {
+            ReportSkipped(trace, item, Skipped::Response);
+        }
+    }
+}
+
+} // namespace
+
+bool IsHeadsetListRoot(const JsonValue& root) { return root.Is(JsonKind::Array); }
+
+bool FlattenHeadsetListFile(const JsonValue& root, VariableBatch& batch, const HostLog& log,
+                            FlattenTrace* trace) {
+    if (!IsHeadsetListRoot(root)) {
+        log.Log(LogFailure, L"Invalid hmd list format.");
+        return false;
+    }
+    for (const JsonValue& device : root.Elements()) {
+        FlattenDevice(device, batch, log, trace);
+    }
+    return true;
+}
+
+void FlattenHmdListItem(std::wstring_view prefix, const JsonValue& item, VariableBatch& batch,
+                        const HostLog& log, FlattenTrace* trace) {
+    const JsonValue* mainRequest = IntegerMember(item, L"MainRequest");
+    const JsonValue* subRequest = IntegerMember(item, L"SubRequest");
+    const JsonValue* index = IntegerMember(item, L"index");
+    const JsonValue* value = item.Member(L"Value");
+    if (!mainRequest || !subRequest || !index || !value) {
+        LogInvalid(log, std::wstring(prefix));
+        ReportSkipped(trace, item, Skipped::ResponseNumbers);
+        return;
+    }
+
+    NameBuffer name(prefix);
+    for (const JsonValue* number : {mainRequest, subRequest, index}) {
+        name.Append(L".");
+        name.Append(std::to_wstring(number->integer));
+    }
+    if (value->Is(JsonKind::Array)) {
+        FlattenArray(name, *value, batch, log, trace);
+    } else if (!AddScalar(name.View(), *value, batch, trace)) {
+        LogInvalid(log, std::wstring(prefix));
+        ReportSkipped(trace, *value, Skipped::ResponseValue);
+    }
+}
+
+} // namespace zq

@@ -1,0 +1,25 @@
+// The quality preset file: the objects of an array become "CL.<key>.Quality", ".Balance", ".Performance" and
+// ".Ultra" by position; scalars at the top are named by their key.
+//
+// Portable. Nesting costs heap, not stack. Whatever is invalid is logged and skipped. Nothing is ever removed
+// from the variables.
+#pragma once
+
+#include "config/json/JsonValue.h"
+
+#include <string_view>
+
+namespace zq {
+
+class FlattenTrace;
+class HostLog;
+class VariableBatch;
+
+// A root that is not an object gives no variables.
+void FlattenQualityFile(const JsonValue& root, VariableBatch& batch, const HostLog& log, FlattenTrace* trace);
+
+// Scalars are named by `prefix`, a point and their key; without the point where the prefix is empty.
+void FlattenQualityObject(std::wstring_view prefix, const JsonValue& object, VariableBatch& batch,
+                          const HostLog& log, FlattenTrace* trace = nullptr);
+
+} // namespace zq

@@ -1,0 +1,125 @@
+#include "config/SettingsFile.h"
+
+#include "base/HostLog.h"
+#include "config/Flattening.h"
+
+#include <span>
+#include <string>
+#include <vector>
+
+namespace zq {
+
+namespace {
+
+bool IsHeaderListKey(std::wstring_view key) {
+    return key.size() == 2 && (key[0] == L'C' || key[0] == L'c') && (key[1] == L'L' || key[1] == L'l');
+}
+
+class SettingsWalker {
+public:
+    SettingsWalker(std::wstring_view prefix, VariableBatch& batch, const HostLog& log, FlattenTrace* trace)
+        : m_name(prefix), m_batch(batch), m_log(log), m_trace(trace) {}
+
+    void Walk(const JsonValue& root) {
+        Enter(root);
+        while (!m_levels.empty()) {
+            Level& level = m_levels.back();
+            m_name.CutTo(level.nameLength);
+            if (!level.headers.empty()) {
+                VisitHeader(level);
+            } else if (!level.members.empty()) {
+                VisitMember(level);
+            } else {
+                PublishHeaderNames(level.headerNames);
+                m_levels.pop_back();
+            }
+        }
+    }
+
+private:
+    // One object on the way down: what is left to visit of it.
+    struct Level {
+        size_t nameLength;
+        std::span<const JsonMember> members;
+        std::span<const JsonValue> headers; // what is left of the header list under way
+        std::wstring_view headerKey;        // and its key
+        std::vector<const JsonValue*> headerNames;
+    };
+
+    void Enter(const JsonValue& object) {
+        m_levels.push_back({m_name.Length(), object.Members(), {}, {}, {}});
+    }
+
+    void VisitMember(Level& level) {
+        const JsonMember& member = level.members.front();
+        level.members = level.members.subspan(1);
+        if (member.key.empty()) {
+            ReportSkipped(m_trace, member.value, Skipped::EmptyName);
+            return;
+        }
+        if (member.value.Is(JsonKind::Array) && IsHeaderListKey(member.key)) {
+            level.headers = member.value.Elements();
+            level.headerKey = member.key;
+            return;
+        }
+        m_name.AppendKey(member.key);
+        if (member.value.Is(JsonKind::Object)) {
+            Enter(member.value);
+        } else if (!AddScalar(m_name.View(), member.value, m_batch, m_trace)) {
+            ReportSkipped(m_trace, member.value,
+                          member.value.Is(JsonKind::Array) ? Skipped::IgnoredArray : Skipped::Null);
+        }
+    }
+
+    void VisitHeader(Level& level) {
+        const JsonValue& header = level.headers.front();
+        level.headers = level.headers.subspan(1);
+        const JsonValue* name = header.Member(L"HD");
+        if (!name || !name->Is(JsonKind::String)) {
+            ReportSkipped(m_trace, header, Skipped::Header);
+            return;
+        }
+        const std::wstring_view text = GetJsonString(*name);
+        level.headerNames.push_back(name);
+        if (!text.empty()) {
+            m_name.AppendKey(level.headerKey);
+            m_name.AppendKey(text);
+            Enter(header);
+        }
+    }
+
+    // Every level does this when it ends, the outermost last: only a top-level header list stays known.
+    void PublishHeaderNames(const std::vector<const JsonValue*>& names) {
+        m_batch.AddInt64(L"HmdNameSize", static_cast<int32_t>(names.size()));
+        for (size_t i = 0; i < names.size(); ++i) {
+            const std::wstring variable = L"HmdNameList." + std::to_wstring(i);
+            const std::wstring_view name = GetJsonString(*names[i]);
+            m_batch.AddString(variable, name);
+            ReportAdded(m_trace, *names[i]);
+            m_log.Log(LogProgress, L"Set variable STRING %s = %s", variable.c_str(),
+                      std::wstring(name).c_str());
+        }
+    }
+
+    NameBuffer m_name;
+    VariableBatch& m_batch;
+    const HostLog& m_log;
+    FlattenTrace* m_trace;
+    std::vector<Level> m_levels;
+};
+
+} // namespace
+
+void FlattenSettingsFile(const JsonValue& root, VariableBatch& batch, const HostLog& log,
+                         FlattenTrace* trace) {
+    if (root.Is(JsonKind::Object)) {
+        FlattenSettingsObject({}, root, batch, log, trace);
+    }
+}
+
+void FlattenSettingsObject(std::wstring_view prefix, const JsonValue& object, VariableBatch& batch,
+                           const HostLog& log, FlattenTrace* trace) {
+    SettingsWalker(prefix, batch, log, trace).Walk(object);
+}
+
+} // namespace zq

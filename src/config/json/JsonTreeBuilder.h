@@ -1,0 +1,45 @@
+// Collects the elements of the containers that a reader has open, and lays each out in the arena when it
+// closes.
+//
+// Portable, one thread.
+#pragma once
+
+#include "config/json/JsonValue.h"
+
+#include <string_view>
+#include <vector>
+
+namespace zq {
+
+class JsonTreeBuilder {
+public:
+    explicit JsonTreeBuilder(Arena& arena) : m_arena(arena) {}
+
+    void Open(bool isObject);
+    // The key of the value that is added, or of the container that is opened, next.
+    void SetKey(std::wstring_view key) { m_key = key; }
+    void Add(const JsonValue& value) { m_members.push_back({m_key, value}); }
+    // Closes the innermost container and returns it. It is no member of the one around it until it is added;
+    // its key is the next one's again.
+    JsonValue Close();
+
+    size_t Depth() const { return m_open.size(); }
+    bool IsInObject() const { return m_open.back().isObject; }
+
+private:
+    struct OpenContainer {
+        std::wstring_view key; // under which the container will be added
+        size_t first;          // its first member
+        bool isObject;
+    };
+
+    JsonValue MakeArray(size_t first);
+    JsonValue MakeObject(size_t first);
+
+    Arena& m_arena;
+    std::wstring_view m_key;
+    std::vector<OpenContainer> m_open;
+    std::vector<JsonMember> m_members; // of all open containers, innermost last
+};
+
+} // namespace zq
