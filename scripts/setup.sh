@@ -11,7 +11,9 @@ packages=(
   # The portable rooms on Linux, under the sanitizers.
   g++
   # Libraries: tests, the save path, the tool's command line.
-  googletest rapidjson-dev libcli11-dev
+  googletest rapidjson-dev libcli11-dev libboost1.81-dev
+  # The browser that the dashboard is tested with.
+  chromium
   # The test hosts for the Microsoft ABI, the fuzz targets, the format check and the static analysis.
   clang-14 lld-14 libclang-rt-14-dev clang-format-14 clang-tidy-14
 )
@@ -34,6 +36,11 @@ for argument in "$@"; do
     *) fail "unknown argument $argument; --help tells more." ;;
   esac
 done
+
+# The dashboard's page; any node from 18 on will do.
+if ! command -v node >/dev/null || ! command -v npm >/dev/null; then
+  packages+=(nodejs npm)
+fi
 
 if ! command -v apt-get >/dev/null; then
   fail "this machine has no apt; install by hand: ${packages[*]}."

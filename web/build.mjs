@@ -1,8 +1,9 @@
 // Bundles the page and writes it as a C++ source: node web/build.mjs OUTPUT.cpp [--folder FOLDER]
 //   --folder   also write the bundle's files there, uncompressed, to look at
-// Each file is compressed once here, so that the program serves it as it is.
+// Each file is compressed once here, so that the program serves it as it is. The licences of what is bundled are
+// written beside the source, as page-licences.txt.
 import { build } from "esbuild";
-import { mkdirSync, readFileSync, writeFileSync } from "node:fs";
+import { mkdirSync, readdirSync, readFileSync, writeFileSync } from "node:fs";
 import { basename, dirname, join } from "node:path";
 import { fileURLToPath } from "node:url";
 import { gzipSync } from "node:zlib";
@@ -27,6 +28,7 @@ const result = await build({
   jsx: "automatic",
   jsxImportSource: "preact",
   write: false,
+  metafile: true,
   logLevel: "warning",
 });
 
@@ -80,6 +82,22 @@ ${stored
 `;
 mkdirSync(dirname(output), { recursive: true });
 writeFileSync(output, source);
+
+// The package of each bundled file: the last node_modules/NAME of its path.
+const packages = new Set(
+  Object.keys(result.metafile.inputs)
+    .map((path) => path.match(/.*node_modules\/((?:@[^/]+\/)?[^/]+)/)?.[1])
+    .filter(Boolean),
+);
+const licences = [...packages].sort().map((name) => {
+  const home = join(web, "node_modules", name);
+  const file = readdirSync(home).find((each) => /^licen[cs]e/i.test(each));
+  if (!file) {
+    throw new Error(`the package ${name} has no licence file`);
+  }
+  return `${name}\n${"=".repeat(name.length)}\n\n${readFileSync(join(home, file), "utf8").trim()}\n`;
+});
+writeFileSync(join(dirname(output), "page-licences.txt"), licences.join("\n\n"));
 if (folder) {
   mkdirSync(folder, { recursive: true });
   for (const file of files) {

@@ -9,7 +9,7 @@
 #include "serve/FileAnswers.h"
 #include "serve/SaveAnswer.h"
 
-#include "platform/HostLog.h"
+#include "base/HostLog.h"
 #include "sysinfo/WmiSurvey.h"
 
 #include <algorithm>

@@ -5,7 +5,7 @@
 #include "serve/Message.h"
 
 #include "check/FileCheck.h"
-#include "config/ConfigFileNames.h"
+#include "config/ConfigFile.h"
 
 #include <algorithm>
 #include <chrono>
@@ -56,7 +56,7 @@ std::string MissingMessage(ConfigFile file) {
 // The time since the newest of the files was written.
 double MillisecondsSinceLastWrite(const DataFiles& files) {
     uint64_t newest = 0;
-    for (const ConfigFile file : kAllConfigFiles) {
+    for (const ConfigFile file : kConfigFiles) {
         newest = std::max(newest, files.Stamp(file).second);
     }
     FILETIME now{};
@@ -98,14 +98,14 @@ Dashboard::Dashboard(const DashboardOptions& options)
       m_refused(m_files, m_defaults) {
     m_changes.emplace();
     if (m_ownFolder) {
-        for (const ConfigFile file : kAllConfigFiles) {
+        for (const ConfigFile file : kConfigFiles) {
             fs::copy_file(m_defaults.PathOf(file), m_files.PathOf(file));
         }
     }
     if (m_options.isReplaceRefused) {
         KeepRefusedFiles();
     }
-    for (const ConfigFile file : kAllConfigFiles) {
+    for (const ConfigFile file : kConfigFiles) {
         m_state.UpdateFile(m_files.StateOf(file));
     }
     Start();
@@ -136,7 +136,7 @@ bool Dashboard::WithLiveModule(const std::function<void(ModuleRun&)>& work) {
 }
 
 void Dashboard::KeepRefusedFiles() const {
-    for (const ConfigFile file : kAllConfigFiles) {
+    for (const ConfigFile file : kConfigFiles) {
         const std::optional<std::string> bytes = m_files.Read(file);
         if (bytes && !WouldLoad(file, *bytes)) {
             std::wstring time = WideFromUtf8(TimeText());
@@ -157,7 +157,7 @@ std::string Dashboard::ReasonForCopy() const {
     if (m_options.isReplaceRefused) {
         return "";
     }
-    for (const ConfigFile file : kAllConfigFiles) {
+    for (const ConfigFile file : kConfigFiles) {
         const DataFileState state = m_files.StateOf(file);
         if (!state.isAccepted) {
             return NameOf(file) + (state.exists ? " is refused" : " is missing") +
@@ -188,7 +188,7 @@ void Dashboard::Start() {
 void Dashboard::StartOnCopy(const std::string& reason) {
     m_copy.emplace();
     const DataFiles copy(MakeDataFolder(*m_copy));
-    for (const ConfigFile file : kAllConfigFiles) {
+    for (const ConfigFile file : kConfigFiles) {
         const std::optional<std::string> bytes = m_files.Read(file);
         if (bytes && WouldLoad(file, *bytes)) {
             WriteInPlace(copy.PathOf(file), *bytes);
@@ -261,7 +261,7 @@ void Dashboard::Follow() {
     while (!m_end.wait_for(lock, kLookEvery, [this] { return m_isEnding; })) {
         lock.unlock();
         m_state.UpdateFolder(m_files.HasFolder());
-        for (const ConfigFile file : kAllConfigFiles) {
+        for (const ConfigFile file : kConfigFiles) {
             FollowFile(file);
         }
         if (m_copy && ReasonForCopy().empty()) {

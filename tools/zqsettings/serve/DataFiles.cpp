@@ -6,9 +6,10 @@
 #include "serve/RandomText.h"
 
 #include "check/FileCheck.h"
-#include "config/ConfigFileNames.h"
+#include "config/ConfigFile.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <memory>
 #include <system_error>
@@ -98,7 +99,7 @@ void SetTimeToNow(const fs::path& path) {
 std::string NameOf(ConfigFile file) { return Utf8FromWide(NameOfConfigFile(file)); }
 
 std::optional<ConfigFile> ConfigFileOf(std::string_view name) {
-    for (const ConfigFile file : kAllConfigFiles) {
+    for (const ConfigFile file : kConfigFiles) {
         if (NameOf(file) == name) {
             return file;
         }

@@ -3,9 +3,8 @@
 // into a path.
 #pragma once
 
-#include "config/ConfigText.h"
+#include "config/ConfigFile.h"
 
-#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -14,9 +13,6 @@
 #include <vector>
 
 namespace zq::tool {
-
-inline constexpr std::array<ConfigFile, 3> kAllConfigFiles = {ConfigFile::Settings, ConfigFile::HmdList,
-                                                              ConfigFile::Quality};
 
 std::string NameOf(ConfigFile file);
 std::optional<ConfigFile> ConfigFileOf(std::string_view name);

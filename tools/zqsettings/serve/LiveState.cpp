@@ -171,7 +171,7 @@ std::string LiveState::BuildState() const {
     }
     message.With("files", [&](MessageWriter& writer) {
         writer.StartArray();
-        for (const ConfigFile file : kAllConfigFiles) {
+        for (const ConfigFile file : kConfigFiles) {
             DataFileState state = m_files[static_cast<size_t>(file)];
             state.file = file;
             writer.StartObject();

@@ -16,7 +16,7 @@ constexpr size_t kMostKept = 10;
 
 void RefusedTexts::Look() {
     const std::lock_guard lock(m_mutex);
-    for (const ConfigFile file : kAllConfigFiles) {
+    for (const ConfigFile file : kConfigFiles) {
         const auto stamp = m_files.Stamp(file);
         if (m_looked[file] == stamp) {
             continue;
