@@ -52,7 +52,8 @@ function completeName(schemas: Schema[], from: number, to: number, isQuoted: boo
   return options.length > 0 ? { from, to, options, validFor: /^[\w.]*$/ } : null;
 }
 
-function completeValue(schemas: Schema[], from: number): CompletionResult | null {
+// Of a value that is there already, all others are offered in its place.
+function completeValue(schemas: Schema[], from: number, to?: number): CompletionResult | null {
   const values = new Set<string>();
   for (const schema of schemas) {
     schema.enum?.forEach((each) => values.add(JSON.stringify(each)));
@@ -64,7 +65,7 @@ function completeValue(schemas: Schema[], from: number): CompletionResult | null
     }
   }
   const options = [...values].map((label) => ({ label, type: "constant" }));
-  return options.length > 0 ? { from, options } : null;
+  return options.length > 0 ? { from, to, options, filter: to === undefined } : null;
 }
 
 function complete(file: string, context: CompletionContext): CompletionResult | null {
@@ -78,7 +79,8 @@ function complete(file: string, context: CompletionContext): CompletionResult | 
   }
   const isValue = ["Property", "String", "True", "False", "Number", "⚠"].includes(node.name);
   if (isValue && (context.explicit || (word && word.from < word.to) || node.name === "String")) {
-    return completeValue(schemasAt(file, context.state, node), node.name === "Property" || node.name === "⚠" ? (word?.from ?? context.pos) : node.from);
+    const isThere = node.name !== "Property" && node.name !== "⚠";
+    return completeValue(schemasAt(file, context.state, node), isThere ? node.from : (word?.from ?? context.pos), isThere ? node.to : undefined);
   }
   return null;
 }

@@ -23,6 +23,8 @@ namespace {
 constexpr std::chrono::milliseconds kLookEvery(40);
 // A file that is refused may be half written: it is judged after it has not changed for so many looks.
 constexpr int kSteadyLooks = 3;
+constexpr int kLooksBeforeTouch = 5;
+constexpr int kTouches = 10;
 constexpr size_t kMostProblems = 50;
 constexpr double kLongestReloadMilliseconds = 1000;
 constexpr double kTicksPerMillisecond = 10'000;
@@ -170,6 +172,10 @@ std::string Dashboard::ReasonForCopy() const {
 void Dashboard::Start() {
     const std::lock_guard lock(m_runMutex);
     m_run.reset();
+    {
+        const std::lock_guard changeLock(m_changeMutex);
+        m_unseenWrites.fill({}); // a new module reads the files anyway
+    }
     const std::string reason = ReasonForCopy();
     if (!reason.empty()) {
         StartOnCopy(reason);
@@ -233,6 +239,9 @@ void Dashboard::TakeChanges() {
         isReload = std::exchange(m_isReloadWanted, false);
         milliseconds = std::exchange(m_milliseconds, std::nullopt);
         m_isChangeWanted = false;
+        if (isReload) {
+            m_unseenWrites.fill({});
+        }
     }
     if (isReload) {
         ReportRefused();
@@ -264,6 +273,7 @@ void Dashboard::Follow() {
         for (const ConfigFile file : kConfigFiles) {
             FollowFile(file);
         }
+        TouchUnseenWrites();
         if (m_copy && ReasonForCopy().empty()) {
             try {
                 Start();
@@ -298,6 +308,25 @@ void Dashboard::FollowFile(ConfigFile file) {
         m_state.UpdateFile(state);
         ReportUnusable(state);
         followed.isReported = true;
+    }
+}
+
+void Dashboard::Write(ConfigFile file, std::string_view bytes) {
+    m_files.Write(file, bytes);
+    const std::lock_guard lock(m_changeMutex);
+    m_unseenWrites[static_cast<size_t>(file)] = {kLooksBeforeTouch, kTouches};
+}
+
+// The module's watcher may look at the first name only of several changes that come together, and that is the
+// temporary file's: a later change of the file's time is one of its own.
+void Dashboard::TouchUnseenWrites() {
+    const std::lock_guard lock(m_changeMutex);
+    for (const ConfigFile file : kConfigFiles) {
+        UnseenWrite& write = m_unseenWrites[static_cast<size_t>(file)];
+        if (write.touchesLeft > 0 && --write.looksLeft <= 0) {
+            m_files.Touch(file);
+            write = {kLooksBeforeTouch, write.touchesLeft - 1};
+        }
     }
 }
 

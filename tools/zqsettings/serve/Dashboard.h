@@ -10,13 +10,14 @@
 #include "serve/RefusedTexts.h"
 #include "serve/WorkQueue.h"
 
-#include <atomic>
+#include <array>
 #include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 
 namespace zq::tool {
@@ -43,6 +44,9 @@ public:
     const ModuleOptions& Module() const { return m_options.module; }
     std::vector<RefusedTexts::Refused> KeptTexts() const { return m_refused.Kept(); }
 
+    // Writes one of the files for a page, and sees to it that the module notices. Raises Failure.
+    void Write(ConfigFile file, std::string_view bytes);
+
     // Runs `work` on the module while it is not exchanged. Nothing is called on a copy.
     bool WithLiveModule(const std::function<void(ModuleRun&)>& work);
 
@@ -65,6 +69,7 @@ private:
 
     void Follow();
     void FollowFile(ConfigFile file);
+    void TouchUnseenWrites();
     void ReportUnusable(const DataFileState& state);
     void CopyIntoRun(ConfigFile file);
 
@@ -83,6 +88,14 @@ private:
     bool m_isChangeWanted = false;
     bool m_isReloadWanted = false;
     std::optional<double> m_milliseconds;
+
+    // Looks until the next touch of a file that this program wrote; 0 once the module has read its files
+    // again.
+    struct UnseenWrite {
+        int looksLeft = 0;
+        int touchesLeft = 0;
+    };
+    std::array<UnseenWrite, 3> m_unseenWrites; // under m_changeMutex
 
     std::mutex m_endMutex;
     std::condition_variable m_end;

@@ -83,17 +83,6 @@ void WriteNew(const fs::path& path, std::string_view bytes) {
     }
 }
 
-// The watcher may look at the first name of several changes only, and that of a rename is the temporary
-// file's: a change of the file's time is one of its own.
-void SetTimeToNow(const fs::path& path) {
-    const OpenHandle handle = Open(path, FILE_WRITE_ATTRIBUTES, OPEN_EXISTING, 0);
-    FILETIME now{};
-    GetSystemTimePreciseAsFileTime(&now);
-    if (handle) {
-        SetFileTime(handle.get(), nullptr, nullptr, &now);
-    }
-}
-
 } // namespace
 
 std::string NameOf(ConfigFile file) { return Utf8FromWide(NameOfConfigFile(file)); }
@@ -168,7 +157,15 @@ void DataFiles::Write(ConfigFile file, std::string_view bytes) const {
         fs::remove(part, ignored);
         throw;
     }
-    SetTimeToNow(path);
+}
+
+void DataFiles::Touch(ConfigFile file) const {
+    const OpenHandle handle = Open(PathOf(file), FILE_WRITE_ATTRIBUTES, OPEN_EXISTING, 0);
+    FILETIME now{};
+    GetSystemTimePreciseAsFileTime(&now);
+    if (handle) {
+        SetFileTime(handle.get(), nullptr, nullptr, &now);
+    }
 }
 
 std::vector<FileCopy> DataFiles::Copies() const {

@@ -56,6 +56,8 @@ public:
     // The whole file, by a new temporary file beside it and a rename; a link in its place is replaced, not
     // followed. Raises Failure, and the file is as it was then.
     void Write(ConfigFile file, std::string_view bytes) const;
+    // Gives the file the present time.
+    void Touch(ConfigFile file) const;
 
     // The newest first.
     std::vector<FileCopy> Copies() const;

@@ -132,7 +132,7 @@ void RequireAccepted(ConfigFile file, std::string_view bytes, bool isInsisted) {
 }
 
 void WriteAndReport(Dashboard& dashboard, ConfigFile file, const std::string& bytes, MessageWriter& writer) {
-    dashboard.Files().Write(file, bytes);
+    dashboard.Write(file, bytes);
     dashboard.State().Add(Message("save").Text("file", NameOf(file)).Text("outcome", "saved").Take());
     WriteTextMember(writer, "hash", HashText(HashOf(bytes)));
 }

@@ -9,12 +9,14 @@ const kShownAtFirst = 100;
 const kShownChanges = 100;
 const kChartHeight = 140;
 const kShortestSeconds = 60;
+const kWholeSteps = [1, 2, 5].flatMap((step) => [0, 1, 2, 3, 4, 5].map((power) => step * 10 ** power)).sort((a, b) => a - b);
 const kLevels = ["", "notable", "progress", "warning", "failure"];
 
 const timeText = (time: number) => {
   const date = new Date(time);
   return `${date.toLocaleTimeString("en-GB")}.${String(date.getMilliseconds()).padStart(3, "0")}`;
 };
+const changed = (changes: Change[]) => (changes.length === 0 ? "no variable changed" : `${count(changes.length, "variable")} changed`);
 const count = (number: number, what: string) => `${number.toLocaleString("en")} ${what}${number === 1 ? "" : "s"}`;
 
 interface Summary {
@@ -29,10 +31,10 @@ function summaryOf(message: EventMessage): Summary {
   switch (message.kind) {
     case "reload": {
       const late = message.milliseconds === undefined ? "" : `, ${message.milliseconds.toFixed(0)} ms after the file was written`;
-      return { tone: "good", kind: "reload", text: `${count(message.changes.length, "variable")} changed${late}`, changes: message.changes };
+      return { tone: "good", kind: "reload", text: `${changed(message.changes)}${late}`, changes: message.changes };
     }
     case "change":
-      return { tone: "good", kind: "change", text: `${count(message.changes.length, "variable")} changed by the module`, changes: message.changes };
+      return { tone: "good", kind: "change", text: `${changed(message.changes)} by the module`, changes: message.changes };
     case "save": {
       const what = message.name ? `${message.name} = ${String(message.value)}` : message.file;
       return message.outcome === "saved"
@@ -82,7 +84,7 @@ function Chart() {
         cursor: { y: false },
         legend: { show: true, live: true },
         scales: { x: { range: (_, min, max) => [Math.min(min, max - kShortestSeconds), max + 1] }, y: { range: (_, __, max) => [0, Math.max(1, max)] }, ms: { range: (_, __, max) => [0, Math.max(10, max)] } },
-        axes: [axis, { ...axis, size: 48 }, { ...axis, side: 1, scale: "ms", size: 48, grid: { show: false } }],
+        axes: [axis, { ...axis, size: 48, incrs: kWholeSteps }, { ...axis, side: 1, scale: "ms", size: 48, grid: { show: false } }],
         series: [
           { label: "time" },
           { label: "variables changed", stroke: () => color("--accent"), fill: () => color("--accent-soft"), paths: uPlot.paths.bars?.({ size: [0.8, 12] }), points: { show: false } },

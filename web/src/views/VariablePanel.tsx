@@ -154,7 +154,7 @@ function History({ row }: { row: Row | undefined }) {
     <ol class="history">
       {row.history.map((entry, index) => (
         <li key={index}>
-          <time>{new Date(entry.time).toLocaleTimeString()}</time> <span class="before">{entry.old}</span> → {entry.new}
+          <time>{new Date(entry.time).toLocaleTimeString("en-GB")}</time> <span class="before">{entry.old}</span> → {entry.new}
         </li>
       ))}
     </ol>

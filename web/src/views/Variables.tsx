@@ -82,7 +82,7 @@ export function VariablesView() {
     if (index >= 0) {
       setActive(index);
     }
-  }, [open?.name]);
+  }, [open?.name, filter]);
   return (
     <div class={open ? "split open" : "split"}>
       <section class="pane" aria-label="List of variables">
@@ -96,6 +96,9 @@ export function VariablesView() {
               value={filter.text}
               onInput={(event) => set({ text: event.currentTarget.value })}
             />
+            <output class="found" aria-live="polite">
+              {shown.length === rows.length ? "" : `${shown.length.toLocaleString("en")} found`}
+            </output>
           </label>
           <label>
             <span class="sr">Group</span>
@@ -127,9 +130,6 @@ export function VariablesView() {
             />
             Differs from default
           </label>
-          <output class="found" aria-live="polite">
-            {shown.length === rows.length ? "" : `${shown.length.toLocaleString("en")} found`}
-          </output>
         </div>
         <VirtualRows
           count={shown.length}
