@@ -46,6 +46,7 @@ export type Connection = "connecting" | "connected" | "lost" | "ended";
 const kMostHistory = 50;
 const kMostEvents = 2000;
 const kMostLogLines = 5000;
+const kMostKeptChanges = 30_000;
 const kMostPoints = 1200;
 
 export function plainText(value: Value | undefined, exact?: string): string {
@@ -88,6 +89,8 @@ function makeRow(variable: WireVariable): Row {
   };
 }
 
+const changesOf = (message: EventMessage) => ("changes" in message ? message.changes.length : 0);
+
 class Store {
   connection: Connection = "connecting";
   state: Omit<StateMessage, "variables"> | null = null;
@@ -108,6 +111,7 @@ class Store {
   private isPending = false;
   private nextId = 1;
   private logLines = 0;
+  private keptChanges = 0;
 
   subscribe(listener: () => void): () => void {
     this.listeners.add(listener);
@@ -200,6 +204,7 @@ class Store {
     this.points = [];
     this.loose = [];
     this.logLines = 0;
+    this.keptChanges = 0;
     messages.forEach((message) => this.apply(message, true));
   }
 
@@ -281,9 +286,14 @@ class Store {
   private addEvent(message: EventMessage): void {
     this.events.unshift({ id: this.nextId++, time: Date.parse(message.time), message, log: this.loose });
     this.logLines += this.loose.length;
+    this.keptChanges += changesOf(message);
     this.loose = [];
-    while (this.events.length > kMostEvents || (this.logLines > kMostLogLines && this.events.length > 1)) {
-      this.logLines -= this.events.pop()?.log.length ?? 0;
+    const isTooMuch = () =>
+      this.events.length > kMostEvents || this.logLines > kMostLogLines || this.keptChanges > kMostKeptChanges;
+    while (isTooMuch() && this.events.length > 1) {
+      const dropped = this.events.pop();
+      this.logLines -= dropped?.log.length ?? 0;
+      this.keptChanges -= dropped ? changesOf(dropped.message) : 0;
     }
   }
 
