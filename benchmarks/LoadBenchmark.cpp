@@ -2,8 +2,8 @@
 // reach the same end result, four maps of dotted wide names, with a whole number as integer and as double.
 #include "Rounds.h"
 
-#include "config/ConfigText.h"
 #include "base/HostLog.h"
+#include "config/ConfigText.h"
 #include "variables/VariableBatch.h"
 #include "variables/VariableMaps.h"
 

@@ -216,7 +216,8 @@ double GetterSeconds(size_t count) {
     const std::vector<std::wstring> names = MakeNames(count);
     std::vector<std::wstring> asked = Shuffled(names);
     asked.resize(1000);
-    VariableStore store;
+    const Mutex mutex;
+    VariableStore store(mutex);
     VariableBatch batch;
     for (const std::wstring& name : names) {
         batch.AddInt64(name, 1);

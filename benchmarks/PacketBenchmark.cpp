@@ -328,7 +328,8 @@ void Check(const char* who, const AnySink& sink, size_t count) {
 }
 
 void Compare(size_t count, int runs) {
-    VariableStore store;
+    const Mutex mutex;
+    VariableStore store(mutex);
     Fill(
         count, [&](const VariableBatch& batch) { store.Apply(batch); },
         [&](const std::wstring& name, const void* bytes, size_t length) {

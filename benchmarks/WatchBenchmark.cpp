@@ -9,8 +9,8 @@
 
 #include "CZQModSettings.h"
 
-#include "config/ConfigText.h"
 #include "base/HostLog.h"
+#include "config/ConfigText.h"
 #include "support/win32/ImportPatch.h"
 #include "variables/VariableBatch.h"
 #include "variables/VariableMaps.h"

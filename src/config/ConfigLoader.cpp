@@ -1,51 +1,39 @@
 #include "config/ConfigLoader.h"
 
 #include "base/HostLog.h"
-#include "platform/Files.h"
-#include "platform/Mutex.h"
 #include "variables/VariableBatch.h"
 #include "variables/VariableStore.h"
 
-#include <optional>
-#include <string_view>
-#include <vector>
-
 namespace zq {
 
-namespace {
-
-std::optional<std::vector<char>> ReadLocked(const std::wstring& path, const Mutex* mutex) {
-    if (!mutex) {
-        return ReadWholeFile(path);
+void ParseLook(ConfigFile file, ConfigLook& look) {
+    if (look.file.access == FileAccess::Read) {
+        look.text = std::make_unique<ConfigText>(file);
+        look.isAccepted =
+            look.text->Read({look.file.bytes.data(), look.file.bytes.size()}) && look.text->IsRootAccepted();
     }
-    MutexLock lock(*mutex);
-    return ReadWholeFile(path);
 }
 
-} // namespace
-
-bool LoadConfigFile(ConfigFile file, const std::wstring& path, const ConfigTarget& target) {
+bool LoadConfigFile(ConfigFile file, const std::wstring& path, const ConfigLook& look,
+                    const ConfigTarget& target) {
     const ConfigFileTexts& texts = TextsOf(file);
     const HostLog& log = target.log;
     log.Log(LogProgress, texts.begin);
-    if (!FileExists(path)) {
+    if (look.file.access == FileAccess::Missing) {
         log.Log(LogProgress, texts.notFound, path.c_str());
         return false;
     }
-    const std::optional<std::vector<char>> bytes = ReadLocked(path, target.fileMutex);
-    if (!bytes) {
+    if (!look.text) {
         log.Log(LogProgress, texts.openFail, path.c_str());
         return false;
     }
-
-    ConfigText config(file);
-    if (!config.Read({bytes->data(), bytes->size()})) {
-        log.Log(LogNotable, kConfigParseFailed, path.c_str(), config.ParseResult(), config.FileLength());
+    if (!look.text->IsAccepted()) {
+        log.Log(LogNotable, kConfigParseFailed, path.c_str(), look.text->ParseResult(),
+                look.text->FileLength());
         return false;
     }
-
     VariableBatch batch;
-    if (!config.Flatten(batch, log)) {
+    if (!look.text->Flatten(batch, log)) {
         return false;
     }
     target.store.Apply(batch);

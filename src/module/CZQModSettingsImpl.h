@@ -1,28 +1,29 @@
 // The module object: both interfaces in one, with everything that lives as long as the module does.
 //
-// It only forwards: each slot hands its work to the room that does it. Nothing below src/module knows this
-// class.
+// It only forwards: each slot hands its work to the component that does it. Nothing below src/module knows
+// this class.
 #pragma once
 
 #include "CZQModSettings.h"
 
-#include "platform/Event.h"
-#include "platform/Files.h"
 #include "base/HostLog.h"
+#include "module/Locks.h"
+#include "module/files/FolderWatcher.h"
+#include "module/files/PrivateFiles.h"
+#include "platform/Clock.h"
+#include "platform/Event.h"
 #include "platform/Thread.h"
 #include "sysinfo/StringPublisher.h"
-#include "variables/hosts/HostRegistry.h"
 #include "variables/VariableStore.h"
+#include "variables/hosts/HostRegistry.h"
 
 #include <string>
 #include <string_view>
 
 namespace zq {
 
-class DirectoryWatch;
 class PacketReader;
 struct PacketRecord;
-struct ConfigFileRow;
 
 class CZQModSettingsImpl final : public CZQModSettings, public CZQVariable {
 public:
@@ -75,45 +76,23 @@ public:
     int32_t GetVariableString(const wchar_t* name, wchar_t* buffer, int32_t bufferSize) override;
 
 private:
-    friend struct ConfigFileRow;
-
     ~CZQModSettingsImpl();
 
-    // Lifecycle.cpp
     void BuildPaths();
-    std::wstring DataFolder() const;
     void SurveyMachine();
-    // Sets a string variable and tells the hosts, as the rooms that know no store ask for it.
+    // Sets a string variable and notifies the hosts, for the components that know no store.
     StringPublisher VariablePublisher();
 
-    // VariableSlots.cpp
     void UnpackRecord(const PacketReader& reader, const PacketRecord& record, CZQVariableHost* source);
+    void AddEmptyString(std::wstring_view name, CZQVariableHost* source);
     template <class Set>
     void SetAndNotify(const wchar_t* name, uint32_t type, CZQVariableHost* source, int32_t force, Set set);
 
-    // ConfigFiles.cpp
-    void ProvisionPrivateFiles();
-    void LoadPrivateFiles();
-    bool LoadPrivateFile(const ConfigFileRow& row);
-    // Loads a private file; one that is refused is replaced by its default copy, `message` is logged, and the
-    // copy is loaded. Returns whether it was replaced.
-    bool LoadOrRepair(const ConfigFileRow& row, const wchar_t* message);
-    void CopyDefaultOverPrivateFile(const ConfigFileRow& row);
-
-    // SaveSlots.cpp
     void SaveConfigRemoved(const wchar_t* name);
     template <class Setter>
     void SaveConfig(const wchar_t* name, ZQBool perDevice, Setter set);
 
-    // FolderWatcher.cpp, on the watcher's thread
     static unsigned long __stdcall WatchThreadRoutine(void* module);
-    void ThreadEntryWatchConfig();
-    void WatchUntilStopped(DirectoryWatch& watch);
-    bool HasUnseenEdit() const;
-    void ReloadAndTellHost();
-    // False when the stop event cut the pass short.
-    bool ReloadPrivateConfigFile();
-    bool ReloadIfChanged(const ConfigFileRow& row);
 
     HostLog m_log;
     std::wstring m_strInstallDir;
@@ -126,20 +105,29 @@ private:
     std::wstring m_strHmdListFile;
     std::wstring m_strDefaultQualityFile;
     std::wstring m_strQualityFile;
-    HostRegistry m_hosts{m_store.GetMutex()};
-    VariableStore m_store;
+    Locks m_locks;
+    HostRegistry m_hosts{m_locks.hostList, m_locks.TerminationGuards()};
+    VariableStore m_store{m_locks.store};
     Event m_hStopEvent{EventReset::Manual};
-    Thread m_hWatchThread;
+    Thread m_hWatchThread ZQ_GUARDED_BY(m_locks.lifecycle);
     FileTime m_tSettingsTime;
     FileTime m_tHmdListTime;
     FileTime m_tQualityTime;
     std::string m_strMachineType;
     std::string m_strNetworkSpeed;
     std::string m_strNetworkDriverVersion;
-    // Held around the module's own reads and writes of one private file.
-    Mutex m_settingsFileMutex;
-    Mutex m_hmdListFileMutex;
-    Mutex m_qualityFileMutex;
+    std::wstring m_dataFolder;
+    PrivateFiles m_files{PrivateFile(ConfigFile::Settings, m_strSettingsFile, m_strDefaultSettingsFile,
+                                     m_tSettingsTime, m_locks.OfFile(ConfigFile::Settings)),
+                         PrivateFile(ConfigFile::HmdList, m_strHmdListFile, m_strDefaultHmdListFile,
+                                     m_tHmdListTime, m_locks.OfFile(ConfigFile::HmdList)),
+                         PrivateFile(ConfigFile::Quality, m_strQualityFile, m_strDefaultQualityFile,
+                                     m_tQualityTime, m_locks.OfFile(ConfigFile::Quality))};
+    FilesContext m_filesContext{m_store, m_log, SystemClock()};
+    FolderWatcher m_watcher{m_files,
+                            m_filesContext,
+                            {m_dataFolder, m_hStopEvent, [this] { m_hosts.NotifyHostsReloaded(); },
+                             [this] { m_log.Host()->OnConfigReloaded(); }, nullptr}};
 };
 
 } // namespace zq

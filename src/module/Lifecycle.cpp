@@ -1,7 +1,6 @@
 // DoInit, DoStart, DoStop and DoRelease.
 #include "module/CZQModSettingsImpl.h"
 
-#include "module/ConfigFileTable.h"
 #include "module/DefaultSettings.h"
 #include "sysinfo/ClientVersion.h"
 #include "sysinfo/WmiSurvey.h"
@@ -37,21 +36,22 @@ int32_t CZQModSettingsImpl::DoInit(CZQModHost* host, const wchar_t* hostPath, co
     BuildPaths();
     m_log.Log(LogProgress, L"DoInit begin");
     LoadDefaultSettings(m_store);
-    ProvisionPrivateFiles();
-    LoadPrivateFiles();
+    ProvisionAndLoadPrivateFiles(m_files, m_filesContext);
     SurveyMachine();
     UpdateDefaultDeviceName();
     m_log.Log(LogProgress, L"DoInit end.");
     return 0;
 }
 
-std::wstring CZQModSettingsImpl::DataFolder() const { return m_strCommonDataDir + L"\\ZQserver\\"; }
-
 void CZQModSettingsImpl::BuildPaths() {
-    for (const ConfigFileRow& row : ConfigFileRow::kAll) {
-        this->*row.defaultPath = m_strDefaultDir + L"\\" + row.name;
-        this->*row.privatePath = DataFolder() + row.name;
-    }
+    m_dataFolder = m_strCommonDataDir + L"\\ZQserver\\";
+    const auto build = [this](ConfigFile file, std::wstring& path, std::wstring& defaultPath) {
+        path = m_dataFolder + NameOfConfigFile(file);
+        defaultPath = m_strDefaultDir + L"\\" + NameOfConfigFile(file);
+    };
+    build(ConfigFile::Settings, m_strSettingsFile, m_strDefaultSettingsFile);
+    build(ConfigFile::HmdList, m_strHmdListFile, m_strDefaultHmdListFile);
+    build(ConfigFile::Quality, m_strQualityFile, m_strDefaultQualityFile);
     m_strInstallDir = FolderOf(m_strHostPath);
 }
 
@@ -69,9 +69,19 @@ void CZQModSettingsImpl::SurveyMachine() {
     m_strNetworkDriverVersion = std::move(machine.networkDriverVersion);
 }
 
+DWORD WINAPI CZQModSettingsImpl::WatchThreadRoutine(void* module) {
+    static_cast<CZQModSettingsImpl*>(module)->m_watcher.ThreadEntryWatchConfig();
+    return 0;
+}
+
 int32_t CZQModSettingsImpl::DoStart() {
     m_log.Log(LogProgress, L"DoStart begin");
-    m_hWatchThread.Start(WatchThreadRoutine, this, {m_hStopEvent.Get()});
+    {
+        MutexLock lock(m_locks.lifecycle);
+        if (!m_hWatchThread.IsRunning()) {
+            m_hWatchThread.Start(WatchThreadRoutine, this, {m_hStopEvent.Get()});
+        }
+    }
     GetLocalClientAPKVersion(m_log, VariablePublisher(), m_strInstallDir);
     m_log.Log(LogProgress, L"DoStart end");
     return 0;
@@ -79,8 +89,15 @@ int32_t CZQModSettingsImpl::DoStart() {
 
 void CZQModSettingsImpl::DoStop() {
     m_log.Log(LogProgress, L"DoStop begin");
+    m_watcher.PrepareStop();
     m_hStopEvent.Set();
-    m_hWatchThread.Stop(m_hStopEvent.Get(), m_hosts.TerminationGuards());
+    {
+        MutexLock lock(m_locks.lifecycle);
+        if (!m_hWatchThread.EndsAfter(m_hStopEvent.Get())) {
+            m_hWatchThread.Terminate(m_locks.TerminationGuards());
+            m_watcher.CloseAfterTermination();
+        }
+    }
     m_log.Log(LogProgress, L"DoStop end");
 }
 

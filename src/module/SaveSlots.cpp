@@ -38,7 +38,7 @@ void CZQModSettingsImpl::SaveConfigHmdListIntArray(const wchar_t* deviceName, in
     if (size != 0) {
         Checked(values, "the values to save are null");
     }
-    SaveHmdListValues({m_strHmdListFile, m_hmdListFileMutex, m_log}, deviceName,
+    SaveHmdListValues({m_strHmdListFile, m_locks.OfFile(ConfigFile::HmdList), m_log}, deviceName,
                       {mainRequest, subRequest, index}, {values, size});
 }
 
@@ -49,7 +49,7 @@ void CZQModSettingsImpl::SaveConfig(const wchar_t* name, ZQBool perDevice, Sette
     if (setting.isPerDevice && m_store.GetInt64(L"DHI", &index)) {
         setting.deviceIndex = index;
     }
-    SaveSetting({m_strSettingsFile, m_settingsFileMutex, m_log}, setting, set);
+    SaveSetting({m_strSettingsFile, m_locks.OfFile(ConfigFile::Settings), m_log}, setting, set);
 }
 
 void CZQModSettingsImpl::SaveConfigDouble(const wchar_t* name, double value, ZQBool perDevice) {

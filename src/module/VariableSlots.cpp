@@ -1,10 +1,15 @@
-// The slots of CZQVariable: each checks its name, changes or reads the store, and tells the hosts behind its
-// lock.
+// The slots of CZQVariable: each checks its name, reads or changes the store, and notifies the hosts after
+// releasing the lock.
+//
+// A host that was built by another compiler can survive an exception from here only where nothing lies
+// between the raise and the host that would have to be cleaned up: names are checked before anything else is
+// made, and running out of memory is raised anew by RaiseCleanly.
 #include "module/CZQModSettingsImpl.h"
 
 #include "variables/VariablePacket.h"
 
 #include <cstring>
+#include <new>
 #include <stdexcept>
 
 namespace zq {
@@ -16,6 +21,17 @@ std::wstring_view CheckedName(const wchar_t* name) {
         throw std::invalid_argument("the name of a variable is null");
     }
     return name;
+}
+
+// Runs `work`. Where memory runs out in it, std::bad_alloc is raised anew from here, where nothing has to be
+// cleaned up.
+template <class Work>
+auto RaiseCleanly(Work work) {
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+    }
+    throw std::bad_alloc();
 }
 
 template <class Number>
@@ -32,33 +48,42 @@ std::byte* HandOver(PacketWriter packet, size_t* packetSize) {
 
 } // namespace
 
-void CZQModSettingsImpl::RegisterHost(CZQVariableHost* host) { m_hosts.RegisterHost(host); }
+void CZQModSettingsImpl::RegisterHost(CZQVariableHost* host) {
+    RaiseCleanly([&] { m_hosts.RegisterHost(host); });
+}
 
-void CZQModSettingsImpl::UnregisterHost(CZQVariableHost* host) { m_hosts.UnregisterHost(host); }
+void CZQModSettingsImpl::UnregisterHost(CZQVariableHost* host) {
+    RaiseCleanly([&] { m_hosts.UnregisterHost(host); });
+}
 
 void CZQModSettingsImpl::RemoveAllVariables() { m_store.RemoveAll(); }
 
 void* CZQModSettingsImpl::PackVariable(const wchar_t* name, uint32_t type, const void* value, size_t length,
                                        size_t* packetSize) {
-    PacketWriter packet;
-    packet.Append(type, CheckedName(name), {static_cast<const std::byte*>(value), length});
-    return HandOver(std::move(packet), packetSize);
+    const std::wstring_view checked = CheckedName(name);
+    return RaiseCleanly([&] {
+        PacketWriter packet;
+        packet.Append(type, checked, {static_cast<const std::byte*>(value), length});
+        return HandOver(std::move(packet), packetSize);
+    });
 }
 
 void* CZQModSettingsImpl::PackAllVariables(size_t* packetSize) {
-    return HandOver(m_store.PackAll(), packetSize);
+    return RaiseCleanly([&] { return HandOver(m_store.PackAll(), packetSize); });
 }
 
 int32_t CZQModSettingsImpl::UnpackVariables(const void* packet, size_t packetSize, CZQVariableHost* source) {
-    PacketReader reader({static_cast<const std::byte*>(packet), packet ? packetSize : 0});
-    if (!reader.IsPacket()) {
-        return 0;
-    }
-    PacketRecord record;
-    while (reader.Next(record)) {
-        UnpackRecord(reader, record, source);
-    }
-    return 1;
+    return RaiseCleanly([&] {
+        PacketReader reader({static_cast<const std::byte*>(packet), packet ? packetSize : 0});
+        if (!reader.IsPacket()) {
+            return 0;
+        }
+        PacketRecord record;
+        while (reader.Next(record)) {
+            UnpackRecord(reader, record, source);
+        }
+        return 1;
+    });
 }
 
 // A record of another type, or too short for its type, is skipped.
@@ -91,14 +116,16 @@ void CZQModSettingsImpl::UnpackRecord(const PacketReader& reader, const PacketRe
     }
 }
 
-// The one way of all setters: change behind the store's lock, then tell the hosts without it.
+// What all setters do: change the value under the store's lock, then notify the hosts without it.
 template <class Set>
 void CZQModSettingsImpl::SetAndNotify(const wchar_t* name, uint32_t type, CZQVariableHost* source,
                                       int32_t force, Set set) {
     const std::wstring_view checked = CheckedName(name);
-    if (set(checked) || force != 0) {
-        m_hosts.NotifyHosts(checked, type, source);
-    }
+    RaiseCleanly([&] {
+        if (set(checked) || force != 0) {
+            m_hosts.NotifyHosts(checked, type, source);
+        }
+    });
 }
 
 void CZQModSettingsImpl::SetVariableBinary(const wchar_t* name, size_t length, const void* bytes,
@@ -128,9 +155,20 @@ void CZQModSettingsImpl::SetVariableInt64(const wchar_t* name, int64_t value, CZ
 
 void CZQModSettingsImpl::SetVariableString(const wchar_t* name, const wchar_t* value, CZQVariableHost* source,
                                            int32_t force) {
-    SetAndNotify(name, VariableTypeString, source, force, [&](std::wstring_view checked) {
-        return value ? m_store.SetString(checked, value) : m_store.SetStringNull(checked);
-    });
+    if (value) {
+        SetAndNotify(name, VariableTypeString, source, force,
+                     [&](std::wstring_view checked) { return m_store.SetString(checked, value); });
+    } else {
+        AddEmptyString(CheckedName(name), source);
+    }
+}
+
+// What a null value is good for: a name that does not exist yet.
+void CZQModSettingsImpl::AddEmptyString(std::wstring_view name, CZQVariableHost* source) {
+    if (!RaiseCleanly([&] { return m_store.AddEmptyString(name); })) {
+        throw std::invalid_argument("the value of a string variable is null");
+    }
+    RaiseCleanly([&] { m_hosts.NotifyHosts(name, VariableTypeString, source); });
 }
 
 int32_t CZQModSettingsImpl::GetVariableBinary(const wchar_t* name, void* buffer, size_t bufferSize,

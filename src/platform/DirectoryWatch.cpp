@@ -1,7 +1,5 @@
 #include "platform/DirectoryWatch.h"
 
-#include <algorithm>
-
 namespace zq {
 
 namespace {
@@ -12,18 +10,31 @@ static_assert(kFilter == 0x53);
 
 } // namespace
 
-DirectoryWatch::DirectoryWatch(const std::wstring& folder)
-    : m_folder(AdoptFileHandle(CreateFileW(
-          folder.c_str(), FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-          nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED, nullptr))) {}
+bool DirectoryWatch::Open(const std::wstring& folder) {
+    Close();
+    m_folder = AdoptFileHandle(CreateFileW(
+        folder.c_str(), FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED, nullptr));
+    if (!m_folder) {
+        return false;
+    }
+    m_completed = std::make_unique<Event>(EventReset::Auto);
+    return true;
+}
+
+void DirectoryWatch::Close() {
+    Cancel();
+    m_completed.reset();
+    m_folder.reset();
+}
 
 DWORD DirectoryWatch::Request() {
     // Zeroed, so that nothing stale is ever read as a record.
     m_buffer = {};
-    m_firstName = {};
+    m_bytes = 0;
     m_overlapped = {};
-    m_overlapped.hEvent = m_completed.Get();
-    if (!m_completed.Get()) {
+    m_overlapped.hEvent = CompletionEvent();
+    if (!m_overlapped.hEvent) {
         return ERROR_INVALID_HANDLE;
     }
     if (!ReadDirectoryChangesW(m_folder.get(), m_buffer.data(), kBufferBytes, FALSE, kFilter, nullptr,
@@ -49,14 +60,8 @@ DirectoryWatch::Result DirectoryWatch::Fetch() {
         return error == ERROR_NOTIFY_ENUM_DIR ? Result::Lost : Result::Nothing;
     }
     m_isPending = false;
-    if (bytes == 0) {
-        return Result::Lost;
-    }
-    const auto* record = reinterpret_cast<const FILE_NOTIFY_INFORMATION*>(m_buffer.data());
-    constexpr size_t kNameOffset = offsetof(FILE_NOTIFY_INFORMATION, FileName);
-    const size_t nameBytes = std::min<size_t>(record->FileNameLength, kBufferBytes - kNameOffset);
-    m_firstName = {record->FileName, nameBytes / sizeof(wchar_t)};
-    return Result::Change;
+    m_bytes = bytes;
+    return bytes == 0 ? Result::Lost : Result::Change;
 }
 
 void DirectoryWatch::Cancel() {

@@ -1,41 +1,47 @@
-// Changes of one folder, asked for one completion at a time. A pending request is cancelled and waited for
-// before its buffer goes. One thread: a request dies with the thread that made it.
+// Notices about changes in one folder, requested one completion at a time.
+//
+// A request dies with the thread that made it, so one thread opens, requests and fetches. The object may
+// outlive that thread: where it was terminated, Close() frees what it left, once the thread has ended.
 #pragma once
 
 #include "platform/Event.h"
 #include "platform/Handle.h"
 
 #include <array>
+#include <cstddef>
+#include <memory>
+#include <span>
 #include <string>
-#include <string_view>
 
 namespace zq {
 
 class DirectoryWatch {
 public:
     enum class Result {
-        Change, // FirstName() is the first of the names that changed
-        Lost,   // more changed than could be told: anything may have
+        Change, // Records() says what changed
+        Lost,   // more changed than the buffer holds: anything may have
         Nothing // the request failed, or has not completed
     };
 
-    // Subfolders are not watched.
-    explicit DirectoryWatch(const std::wstring& folder);
-    ~DirectoryWatch() { Cancel(); }
+    DirectoryWatch() = default;
+    ~DirectoryWatch() { Close(); }
     DirectoryWatch(const DirectoryWatch&) = delete;
     DirectoryWatch& operator=(const DirectoryWatch&) = delete;
 
-    bool IsOpen() const { return m_folder != nullptr; }
+    // Subfolders are not watched. Returns whether the folder could be opened.
+    bool Open(const std::wstring& folder);
+    // Cancels a pending request and waits for it before its buffer is used again.
+    void Close();
 
-    // Asks for the next changes; CompletionEvent() is signalled when there are some. Returns 0 or the
+    // Requests the next changes; CompletionEvent() is signalled when there are some. Returns 0 or the
     // system's error.
     DWORD Request();
-    HANDLE CompletionEvent() const { return m_completed.Get(); }
+    HANDLE CompletionEvent() const { return m_completed ? m_completed->Get() : nullptr; }
 
-    // The outcome of the request, without waiting. A request that is still under way is cancelled.
+    // The outcome of the request, without waiting. A request that is still pending is cancelled.
     Result Fetch();
-    // Valid until the next request.
-    std::wstring_view FirstName() const { return m_firstName; }
+    // FILE_NOTIFY_INFORMATION records, valid until the next request.
+    std::span<const std::byte> Records() const { return {m_buffer.data(), m_bytes}; }
 
 private:
     static constexpr size_t kBufferBytes = 1024;
@@ -43,10 +49,10 @@ private:
     void Cancel();
 
     UniqueHandle m_folder;
-    Event m_completed{EventReset::Auto};
+    std::unique_ptr<Event> m_completed;
     OVERLAPPED m_overlapped{};
     bool m_isPending = false;
-    std::wstring_view m_firstName;
+    size_t m_bytes = 0;
     alignas(DWORD) std::array<std::byte, kBufferBytes> m_buffer{};
 };
 

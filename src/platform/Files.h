@@ -1,4 +1,9 @@
-// Files as the module uses them: whole, by path, from whatever else has them open.
+// Files as the module uses them: whole, by path, and without disturbing others. Every open here lets others
+// read, write, rename and delete at the same time.
+//
+// A file that another program holds open without sharing is not broken: every operation reports it as held,
+// and the caller tries again later. Errors are the system's codes; 0 is success. Any thread may call; nothing
+// is logged.
 #pragma once
 
 #include <cstdint>
@@ -8,8 +13,8 @@
 
 namespace zq {
 
-// When a file was last written. Seconds alone cannot tell two quick saves apart, so the file system's own
-// value is kept beside them.
+// When a file was last written. Seconds cannot tell two quick saves apart, so the file system's own value is
+// kept too.
 struct FileTime {
     int64_t seconds = 0; // since 1970-01-01 UTC
     uint64_t ticks = 0;  // of 100 nanoseconds, since 1601-01-01 UTC
@@ -17,32 +22,73 @@ struct FileTime {
     friend bool operator==(const FileTime&, const FileTime&) = default;
 };
 
-struct FileState {
-    FileTime lastWrite;
-    uint64_t size = 0; // in bytes
-
-    friend bool operator==(const FileState&, const FileState&) = default;
-};
-
-// The file-system access test for existence: 0 when the path exists, -1 when it does not.
+// The file-system access test for existence: 0 when the path exists, -1 when it does not. A dangling link
+// does not.
 int ExistenceResult(const std::wstring& path);
 inline bool FileExists(const std::wstring& path) { return ExistenceResult(path) == 0; }
 
 // Nothing when the path cannot be queried.
-std::optional<FileState> QueryFileState(const std::wstring& path);
 std::optional<FileTime> LastWriteTime(const std::wstring& path);
 
-enum class CopyMode { FailIfExists, Overwrite };
+enum class FileAccess {
+    Read,
+    Missing,
+    Held,  // another program does not share it at the moment
+    Failed // for a reason that waiting does not remove
+};
 
-// Copies a file with its last-write time. Raises std::filesystem::filesystem_error on failure; a target that
-// somebody else holds open is tried again for half a second first.
-void CopyWholeFile(const std::wstring& from, const std::wstring& to, CopyMode mode);
+// What one look at a file found.
+struct FileSnapshot {
+    FileAccess access = FileAccess::Missing;
+    uint32_t error = 0;      // unless Read
+    FileTime lastWrite;      // of the same open file, immediately before its bytes were read
+    std::vector<char> bytes; // the whole content
+};
 
-// Deletes a file; a missing one is no error. Raises and tries again as CopyWholeFile does.
-void RemoveFile(const std::wstring& path);
+// A file of 2 GB and more is Failed.
+FileSnapshot ReadSnapshot(const std::wstring& path);
 
-// The whole content, or nothing when the file cannot be opened. Others may read, write, rename and delete
-// meanwhile.
-std::optional<std::vector<char>> ReadWholeFile(const std::wstring& path);
+// Whether another program has the file open for writing. The question briefly keeps others from opening the
+// file for writing, so it is asked only about a file that was refused. The caller must hold the mutex that
+// the module's own writers of this file hold.
+bool IsOpenForWriting(const std::wstring& path);
+
+// Whether the error says that another program holds the file.
+bool IsHeldError(uint32_t error);
+bool IsMissingError(uint32_t error);
+// What an open that failed with this error says about the file; never Read.
+FileAccess AccessOf(uint32_t error);
+
+// Reads an open file from where it is positioned to the end that it has now. `file` is a HANDLE.
+uint32_t ReadWhole(void* file, std::vector<char>& bytes);
+
+// Copies a file with its last-write time to a path that does not exist, and brings it to the disk. The copy
+// is not read-only. Leaves nothing behind on failure.
+uint32_t CopyToNewFile(const std::wstring& from, const std::wstring& to);
+
+// Creates a file with this content, unless the path exists. Leaves nothing behind on failure.
+uint32_t WriteNewFile(const std::wstring& path, const std::vector<char>& bytes);
+
+enum class Replacing { No, Yes };
+
+// Renames within one volume. A link at either path is renamed or replaced itself. A read-only target is
+// replaced too.
+uint32_t RenameFile(const std::wstring& from, const std::wstring& to, Replacing replacing);
+
+// Deletes a file or a link, read-only or not. A missing one is no error.
+uint32_t DeletePath(const std::wstring& path);
+
+// Whether the path leads to a file or folder outside the folder that it names: a link to somewhere else.
+// False when nothing is there.
+bool IsLinkElsewhere(const std::wstring& path);
+
+// A path beside `path` that does not exist yet and that nobody can guess. IsTemporaryName recognises its
+// name.
+std::wstring TemporaryPath(const std::wstring& path);
+
+// Raises std::filesystem::filesystem_error with the paths and the system's text.
+[[noreturn]] void RaiseFileError(const char* what, const std::wstring& path, uint32_t error);
+[[noreturn]] void RaiseFileError(const char* what, const std::wstring& from, const std::wstring& to,
+                                 uint32_t error);
 
 } // namespace zq

@@ -1,17 +1,20 @@
-// An unnamed Win32 mutex and its lock. The owning thread may lock again. A mutex whose owner was terminated
-// is taken over by the next thread that locks it: the wait ends and the lock is held.
+// An unnamed Win32 mutex. It is locked by a scope and in no other way, so an early return or an exception
+// cannot keep it locked.
+//
+// The owning thread may lock again. A mutex whose owner was terminated is taken over by the next thread that
+// locks it: the wait ends and the lock is held.
 #pragma once
 
+#include "base/ThreadSafety.h"
 #include "platform/Handle.h"
 
 #include <system_error>
-#include <utility>
 
 namespace zq {
 
-class Mutex {
+class ZQ_CAPABILITY("mutex") Mutex {
 public:
-    // Raises std::system_error when the system has none to give: what it guards would go unguarded.
+    // Raises std::system_error when a mutex cannot be created: what it guards would be unguarded.
     Mutex() : m_handle(CreateMutexW(nullptr, FALSE, nullptr)) {
         if (!m_handle) {
             throw std::system_error(static_cast<int>(GetLastError()), std::system_category(),
@@ -19,29 +22,23 @@ public:
         }
     }
 
-    void Lock() const { WaitForSingleObject(m_handle.get(), INFINITE); }
-    void Unlock() const { ReleaseMutex(m_handle.get()); }
+    HANDLE Get() const { return m_handle.get(); }
 
 private:
     UniqueHandle m_handle;
 };
 
-class [[nodiscard]] MutexLock {
+class ZQ_SCOPED_CAPABILITY [[nodiscard]] MutexLock {
 public:
-    explicit MutexLock(const Mutex& mutex) : m_mutex(&mutex) { mutex.Lock(); }
-    ~MutexLock() { Release(); }
+    explicit MutexLock(const Mutex& mutex) ZQ_ACQUIRE(mutex) : m_mutex(mutex.Get()) {
+        WaitForSingleObject(m_mutex, INFINITE);
+    }
+    ~MutexLock() ZQ_RELEASE() { ReleaseMutex(m_mutex); }
     MutexLock(const MutexLock&) = delete;
     MutexLock& operator=(const MutexLock&) = delete;
 
-    // Unlocks before the end of the scope.
-    void Release() {
-        if (const Mutex* mutex = std::exchange(m_mutex, nullptr)) {
-            mutex->Unlock();
-        }
-    }
-
 private:
-    const Mutex* m_mutex;
+    HANDLE m_mutex;
 };
 
 } // namespace zq

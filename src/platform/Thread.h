@@ -1,8 +1,9 @@
 // A Win32 thread that is stopped by an event and, where it does not end in time, terminated.
 //
-// Terminating is part of the module's contract with its hosts: a callback that never returns must not hold up
-// the host that unregisters it. What makes it survivable stands here: while it dies the victim is neither
-// inside the process heap nor inside one of the mutexes that the caller passes along.
+// Termination is part of the module's contract with its hosts: a callback that never returns must not hold up
+// the host that unregisters it. What makes it survivable is here: while the thread is terminated, the
+// caller's guards are locked, and the thread is not inside the system's library, where the locks of the heap
+// are.
 #pragma once
 
 #include "platform/Handle.h"
@@ -13,25 +14,36 @@
 
 namespace zq {
 
-// How long a thread may take to end once it has been told to.
+// How long a thread may take to end after it was told to.
 inline constexpr DWORD kThreadStopMilliseconds = 1000;
 
 class Thread {
 public:
     using Routine = DWORD(WINAPI*)(void* argument);
 
-    // Starts the thread with default security and stack size. Not checked: a thread that did not start never
-    // runs, and stopping it does nothing. Without the events that it waits for it is not started: it could
-    // not be stopped, or would never rest.
+    // Starts the thread with default security and stack size. The result is not checked: a thread that did
+    // not start never runs, and ending it does nothing. It is not started when one of the events that it
+    // waits for is missing: it could not be stopped, or would never rest.
     void Start(Routine routine, void* argument, std::initializer_list<HANDLE> events);
 
-    // Signals `stopEvent`, waits for the thread and closes its handle. A thread that is still running after
-    // kThreadStopMilliseconds is terminated with exit code 0 while the `guards` are held, locked in their
-    // order, so that it cannot leave what they protect half-written. Does nothing without a thread.
-    void Stop(HANDLE stopEvent, std::span<const Mutex* const> guards);
+    // Signals `stopEvent` and waits for the end of the thread, for kThreadStopMilliseconds. Returns whether
+    // there is no thread any more; its handle is closed then.
+    bool EndsAfter(HANDLE stopEvent);
+
+    // Terminates the thread with exit code 0 while the `guards` are locked, in their order, so that it cannot
+    // leave what they protect half-written, and closes its handle. Takes up to 0.2 seconds, and longer only
+    // where a guard is held for longer. A thread that terminates itself is not inspected, and does not
+    // return.
+    void Terminate(std::span<const Mutex* const> guards);
+
+    // Whether a thread was started and has not ended.
+    bool IsRunning() const;
+    // Whether the caller is this thread.
+    bool IsCurrent() const { return m_id != 0 && m_id == GetCurrentThreadId(); }
 
 private:
     UniqueHandle m_handle;
+    DWORD m_id = 0;
 };
 
 } // namespace zq

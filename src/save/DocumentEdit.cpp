@@ -1,9 +1,6 @@
 #include "save/DocumentEdit.h"
 
-#include "save/DocumentText.h"
-
 #include <algorithm>
-#include <cmath>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,12 +12,9 @@ namespace {
 using rapidjson::SizeType;
 using Value = EditableValue;
 
-// Which the library writes with an exponent, and the module does not read.
-constexpr double kFirstWithExponent = 1e21;
-
 std::string_view TextOf(const Value& value) { return {value.GetString(), value.GetStringLength()}; }
 
-// The only member of that name, or null.
+// The last member of that name, or null.
 Value* Member(Value& object, std::string_view name) {
     if (!object.IsObject()) {
         return nullptr;
@@ -28,30 +22,26 @@ Value* Member(Value& object, std::string_view name) {
     Value* found = nullptr;
     for (auto& member : object.GetObject()) {
         if (TextOf(member.name) == name) {
-            if (found) {
-                return nullptr;
-            }
             found = &member.value;
         }
     }
     return found;
 }
 
-bool HasMember(const Value& object, std::string_view name) {
-    const auto isNamed = [name](const auto& member) { return TextOf(member.name) == name; };
-    return object.IsObject() && std::any_of(object.MemberBegin(), object.MemberEnd(), isNamed);
-}
-
+// Every namesake is set: whichever of them a reader takes, it finds the value.
 SaveResult SetMember(Value& object, std::string_view name, const ValueSetter& set) {
-    Value* member = Member(object, name);
-    if (!member) {
+    if (!Member(object, name)) {
         return SaveResult::NoSuchMember;
     }
-    set(*member);
+    for (auto& member : object.GetObject()) {
+        if (TextOf(member.name) == name) {
+            set(member.value);
+        }
+    }
     return SaveResult::Saved;
 }
 
-// The component behind the second point, up to the third one; nothing where it is missing.
+// The component after the second point, up to the third one; nothing where it is missing.
 std::optional<std::string_view> ThirdComponent(std::string_view name) {
     for (int i = 0; i < 2; ++i) {
         const size_t point = name.find('.');
@@ -60,7 +50,7 @@ std::optional<std::string_view> ThirdComponent(std::string_view name) {
         }
         name.remove_prefix(point + 1);
     }
-    // An empty rest behind the last point is no component.
+    // An empty rest after the last point is no component.
     return name.empty() ? std::nullopt : std::optional(name.substr(0, name.find('.')));
 }
 
@@ -104,11 +94,11 @@ SaveResult EditRootMember(EditableDocument& document, std::string_view name, con
 
 SaveResult EditDeviceMember(EditableDocument& document, std::string_view name,
                             std::optional<int64_t> deviceIndex, const ValueSetter& set) {
-    if (!HasMember(document, "CL")) {
+    Value* devices = Member(document, "CL");
+    if (!devices) {
         return EditRootMember(document, name, set);
     }
-    Value* devices = Member(document, "CL");
-    if (!devices || !devices->IsArray() || !deviceIndex || std::cmp_less(*deviceIndex, 0) ||
+    if (!devices->IsArray() || !deviceIndex || std::cmp_less(*deviceIndex, 0) ||
         std::cmp_greater_equal(*deviceIndex, devices->Size())) {
         return SaveResult::NoSuchDevice;
     }
@@ -137,9 +127,9 @@ SaveResult EditHmdList(EditableDocument& document, std::string_view deviceName, 
     if (!held || !held->IsArray() || held->Size() < values.size()) {
         return SaveResult::TooFewValues;
     }
-    SizeType place = 0;
+    SizeType offset = 0;
     for (const int64_t value : values) {
-        (*held)[place++].SetInt64(value);
+        (*held)[offset++].SetInt64(value);
     }
     return SaveResult::Saved;
 }
@@ -149,8 +139,7 @@ bool IsWritable(const EditableDocument& document) {
     while (!open.empty()) {
         const auto [value, depth] = open.back();
         open.pop_back();
-        if (depth > kDeepestWritable ||
-            (value->IsDouble() && std::abs(value->GetDouble()) >= kFirstWithExponent)) {
+        if (depth > kDeepestWritable) {
             return false;
         }
         if (value->IsArray()) {

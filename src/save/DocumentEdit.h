@@ -1,8 +1,8 @@
 // One value of a document replaced in place. Whatever the document holds, the answer is a result: a shape
 // that cannot be used changes nothing.
 //
-// Portable: no file, no log. A member that stands twice in its object is no member: which one counts is not
-// the same in every reader.
+// Portable: no file, no log. Where a member occurs more than once in its object, the way through the document
+// takes the last one, which is the one that the module's reader keeps; a value is given to all of them.
 #pragma once
 
 #include "save/RapidJson.h"
@@ -18,12 +18,12 @@ namespace zq {
 enum class SaveResult {
     Saved,
     FileUnreadable, // missing, too short or not parseable
-    NoSuchMember,   // the member is not there, or twice
+    NoSuchMember,   // the member is not there
     NoSuchDevice,   // no headset of that name, or none at the index in use
     NoSuchRequest,  // no response with these numbers
     TooFewValues,   // the response holds fewer values than were given
-    NotWritable,    // the document is too deep, or a number has no form that the module reads
-    CannotOpen      // the file could not be opened for writing
+    NotWritable,    // the document is too deep
+    CannotWrite     // the file could not be opened for writing, or not be written
 };
 
 // Gives a value its new type and content.
@@ -49,8 +49,10 @@ struct HmdRequest {
 SaveResult EditHmdList(EditableDocument& document, std::string_view deviceName, const HmdRequest& request,
                        std::span<const int64_t> values);
 
-// Whether the writer can write it so that the module reads it again: not deeper than its recursion may go,
-// and without a number so large that it would get an exponent.
+// How deep a document may be that is written: the writer recurses once a level. No file of settings comes
+// near it.
+inline constexpr size_t kDeepestWritable = 256;
+
 bool IsWritable(const EditableDocument& document);
 
 } // namespace zq

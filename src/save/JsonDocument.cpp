@@ -1,70 +1,89 @@
 #include "save/JsonDocument.h"
 
-#include "base/HostLog.h"
-#include "platform/Mutex.h"
-#include "save/DocumentText.h"
+#include "save/DocumentEdit.h"
 
-#include <rapidjson/filereadstream.h>
-#include <rapidjson/filewritestream.h>
+#include <rapidjson/memorystream.h>
+#include <rapidjson/prettywriter.h>
 
+#include <array>
+#include <cmath>
 #include <cstdio>
-#include <vector>
+#include <cstdlib>
+#include <limits>
+#include <string>
 
 namespace zq {
 
 namespace {
 
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using UniqueFile = std::unique_ptr<std::FILE, CloseFile>;
+constexpr size_t kShortestFile = 4;
+// From here on the library writes an exponent, which the module's reader does not know.
+constexpr double kFirstWithExponent = 1e21;
 
-constexpr long kShortestFile = 4; // the library's read stream asks for so many
-constexpr size_t kWriteBufferBytes = 65'536;
+using LibraryWriter = rapidjson::PrettyWriter<DocumentBuffer, rapidjson::UTF8<>, rapidjson::UTF8<>, JsonPool>;
 
-UniqueFile OpenFile(const std::wstring& path, const wchar_t* mode) {
-    std::FILE* file = nullptr;
-    return UniqueFile(_wfopen_s(&file, path.c_str(), mode) == 0 ? file : nullptr);
+// The fewest digits that give the value back, with their exponent: -1.5e+21.
+std::string ShortestScientific(double value) {
+    std::array<char, 32> text{};
+    for (int places = 0; places < std::numeric_limits<double>::max_digits10; ++places) {
+        std::snprintf(text.data(), text.size(), "%.*e", places, value);
+        if (std::strtod(text.data(), nullptr) == value) {
+            break;
+        }
+    }
+    return text.data();
 }
+
+// The shortest digits that give the value back, then zeros: 1e21 is 1000000000000000000000.0.
+std::string PlainDigits(double value) {
+    const std::string text = ShortestScientific(value);
+    const size_t exponentSign = text.find('e');
+    std::string digits = text.substr(0, exponentSign);
+    std::erase(digits, '.');
+    const auto exponent = static_cast<size_t>(std::atoi(text.c_str() + exponentSign + 1));
+    const size_t signs = value < 0 ? 1 : 0;
+    return digits.append(exponent + 1 - (digits.size() - signs), '0').append(".0");
+}
+
+class DocumentWriter : public LibraryWriter {
+public:
+    using LibraryWriter::LibraryWriter;
+
+    bool Double(double value) {
+        if (std::abs(value) < kFirstWithExponent) {
+            return LibraryWriter::Double(value);
+        }
+        const std::string digits = PlainDigits(value);
+        return LibraryWriter::RawValue(digits.data(), digits.size(), rapidjson::kNumberType);
+    }
+};
 
 } // namespace
 
-int32_t LoadJsonDoc(const std::wstring& path, std::unique_ptr<EditableDocument>& document) {
-    const UniqueFile file = OpenFile(path, L"rb");
-    if (!file || std::fseek(file.get(), 0, SEEK_END) != 0) {
+int32_t ParseJsonDoc(std::string_view bytes, std::unique_ptr<EditableDocument>& document) {
+    if (bytes.size() < kShortestFile) {
         return 1;
     }
-    const long length = std::ftell(file.get());
-    if (length < kShortestFile) {
-        return 1;
-    }
-    std::fseek(file.get(), 0, SEEK_SET);
-    std::vector<char> buffer(static_cast<size_t>(length));
-    rapidjson::FileReadStream stream(file.get(), buffer.data(), buffer.size());
+    rapidjson::MemoryStream stream(bytes.data(), bytes.size());
     auto parsed = std::make_unique<EditableDocument>();
-    if (const int32_t error = ParseDocument(*parsed, stream)) {
-        return error;
+    parsed->ParseStream<rapidjson::kParseIterativeFlag>(stream);
+    if (parsed->HasParseError()) {
+        return parsed->GetParseError();
     }
-    // The library takes a zero byte for the end: what stands behind it would be lost by a save.
-    if (stream.Tell() < buffer.size()) {
+    // The library takes a zero byte for the end: what follows it would be lost by a save.
+    if (stream.Tell() < bytes.size()) {
         return rapidjson::kParseErrorDocumentRootNotSingular;
     }
     document = std::move(parsed);
     return 0;
 }
 
-int32_t SaveJsonDoc(const std::wstring& path, const EditableDocument& document, const HostLog& log,
-                    MutexLock& fileLock) {
-    int32_t result = 1;
-    if (const UniqueFile file = OpenFile(path, L"wb")) {
-        char buffer[kWriteBufferBytes];
-        rapidjson::FileWriteStream stream(file.get(), buffer, sizeof(buffer));
-        WriteDocument(document, stream);
-        result = 0;
-    }
-    fileLock.Release();
-    log.Log(LogProgress, L"[ModSetting] SaveJsonDoc() done, ret code :%d,file:%s", result, path.c_str());
-    return result;
+void WriteJsonDoc(const EditableDocument& document, DocumentBuffer& text) {
+    constexpr int kDecimalPlaces = 4;
+    JsonPool pool;
+    DocumentWriter writer(text, &pool, kDeepestWritable);
+    writer.SetMaxDecimalPlaces(kDecimalPlaces);
+    document.Accept(writer);
 }
 
 } // namespace zq

@@ -1,31 +1,29 @@
-// A whole JSON file as a document of the JSON library: read, and written back over the file.
+// A JSON document from the bytes of a whole file and back.
 //
-// Neither knows which file it handles. The caller holds the file's mutex around the read, the change and the
-// write.
+// Portable: the file itself is read and written by SaveOperations.
 #pragma once
 
 #include "save/RapidJson.h"
 
+#include <rapidjson/stringbuffer.h>
+
 #include <cstdint>
 #include <memory>
-#include <string>
+#include <string_view>
 
 namespace zq {
 
-class HostLog;
-class MutexLock;
+using DocumentBuffer = rapidjson::GenericStringBuffer<rapidjson::UTF8<>, RaisingAllocator>;
 
-// Returns 0 and hands out a document; 1 when the file cannot be opened or has fewer than 4 bytes; else the
-// library's parse error code. However deep the file, the stack does not grow with it.
-int32_t LoadJsonDoc(const std::wstring& path, std::unique_ptr<EditableDocument>& document);
+// Hands out the document and returns 0; returns 1 for fewer than 4 bytes, else the library's parse error
+// code. However deep the text, the stack does not grow with it. Raises std::bad_alloc.
+int32_t ParseJsonDoc(std::string_view bytes, std::unique_ptr<EditableDocument>& document);
 
-// Writes the document over the file: 4 blanks of indentation, at most 4 decimal places, ASCII escapes, no
-// mark, nothing behind the root. Releases `fileLock`, then logs the result, so that the host is called
-// without a lock. Returns 0, or 1 when the file could not be opened; it is as it was then. A write error
-// behind that is not seen.
+// The text of a document: 4 blanks of indentation, at most 4 decimal places, ASCII escapes, no byte order
+// mark, nothing after the root. Numbers of 1e21 and more are written in plain digits, so that the module
+// reads them again. Raises std::bad_alloc.
 //
-// The document must pass IsWritable.
-int32_t SaveJsonDoc(const std::wstring& path, const EditableDocument& document, const HostLog& log,
-                    MutexLock& fileLock);
+// REQUIRES: IsWritable(document).
+void WriteJsonDoc(const EditableDocument& document, DocumentBuffer& text);
 
 } // namespace zq

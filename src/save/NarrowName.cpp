@@ -44,21 +44,10 @@ std::string ToThreadCodePage(std::wstring_view name) {
     return {buffer, static_cast<size_t>(length)};
 }
 
-bool IsSameText(std::string_view narrow, std::wstring_view wide) {
-    std::wstring back(narrow.size(), L'\0');
-    const int length = MultiByteToWideChar(CP_THREAD_ACP, 0, narrow.data(), static_cast<int>(narrow.size()),
-                                           back.data(), static_cast<int>(back.size()));
-    return std::wstring_view(back.data(), static_cast<size_t>(length)) == wide;
-}
-
 } // namespace
 
-std::optional<std::string> NarrowName(std::wstring_view name) {
-    if (name.empty()) {
-        return std::string();
-    }
-    std::string narrow = ToThreadCodePage(name);
-    return IsSameText(narrow, name) ? std::optional(std::move(narrow)) : std::nullopt;
+std::string NarrowName(std::wstring_view name) {
+    return name.empty() ? std::string() : ToThreadCodePage(name);
 }
 
 } // namespace zq

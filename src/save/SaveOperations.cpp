@@ -1,22 +1,32 @@
 #include "save/SaveOperations.h"
 
 #include "base/HostLog.h"
+#include "platform/EditableFile.h"
+#include "platform/Files.h"
 #include "platform/Mutex.h"
 #include "save/JsonDocument.h"
 #include "save/NarrowName.h"
 
-#include <memory>
+#include <vector>
+
+#include <windows.h>
 
 namespace zq {
 
 namespace {
 
-// Runs `edit` on the file's document and writes it back if the edit succeeded.
-template <class Edit>
-SaveResult Rewrite(const SaveTarget& target, Edit edit) {
-    MutexLock lock(target.fileMutex);
+constexpr ULONGLONG kHeldMilliseconds = 500;
+constexpr DWORD kHeldPauseMilliseconds = 10;
+
+using Bytes = std::vector<char>;
+using Edit = std::function<SaveResult(EditableDocument&)>;
+
+std::string_view ViewOf(const Bytes& bytes) { return {bytes.data(), bytes.size()}; }
+
+// Parses, edits, and hands out the new text.
+SaveResult EditText(const Bytes& bytes, const Edit& edit, DocumentBuffer& text) {
     std::unique_ptr<EditableDocument> document;
-    LoadJsonDoc(target.path, document);
+    ParseJsonDoc(ViewOf(bytes), document);
     if (!document) {
         return SaveResult::FileUnreadable;
     }
@@ -27,28 +37,78 @@ SaveResult Rewrite(const SaveTarget& target, Edit edit) {
     if (!IsWritable(*document)) {
         return SaveResult::NotWritable;
     }
-    return SaveJsonDoc(target.path, *document, target.log, lock) == 0 ? SaveResult::Saved
-                                                                      : SaveResult::CannotOpen;
+    WriteJsonDoc(*document, text);
+    return SaveResult::Saved;
+}
+
+// All memory is taken before the first byte is written: running out leaves the file as it is.
+SaveResult RewriteOpenFile(const EditableFile& file, const Edit& edit) {
+    Bytes bytes;
+    if (file.Read(bytes) != 0) {
+        return SaveResult::FileUnreadable;
+    }
+    DocumentBuffer text;
+    const SaveResult result = EditText(bytes, edit, text);
+    if (result != SaveResult::Saved) {
+        return result;
+    }
+    return file.Overwrite(ViewOf(bytes), {text.GetString(), text.GetSize()}) == 0 ? SaveResult::Saved
+                                                                                  : SaveResult::CannotWrite;
+}
+
+// For a file that can be read at most: what would have been saved is reported as not written.
+SaveResult TryOnReadOnlyFile(const std::wstring& path, const Edit& edit) {
+    DocumentBuffer text;
+    const SaveResult result = EditText(ReadSnapshot(path).bytes, edit, text);
+    return result == SaveResult::Saved ? SaveResult::CannotWrite : result;
+}
+
+// Nothing when another program holds the file and there is time to wait for it.
+std::optional<SaveResult> TryRewrite(const SaveTarget& target, const Edit& edit, bool isLastTry) {
+    MutexLock lock(target.fileMutex);
+    if (!IsLinkElsewhere(target.path)) {
+        const EditableFile file(target.path);
+        if (file.Access() == FileAccess::Read) {
+            return RewriteOpenFile(file, edit);
+        }
+        if (file.Access() == FileAccess::Held && !isLastTry) {
+            return std::nullopt;
+        }
+    }
+    return TryOnReadOnlyFile(target.path, edit);
+}
+
+SaveResult Rewrite(const SaveTarget& target, const Edit& edit) {
+    const ULONGLONG start = GetTickCount64();
+    std::optional<SaveResult> result;
+    while (!(result = TryRewrite(target, edit, GetTickCount64() - start >= kHeldMilliseconds))) {
+        Sleep(kHeldPauseMilliseconds);
+    }
+    if (*result == SaveResult::Saved || *result == SaveResult::CannotWrite) {
+        target.log.Log(LogProgress, L"[ModSetting] SaveJsonDoc() done, ret code :%d,file:%s",
+                       *result == SaveResult::Saved ? 0 : 1, target.path.c_str());
+    }
+    return *result;
 }
 
 } // namespace
 
+int32_t LoadJsonDoc(const std::wstring& path, std::unique_ptr<EditableDocument>& document) {
+    return ParseJsonDoc(ViewOf(ReadSnapshot(path).bytes), document);
+}
+
 SaveResult SaveSetting(const SaveTarget& target, const SettingName& setting, const ValueSetter& set) {
     return Rewrite(target, [&](EditableDocument& document) {
-        const std::optional<std::string> name = NarrowName(setting.name);
-        if (!name) {
-            return SaveResult::NoSuchMember;
-        }
-        return setting.isPerDevice ? EditDeviceMember(document, *name, setting.deviceIndex, set)
-                                   : EditRootMember(document, *name, set);
+        const std::string name = NarrowName(setting.name);
+        return setting.isPerDevice ? EditDeviceMember(document, name, setting.deviceIndex, set)
+                                   : EditRootMember(document, name, set);
     });
 }
 
 SaveResult SaveHmdListValues(const SaveTarget& target, const std::wstring& deviceName,
                              const HmdRequest& request, std::span<const int64_t> values) {
     const SaveResult result = Rewrite(target, [&](EditableDocument& document) {
-        const std::optional<std::string> name = NarrowName(deviceName);
-        return name ? EditHmdList(document, *name, request, values) : SaveResult::NoSuchDevice;
+        return EditHmdList(document, NarrowName(deviceName), request, values);
     });
     if (result == SaveResult::NoSuchDevice) {
         target.log.Log(LogProgress, L"SaveConfigHmdListIntArray() No HmdList condfig for HMD %s",

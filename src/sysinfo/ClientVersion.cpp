@@ -1,7 +1,7 @@
 #include "sysinfo/ClientVersion.h"
 
-#include "platform/Files.h"
 #include "base/HostLog.h"
+#include "platform/Files.h"
 
 #include <windows.h>
 

@@ -7,7 +7,6 @@
 #include <cstring>
 #include <memory>
 #include <span>
-#include <stdexcept>
 #include <utility>
 
 #include <windows.h>
@@ -84,7 +83,7 @@ size_t RecordBytes(const VariableMaps& maps) {
 
 } // namespace
 
-VariableStore::VariableStore() : m_maps(MakeSeed(this)) {}
+VariableStore::VariableStore(const Mutex& mutex) : m_mutex(mutex), m_maps(MakeSeed(this)) {}
 
 void VariableStore::Apply(const VariableBatch& batch) {
     MutexLock lock(m_mutex);
@@ -164,12 +163,9 @@ bool VariableStore::SetString(std::wstring_view name, std::wstring_view value) {
     return SetCompared(m_maps, m_maps.strings, name, value);
 }
 
-bool VariableStore::SetStringNull(std::wstring_view name) {
+bool VariableStore::AddEmptyString(std::wstring_view name) {
     MutexLock lock(m_mutex);
-    if (m_maps.strings.Find(name, m_maps.Hash(name))) {
-        throw std::invalid_argument("the value of a string variable is null");
-    }
-    return SetCompared(m_maps, m_maps.strings, name, std::wstring_view());
+    return m_maps.strings.FindOrAdd(name, m_maps.Hash(name)).second;
 }
 
 bool VariableStore::SetBinary(std::wstring_view name, const void* bytes, size_t length) {

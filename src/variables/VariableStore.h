@@ -1,15 +1,6 @@
-// The variables of one module object: the five maps and the mutex that guards them.
+// The variables of one module object: the five maps, each operation under the mutex that guards them.
 //
-// Locks of the module, and what each protects:
-//   host list mutex    the list of registered hosts (HostRegistry)
-//   queue mutex        one host's queue of changes (HostAgent)
-//   store mutex        the maps (here)
-//   file mutex         one configuration file's bytes on disk, while the module itself reads or writes them
-// The order is host list mutex, then a queue mutex. The store mutex is taken for one look-up, change or batch
-// and held together with another one only while a stuck delivery thread is terminated (Thread::Stop). None is
-// held while the host is called.
-//
-// Any thread may call. Nothing here tells a host of a change. Memory that runs out raises std::bad_alloc:
+// Any thread may call. Nothing here notifies a host of a change. Memory that runs out raises std::bad_alloc:
 // nothing has changed then, and the mutex is free.
 #pragma once
 
@@ -27,7 +18,8 @@ class VariableBatch;
 
 class VariableStore {
 public:
-    VariableStore();
+    // The mutex must outlive the store.
+    explicit VariableStore(const Mutex& mutex);
 
     // Writes a batch in one piece: nobody sees half of it.
     void Apply(const VariableBatch& batch);
@@ -50,8 +42,8 @@ public:
     // -0.0 equals 0.0; a NaN on either side is another value.
     bool SetDouble(std::wstring_view name, double value);
     bool SetString(std::wstring_view name, std::wstring_view value);
-    // Sets a new variable to the empty string; raises std::invalid_argument for one that exists.
-    bool SetStringNull(std::wstring_view name);
+    // Sets a new variable to the empty string. Returns false, and changes nothing, for one that exists.
+    bool AddEmptyString(std::wstring_view name);
     // Contents are not compared: always true. `bytes` is not null.
     bool SetBinary(std::wstring_view name, const void* bytes, size_t length);
     // Returns whether there was such a variable.
@@ -60,12 +52,9 @@ public:
     // Every variable: bools, integers, doubles, strings, binaries.
     PacketWriter PackAll() const;
 
-    // For terminating a thread that may be inside the store.
-    const Mutex& GetMutex() const { return m_mutex; }
-
 private:
-    Mutex m_mutex;
-    VariableMaps m_maps;
+    const Mutex& m_mutex;
+    VariableMaps m_maps ZQ_GUARDED_BY(m_mutex);
 };
 
 } // namespace zq

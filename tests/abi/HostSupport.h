@@ -2,7 +2,9 @@
 // cap, the module's folders.
 #pragma once
 
-#include "WindowsApi.h"
+#include <stdarg.h>
+#include <stddef.h>
+#include <stdint.h>
 
 // A failed check is printed and makes the program end with 1.
 #define ZQ_CHECK(condition) zq::abi::Check((condition), #condition, __FILE__, __LINE__)

@@ -4,6 +4,7 @@
 #include "ZQPacketMemory.h"
 
 #include "HostSupport.h"
+#include "WindowsApi.h"
 
 #if !defined(_MSC_VER)
 #error "This program proves something only when it is compiled for the Microsoft ABI."

@@ -26,8 +26,8 @@ inline Lines LinesOf(const FileCheck& check) {
 }
 
 inline Lines Check(std::string_view bytes, ConfigFile file = ConfigFile::Settings,
-                   const KnownKeys& known = {}) {
-    return LinesOf(FileCheck(file, bytes, known));
+                   const DefaultFile& defaults = {}) {
+    return LinesOf(FileCheck(file, bytes, defaults));
 }
 
 inline bool IsAccepted(std::string_view bytes, ConfigFile file = ConfigFile::Settings) {

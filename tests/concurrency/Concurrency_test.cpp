@@ -1,10 +1,10 @@
 // The store, the hosts and the loaders' rooms, used by many threads at once under ThreadSanitizer: that
 // nothing is read where another thread writes.
-#include "config/ConfigText.h"
 #include "base/HostLog.h"
-#include "variables/hosts/HostRegistry.h"
+#include "config/ConfigText.h"
 #include "variables/VariableBatch.h"
 #include "variables/VariableStore.h"
+#include "variables/hosts/HostRegistry.h"
 
 #include "CZQVariable.h"
 
@@ -140,8 +140,10 @@ protected:
         }
     }
 
-    VariableStore m_store;
-    HostRegistry m_hosts{m_store.GetMutex()};
+    Mutex m_storeMutex;
+    Mutex m_listMutex;
+    VariableStore m_store{m_storeMutex};
+    HostRegistry m_hosts{m_listMutex, {}};
     std::atomic<long> m_records{0};
 };
 
@@ -194,7 +196,8 @@ TEST_F(Concurrency, StoresAreApart) {
     Threads threads;
     for (int i = 0; i < 4; ++i) {
         threads.Add([] {
-            VariableStore store;
+            const Mutex mutex;
+            VariableStore store(mutex);
             for (int n = 0; n < kChanges; ++n) {
                 store.SetString(NameOf(0, n), L"a text that no small string holds");
             }

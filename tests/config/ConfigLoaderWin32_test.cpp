@@ -1,17 +1,16 @@
 #include "config/ConfigLoader.h"
 
 #include "base/HostLog.h"
+#include "platform/Files.h"
 #include "platform/Mutex.h"
 #include "support/RecordingHost.h"
 #include "support/win32/Folders.h"
-#include "support/win32/Waiting.h"
 #include "variables/VariableStore.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <windows.h>
@@ -45,11 +44,12 @@ protected:
 
     std::wstring Path() const { return (m_folder.Path() / L"config.json").wstring(); }
 
-    const HostLog& Log() const { return m_log; }
-
     bool LoadPath(ConfigFile file, const std::wstring& path) {
         host.Clear();
-        return LoadConfigFile(file, path, {store, m_log});
+        ConfigLook look;
+        look.file = ReadSnapshot(path);
+        ParseLook(file, look);
+        return LoadConfigFile(file, path, look, {store, m_log});
     }
 
     bool Load(ConfigFile file, std::string_view bytes) {
@@ -76,7 +76,8 @@ protected:
     }
 
     RecordingHost host;
-    VariableStore store;
+    Mutex mutex;
+    VariableStore store{mutex};
 
 private:
     TempFolder m_folder;
@@ -216,27 +217,6 @@ TEST_F(ConfigLoader, HostIsCalledWithoutTheStoresLock) {
         WaitForSingleObject(thread.get(), INFINITE);
     }
     EXPECT_EQ(3U, host.Lines().size());
-}
-
-TEST_F(ConfigLoader, ReadsBehindWhoeverHoldsTheFilesMutex) {
-    const Mutex fileMutex;
-    WriteBytes(Path(), R"({"A":)");
-    bool isLoaded = false;
-    std::thread loader;
-    {
-        MutexLock lock(fileMutex);
-        loader = std::thread([&] {
-            isLoaded = LoadConfigFile(ConfigFile::Settings, Path(), {store, Log(), &fileMutex});
-        });
-        EXPECT_TRUE(WaitFor([this] { return host.Has(L"LoadSettingsFromFile begin."); }));
-        // Without the mutex the half file would be read about now.
-        Sleep(100);
-        WriteBytes(Path(), R"({"A":5})");
-    }
-    loader.join();
-
-    EXPECT_TRUE(isLoaded);
-    EXPECT_EQ(5, Int64(L"A"));
 }
 
 } // namespace

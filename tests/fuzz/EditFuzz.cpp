@@ -4,10 +4,9 @@
 
 #include "config/ConfigText.h"
 #include "save/DocumentEdit.h"
-#include "save/DocumentText.h"
+#include "save/JsonDocument.h"
 
-#include <rapidjson/stringbuffer.h>
-
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -16,14 +15,15 @@ namespace {
 using zq::fuzz::Require;
 
 std::string Written(const zq::EditableDocument& document) {
-    rapidjson::StringBuffer buffer;
-    zq::WriteDocument(document, buffer);
-    return {buffer.GetString(), buffer.GetSize()};
+    zq::DocumentBuffer text;
+    zq::WriteJsonDoc(document, text);
+    return {text.GetString(), text.GetSize()};
 }
 
-bool Parse(zq::EditableDocument& document, const std::string& text) {
-    rapidjson::StringStream stream(text.c_str());
-    return zq::ParseDocument(document, stream) == 0;
+std::unique_ptr<zq::EditableDocument> Parse(const std::string& text) {
+    std::unique_ptr<zq::EditableDocument> document;
+    zq::ParseJsonDoc(text, document);
+    return document;
 }
 
 zq::SaveResult Edit(zq::EditableDocument& document, uint8_t choice, const std::string& name) {
@@ -41,8 +41,7 @@ zq::SaveResult Edit(zq::EditableDocument& document, uint8_t choice, const std::s
 
 void RequireReadable(const std::string& text) {
     Require(text.back() == '}' || text.back() == ']');
-    zq::EditableDocument again;
-    Require(Parse(again, text));
+    Require(Parse(text) != nullptr);
 }
 
 bool IsAscii(const std::string& text) {
@@ -66,10 +65,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     const std::string name(data + 2, data + 2 + nameLength);
     const std::string text(data + 2 + nameLength, data + size);
-    zq::EditableDocument document;
-    if (!Parse(document, text)) {
+    const std::unique_ptr<zq::EditableDocument> parsed = Parse(text);
+    if (!parsed) {
         return 0;
     }
+    zq::EditableDocument& document = *parsed;
     const std::string before = zq::IsWritable(document) ? Written(document) : std::string();
     if (Edit(document, data[0], name) != zq::SaveResult::Saved) {
         Require(!zq::IsWritable(document) || Written(document) == before);

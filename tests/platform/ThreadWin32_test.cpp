@@ -7,6 +7,7 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <utility>
 
 namespace zq {
 namespace {
@@ -52,7 +53,11 @@ DWORD WINAPI WriteForEver(void* argument) {
 DWORD WINAPI AllocateForEver(void* argument) {
     static_cast<Shared*>(argument)->entered.Set();
     for (;;) {
-        HeapFree(GetProcessHeap(), 0, HeapAlloc(GetProcessHeap(), 0, 5000));
+        auto* memory = static_cast<volatile char*>(HeapAlloc(GetProcessHeap(), 0, 5000));
+        for (int i = 0; i < 5000; ++i) {
+            memory[i] = 'x';
+        }
+        HeapFree(GetProcessHeap(), 0, const_cast<char*>(memory));
     }
 }
 
@@ -60,7 +65,9 @@ class ThreadStop : public testing::Test {
 protected:
     std::chrono::milliseconds Stop(Thread& thread, std::span<const Mutex* const> guards = {}) {
         const auto start = std::chrono::steady_clock::now();
-        thread.Stop(shared.stop.Get(), guards);
+        if (!thread.EndsAfter(shared.stop.Get())) {
+            thread.Terminate(guards);
+        }
         return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() -
                                                                      start);
     }
@@ -115,6 +122,7 @@ TEST_F(ThreadStop, TerminatesAStuckThreadAfterOneSecond) {
 
     EXPECT_GE(time.count(), 990);
     EXPECT_LE(time.count(), 4000);
+    EXPECT_FALSE(thread.IsRunning());
 }
 
 TEST_F(ThreadStop, AMutexWhoseOwnerWasTerminatedIsTakenOver) {
@@ -149,6 +157,29 @@ TEST_F(ThreadStop, TheVictimDoesNotTakeTheHeapWithIt) {
     EXPECT_TRUE(HeapValidate(GetProcessHeap(), 0, nullptr));
     void* memory = HeapAlloc(GetProcessHeap(), 0, 100);
     EXPECT_TRUE(HeapFree(GetProcessHeap(), 0, memory));
+}
+
+DWORD WINAPI StopItself(void* argument) {
+    auto* thread = static_cast<std::pair<Thread*, Shared*>*>(argument);
+    thread->second->entered.Wait(INFINITE);
+    thread->first->Terminate({});
+    return 7;
+}
+
+TEST_F(ThreadStop, AThreadThatTerminatesItselfEndsAtOnce) {
+    Thread thread;
+    std::pair<Thread*, Shared*> argument{&thread, &shared};
+    thread.Start(StopItself, &argument, {});
+    EXPECT_TRUE(thread.IsRunning());
+    EXPECT_FALSE(thread.IsCurrent());
+
+    shared.entered.Set();
+
+    const ULONGLONG start = GetTickCount64();
+    while (thread.IsRunning() && GetTickCount64() - start < 5000) {
+        Sleep(1);
+    }
+    EXPECT_FALSE(thread.IsRunning());
 }
 
 } // namespace

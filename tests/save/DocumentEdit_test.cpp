@@ -76,13 +76,25 @@ TEST(DocumentEdit, RootsAndMembersThatCannotBeUsedChangeNothing) {
     for (const std::string& text :
          {std::string("[]"), std::string("[1]"), std::string("5"), std::string("null"), std::string("true"),
           std::string("\"A\""), std::string("1.5"), std::string("{}"), std::string(R"({"a":1})"),
-          std::string(R"({"A ":1})"), std::string(R"({"B":{"A":1}})"), std::string(R"({"A":1,"A":2})"),
-          std::string(R"({"A":1,"B":2,"A":3,"A":4})"), zeroName, std::string(R"([{"A":1}])"),
+          std::string(R"({"A ":1})"), std::string(R"({"B":{"A":1}})"), zeroName, std::string(R"([{"A":1}])"),
           std::string(R"({"":1})")}) {
         Document document = Parse(text);
         EXPECT_EQ(SaveResult::NoSuchMember, EditRootMember(document, "A", kSetSeven)) << text;
         EXPECT_EQ(Text(Parse(text)), Text(document));
     }
+}
+
+TEST(DocumentEdit, EveryNamesakeGetsTheValue) {
+    Document document = Parse(R"({"A":1,"B":2,"A":"x","A":null})");
+
+    EXPECT_EQ(SaveResult::Saved, EditRootMember(document, "A", kSetSeven));
+
+    EXPECT_EQ(R"({"A":7,"B":2,"A":7,"A":7})", Text(document));
+}
+
+TEST(DocumentEdit, TheWayLeadsThroughTheLastNamesakeAsTheReaderSeesIt) {
+    ExpectDevice({R"({"CL":[{"K":1}],"CL":[{"K":2}]})", "CL.0.K", 0}, SaveResult::Saved,
+                 R"({"CL":[{"K":1}],"CL":[{"K":7}]})");
 }
 
 TEST(DocumentEdit, DevicesThatCannotBeUsedChangeNothing) {
@@ -100,7 +112,7 @@ TEST(DocumentEdit, DevicesThatCannotBeUsedChangeNothing) {
         {R"({"CL":null,"CL.0.K":1})", "CL.0.K", 0},
         {R"({"CL":"x","CL.0.K":1})", "CL.0.K", 0},
         {R"({"CL":true})", "CL.0.K", 0},
-        {R"({"CL":[{"K":1}],"CL":[{"K":2}]})", "CL.0.K", 0},
+        {R"({"CL":[{"K":1}],"CL":5})", "CL.0.K", 0},
     };
     for (const DeviceEdit& edit : edits) {
         ExpectDevice(edit, SaveResult::NoSuchDevice, Text(Parse(edit.text)));
@@ -109,21 +121,13 @@ TEST(DocumentEdit, DevicesThatCannotBeUsedChangeNothing) {
 
 TEST(DocumentEdit, NamesAndEntriesThatCannotBeUsedChangeNothing) {
     const std::vector<DeviceEdit> edits = {
-        {R"({"CL":[{"K":1}]})", "K", 0},
-        {R"({"CL":[{"K":1}]})", "CL.K", 0},
-        {R"({"CL":[{"K":1}]})", "", 0},
-        {R"({"CL":[{"K":1}]})", ".", 0},
-        {R"({"CL":[{"":1}]})", "..", 0},
-        {R"({"CL":[{"":1}]})", "CL.0.", 0},
-        {R"({"CL":[{"K":1}]})", "CL.0.k", 0},
-        {R"({"CL":[{"K":1}]})", "CL.0..K", 0},
-        {R"({"CL":[{"K":1,"K":2}]})", "CL.0.K", 0},
-        {R"({"CL":[5]})", "CL.0.K", 0},
-        {R"({"CL":[null]})", "CL.0.K", 0},
-        {R"({"CL":["K"]})", "CL.0.K", 0},
-        {R"({"CL":[[{"K":1}]]})", "CL.0.K", 0},
-        {R"({"CL":[{}]})", "CL.0.K", 0},
-        {R"({"CL":[{"K\u0000":1}]})", "CL.0.K", 0},
+        {R"({"CL":[{"K":1}]})", "K", 0},      {R"({"CL":[{"K":1}]})", "CL.K", 0},
+        {R"({"CL":[{"K":1}]})", "", 0},       {R"({"CL":[{"K":1}]})", ".", 0},
+        {R"({"CL":[{"":1}]})", "..", 0},      {R"({"CL":[{"":1}]})", "CL.0.", 0},
+        {R"({"CL":[{"K":1}]})", "CL.0.k", 0}, {R"({"CL":[{"K":1}]})", "CL.0..K", 0},
+        {R"({"CL":[5]})", "CL.0.K", 0},       {R"({"CL":[null]})", "CL.0.K", 0},
+        {R"({"CL":["K"]})", "CL.0.K", 0},     {R"({"CL":[[{"K":1}]]})", "CL.0.K", 0},
+        {R"({"CL":[{}]})", "CL.0.K", 0},      {R"({"CL":[{"K\u0000":1}]})", "CL.0.K", 0},
     };
     for (const DeviceEdit& edit : edits) {
         ExpectDevice(edit, SaveResult::NoSuchMember, Text(Parse(edit.text)));
@@ -193,7 +197,8 @@ TEST(DocumentEdit, HeadsetListsThatCannotBeUsedChangeNothing) {
         {R"([{"DeviceName":5}])", SaveResult::NoSuchDevice},
         {R"([{"DeviceName":"d"}])", SaveResult::NoSuchDevice},
         {R"([{"DeviceName":"D\u0000"}])", SaveResult::NoSuchDevice},
-        {R"([{"DeviceName":"D","DeviceName":"D"}])", SaveResult::NoSuchDevice},
+        {R"([{"DeviceName":"D","DeviceName":"E"}])", SaveResult::NoSuchDevice},
+        {R"([{"DeviceName":"E","DeviceName":"D"}])", SaveResult::NoSuchRequest},
         {R"([{"DeviceName":"D"}])", SaveResult::NoSuchRequest},
         {Device("5"), SaveResult::NoSuchRequest},
         {Device("{}"), SaveResult::NoSuchRequest},
@@ -203,7 +208,7 @@ TEST(DocumentEdit, HeadsetListsThatCannotBeUsedChangeNothing) {
         {Device("[{}]"), SaveResult::NoSuchRequest},
         {Device(R"([{"MainRequest":"1","SubRequest":2,"index":3,"Value":[1]}])"), SaveResult::NoSuchRequest},
         {Device(R"([{"MainRequest":1.0,"SubRequest":2,"index":3,"Value":[1]}])"), SaveResult::NoSuchRequest},
-        {Device(R"([{"MainRequest":1,"MainRequest":1,"SubRequest":2,"index":3,"Value":[1]}])"),
+        {Device(R"([{"MainRequest":1,"MainRequest":9,"SubRequest":2,"index":3,"Value":[1]}])"),
          SaveResult::NoSuchRequest},
         {Device(R"([{"MainRequest":4294967297,"SubRequest":2,"index":3,"Value":[1]}])"),
          SaveResult::NoSuchRequest},
@@ -211,7 +216,7 @@ TEST(DocumentEdit, HeadsetListsThatCannotBeUsedChangeNothing) {
         {Device(R"([{"MainRequest":1,"SubRequest":2,"index":3,"Value":[]}])"), SaveResult::TooFewValues},
         {Device(R"([{"MainRequest":1,"SubRequest":2,"index":3,"Value":5}])"), SaveResult::TooFewValues},
         {Device(R"([{"MainRequest":1,"SubRequest":2,"index":3,"Value":{"0":1}}])"), SaveResult::TooFewValues},
-        {Device(R"([{"MainRequest":1,"SubRequest":2,"index":3,"Value":[1],"Value":[2]}])"),
+        {Device(R"([{"MainRequest":1,"SubRequest":2,"index":3,"Value":[1],"Value":2}])"),
          SaveResult::TooFewValues},
     };
     for (const auto& [text, result] : documents) {
@@ -219,16 +224,6 @@ TEST(DocumentEdit, HeadsetListsThatCannotBeUsedChangeNothing) {
     }
     ExpectHmd({Device(R"([{"Value":[1]}])"), kAny, {8, 9}}, SaveResult::TooFewValues,
               Device(R"([{"Value":[1]}])"));
-}
-
-TEST(DocumentEdit, DoesNotWriteNumbersThatWouldGetAnExponent) {
-    EditableDocument document;
-    document.Parse(R"({"A":[900000000000000000000.0,-0.000001]})");
-    EXPECT_TRUE(IsWritable(document));
-    document.Parse(R"({"A":[1000000000000000000000.0]})");
-    EXPECT_FALSE(IsWritable(document));
-    document.Parse(R"({"A":-1e300})");
-    EXPECT_FALSE(IsWritable(document));
 }
 
 } // namespace

@@ -1,40 +1,31 @@
 #include "save/JsonDocument.h"
 
 #include "config/ConfigText.h"
-#include "base/HostLog.h"
-#include "platform/Mutex.h"
 #include "save/DocumentEdit.h"
-#include "support/RecordingHost.h"
-#include "support/win32/Folders.h"
 
 #include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
 
 namespace zq {
 namespace {
 
 class JsonDocument : public testing::Test {
 protected:
-    JsonDocument() { log.SetHost(&host); }
-
     int32_t Load(std::string_view bytes) {
-        test::WriteBytes(path, bytes);
         document.reset();
-        return LoadJsonDoc(path, document);
+        return ParseJsonDoc(bytes, document);
     }
 
     // The bytes that a save of this text leaves.
     std::string Rewritten(std::string_view bytes) {
         EXPECT_EQ(0, Load(bytes));
-        MutexLock lock(mutex);
-        EXPECT_EQ(0, SaveJsonDoc(path, *document, log, lock));
-        return test::ReadBytes(path);
+        DocumentBuffer text;
+        WriteJsonDoc(*document, text);
+        return {text.GetString(), text.GetSize()};
     }
 
-    test::TempFolder folder;
-    std::wstring path = (folder.Path() / L"file.json").wstring();
-    test::RecordingHost host;
-    HostLog log;
-    Mutex mutex;
     std::unique_ptr<EditableDocument> document;
 };
 
@@ -51,29 +42,12 @@ TEST_F(JsonDocument, AFileOfThreeBytesOrNoneIsUnreadable) {
     EXPECT_FALSE(document);
 }
 
-TEST_F(JsonDocument, AMissingFileIsUnreadable) {
-    EXPECT_EQ(1, LoadJsonDoc(path, document));
-    EXPECT_FALSE(document);
-}
-
 TEST_F(JsonDocument, AByteOrderMarkDoesNotParse) {
     EXPECT_NE(0, Load("\xEF\xBB\xBF[1]"));
     EXPECT_FALSE(document);
 }
 
-TEST_F(JsonDocument, SavingIntoAMissingFolderGivesOneAndTheMessage) {
-    ASSERT_EQ(0, Load("[1,2]"));
-    const std::wstring elsewhere = (folder.Path() / L"missing" / L"file.json").wstring();
-    MutexLock lock(mutex);
-
-    EXPECT_EQ(1, SaveJsonDoc(elsewhere, *document, log, lock));
-
-    const std::vector<test::LogLine> expected = {
-        {2, L"[ModSetting] SaveJsonDoc() done, ret code :1,file:" + elsewhere}};
-    EXPECT_EQ(expected, host.Lines());
-}
-
-TEST_F(JsonDocument, WhatIsWrittenHasNoMarkAndNothingBehindItsEndAndLoads) {
+TEST_F(JsonDocument, WhatIsWrittenHasNoByteOrderMarkAndNothingAfterItsEndAndLoads) {
     const std::string bytes = Rewritten("{\"A\":[1,{\"B\":true}],\"C\":null}\r\n");
 
     EXPECT_EQ("{\n    \"A\": [\n        1,\n        {\n            \"B\": true\n        }\n    ],\n    "
@@ -101,6 +75,27 @@ TEST_F(JsonDocument, FormsOfNumbers) {
               Rewritten("[-9223372036854775808,18446744073709551615,0,-1.5,1e2,1e20]"));
 }
 
+TEST_F(JsonDocument, NumbersFromTenToThe21OnAreWrittenInPlainDigits) {
+    EXPECT_EQ("[\n    1000000000000000000000.0,\n    -1234567890123456800000000.0,\n    " +
+                  std::string("17976931348623157").append(292, '0') + ".0\n]",
+              Rewritten("[1e21,-1.2345678901234568e24,1.7976931348623157e308]"));
+}
+
+TEST_F(JsonDocument, ALargeNumberIsReadBackByTheModuleAsTheSameDouble) {
+    for (const double value :
+         {1e21, 1.5e21, 123456789012345678901234567890.0, -9.87654321e300, 1.7976931348623157e308}) {
+        ASSERT_EQ(0, Load("[0.0]"));
+        (*document)[0].SetDouble(value);
+        DocumentBuffer text;
+        WriteJsonDoc(*document, text);
+
+        ConfigText config(ConfigFile::Settings);
+        ASSERT_TRUE(config.Read({text.GetString(), text.GetSize()}));
+        ASSERT_TRUE(config.Root().Elements().front().Is(JsonKind::Double));
+        EXPECT_EQ(value, config.Root().Elements().front().real);
+    }
+}
+
 TEST_F(JsonDocument, WhatTheLibraryRefusesIsNoDocument) {
     for (const char* text :
          {"{\"A\":1,}", "[1 2]", "[1] 2", "[NaN]", "[1e999]", "    ", "[1]//x", "{\"A\":1}\xFF"}) {
@@ -111,7 +106,7 @@ TEST_F(JsonDocument, WhatTheLibraryRefusesIsNoDocument) {
     EXPECT_EQ(rapidjson::kParseErrorDocumentEmpty, Load("    "));
 }
 
-TEST_F(JsonDocument, ContentBehindAZeroByteIsNotThrownAway) {
+TEST_F(JsonDocument, ContentAfterAZeroByteIsNotThrownAway) {
     EXPECT_EQ(rapidjson::kParseErrorDocumentRootNotSingular, Load(std::string_view("[1,2]\0[3]", 9)));
     EXPECT_FALSE(document);
 }
@@ -126,35 +121,6 @@ TEST_F(JsonDocument, AVeryDeepFileIsAnAnswerAndNotWritable) {
     EXPECT_TRUE(IsWritable(*document));
     EXPECT_EQ(0, Load(std::string(257, '[') + std::string(257, ']')));
     EXPECT_FALSE(IsWritable(*document));
-}
-
-TEST_F(JsonDocument, TheMessageComesWithTheMutexFree) {
-    bool isFree = false;
-    host.onLog = [&](const test::LogLine&) {
-        const HANDLE thread = CreateThread(
-            nullptr, 0,
-            [](void* other) -> DWORD {
-                MutexLock lock(*static_cast<Mutex*>(other));
-                return 0;
-            },
-            &mutex, 0, nullptr);
-        isFree = WaitForSingleObject(thread, 2000) == WAIT_OBJECT_0;
-        CloseHandle(thread);
-    };
-
-    Rewritten("[1,2]");
-
-    EXPECT_TRUE(isFree);
-}
-
-TEST_F(JsonDocument, AFullDiskIsNoCrashAndNotSeen) {
-    ASSERT_EQ(0, Load("[1,2]"));
-    const std::wstring full = L"\\\\?\\unix\\dev\\full";
-    MutexLock lock(mutex);
-
-    EXPECT_EQ(0, SaveJsonDoc(full, *document, log, lock));
-
-    EXPECT_TRUE(host.Has(L"[ModSetting] SaveJsonDoc() done, ret code :0,file:" + full));
 }
 
 } // namespace

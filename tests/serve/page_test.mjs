@@ -1,6 +1,6 @@
 // The page in a real browser: what people see and do.
 import assert from "node:assert/strict";
-import { readFileSync, renameSync, writeFileSync } from "node:fs";
+import { readdirSync, readFileSync, renameSync, writeFileSync } from "node:fs";
 import net from "node:net";
 import { createRequire } from "node:module";
 import { join } from "node:path";
@@ -170,7 +170,7 @@ describe("the page", () => {
     const before = folder.read(kSettings);
     await type(page, ".editor input", "ninety");
     await page.keyboard.press("Enter");
-    await untilText(page, ".editor .fault", /Not saved: .*ninety/);
+    await untilText(page, ".editor .fault", /Not saved: .*(ninety|Bitrate)/);
     assert.equal(folder.read(kSettings), before);
   });
 
@@ -259,6 +259,9 @@ describe("the page", () => {
     await untilText(page, ".event.bad", new RegExp(`ZQ2_HmdList.json, line ${line}`));
     await untilText(page, ".event.bad", /default in its place/);
     await until(() => folder.read(kHmdList) === readFileSync(join(build, "bin/defaults", kHmdList), "latin1"), "the module has replaced it");
+    const beside = readdirSync(folder.path).filter((name) => name.startsWith(`${kHmdList}.refused-`));
+    assert.equal(beside.length, 1);
+    assert.equal(folder.read(beside[0]), broken);
     await goTo(page, `files/${kHmdList}`);
     await untilText(page, ".copies", /memory, .*refused/);
     await click(page, "Compare");

@@ -39,24 +39,27 @@ std::vector<Fault> Faults() {
         ZQ_FAULT(kernel, CreateFileW, INVALID_HANDLE_VALUE, ERROR_ACCESS_DENIED),
         ZQ_FAULT(kernel, CreateMutexW, nullptr),
         ZQ_FAULT(kernel, CreateThread, nullptr),
+        ZQ_FAULT(kernel, FlushFileBuffers, FALSE, ERROR_DISK_FULL),
         ZQ_FAULT(kernel, DeleteFileW, FALSE, ERROR_ACCESS_DENIED),
         ZQ_FAULT(kernel, GetComputerNameW, FALSE, ERROR_BUFFER_OVERFLOW),
         ZQ_FAULT(kernel, GetFileAttributesExW, FALSE, ERROR_ACCESS_DENIED),
+        ZQ_FAULT(kernel, GetFileAttributesW, INVALID_FILE_ATTRIBUTES, ERROR_ACCESS_DENIED),
         ZQ_FAULT(kernel, GetFileSizeEx, FALSE, ERROR_INVALID_HANDLE),
+        ZQ_FAULT(kernel, GetFileTime, FALSE, ERROR_ACCESS_DENIED),
+        ZQ_FAULT(kernel, GetFinalPathNameByHandleW, 0, ERROR_ACCESS_DENIED),
         ZQ_FAULT(kernel, GetOverlappedResult, FALSE, ERROR_OPERATION_ABORTED),
         ZQ_FAULT(kernel, GetPrivateProfileStringW, 0, ERROR_FILE_NOT_FOUND),
         ZQ_FAULT(kernel, MoveFileExW, FALSE, ERROR_ACCESS_DENIED),
         ZQ_FAULT(kernel, MultiByteToWideChar, 0, ERROR_NO_UNICODE_TRANSLATION),
         ZQ_FAULT(kernel, ReadDirectoryChangesW, FALSE, ERROR_INVALID_FUNCTION),
         ZQ_FAULT(kernel, ReadFile, FALSE, ERROR_READ_FAULT),
+        ZQ_FAULT(kernel, SetEndOfFile, FALSE, ERROR_DISK_FULL),
+        ZQ_FAULT(kernel, SetFileAttributesW, FALSE, ERROR_ACCESS_DENIED),
+        ZQ_FAULT(kernel, SetFilePointerEx, FALSE, ERROR_INVALID_HANDLE),
         ZQ_FAULT(kernel, WaitForMultipleObjects, WAIT_FAILED, ERROR_INVALID_HANDLE),
         ZQ_FAULT(kernel, WideCharToMultiByte, 0, ERROR_NO_UNICODE_TRANSLATION),
+        ZQ_FAULT(kernel, WriteFile, FALSE, ERROR_DISK_FULL),
         ZQ_FAULT("msvcrt.dll", _waccess, -1),
-        ZQ_FAULT("msvcrt.dll", _wfopen_s, EACCES),
-        ZQ_FAULT("msvcrt.dll", fseek, -1),
-        ZQ_FAULT("msvcrt.dll", ftell, -1),
-        ZQ_FAULT("msvcrt.dll", fread, 0),
-        ZQ_FAULT("msvcrt.dll", fwrite, 0),
         ZQ_FAULT("ole32.dll", CoCreateInstance, E_OUTOFMEMORY),
         ZQ_FAULT("ole32.dll", CoInitializeSecurity, E_OUTOFMEMORY),
         ZQ_FAULT("ole32.dll", CoSetProxyBlanket, E_OUTOFMEMORY),
@@ -80,20 +83,22 @@ const std::map<std::string, const char*> kNotFailed = {
     {"GetCurrentProcessId", "cannot fail"},
     {"GetCurrentThreadId", "cannot fail"},
     {"GetLastError", "cannot fail"},
+    {"GetModuleHandleW", "the system's library is always there"},
     {"GetProcessHeap", "cannot fail"},
     {"GetSystemTime", "has no result"},
     {"GetSystemTimeAsFileTime", "has no result"},
-    {"GetThreadId", "cannot fail for a thread that is owned"},
+    {"GetThreadContext", "cannot fail for a suspended thread that is owned"},
     {"GetTickCount64", "cannot fail"},
     {"HeapAlloc", "fails in turn in tests of its own"},
     {"HeapFree", "cannot fail for a block that is owned"},
-    {"HeapLock", "cannot fail for the process heap"},
-    {"HeapUnlock", "cannot fail for the owner"},
     {"QueryPerformanceCounter", "cannot fail"},
     {"ReleaseMutex", "cannot fail for the owner"},
+    {"ResumeThread", "cannot fail for a thread that is owned"},
     {"ResetEvent", "cannot fail for an event that is owned"},
     {"SetEvent", "cannot fail for an event that is owned"},
     {"Sleep", "has no result"},
+    {"SuspendThread", "cannot fail for a thread that is owned"},
+    {"SwitchToThread", "has no result that matters"},
     {"SysFreeString", "has no result"},
     {"TerminateThread", "cannot fail for a thread that is owned"},
     {"VariantClear", "fails only for what the survey never reads"},
@@ -118,19 +123,16 @@ const std::set<std::string> kRunTimeLibrary = {
     "GetCurrentProcess",
     "GetCurrentThread",
     "GetDiskFreeSpaceExW",
-    "GetFileAttributesW",
     "GetFileInformationByHandle",
     "GetFileType",
     "GetFullPathNameW",
     "GetHandleInformation",
     "GetModuleHandleA",
-    "GetModuleHandleW",
     "GetProcAddress",
     "GetProcessAffinityMask",
     "GetProcessTimes",
     "GetSystemTimeAdjustment",
     "GetTempPathW",
-    "GetThreadContext",
     "GetThreadPriority",
     "GetThreadTimes",
     "GetVolumeInformationW",
@@ -147,19 +149,16 @@ const std::set<std::string> kRunTimeLibrary = {
     "ReleaseSemaphore",
     "RemoveDirectoryW",
     "RemoveVectoredExceptionHandler",
-    "ResumeThread",
     "RtlCaptureContext",
     "RtlLookupFunctionEntry",
     "RtlUnwindEx",
     "RtlVirtualUnwind",
-    "SetEndOfFile",
     "SetFilePointer",
     "SetLastError",
     "SetProcessAffinityMask",
     "SetSystemTime",
     "SetThreadContext",
     "SetThreadPriority",
-    "SuspendThread",
     "TlsAlloc",
     "TlsGetValue",
     "TlsSetValue",
@@ -191,7 +190,9 @@ TEST(ImportFaults, EveryImportIsFailedOrDecidedUpon) {
 }
 
 constexpr const char* kSettings = R"({"Source":"user","Level":2,"DHI":0,"CL":[{"HD":"ALPHA1"}]})";
-constexpr const char* kEdited = R"({"Source":"edited","Level":3,"DHI":0,"CL":[{"HD":"ALPHA1"}]})";
+// With so many blanks that a save makes it shorter.
+const std::string kEdited =
+    R"({"Source":"edited",)" + std::string(500, ' ') + R"("Level":3,"DHI":0,"CL":[{"HD":"ALPHA1"}]})";
 
 // WMI with an answer to each query.
 void Describe(FakeWbem& wbem) {
@@ -218,12 +219,17 @@ public:
         std::filesystem::create_directories(m_folders.InstallDir() / L"ZQClient");
         std::filesystem::create_directories(m_folders.DataDir() / L"rejected");
         WriteBytes(m_folders.InstallDir() / L"ZQClient" / L"Version.txt", "[ProductVersion]\nVersion=1.2\n");
+        SetFileAttributesW(DefaultQuality().c_str(), FILE_ATTRIBUTE_READONLY);
     }
+    ~Day() { SetFileAttributesW(DefaultQuality().c_str(), FILE_ATTRIBUTE_NORMAL); }
+    Day(const Day&) = delete;
+    Day& operator=(const Day&) = delete;
 
     // Whether the call came at all.
     bool RunWith(const Fault& fault, int call) {
         WriteBytes(m_folders.Private(kSettingsName), kSettings);
-        WriteBytes(m_folders.Private(kHmdListName), "[{");        // refused, and so repaired
+        WriteBytes(m_folders.Private(kHmdListName), "[{"); // refused, and so repaired
+        SetFileAttributesW(m_folders.Private(kQualityName).c_str(), FILE_ATTRIBUTE_NORMAL);
         std::filesystem::remove(m_folders.Private(kQualityName)); // missing, and so provided
         const ArmedFault armed(fault, call);
         try {
@@ -246,6 +252,8 @@ public:
     }
 
 private:
+    std::wstring DefaultQuality() const { return m_folders.Default(kQualityName).wstring(); }
+
     void LiveThrough() {
         RecordingHost host;
         NoticeHost notices;

@@ -202,7 +202,7 @@ TEST(Lifecycle, AMessageBeforeDoInitIsDropped) {
     EXPECT_EQ(L"DoInit begin", host.Lines().front().text);
 }
 
-TEST(Lifecycle, AReadOnlyPrivateFileIsLoadedAndARefusedOneCannotBeReplaced) {
+TEST(Lifecycle, AReadOnlyPrivateFileIsLoadedAndARefusedOneIsReplaced) {
     ModuleFolders folders;
     WriteBytes(folders.Private(kSettingsName), R"({"Fine":1})");
     WriteBytes(folders.Private(kQualityName), "broken");
@@ -212,15 +212,42 @@ TEST(Lifecycle, AReadOnlyPrivateFileIsLoadedAndARefusedOneCannotBeReplaced) {
     RecordingHost host;
     Module module;
 
-    EXPECT_THROW(module.Init(host, folders), fs::filesystem_error);
+    module.Init(host, folders);
 
     EXPECT_EQ(1, module.Int64(L"Fine"));
-    for (const wchar_t* name : {kSettingsName, kQualityName}) {
-        SetFileAttributesW(folders.Private(name).c_str(), FILE_ATTRIBUTE_NORMAL);
-    }
+    EXPECT_EQ(ReadBytes(folders.Default(kQualityName)), ReadBytes(folders.Private(kQualityName)));
+    EXPECT_EQ(0U, GetFileAttributesW(folders.Private(kQualityName).c_str()) & FILE_ATTRIBUTE_READONLY);
+    SetFileAttributesW(folders.Private(kSettingsName).c_str(), FILE_ATTRIBUTE_NORMAL);
 }
 
-TEST(Lifecycle, ALockedPrivateFileIsAnOpenFailureAndThenAFileSystemError) {
+TEST(Lifecycle, ACopyOfAReadOnlyDefaultCanBeSaved) {
+    ModuleFolders folders;
+    SetFileAttributesW(folders.Default(kSettingsName).c_str(), FILE_ATTRIBUTE_READONLY);
+    RecordingHost host;
+    Module module;
+
+    module.Init(host, folders);
+
+    EXPECT_EQ(0U, GetFileAttributesW(folders.Private(kSettingsName).c_str()) & FILE_ATTRIBUTE_READONLY);
+    SetFileAttributesW(folders.Default(kSettingsName).c_str(), FILE_ATTRIBUTE_NORMAL);
+}
+
+TEST(Lifecycle, AFolderWithAFilesNameRaisesAnErrorThatNamesIt) {
+    ModuleFolders folders;
+    fs::create_directory(folders.Private(kHmdListName));
+    RecordingHost host;
+    Module module;
+
+    try {
+        module.Init(host, folders);
+        FAIL() << "nothing was raised";
+    } catch (const fs::filesystem_error& error) {
+        EXPECT_EQ(folders.Private(kHmdListName), error.path2());
+    }
+    EXPECT_TRUE(fs::is_directory(folders.Private(kHmdListName)));
+}
+
+TEST(Lifecycle, AHeldPrivateFileIsLeftAloneAndItsDefaultsContentIsLoaded) {
     ModuleFolders folders;
     WriteBytes(folders.Private(kSettingsName), R"({"A":1})");
     const HANDLE lock = CreateFileW(folders.Private(kSettingsName).c_str(), GENERIC_READ | GENERIC_WRITE, 0,
@@ -228,11 +255,17 @@ TEST(Lifecycle, ALockedPrivateFileIsAnOpenFailureAndThenAFileSystemError) {
     RecordingHost host;
     Module module;
 
-    EXPECT_THROW(module.Init(host, folders), fs::filesystem_error);
+    module.Init(host, folders);
 
-    EXPECT_TRUE(host.Has(L"Settings file open fail : " + Path(folders, kSettingsName)));
+    EXPECT_EQ(L"default", module.String(L"Source"));
+    EXPECT_EQ(1, host.Count(L"Settings file open fail : " + Path(folders, kSettingsName)));
+    EXPECT_EQ(2, host.Count(L"LoadSettingsFromFile begin."));
+    EXPECT_FALSE(host.Has(L"DoInit() copy " + Path(folders, kSettingsName) + L" again OK , exist:0."));
     CloseHandle(lock);
     EXPECT_EQ(R"({"A":1})", ReadBytes(folders.Private(kSettingsName)));
+
+    module->DoStart();
+    EXPECT_TRUE(WaitFor([&] { return module.Int64(L"A") == 1; }));
 }
 
 // DoInit on folders below a given one.

@@ -67,19 +67,45 @@ TEST(RejectedFolder, FullItKeepsTheNewestTen) {
     EXPECT_EQ("broken 12", ReadBytes(files.back()));
 }
 
-BOOL WINAPI RefuseMove(LPCWSTR, LPCWSTR, DWORD) {
+BOOL WINAPI RefuseMoveToRejected(LPCWSTR from, LPCWSTR to, DWORD flags) {
+    if (std::wstring(to).find(L"rejected") == std::wstring::npos) {
+        return MoveFileExW(from, to, flags);
+    }
     SetLastError(ERROR_ACCESS_DENIED);
     return FALSE;
 }
 
-TEST(RejectedFolder, NotWritableTheFileIsDeletedAsWithoutIt) {
-    const ImportPatch patch(LoadModuleDll(), "kernel32.dll", "MoveFileExW", AsProc(RefuseMove));
+TEST(RejectedFolder, NotWritableTheFileIsReplacedAsWithoutIt) {
+    const ImportPatch patch(LoadModuleDll(), "kernel32.dll", "MoveFileExW", AsProc(RefuseMoveToRejected));
     ModuleFolders folders;
     fs::create_directory(folders.DataDir() / L"rejected");
 
     InitWithBrokenSettings(folders);
 
     EXPECT_TRUE(FilesIn(folders.DataDir() / L"rejected").empty());
+}
+
+TEST(RejectedFolder, FilesOfOtherFormsAndFoldersAreNeitherCountedNorRemoved) {
+    ModuleFolders folders;
+    const fs::path rejected = folders.DataDir() / L"rejected";
+    const std::wstring prefix = std::wstring(kSettingsName) + L".";
+    fs::create_directory(rejected);
+    const std::vector<std::wstring> foreign = {L"old", L"zzz", L"20260102T030405.678Z.bak",
+                                               L"20260102T030405.678", L"2026-01-02T030405.678Z"};
+    for (const std::wstring& name : foreign) {
+        WriteBytes(rejected / (prefix + name), "foreign");
+    }
+    fs::create_directory(rejected / (prefix + L"19990102T030405.678Z"));
+
+    for (int i = 0; i < 12; ++i) {
+        InitWithBrokenSettings(folders, "broken " + std::to_string(i));
+    }
+
+    for (const std::wstring& name : foreign) {
+        EXPECT_EQ("foreign", ReadBytes(rejected / (prefix + name)));
+    }
+    EXPECT_TRUE(fs::is_directory(rejected / (prefix + L"19990102T030405.678Z")));
+    EXPECT_EQ(foreign.size() + 1 + 10, FilesIn(rejected).size());
 }
 
 TEST(RejectedFolder, AFileOfThatNameIsNoFolder) {

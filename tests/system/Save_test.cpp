@@ -150,9 +150,9 @@ TEST_F(Save, TheKeptSlotsNeverChangeAFile) {
 TEST_F(Save, WhatCannotBeSavedLeavesTheBytes) {
     InitWith("{}");
     const std::string deep = R"({"A":1,"B":)" + std::string(100'000, '[') + std::string(100'000, ']') + "}";
-    for (const std::string& text : {std::string(R"({"A":1 "B":2})"), std::string(R"({"A":1,"A":2})"),
-                                    std::string("[1,2,3]"), std::string("\xEF\xBB\xBF{\"A\":1}"), deep,
-                                    std::string("{\"A\":1}\0\0", 9), std::string(R"({"A\u0000":1})")}) {
+    for (const std::string& text :
+         {std::string(R"({"A":1 "B":2})"), std::string("[1,2,3]"), std::string("\xEF\xBB\xBF{\"A\":1}"), deep,
+          std::string("{\"A\":1}\0\0", 9), std::string(R"({"A\u0000":1})")}) {
         WriteBytes(folders.Private(kSettingsName), text);
 
         module->SaveConfigInt64(L"A", 9, 0);
@@ -171,13 +171,20 @@ TEST_F(Save, ADoubleThatJsonCannotHoldIsNotSaved) {
     EXPECT_EQ(text, Settings());
 }
 
-TEST_F(Save, ANameThatTheCodePageCannotExpressMatchesNoReplacement) {
-    const std::string text = R"({"?":1})";
-    InitWith(text);
+TEST_F(Save, ANameThatTheCodePageCannotExpressIsComparedByItsBestFit) {
+    InitWith(R"({"?":1})");
 
     module->SaveConfigInt64(L"\u8A2D", 9, 0);
 
-    EXPECT_EQ(text, Settings());
+    EXPECT_EQ("{\n    \"?\": 9\n}", Settings());
+}
+
+TEST_F(Save, AMemberThatOccursTwiceIsSavedInBothPlaces) {
+    InitWith(R"({"A":1,"A":2})");
+
+    module->SaveConfigInt64(L"A", 9, 0);
+
+    EXPECT_EQ("{\n    \"A\": 9,\n    \"A\": 9\n}", Settings());
 }
 
 TEST_F(Save, NullNamesAndValuesRaiseInvalidArgument) {

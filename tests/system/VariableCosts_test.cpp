@@ -203,10 +203,10 @@ TEST_F(VariableCosts, ALoadTakesTwoMutexPairsHoweverManyVariablesItHas) {
     const Cost small = costOfInit(1);
     const Cost large = costOfInit(5000);
 
-    // Built-in defaults 1, three files 2 each, the device's index and name 2, its variable and the address
-    // list each with the list of hosts 4.
-    EXPECT_EQ(13, small.waits);
-    EXPECT_EQ(13, small.releases);
+    // Built-in defaults 1, two files provided 1 each, three files loaded 2 each, the device's index and name
+    // 2, its variable and the address list each with the list of hosts 4.
+    EXPECT_EQ(15, small.waits);
+    EXPECT_EQ(15, small.releases);
     EXPECT_EQ(small.waits, large.waits);
     EXPECT_EQ(small.releases, large.releases);
     EXPECT_EQ(0, large.signals);

@@ -166,6 +166,7 @@ TEST_F(Watcher, AChangeBehindAnotherFilesRecordWaitsForTheNextMatchingOne) {
 }
 
 TEST_F(Watcher, AnExactCopyOfTheRecordedTimeCountsAsUnchanged) {
+    Sleep(2 * kQuietMilliseconds); // the recorded time has to be an older one
     WIN32_FILE_ATTRIBUTE_DATA recorded{};
     ASSERT_TRUE(
         GetFileAttributesExW(folders.Private(kSettingsName).c_str(), GetFileExInfoStandard, &recorded));

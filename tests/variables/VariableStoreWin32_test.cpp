@@ -5,18 +5,17 @@
 namespace zq {
 namespace {
 
-TEST(VariableStore, ANullStringForAnExistingNameRaisesAndLeavesTheMutexFree) {
-    VariableStore store;
-    EXPECT_TRUE(store.SetStringNull(L"A"));
+TEST(VariableStore, AnEmptyStringIsAddedOnlyUnderANewName) {
+    Mutex mutex;
+    VariableStore store{mutex};
+    EXPECT_TRUE(store.AddEmptyString(L"A"));
+    EXPECT_TRUE(store.SetString(L"A", L"text"));
 
-    EXPECT_THROW(store.SetStringNull(L"A"), std::invalid_argument);
+    EXPECT_FALSE(store.AddEmptyString(L"A"));
 
-    HANDLE thread = CreateThread(
-        nullptr, 0,
-        [](void* other) -> DWORD { return static_cast<VariableStore*>(other)->SetInt64(L"B", 1) ? 7 : 0; },
-        &store, 0, nullptr);
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(thread, 5000));
-    CloseHandle(thread);
+    wchar_t text[8];
+    EXPECT_TRUE(store.GetString(L"A", text, 8));
+    EXPECT_STREQ(L"text", text);
 }
 
 } // namespace

@@ -4,9 +4,10 @@
 
 namespace zq {
 
-CZQVariableHostAgent::CZQVariableHostAgent(CZQVariableHost* host, const Mutex& listMutex,
-                                           const Mutex& storeMutex)
-    : m_pHost(host), m_guards{&listMutex, &storeMutex, &m_queueMutex} {}
+CZQVariableHostAgent::CZQVariableHostAgent(CZQVariableHost* host, std::span<const Mutex* const> guards)
+    : m_pHost(host), m_guards(guards.begin(), guards.end()) {
+    m_guards.push_back(&m_queueMutex);
+}
 
 CZQVariableHostAgent::~CZQVariableHostAgent() { Stop(); }
 
@@ -15,18 +16,28 @@ void CZQVariableHostAgent::Start() {
     m_hThread.Start(ThreadRoutine, this, {m_hStopEvent.Get(), m_hWakeEvent.Get()});
 }
 
-void CZQVariableHostAgent::Stop() { m_hThread.Stop(m_hStopEvent.Get(), m_guards); }
+void CZQVariableHostAgent::Stop() {
+    if (!m_hThread.EndsAfter(m_hStopEvent.Get())) {
+        // A thread that stops itself does not come back to say so.
+        if (IsCurrentThread()) {
+            m_stopped.Set();
+        }
+        m_hThread.Terminate(m_guards);
+    }
+    m_stopped.Set();
+}
 
-void CZQVariableHostAgent::Enqueue(std::wstring_view name, uint32_t type, CZQVariableHost* source) {
+void CZQVariableHostAgent::Enqueue(const std::shared_ptr<const std::wstring>& name, uint32_t type,
+                                   CZQVariableHost* source) {
     if (source != nullptr && source == m_pHost) {
         return;
     }
-    Append({std::wstring(name), type, source});
+    Append({name, type, source});
 }
 
-void CZQVariableHostAgent::EnqueueReload() { Append({{}, VariableTypeNone, nullptr}); }
+void CZQVariableHostAgent::EnqueueReload() { Append({nullptr, VariableTypeNone, nullptr}); }
 
-// The thread takes all that is queued at once, so only the first record of a batch has to wake it.
+// The thread takes everything that is queued at once, so only the first record of a batch has to wake it.
 void CZQVariableHostAgent::Append(CHANGE_EVENT event) {
     bool wasEmpty = false;
     {
@@ -65,7 +76,7 @@ void CZQVariableHostAgent::Deliver(const CHANGE_EVENT& event) {
     if (event.type == VariableTypeNone) {
         m_pHost->OnVariablesReloaded();
     } else {
-        m_pHost->OnVariableChanged(event.name.c_str(), event.type, event.source);
+        m_pHost->OnVariableChanged(event.name->c_str(), event.type, event.source);
     }
 }
 

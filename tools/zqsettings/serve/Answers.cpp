@@ -66,10 +66,8 @@ void AnswerHistory(Dashboard& dashboard, const Arguments&, MessageWriter& writer
 }
 
 void AnswerDefaults(Dashboard& dashboard, const Arguments&, MessageWriter& writer) {
-    ModuleOptions options = dashboard.Module();
-    options.data.clear();
     writer.Key("variables");
-    WriteVariables(writer, LookAt(options));
+    WriteVariables(writer, LookAt(dashboard.Module(), {}));
 }
 
 // The survey keeps these in the ANSI code page.

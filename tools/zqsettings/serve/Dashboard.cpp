@@ -1,7 +1,10 @@
 #include "serve/Dashboard.h"
 
 #include "Failure.h"
+#include "FileBytes.h"
+#include "PrivateFiles.h"
 #include "Text.h"
+#include "TimeText.h"
 #include "serve/Message.h"
 
 #include "check/FileCheck.h"
@@ -27,7 +30,6 @@ constexpr int kLooksBeforeTouch = 5;
 constexpr int kTouches = 10;
 constexpr size_t kMostProblems = 50;
 constexpr double kLongestReloadMilliseconds = 1000;
-constexpr double kTicksPerMillisecond = 10'000;
 
 fs::path MakeDataFolder(const ScratchFolder& scratch) {
     const fs::path folder = scratch.Path() / L"ZQserver";
@@ -55,18 +57,6 @@ std::string MissingMessage(ConfigFile file) {
         .Take();
 }
 
-// The time since the newest of the files was written.
-double MillisecondsSinceLastWrite(const DataFiles& files) {
-    uint64_t newest = 0;
-    for (const ConfigFile file : kConfigFiles) {
-        newest = std::max(newest, files.Stamp(file).second);
-    }
-    FILETIME now{};
-    GetSystemTimePreciseAsFileTime(&now);
-    return static_cast<double>((uint64_t{now.dwHighDateTime} << 32U | now.dwLowDateTime) - newest) /
-           kTicksPerMillisecond;
-}
-
 } // namespace
 
 std::string RefusalMessage(ConfigFile file, std::string_view bytes, const char* outcome,
@@ -80,7 +70,7 @@ std::string RefusalMessage(ConfigFile file, std::string_view bytes, const char* 
         message.Integer("line", position.line).Integer("column", position.column);
     }
     message.Text("reason", error ? error->text : "the module refuses it")
-        .Text("fix", error ? error->mend : "");
+        .Text("fix", error ? error->fix : "");
     message.Text("outcome", outcome);
     if (!copyId.empty()) {
         message.Text("copy", copyId);
@@ -105,7 +95,7 @@ Dashboard::Dashboard(const DashboardOptions& options)
         }
     }
     if (m_options.isReplaceRefused) {
-        KeepRefusedFiles();
+        RepairFiles();
     }
     for (const ConfigFile file : kConfigFiles) {
         m_state.UpdateFile(m_files.StateOf(file));
@@ -137,17 +127,9 @@ bool Dashboard::WithLiveModule(const std::function<void(ModuleRun&)>& work) {
     return true;
 }
 
-void Dashboard::KeepRefusedFiles() const {
-    for (const ConfigFile file : kConfigFiles) {
-        const std::optional<std::string> bytes = m_files.Read(file);
-        if (bytes && !WouldLoad(file, *bytes)) {
-            std::wstring time = WideFromUtf8(TimeText());
-            std::erase_if(time, [](wchar_t unit) { return unit == L':' || unit == L'-'; });
-            const fs::path kept = m_files.PathOf(file).native() + L".refused-" + time;
-            if (!CopyFileW(m_files.PathOf(file).c_str(), kept.c_str(), TRUE)) {
-                throw Failure("the refused file cannot be kept as " + Utf8FromPath(kept));
-            }
-        }
+void Dashboard::RepairFiles() const {
+    for (const PrivateFile& file : LookAtPrivateFiles(m_files.Folder())) {
+        PrintRepair(file, Repair(file, m_defaults.Folder()));
     }
 }
 
@@ -155,6 +137,9 @@ void Dashboard::KeepRefusedFiles() const {
 std::string Dashboard::ReasonForCopy() const {
     if (m_options.isLook) {
         return "--look was given: the module works on a copy, and this page writes nothing";
+    }
+    if (_wcsicmp(m_files.Folder().filename().c_str(), kDataFolderName) != 0) {
+        return std::string("the folder is not named ZQserver: the module works on a copy");
     }
     if (m_options.isReplaceRefused) {
         return "";
@@ -220,7 +205,7 @@ ModuleRun::Events Dashboard::MakeEvents() {
 void Dashboard::OnModuleChange(bool isReload) {
     const std::lock_guard lock(m_changeMutex);
     if (isReload && !m_isReloadWanted) {
-        const double milliseconds = MillisecondsSinceLastWrite(m_files);
+        const double milliseconds = MillisecondsSinceLastWrite(m_files.Folder());
         // A default copy carries the old time of its file, which says nothing.
         m_milliseconds =
             milliseconds < kLongestReloadMilliseconds ? std::optional(milliseconds) : std::nullopt;
@@ -260,8 +245,23 @@ void Dashboard::TakeChanges() {
 
 void Dashboard::ReportRefused() {
     for (const RefusedTexts::Refused& refused : m_refused.Take()) {
+        if (refused.isReplaced) {
+            KeepBeside(refused);
+        }
         m_state.Add(RefusalMessage(refused.file, refused.bytes, refused.isReplaced ? "replaced" : "kept",
                                    refused.isReplaced ? refused.id : ""));
+    }
+}
+
+// Where the folder has a sub-folder "rejected", the module itself has moved the file there.
+void Dashboard::KeepBeside(const RefusedTexts::Refused& refused) {
+    const fs::path path = m_files.PathOf(refused.file).native() + L".refused-" + WideFromUtf8(UtcFileStamp());
+    try {
+        if (!fs::exists(m_files.Folder() / L"rejected")) {
+            WriteNewFile(path, refused.bytes);
+        }
+    } catch (const std::exception& error) {
+        m_state.Add(Message("notice").Text("text", error.what()).Take());
     }
 }
 

@@ -2,6 +2,7 @@
 // there is refused or missing, follows the files, and keeps the state that the pages show.
 #pragma once
 
+#include "DataFolder.h"
 #include "ModuleSession.h"
 #include "ScratchFolder.h"
 #include "serve/DataFiles.h"
@@ -57,7 +58,7 @@ private:
         bool isReported = false; // as refused or missing
     };
 
-    void KeepRefusedFiles() const;
+    void RepairFiles() const;
     std::string ReasonForCopy() const;
     void Start();
     void StartOnCopy(const std::string& reason);
@@ -66,6 +67,7 @@ private:
     void OnModuleChange(bool isReload);
     void TakeChanges();
     void ReportRefused();
+    void KeepBeside(const RefusedTexts::Refused& refused);
 
     void Follow();
     void FollowFile(ConfigFile file);

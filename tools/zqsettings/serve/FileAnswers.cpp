@@ -3,8 +3,9 @@
 #include "Failure.h"
 #include "Text.h"
 
+#include "check/DefaultFile.h"
 #include "check/FileCheck.h"
-#include "check/Mend.h"
+#include "check/Fix.h"
 
 #include <algorithm>
 
@@ -30,9 +31,9 @@ const char* EncodingName(Encoding encoding) {
     }
 }
 
-KnownKeys KnownKeysOf(const Dashboard& dashboard, ConfigFile file) {
+DefaultFile KnownOf(const Dashboard& dashboard, ConfigFile file) {
     const std::optional<std::string> bytes = dashboard.Defaults().Read(file);
-    return bytes ? KeysOf(*bytes) : KnownKeys();
+    return bytes ? DefaultFile(file, *bytes) : DefaultFile();
 }
 
 void WriteFindings(MessageWriter& writer, const FileCheck& check) {
@@ -42,7 +43,7 @@ void WriteFindings(MessageWriter& writer, const FileCheck& check) {
     WriteProblems(writer, check.Source(), check.All(), kMostProblems);
 }
 
-void WriteTextOf(MessageWriter& writer, ConfigFile file, const std::string& bytes, const KnownKeys& known) {
+void WriteTextOf(MessageWriter& writer, ConfigFile file, const std::string& bytes, const DefaultFile& known) {
     const FileCheck check(file, bytes, known);
     WriteTextMember(writer, "text", Utf8FromWide(check.Source().Text()));
     WriteTextMember(writer, "encoding", EncodingName(check.Source().GetEncoding()));
@@ -180,7 +181,7 @@ void AnswerFile(Dashboard& dashboard, const Arguments& arguments, MessageWriter&
     writer.Key("exists");
     writer.Bool(bytes.has_value());
     if (bytes) {
-        WriteTextOf(writer, file, *bytes, KnownKeysOf(dashboard, file));
+        WriteTextOf(writer, file, *bytes, KnownOf(dashboard, file));
     } else {
         WriteTextMember(writer, "text", dashboard.Defaults().Read(file).value_or(""));
         WriteTextMember(writer, "hash", "");
@@ -190,11 +191,11 @@ void AnswerFile(Dashboard& dashboard, const Arguments& arguments, MessageWriter&
 void AnswerCheck(Dashboard& dashboard, const Arguments& arguments, MessageWriter& writer) {
     const ConfigFile file = arguments.File();
     const std::string text = arguments.Text("text");
-    const FileCheck check(file, text, KnownKeysOf(dashboard, file));
+    const FileCheck check(file, text, KnownOf(dashboard, file));
     WriteFindings(writer, check);
-    const std::optional<MendedFile> mended = MendFile(file, text);
+    const std::optional<FixedFile> fixed = FixFile(file, text);
     writer.Key("fixable");
-    writer.Bool(mended && mended->isChanged);
+    writer.Bool(fixed && fixed->isChanged);
 }
 
 void AnswerPreview(Dashboard& dashboard, const Arguments& arguments, MessageWriter& writer) {
@@ -209,13 +210,13 @@ void AnswerPreview(Dashboard& dashboard, const Arguments& arguments, MessageWrit
 }
 
 void AnswerFix(Dashboard&, const Arguments& arguments, MessageWriter& writer) {
-    const std::optional<MendedFile> mended = MendFile(arguments.File(), arguments.Text("text"));
-    if (!mended) {
+    const std::optional<FixedFile> fixed = FixFile(arguments.File(), arguments.Text("text"));
+    if (!fixed) {
         throw Failure("what is wrong here only its author can put right");
     }
-    WriteTextMember(writer, "text", mended->bytes);
+    WriteTextMember(writer, "text", fixed->bytes);
     writer.Key("changed");
-    writer.Bool(mended->isChanged);
+    writer.Bool(fixed->isChanged);
 }
 
 void AnswerWrite(Dashboard& dashboard, const Arguments& arguments, MessageWriter& writer) {

@@ -251,7 +251,7 @@ void WriteProblems(MessageWriter& writer, const SourceText& source, const Proble
             writer.Int(number);
         }
         WriteTextMember(writer, "text", problem.text);
-        WriteTextMember(writer, "fix", problem.mend);
+        WriteTextMember(writer, "fix", problem.fix);
         writer.EndObject();
     }
     writer.EndArray();

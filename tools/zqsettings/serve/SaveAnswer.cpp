@@ -2,6 +2,8 @@
 
 #include "Failure.h"
 #include "SavedValue.h"
+#include "SettingCheck.h"
+#include "SettingsDocument.h"
 #include "Text.h"
 #include "VariableOrigin.h"
 
@@ -12,6 +14,7 @@
 #include <algorithm>
 #include <memory>
 #include <optional>
+#include <variant>
 
 namespace zq::tool {
 
@@ -90,7 +93,7 @@ Savability SavabilityOf(Dashboard& dashboard, const std::wstring& name) {
         return Impossible(variable ? "binary values are in no file" : "there is no such variable");
     }
     const auto keep = [](EditableValue&) {};
-    const std::string narrow = NarrowName(name).value_or("");
+    const std::string narrow = NarrowName(name);
     if (CanEdit(dashboard,
                 [&](EditableDocument& document) { return EditRootMember(document, narrow, keep); })) {
         return {true, false, type, ""};
@@ -110,9 +113,18 @@ Savability SavabilityOf(Dashboard& dashboard, const std::wstring& name) {
     return Impossible(WhereItIs(dashboard, name));
 }
 
-bool IsAscii(const std::string& text) {
-    return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
+struct Saver {
+    CZQModSettings& module;
+    const wchar_t* name;
+    ZQBool perDevice;
+
+    void operator()(bool value) const { module.SaveConfigBool(name, value ? 1 : 0, perDevice); }
+    void operator()(int64_t value) const { module.SaveConfigInt64(name, value, perDevice); }
+    void operator()(double value) const { module.SaveConfigDouble(name, value, perDevice); }
+    void operator()(const std::string& value) const {
+        module.SaveConfigString(name, value.c_str(), perDevice);
+    }
+};
 
 void ReportSave(Dashboard& dashboard, const Arguments& arguments, const std::string& reason) {
     Message message("save");
@@ -130,15 +142,19 @@ void Save(Dashboard& dashboard, const Arguments& arguments) {
     if (!savability.isPossible) {
         throw Failure(savability.reason);
     }
-    const std::string text = arguments.Text("value");
-    if (savability.type == "string" && !IsAscii(text)) {
-        throw Failure("the text has characters beyond ASCII, which a file may hold only as \\u escapes; "
-                      "edit it in the file");
+    const std::optional<std::string> bytes = dashboard.Files().Read(ConfigFile::Settings);
+    if (!bytes) {
+        throw Failure("the file cannot be read now: somebody holds it");
     }
-    const SavedValue value = ParseSavedValue(text, savability.type);
+    const SavedValue value =
+        RequireSensible(SettingsDocument(*bytes),
+                        {arguments.Text("name"), arguments.Text("value"), "", savability.isPerDevice,
+                         arguments.IsSet("insist"), HeadsetIndex(dashboard.State().Variables())});
     const auto before = dashboard.Files().Stamp(ConfigFile::Settings);
-    const bool isLive = dashboard.WithLiveModule(
-        [&](ModuleRun& run) { value.Save(run.Settings(), name.c_str(), savability.isPerDevice ? 1 : 0); });
+    const bool isLive = dashboard.WithLiveModule([&](ModuleRun& run) {
+        std::visit(Saver{run.Settings(), name.c_str(), savability.isPerDevice ? ZQBool{1} : ZQBool{0}},
+                   value);
+    });
     if (!isLive || dashboard.Files().Stamp(ConfigFile::Settings) == before) {
         throw Failure("the file was not written: it is locked or read-only");
     }

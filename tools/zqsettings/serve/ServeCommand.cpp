@@ -1,5 +1,9 @@
 #include "Commands.h"
 
+#include "Command.h"
+#include "Console.h"
+#include "DataFolder.h"
+#include "Failure.h"
 #include "StopRequest.h"
 #include "Text.h"
 #include "serve/Dashboard.h"
@@ -8,10 +12,10 @@
 #include "serve/RandomText.h"
 #include "serve/WebServer.h"
 
-#include <CLI/CLI.hpp>
-
-#include <cstdio>
+#include <filesystem>
 #include <memory>
+#include <optional>
+#include <string>
 
 #include <windows.h>
 
@@ -23,7 +27,7 @@ namespace {
 
 struct ServeOptions {
     DashboardOptions dashboard;
-    uint16_t port = 0;
+    int32_t port = 0;
     double seconds = 0;
     bool isOpened = false;
 };
@@ -53,45 +57,51 @@ private:
 };
 
 void Serve(const ServeOptions& options) {
+    constexpr int32_t kLastPort = 65535;
+    if (options.port > kLastPort) {
+        throw Failure("a port is a number up to 65535", ExitCode::Usage);
+    }
     const StopRequest stop;
-    Dashboard dashboard(options.dashboard);
+    DashboardOptions found = options.dashboard;
+    if (const std::optional<std::filesystem::path> folder = FindDataFolder(found.module.data)) {
+        found.module.data = Utf8FromPath(*folder);
+    }
+    Dashboard dashboard(found);
     const std::string token = RandomHex();
-    const Serving serving(dashboard, {options.port, token, PageFiles()});
+    const Serving serving(dashboard, {static_cast<uint16_t>(options.port), token, PageFiles()});
     const std::string address = "http://127.0.0.1:" + std::to_string(serving.Port()) + '/' + token + '/';
     const RunMode mode = dashboard.State().Mode();
-    std::printf("Serving %s at\n%s\nCtrl+C ends.\n", Utf8FromPath(dashboard.Files().Folder()).c_str(),
-                address.c_str());
-    if (!mode.reason.empty()) {
-        std::printf("Note: %s.\n", mode.reason.c_str());
-    }
-    std::fflush(stdout);
+    Print("Serving " + Utf8FromPath(dashboard.Files().Folder()) + " at\n" + address + "\nCtrl+C ends.\n" +
+          (mode.reason.empty() ? "" : "Note: " + mode.reason + ".\n"));
     if (options.isOpened) {
         ShellExecuteW(nullptr, L"open", WideFromUtf8(address).c_str(), nullptr, nullptr, SW_SHOWNORMAL);
     }
-    stop.Wait(options.seconds);
+    stop.Wait(nullptr, options.seconds > 0 ? static_cast<unsigned>(options.seconds * 1000) : INFINITE);
 }
 
 } // namespace
 
 void AddServeCommand(CLI::App& app) {
     const auto options = std::make_shared<ServeOptions>();
-    CLI::App* const command = app.add_subcommand(
-        "serve", "Show the variables, the files and what happens to them in a browser of this\n"
-                 "machine, until Ctrl+C");
-    AddModuleOptions(*command, options->dashboard.module);
-    command->add_option("--port", options->port, "The port of 127.0.0.1.\nDefault: one that is free")
-        ->type_name("N");
-    command->add_flag("--open", options->isOpened, "Open the page in the default browser");
-    command->add_flag("--look", options->dashboard.isLook,
-                      "Work on a copy of the folder, and let no page write");
-    command->add_flag("--replace-refused", options->dashboard.isReplaceRefused,
-                      "Let the module replace a file that it refuses, as a server\n"
-                      "does; the file is kept as NAME.refused-TIME. Otherwise the\n"
-                      "module works on a copy until the file is fixed");
-    command->add_option("--for", options->seconds, "End after so many seconds instead of at Ctrl+C")
-        ->type_name("SECONDS")
-        ->check(CLI::NonNegativeNumber);
-    command->callback([options] { Serve(*options); });
+    Command command(app, "serve",
+                    "Show the variables, the files and what happens to them in a browser of\n"
+                    "this machine, until Ctrl+C");
+    AddModuleOptions(command, options->dashboard.module);
+    command.Describe("--data", "Folder that holds \"ZQserver\", \"ZQserver\" itself, or a folder\n"
+                               "with the files in it. Default: what ZQ_DATA_DIR names, then the\n"
+                               "machine's own, then a copy of the default files");
+    command.Add("--port", options->port, "N", "The port of 127.0.0.1. Default: one that is free")
+        .NotNegative();
+    command.AddFlag("--open", options->isOpened, "Open the page in the default browser");
+    command.AddFlag("--look", options->dashboard.isLook,
+                    "Work on a copy of the folder, and let no page write");
+    command.AddFlag("--replace-refused", options->dashboard.isReplaceRefused,
+                    "Put the default in the place of a file that is refused, kept as\n"
+                    "NAME.refused-TIME, or missing. Otherwise the module works on a\n"
+                    "copy until the file is fixed");
+    command.Add("--for", options->seconds, "SECONDS", "End after so many seconds instead of at Ctrl+C")
+        .NotNegative();
+    command.Run([options] { Serve(*options); });
 }
 
 } // namespace zq::tool

@@ -1,0 +1,20 @@
+// Comparison of names that ignores the case of ASCII letters, and of no others.
+//
+// Portable.
+#pragma once
+
+#include <algorithm>
+#include <string_view>
+
+namespace zq {
+
+constexpr wchar_t AsciiLower(wchar_t unit) {
+    return unit >= L'A' && unit <= L'Z' ? static_cast<wchar_t>(unit - L'A' + L'a') : unit;
+}
+
+inline bool EqualsIgnoringAsciiCase(std::wstring_view a, std::wstring_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](wchar_t x, wchar_t y) { return AsciiLower(x) == AsciiLower(y); });
+}
+
+} // namespace zq

@@ -1,0 +1,45 @@
+// Every mutex of one module object, and how they may be taken together.
+//
+//   lifecycle   DoStart and DoStop exclude each other      held while DoStop waits for the watcher's thread
+//   hostList    the list of registered hosts               held for one change of the list, or while a change
+//   is queued store       the five maps of variables                 held for one look-up, one change or one
+//   batch file, three the bytes of one private file on disk      held for one read, one replacement or one
+//   read-change-write queue       one host's queue of changes (in its agent) held for one append, or to take
+//   everything
+//
+// The order is the order of this list. In the ordinary course two are held together in one case only:
+// hostList, then a queue. No mutex is held while the host is called, except lifecycle by DoStop, whose wait
+// for the watcher's thread is a wait for the host's callbacks.
+//
+// A thread that does not stop in time is terminated while its guards are held, in the same order: hostList,
+// store, the three files, and for a delivery thread its queue. So it is in none of them when it dies. There
+// is no cycle, since nobody waits for a mutex of this list while he holds one that comes after it. A mutex
+// whose owner was terminated all the same (a thread that stops itself) is taken over by the next thread that
+// locks it.
+#pragma once
+
+#include "config/ConfigFile.h"
+#include "platform/Mutex.h"
+
+#include <array>
+#include <span>
+
+namespace zq {
+
+class Locks {
+public:
+    // What a thread of the module may hold at any time, in the order in which they are locked.
+    std::span<const Mutex* const> TerminationGuards() const { return m_guards; }
+
+    const Mutex& OfFile(ConfigFile file) const { return files[static_cast<size_t>(file)]; }
+
+    Mutex lifecycle;
+    Mutex hostList;
+    Mutex store;
+    std::array<Mutex, kConfigFiles.size()> files;
+
+private:
+    std::array<const Mutex*, 5> m_guards{&hostList, &store, &files[0], &files[1], &files[2]};
+};
+
+} // namespace zq

@@ -1,0 +1,60 @@
+// The watcher's thread: follows the data folder and has the files that changed reloaded.
+//
+// It lives as long as the module object does; one thread at a time runs ThreadEntryWatchConfig. What the
+// thread needs of the system is kept here, not on its stack, so that a thread that was terminated leaves
+// nothing open.
+#pragma once
+
+#include "base/Cancellation.h"
+#include "module/files/FileFollower.h"
+#include "platform/DirectoryWatch.h"
+#include "platform/Event.h"
+
+#include <atomic>
+#include <functional>
+#include <string>
+
+namespace zq {
+
+struct WatcherContext {
+    const std::wstring& folder; // the data folder
+    const Event& stop;
+    std::function<void()> notifyReloaded;   // after each file that was loaded
+    std::function<void()> onConfigReloaded; // after each pass
+    std::function<void()> onRequested;      // each time the watcher is about to wait; may be empty
+};
+
+class FolderWatcher final : private Cancellation {
+public:
+    // All that is handed in must outlive this object.
+    FolderWatcher(PrivateFiles& files, const FilesContext& filesContext, WatcherContext context)
+        : m_context(std::move(context)), m_reload{filesContext, m_context.notifyReloaded, *this},
+          m_follower(files, m_reload) {}
+
+    // The body of the watcher's thread. Returns when the stop event is signalled, or when the folder cannot
+    // be watched.
+    void ThreadEntryWatchConfig();
+
+    // Before the stop event is signalled, from any thread: a load that runs much longer is given up.
+    void PrepareStop();
+    // After the thread was terminated, from any thread.
+    void CloseAfterTermination() { m_watch.Close(); }
+
+private:
+    enum class Wake { Stop, Change, Timer };
+
+    void WatchUntilStopped();
+    Wake WaitForChange(uint32_t milliseconds) const;
+    ReloadCause CauseOf(DirectoryWatch::Result result) const;
+    uint32_t Follow(ReloadCause cause);
+    bool IsRequested() const override;
+
+    WatcherContext m_context;
+    ReloadContext m_reload;
+    FileFollower m_follower;
+    DirectoryWatch m_watch;
+    uint32_t m_timer = kNoTimer;                  // until the follower wants to look again
+    std::atomic<uint64_t> m_giveUpAt{UINT64_MAX}; // in Clock::Milliseconds()
+};
+
+} // namespace zq

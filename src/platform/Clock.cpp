@@ -1,0 +1,27 @@
+#include "platform/Clock.h"
+
+#include <windows.h>
+
+namespace zq {
+
+namespace {
+
+class Win32Clock final : public Clock {
+public:
+    uint64_t Milliseconds() const override { return GetTickCount64(); }
+    uint64_t FileTicks() const override {
+        FILETIME now{};
+        GetSystemTimeAsFileTime(&now);
+        return static_cast<uint64_t>(now.dwHighDateTime) << 32U | now.dwLowDateTime;
+    }
+    void Sleep(uint32_t milliseconds) const override { ::Sleep(milliseconds); }
+};
+
+} // namespace
+
+const Clock& SystemClock() {
+    static const Win32Clock clock;
+    return clock;
+}
+
+} // namespace zq

@@ -1,0 +1,42 @@
+// One file that is read and then overwritten in place, with nobody else writing in between: it keeps its
+// identity, its attributes and its access list.
+//
+// The caller holds the file's mutex as long as the object lives. Nothing is logged.
+#pragma once
+
+#include "platform/Files.h"
+#include "platform/Handle.h"
+
+#include <string_view>
+#include <vector>
+
+namespace zq {
+
+class EditableFile {
+public:
+    // Opens an existing file; others may read it, rename it and delete it, but not write. Access() says how
+    // it went.
+    explicit EditableFile(const std::wstring& path);
+
+    FileAccess Access() const { return m_access; }
+
+    // REQUIRES: Access() is Read. Returns 0 or the system's error.
+    uint32_t Read(std::vector<char>& bytes) const;
+
+    // Replaces the content, which is `old`, by `fresh` and brings it to the disk. What is longer than `old`
+    // is written first, so that a full disk is met before a byte of the old content has changed. Returns 0,
+    // or the system's error with the old content restored as far as the system allows.
+    //
+    // REQUIRES: Access() is Read.
+    uint32_t Overwrite(std::string_view old, std::string_view fresh) const;
+
+private:
+    uint32_t Replace(std::string_view old, std::string_view fresh) const;
+    uint32_t WriteAt(uint64_t offset, std::string_view bytes) const;
+    uint32_t SetLength(uint64_t length) const;
+
+    UniqueHandle m_file;
+    FileAccess m_access = FileAccess::Read;
+};
+
+} // namespace zq

@@ -1,0 +1,28 @@
+// The names of the module's temporary files: "<name>.<16 hexadecimal digits>.zqtmp". Notices about them are
+// passed over by the folder watcher.
+//
+// Portable.
+#pragma once
+
+#include <algorithm>
+#include <string_view>
+
+namespace zq {
+
+inline constexpr std::wstring_view kTemporarySuffix = L".zqtmp";
+inline constexpr size_t kTemporaryDigits = 16;
+
+inline bool IsTemporaryName(std::wstring_view name) {
+    if (!name.ends_with(kTemporarySuffix)) {
+        return false;
+    }
+    name.remove_suffix(kTemporarySuffix.size());
+    if (name.size() < kTemporaryDigits + 2 || name[name.size() - kTemporaryDigits - 1] != L'.') {
+        return false;
+    }
+    const std::wstring_view digits = name.substr(name.size() - kTemporaryDigits);
+    return std::all_of(digits.begin(), digits.end(),
+                       [](wchar_t c) { return (c >= L'0' && c <= L'9') || (c >= L'a' && c <= L'f'); });
+}
+
+} // namespace zq
