@@ -1,8 +1,6 @@
 #include "check/Checks.h"
 
-#include "save/RapidJson.h"
-
-#include <rapidjson/memorystream.h>
+#include "save/JsonDocument.h"
 
 #include <algorithm>
 #include <array>
@@ -24,9 +22,7 @@ bool IsKnown(const Problem& problem) {
 
 bool CheckSaving(std::string_view bytes, const SourceText& source, Problems& problems) {
     EditableDocument document;
-    rapidjson::MemoryStream stream(bytes.data(), bytes.size());
-    document.ParseStream<rapidjson::kParseIterativeFlag>(stream);
-    if (!document.HasParseError()) {
+    if (ParseDocument(document, bytes)) {
         return true;
     }
     if (std::none_of(problems.begin(), problems.end(), IsKnown)) {

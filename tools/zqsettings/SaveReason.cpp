@@ -4,10 +4,9 @@
 
 #include "check/NearestName.h"
 #include "check/SourceText.h"
-#include "save/RapidJson.h"
+#include "save/JsonDocument.h"
 
 #include <rapidjson/error/en.h>
-#include <rapidjson/memorystream.h>
 
 #include <vector>
 
@@ -15,15 +14,10 @@ namespace zq::tool {
 
 namespace {
 
-void Parse(EditableDocument& document, const std::string& bytes) {
-    rapidjson::MemoryStream stream(bytes.data(), bytes.size());
-    document.ParseStream<rapidjson::kParseIterativeFlag>(stream);
-}
-
 // The module's own reader is more lenient than the library that saves.
 std::string UnreadableText(const PrivateFile& file) {
     EditableDocument document;
-    Parse(document, file.bytes);
+    ParseDocument(document, file.bytes);
     const std::string shown = Utf8FromPath(file.path);
     if (!document.HasParseError()) {
         return shown + " has a root of the wrong kind";
@@ -38,7 +32,7 @@ std::string UnreadableText(const PrivateFile& file) {
 
 std::string NearestDevice(const PrivateFile& file, const std::string& name) {
     EditableDocument document;
-    Parse(document, file.bytes);
+    ParseDocument(document, file.bytes);
     std::vector<std::wstring> devices;
     if (document.IsArray()) {
         for (const EditableValue& device : document.GetArray()) {
