@@ -311,7 +311,7 @@ describe("the page", () => {
       );
     const name = await at('"SleepMinutes"', 4);
     await page.mouse.move(name.x, name.y);
-    await untilText(page, ".cm-hint", /Minutes without a headset/);
+    await untilText(page, ".cm-hint", /Time without a headset/);
     await page.mouse.click(name.x, name.y);
     await page.keyboard.down("Control");
     await page.keyboard.press("Space");

@@ -193,9 +193,6 @@ void Dashboard::StartOnCopy(const std::string& reason) {
 
 ModuleRun::Events Dashboard::MakeEvents() {
     return {[this](int32_t level, const std::string& tag, const std::string& text) {
-                if (IsLoadFailure(text)) {
-                    m_refused.Look();
-                }
                 m_state.AddLog(level, tag, text);
             },
             [this] { OnModuleChange(true); }, [this] { OnModuleChange(false); }};
@@ -245,11 +242,8 @@ void Dashboard::TakeChanges() {
 
 void Dashboard::ReportRefused() {
     for (const RefusedTexts::Refused& refused : m_refused.Take()) {
-        if (refused.isReplaced) {
-            KeepBeside(refused);
-        }
-        m_state.Add(RefusalMessage(refused.file, refused.bytes, refused.isReplaced ? "replaced" : "kept",
-                                   refused.isReplaced ? refused.id : ""));
+        KeepBeside(refused);
+        m_state.Add(RefusalMessage(refused.file, refused.bytes, "replaced", refused.id));
     }
 }
 
@@ -270,6 +264,7 @@ void Dashboard::Follow() {
     while (!m_end.wait_for(lock, kLookEvery, [this] { return m_isEnding; })) {
         lock.unlock();
         m_state.UpdateFolder(m_files.HasFolder());
+        m_refused.Look();
         for (const ConfigFile file : kConfigFiles) {
             FollowFile(file);
         }

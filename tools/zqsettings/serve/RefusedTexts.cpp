@@ -32,20 +32,19 @@ void RefusedTexts::Look() {
 std::vector<RefusedTexts::Refused> RefusedTexts::Take() {
     const std::lock_guard lock(m_mutex);
     std::vector<Refused> taken;
-    for (auto& [file, bytes] : m_pending) {
+    std::erase_if(m_pending, [&](auto& pending) {
+        auto& [file, bytes] = pending;
         const std::optional<std::string> now = m_files.Read(file);
-        const bool isSame = now == bytes;
-        // Anything else was written by somebody meanwhile: what was refused was half an edit.
-        const bool isReplaced = now && !isSame && now == m_defaults.Read(file);
-        if (isSame || isReplaced) {
-            taken.push_back(
-                {"memory/" + std::to_string(++m_lastId), file, std::move(bytes), TimeText(), isReplaced});
+        // The module acts on a refused file only after a while: it may become half of an edit yet.
+        if (!now || now == bytes) {
+            return false;
         }
-        if (isReplaced) {
+        if (now == m_defaults.Read(file)) {
+            taken.push_back({"memory/" + std::to_string(++m_lastId), file, std::move(bytes), TimeText()});
             m_kept.push_front(taken.back());
         }
-    }
-    m_pending.clear();
+        return true;
+    });
     m_kept.resize(std::min(m_kept.size(), kMostKept));
     return taken;
 }
@@ -54,7 +53,5 @@ std::vector<RefusedTexts::Refused> RefusedTexts::Kept() const {
     const std::lock_guard lock(m_mutex);
     return {m_kept.begin(), m_kept.end()};
 }
-
-bool IsLoadFailure(const std::string& text) { return text.find("fail") != std::string::npos; }
 
 } // namespace zq::tool

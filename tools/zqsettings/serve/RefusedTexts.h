@@ -1,5 +1,5 @@
-// Texts that the module refused and replaced by the default: read while it still looks at them, kept in
-// memory, so that nobody's work is lost for a comma.
+// Texts that the module refused and replaced by the default: read before it acts on them, kept in memory, so that nobody's
+// work is lost for a comma.
 #pragma once
 
 #include "serve/DataFiles.h"
@@ -23,12 +23,11 @@ public:
         ConfigFile file;
         std::string bytes;
         std::string time;
-        bool isReplaced; // otherwise the file is as it was
     };
 
-    // To be called whenever a load may have failed, while the file is as the module read it.
+    // To be called several times a second: the module waits longer than that before it replaces a refused file.
     void Look();
-    // After the module has settled what becomes of the files: what was refused since the last call.
+    // After a reload: what was replaced since the last call.
     std::vector<Refused> Take();
 
     // The last ones that were replaced, the newest first.
@@ -43,8 +42,5 @@ private:
     std::deque<Refused> m_kept;
     uint64_t m_lastId = 0;
 };
-
-// Whether a message of the module says that a file could not be loaded.
-bool IsLoadFailure(const std::string& text);
 
 } // namespace zq::tool
