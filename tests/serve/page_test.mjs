@@ -330,8 +330,10 @@ describe("the page", () => {
   test("shows the log lines behind a reload, and a chart", async () => {
     await goTo(page, "timeline");
     await seen(page, ".chart canvas");
-    await page.click(".event .more");
-    await untilText(page, ".log", /progress.*File begin/s);
+    for (const more of await page.$$(".event .more")) {
+      await more.click();
+    }
+    await untilText(page, "body", /progress.*File begin/s);
     assert.ok(await page.$(".log .level-2"));
   });
 
