@@ -1,5 +1,7 @@
 #include "base/Arena.h"
 
+#include "base/Cancellation.h"
+
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -50,6 +52,7 @@ KeptChunks g_keptChunks;
 } // namespace
 
 void Arena::AddChunk(size_t bytes) {
+    RaiseIfCancelled(m_cancellation);
     // A quarter of what there is keeps the unused end small beside the whole.
     const size_t grown = std::clamp(m_chunkBytes / 4, kSmallestChunk, kLargestChunk);
     const size_t size = std::max(bytes, m_life == Life::Short ? std::max(grown, kKeptChunk) : grown);

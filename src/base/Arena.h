@@ -13,6 +13,8 @@
 
 namespace zq {
 
+class Cancellation;
+
 class Arena {
 public:
     static constexpr size_t kAlignment = 8;
@@ -24,6 +26,9 @@ public:
     ~Arena() { Clear(); }
     Arena(const Arena&) = delete;
     Arena& operator=(const Arena&) = delete;
+
+    // Asked from now on each time that the arena grows, which then raises Cancelled; null for nobody.
+    void StopOn(const Cancellation* cancellation) { m_cancellation = cancellation; }
 
     // Memory for `count` objects that need no destructor. Raises std::bad_alloc.
     template <class T>
@@ -65,6 +70,7 @@ private:
     void AddChunk(size_t bytes);
 
     Life m_life;
+    const Cancellation* m_cancellation = nullptr;
     Chunk* m_chunks = nullptr;
     size_t m_chunkBytes = 0; // of all chunks
     std::byte* m_next = nullptr;

@@ -126,14 +126,15 @@ std::wstring DecodeUtf8(std::string_view bytes) {
 
 } // namespace
 
-// A static local object would leave handles of the run-time library behind each time that the DLL is unloaded. Who comes
-// while the table is being filled goes without it.
+// A static local object would leave handles of the run-time library behind each time that the DLL is
+// unloaded. Who comes while the table is being filled goes without it.
 const wchar_t* AnsiCharacters() {
     enum State { Unknown, Filling, Known, None };
     static constinit CharacterTable table{};
     static constinit std::atomic<State> state{Unknown};
     State expected = Unknown;
-    if (state.load(std::memory_order_acquire) == Unknown && state.compare_exchange_strong(expected, Filling)) {
+    if (state.load(std::memory_order_acquire) == Unknown &&
+        state.compare_exchange_strong(expected, Filling)) {
         const std::optional<CharacterTable> asked = AskForTable(kCodePageAnsi);
         if (asked) {
             table = *asked;

@@ -1,5 +1,7 @@
 #include "variables/BatchWrite.h"
 
+#include "base/Cancellation.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -10,6 +12,9 @@
 namespace zq {
 
 namespace {
+
+// After so many entries a request to give up is looked for.
+constexpr size_t kEntriesBetweenLooks = 4096;
 
 bool IsSameValue(uint8_t held, uint8_t given) { return held == given; }
 bool IsSameValue(int64_t held, int64_t given) { return held == given; }
@@ -39,6 +44,9 @@ BatchWrite::BatchWrite(const VariableBatch& batch, uint64_t hashSeed) : m_batch(
     assert(entries.size() <= UINT32_MAX); // an entry takes at least one byte of a file
     m_items.reserve(entries.size());
     for (const VariableBatch::Entry& entry : entries) {
+        if (m_items.size() % kEntriesBetweenLooks == 0) {
+            RaiseIfCancelled(batch.CancelledBy());
+        }
         m_items.push_back({HashName(WholeName(entry), hashSeed), static_cast<uint32_t>(m_items.size())});
     }
     if (m_items.size() >= kWorthSorting) {
@@ -109,6 +117,9 @@ void BatchWrite::WriteAll(VariableMaps& maps) {
     Reserve(maps);
     const VariableBatch::EntryList& entries = m_batch.Entries();
     for (size_t i = 0; i < m_items.size(); ++i) {
+        if (i % kEntriesBetweenLooks == 0) {
+            RaiseIfCancelled(m_batch.CancelledBy());
+        }
         if (i + 2 * kAhead < m_items.size()) {
             __builtin_prefetch(&entries[m_items[i + 2 * kAhead].entry]);
             __builtin_prefetch(entries[m_items[i + kAhead].entry].name);

@@ -24,7 +24,8 @@ public:
     BatchWrite(const BatchWrite&) = delete;
     BatchWrite& operator=(const BatchWrite&) = delete;
 
-    // Writes the whole batch in its order, or, when memory runs out (std::bad_alloc), nothing of it. Called
+    // Writes the whole batch in its order, or, when memory runs out (std::bad_alloc) or the
+    // batch is cancelled (Cancelled), nothing of it. Called
     // once, for maps of the same seed.
     void ApplyTo(VariableMaps& maps);
 

@@ -21,7 +21,11 @@ public:
     // How the names of entries are kept: each whole, or without the long prefixes that they share.
     enum class Names : uint8_t { Whole, SharePrefixes };
 
-    explicit VariableBatch(Names names = Names::Whole) : m_names(names) {}
+    // Adding and applying raise Cancelled where `cancellation`, which may be null, asks for it.
+    explicit VariableBatch(Names names = Names::Whole, const Cancellation* cancellation = nullptr)
+        : m_names(names), m_cancellation(cancellation) {
+        m_memory.StopOn(cancellation);
+    }
     VariableBatch(const VariableBatch&) = delete;
     VariableBatch& operator=(const VariableBatch&) = delete;
 
@@ -117,6 +121,7 @@ public:
     };
 
     const EntryList& Entries() const { return m_entries; }
+    const Cancellation* CancelledBy() const { return m_cancellation; }
     size_t Count(Kind kind) const { return m_counts[static_cast<size_t>(kind)]; }
     // What follows the prefix: the whole name where there is none.
     static std::wstring_view NameOf(const Entry& entry) { return {entry.name, entry.nameLength}; }
@@ -142,6 +147,7 @@ private:
     }
 
     Names m_names;
+    const Cancellation* m_cancellation;
     EntryList m_entries;
     std::array<size_t, 5> m_counts{}; // by Kind
     Arena m_memory{Arena::Life::Short};

@@ -1,5 +1,5 @@
-// Texts that the module refused and replaced by the default: read before it acts on them, kept in memory, so that nobody's
-// work is lost for a comma.
+// Texts that the module refused and replaced by the default: read before it acts on them, kept in memory, so
+// that nobody's work is lost for a comma.
 #pragma once
 
 #include "serve/DataFiles.h"
@@ -25,7 +25,8 @@ public:
         std::string time;
     };
 
-    // To be called several times a second: the module waits longer than that before it replaces a refused file.
+    // To be called several times a second: the module waits longer than that before it replaces a refused
+    // file.
     void Look();
     // After a reload: what was replaced since the last call.
     std::vector<Refused> Take();
