@@ -57,6 +57,7 @@ private:
     bool IsWorthLook(ReloadCause cause) const;
     bool LookAndReload(Selection selection);
     void LookAt(const Selection& selection, ReloadLooks& looks);
+    void LeaveToWriters(ReloadLooks& looks) const;
     uint32_t TroubleLeft(const ReloadLooks& looks);
     void PlanNextLook(const ReloadLooks& looks, uint32_t troubleLeft);
     uint32_t UntilNextLook() const;
