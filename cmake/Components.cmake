@@ -1,16 +1,21 @@
 # A component of src/: one folder, one static library.
 #
-#   zq_component(<target> FOLDER <folder below src> SOURCES <source>... [PUBLIC <target>...] [PRIVATE <target>...])
+#   zq_component(<target> FOLDER <folder below src> SOURCES <source>... [PUBLIC <target>...] [PRIVATE <target>...]
+#                [SMALL])
 #
 # A component sees its own headers and those of the components that it links, and no others: the headers of each one
 # are linked into a search path of its own, so that an include against the direction of the arrows does not compile.
-# PUBLIC are the components that its headers include, PRIVATE those that only its sources do.
+# PUBLIC are the components that its headers include, PRIVATE those that only its sources do. SMALL is for code that waits
+# for the system: a release compiles it for size.
 function(zq_component target)
-  cmake_parse_arguments(ARG "" "FOLDER" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  cmake_parse_arguments(ARG "SMALL" "FOLDER" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
   add_library(${target} STATIC ${ARG_SOURCES})
   zq_component_headers(${target} ${ARG_FOLDER})
-  target_link_libraries(${target} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE} zq_options)
+  target_link_libraries(${target} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE} zq_options zq_shipped)
   set_property(GLOBAL APPEND PROPERTY ZQ_COMPONENTS ${target})
+  if(ARG_SMALL AND ZQ_RELEASE_IMAGES)
+    target_compile_options(${target} PRIVATE -Os)
+  endif()
   if(ZQ_COVERAGE)
     target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic)
     target_link_options(${target} PUBLIC --coverage)
@@ -36,4 +41,33 @@ function(zq_component_headers target folder)
     endif()
   endforeach()
   target_include_directories(${target} PUBLIC ${search_path})
+endfunction()
+
+# Writes components.txt into the build folder, which tests/components/ and scripts/arrows.sh read. Two kinds of lines:
+#   searches <folder> <include folder>...    what the sources of a component see
+#   links <folder> public|private <folder>   an arrow from one component to another
+function(zq_write_components)
+  get_property(components GLOBAL PROPERTY ZQ_COMPONENTS)
+  set(lines)
+  foreach(target IN LISTS components)
+    get_target_property(folder ${target} SOURCE_DIR)
+    file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR}/src ${folder})
+    list(APPEND lines "searches ${folder} $<JOIN:$<TARGET_PROPERTY:${target},INCLUDE_DIRECTORIES>, >")
+    get_target_property(linked ${target} LINK_LIBRARIES)
+    get_target_property(public ${target} INTERFACE_LINK_LIBRARIES)
+    foreach(other IN LISTS linked)
+      if(NOT other IN_LIST components)
+        continue()
+      endif()
+      get_target_property(other_folder ${other} SOURCE_DIR)
+      file(RELATIVE_PATH other_folder ${PROJECT_SOURCE_DIR}/src ${other_folder})
+      if(other IN_LIST public)
+        list(APPEND lines "links ${folder} public ${other_folder}")
+      else()
+        list(APPEND lines "links ${folder} private ${other_folder}")
+      endif()
+    endforeach()
+  endforeach()
+  list(JOIN lines "\n" lines)
+  file(GENERATE OUTPUT ${CMAKE_BINARY_DIR}/components.txt CONTENT "${lines}\n")
 endfunction()

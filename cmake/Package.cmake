@@ -1,4 +1,4 @@
-# What is installed, and the ZIP that cpack makes of it: everything that a host's author and a user need.
+# What is installed: everything that a host's author and a user need. packaging/make_packages.py wraps it.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -30,14 +30,20 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/ZQModSettingsConfigVersion.
 
 install(TARGETS ZQModSettings zqsettings RUNTIME ARCHIVE)
 install(FILES ${microsoft_import_library} DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ TYPE INCLUDE FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ TYPE INCLUDE FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
+install(FILES ${ZQ_KEYS_HEADER} TYPE INCLUDE)
 install(FILES ${CMAKE_BINARY_DIR}/ZQModSettingsConfig.cmake ${CMAKE_BINARY_DIR}/ZQModSettingsConfigVersion.cmake
         DESTINATION ${package_dir})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/defaults DESTINATION ${CMAKE_INSTALL_BINDIR})
 # Where the links of the guides expect them.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/schemas ${PROJECT_SOURCE_DIR}/examples ${PROJECT_SOURCE_DIR}/docs DESTINATION .)
 install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${PROJECT_SOURCE_DIR}/CONTRIBUTING.md
-              ${PROJECT_SOURCE_DIR}/THIRD-PARTY.md DESTINATION .)
+              ${PROJECT_SOURCE_DIR}/THIRD-PARTY.md ${PROJECT_SOURCE_DIR}/NOTICE DESTINATION .)
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION . OPTIONAL)
+if(ZQ_RELEASE_IMAGES)
+  install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/ZQModSettings.pdb ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/zqsettings.pdb
+          DESTINATION symbols)
+endif()
 
 # The licences of what is linked in, as the system that built it has them; THIRD-PARTY.md lists them.
 foreach(package IN ITEMS mingw-w64-x86-64-dev g++-mingw-w64-x86-64-posix rapidjson-dev libcli11-dev)
@@ -49,7 +55,4 @@ endforeach()
 # The texts that those refer to.
 install(FILES /usr/share/common-licenses/GPL-3 /usr/share/common-licenses/LGPL-2 DESTINATION licences)
 
-set(CPACK_GENERATOR ZIP)
-set(CPACK_PACKAGE_FILE_NAME ZQModSettings-${PROJECT_VERSION}-win64)
-set(CPACK_VERBATIM_VARIABLES ON)
-include(CPack)
+add_custom_target(zq_package_files DEPENDS ZQModSettings zqsettings microsoft_import_library manual settings_keys_header check_defaults)

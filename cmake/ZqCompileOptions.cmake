@@ -35,6 +35,11 @@ if(ZQ_SANITIZE)
   target_link_options(zq_options INTERFACE -fsanitize=address,undefined)
 endif()
 
+option(ZQ_FUZZ "The fuzz targets; native builds with clang only" OFF)
+if(ZQ_FUZZ)
+  target_compile_options(zq_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 option(ZQ_THREADS "ThreadSanitizer; native builds only" OFF)
 if(ZQ_THREADS)
   target_compile_options(zq_options INTERFACE -fsanitize=thread -fno-omit-frame-pointer)

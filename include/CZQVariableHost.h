@@ -1,13 +1,14 @@
-// The callback interface of a host that wants to hear of changed variables (CZQVariable::RegisterHost). The
-// host implements and owns it; it must stay alive until CZQVariable::UnregisterHost has returned.
+// The callback interface of a host that is notified of changed variables (CZQVariable::RegisterHost). The
+// host implements and owns it.
 //
-// Both callbacks come from one thread that the module keeps for this host alone, in the order in which the
-// changes were made, with no lock of the module held: a callback may use every operation of CZQVariable
-// except unregistering its own host, which would wait for itself and end with this thread terminated. A
-// callback that is still running one second after its host was unregistered is terminated with its thread,
-// whatever it holds.
+// Both callbacks run on one thread that the module keeps for this host only, in the order in which the
+// changes were made, with no lock of the module held. A callback may use every operation of CZQVariable
+// except unregistering its own host: that would wait for itself, and end with this thread terminated. A
+// callback that is still running one second after UnregisterHost was called is terminated with its thread,
+// whatever locks or memory it holds.
 //
-// An exception must not leave a callback.
+// REQUIRES: the object stays alive until CZQVariable::UnregisterHost has returned.
+// REQUIRES: no exception leaves a callback.
 #pragma once
 
 #include "ZQAbi.h"
@@ -18,12 +19,12 @@ class CZQVariableHost {
 
     // Slot 1. One variable was set, or a binary variable was deleted.
     //
-    // name    zero-terminated, valid during the call only
+    // name    zero-terminated, valid only during the call
     // type    a VariableType from 1 to 5
     // source  the host on whose behalf the change was made, or null; never this host itself
     virtual void OnVariableChanged(const wchar_t* name, uint32_t type, CZQVariableHost* source) = 0;
 
-    // Slot 2. A configuration file was read again: any variable may have changed, and no single notices are
-    // sent.
+    // Slot 2. A configuration file was read again. Any variable may have changed; no notices are sent for
+    // single ones.
     virtual void OnVariablesReloaded() = 0;
 };

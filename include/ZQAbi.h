@@ -1,10 +1,10 @@
-// What every interface of the settings module shares: how objects cross between compilers, and the few shared
-// types.
+// What the interfaces of the settings module share: the layout that makes objects usable across compilers,
+// and a few types.
 //
 // The interfaces are tables of functions as the Microsoft compiler lays them out on x64. A virtual destructor
-// takes one slot there, and two with other compilers; the destructor's slot is therefore declared by hand
-// where _MSC_VER is not defined. Nothing in these headers depends on RTTI, on structures returned by value or
-// on overloads.
+// takes one slot there but two with other compilers, so the destructor's slot is declared by hand where
+// _MSC_VER is not defined. Nothing in these headers depends on RTTI, on structures returned by value or on
+// overloads.
 //
 // The headers need C++11 and no Windows header.
 #pragma once
@@ -32,10 +32,10 @@ public:
 #endif
 
 // A truth value as it crosses the interfaces: one byte, 0 is false. The store keeps the byte as given, so
-// this is not `bool`, which may hold 0 and 1 alone.
+// this is not `bool`, which holds only 0 or 1.
 using ZQBool = uint8_t;
 
-// The type of a variable. The same codes stand in change notices and in packets.
+// The type of a variable. Change notices and packets use the same codes.
 enum VariableType : uint32_t {
     VariableTypeNone = 0,   // no variable
     VariableTypeBool = 1,   // one byte

@@ -1,13 +1,8 @@
 #!/usr/bin/env bash
 # Fetches the peers that have no package for this compiler into build/peers: scripts/bench-peers.sh
 # Boost 1.81's headers, whose package excludes the default Boost, and simdjson's source. Both from the package mirror.
-set -euo pipefail
-
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-if [[ ${1:-} == --help ]]; then
-  sed -n '2,3s/^# //p' "${BASH_SOURCE[0]}"
-  exit 0
-fi
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+parse_arguments '' "$@"
 peers=$root/build/peers
 mkdir -p "$peers"
 cd "$peers"
@@ -24,9 +19,9 @@ if [[ ! -f simdjson/simdjson.cpp ]]; then
   mkdir -p sources lists
   cat /etc/apt/sources.list.d/*.sources 2>/dev/null | sed 's/^Types:.*/Types: deb-src/' >sources/peers.sources
   sed 's/^deb /deb-src /' /etc/apt/sources.list >sources/peers.list 2>/dev/null || true
-  options=(-qq -o Dir::Etc::sourcelist=/dev/null -o "Dir::Etc::sourceparts=$peers/sources" -o "Dir::State::lists=$peers/lists")
-  apt-get "${options[@]}" update
-  apt-get "${options[@]}" source --download-only simdjson >/dev/null
+  apt_options=(-qq -o Dir::Etc::sourcelist=/dev/null -o "Dir::Etc::sourceparts=$peers/sources" -o "Dir::State::lists=$peers/lists")
+  apt-get "${apt_options[@]}" update
+  apt-get "${apt_options[@]}" source --download-only simdjson >/dev/null
   tar -xf simdjson_*.orig.tar.*
   mkdir -p simdjson
   cp simdjson-*/singleheader/simdjson.{h,cpp} simdjson/

@@ -1,14 +1,9 @@
 #!/usr/bin/env bash
 # Shows the module at work: scripts/demo.sh
-# Installs what is missing, builds, loads the default files, then a folder with a broken file that is repaired, and
-# follows that folder while a file in it is edited three ways.
-set -euo pipefail
-
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-if [[ ${1:-} == --help ]]; then
-  sed -n '2,4s/^# //p' "${BASH_SOURCE[0]}"
-  exit 0
-fi
+# Installs what is missing, builds, loads the default files, then a folder with a truncated file that is replaced, and
+# follows that folder while a file in it is edited in three ways.
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+parse_arguments '' "$@"
 
 "$root/scripts/setup.sh"
 cd "$root"
@@ -36,18 +31,18 @@ mkdir "$data/ZQserver"
 cp defaults/* "$data/ZQserver/"
 head -c 1000 defaults/ZQ2_HmdList.json >"$data/ZQserver/ZQ2_HmdList.json"
 echo
-echo "--- A folder whose headset list ends in the middle: it is refused, replaced by its default copy, loaded again"
-tool show --data "$data" --prefix CL.MERIN5.3.
+echo "--- A folder whose headset list ends in the middle: it is refused, kept under another name, and the default copy is loaded"
+tool show --data "$data" --replace-refused --prefix CL.MERIN5.3.
 cmp defaults/ZQ2_HmdList.json "$data/ZQserver/ZQ2_HmdList.json" && echo "The headset list is whole again."
 
 echo
 echo "--- The folder is followed while the settings file is edited: rewritten, renamed over, broken"
 settings="$data/ZQserver/ZQ2_serverSetting.setting"
 story=$data/story
-tool watch --data "$data" --for 6 | tee "$story" &
+tool watch --data "$data" --replace-refused --for 6 | tee "$story" &
 watcher=$!
 for _ in $(seq 100); do
-  grep -q '^Watching' "$story" 2>/dev/null && break
+  grep -q ' watching ' "$story" 2>/dev/null && break
   sleep 0.1
 done
 sleep 0.3

@@ -1,32 +1,26 @@
 #!/usr/bin/env bash
-# Runs the test programs with their heaps checked, by hand: scripts/heapcheck.sh
-# system_tests: the DLL's memory on guarded pages of its own. tool_tests and core_tests: under Wine's checks of every heap
-# call, in a Wine prefix of their own; each suite in a process of its own, as the checks walk the whole heap each time. What
-# starts or stops threads is left to the guarded pages: Wine's checks do not take the heap's lock. Takes about half an hour.
-set -euo pipefail
-
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-if [[ ${1:-} == --help ]]; then
-  sed -n '2,5s/^# //p' "${BASH_SOURCE[0]}"
-  exit 0
-fi
+# Runs the test programs with their heaps checked, which test.sh leaves out: scripts/heapcheck.sh
+# system_tests: the DLL's memory on guarded pages. tool_tests, core_tests and comfort_tests: under Wine's checks of every heap
+# call, in another Wine prefix; each suite in its own process, because the checks walk the whole heap each time. Tests that
+# start or stop threads run only on guarded pages: Wine's checks do not take the heap's lock. Takes about half an hour.
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+parse_arguments '' "$@"
 "$root/scripts/setup.sh"
 cd "$root"
-cmake --preset release >/dev/null
-cmake --build --preset release
+build release
 wine=$root/scripts/wine-run.sh
 logs=$root/build/logs
 mkdir -p "$logs"
 failed=0
 
-# Not the test that asks whether a packet is a block of the process heap: it is none here.
+# Without the test that a packet is a block of the process heap: on guarded pages it is not.
 echo "guarded pages: system_tests"
 ZQ_GUARDED_HEAP=1 "$wine" build/release/bin/system_tests.exe --gtest_brief=1 \
   --gtest_filter=-Packets.APacketIsAnOrdinaryBlockOfTheProcessHeap | tee "$logs/guarded-heap.log" | tail -n 3
 [[ ${PIPESTATUS[0]} -eq 0 ]] || failed=1
 
 export ZQ_WINEPREFIX=$root/build/wine-heap
-options='HKLM\Software\Microsoft\Windows NT\CurrentVersion\Image File Execution Options'
+registry='HKLM\Software\Microsoft\Windows NT\CurrentVersion\Image File Execution Options'
 
 # checked PROGRAM LOG ARGUMENT...: runs it under Wine's checks; their reports go to the log. Wine looks the program up by
 # the name it is started with.
@@ -36,18 +30,16 @@ checked() {
   (cd build/release/bin && WINEDEBUG=err+heap "$wine" "$program.exe" "$@") >"$log" 2>&1
 }
 
-for program in heap_canary tool_tests core_tests; do
-  "$wine" reg add "$options\\$program.exe" /v GlobalFlag /t REG_DWORD /d 0xf0 /f >/dev/null
+for program in heap_canary tool_tests core_tests comfort_tests; do
+  "$wine" reg add "$registry\\$program.exe" /v GlobalFlag /t REG_DWORD /d 0xf0 /f >/dev/null
 done
 
-# Nothing is shown by checks that are not on.
+# Checks that are not on would find nothing.
 checked heap_canary "$logs/heap-canary.log" || true
-if ! grep -q 'err:heap' "$logs/heap-canary.log"; then
-  echo "heapcheck.sh: Wine does not report a program that writes behind its memory; see $logs/heap-canary.log." >&2
-  exit 1
-fi
+grep -q 'err:heap' "$logs/heap-canary.log" ||
+  fail "Wine does not report a program that writes past the end of its memory; see $logs/heap-canary.log."
 
-for program in tool_tests core_tests; do
+for program in tool_tests core_tests comfort_tests; do
   for suite in $("$wine" "build/release/bin/$program.exe" --gtest_list_tests | tr -d '\r' | grep '^[A-Za-z].*\.$'); do
     # Threads that are terminated; and whole default files, which take the checks many minutes.
     case $suite in ThreadStop. | All/DefaultFiles.) continue ;; esac

@@ -1,15 +1,10 @@
 #!/usr/bin/env bash
-# Plants faults one by one and looks whether the tests catch them: scripts/mutate.sh [PATTERN]
-# The faults stand in tests/mutation/faults.txt; PATTERN, for grep, chooses those whose file and tests match. Works on a
-# copy below build/mutation. Ends with 1 when a fault survives or does not fit the sources any more.
-set -euo pipefail
-
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-if [[ ${1:-} == --help ]]; then
-  sed -n '2,4s/^# //p' "${BASH_SOURCE[0]}"
-  exit 0
-fi
-pattern=${1:-.}
+# Plants faults one by one and checks that the tests catch them: scripts/mutate.sh [PATTERN]
+# tests/mutation/faults.txt lists the faults; PATTERN, for grep, selects those whose file and tests match. Works on a copy in
+# build/mutation. Ends with 1 when a fault survives or no longer fits the sources.
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+parse_arguments '0..1' "$@"
+pattern=${arguments[0]:-.}
 faults=$root/tests/mutation/faults.txt
 work=$root/build/mutation
 tree=$work/tree
@@ -23,11 +18,11 @@ cmake -S "$tree" -B "$work/native" -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/nul
 cmake -S "$tree" -B "$work/windows" -G Ninja -DCMAKE_BUILD_TYPE=Release \
   -DCMAKE_TOOLCHAIN_FILE="$tree/cmake/mingw-w64-x86_64.cmake" >/dev/null
 cmake --build "$work/native" --target portable_tests >/dev/null
-cmake --build "$work/windows" --target core_tests system_tests tool_tests >/dev/null
+cmake --build "$work/windows" --target core_tests system_tests tool_tests comfort_tests >/dev/null
 
 wine() { timeout 120 "$root/scripts/wine-run.sh" "$@"; }
 
-# build_and_test TESTS FILTER: 0 when the tests pass, 1 when they fail or hang, 2 when it does not build.
+# build_and_test TESTS FILTER: 0 when the tests pass, 1 when they fail or hang, 2 when they do not build.
 build_and_test() {
   local quiet=(--gtest_brief=1 --gtest_fail_fast)
   case $1 in
@@ -43,6 +38,10 @@ build_and_test() {
       cmake --build "$work/windows" --target tool_tests >"$work/log" 2>&1 || return 2
       wine "$work/windows/bin/tool_tests.exe" "${quiet[@]}" >"$work/log" 2>&1 || return 1
       ;;
+    comfort)
+      cmake --build "$work/windows" --target comfort_tests >"$work/log" 2>&1 || return 2
+      wine "$work/windows/bin/comfort_tests.exe" "${quiet[@]}" --gtest_filter="$2" >"$work/log" 2>&1 || return 1
+      ;;
     system)
       cmake --build "$work/windows" --target ZQModSettings >"$work/log" 2>&1 || return 2
       wine "$work/windows/bin/system_tests.exe" "${quiet[@]}" --gtest_filter="$2" >"$work/log" 2>&1 || return 1
@@ -50,7 +49,7 @@ build_and_test() {
   esac
 }
 
-# plant FILE TEXT REPLACEMENT: fails unless the text stands there exactly once.
+# plant FILE TEXT REPLACEMENT: fails unless the file has the text exactly once.
 plant() {
   TEXT=$2 REPLACEMENT=$3 awk '
     BEGIN { text = ENVIRON["TEXT"]; replacement = ENVIRON["REPLACEMENT"] }
@@ -95,12 +94,9 @@ try() {
   esac
 }
 
-# Everything passes without a fault, or nothing is shown by one that is caught.
+# A fault that is caught shows nothing unless everything passes without it.
 for tests in portable core tool; do
-  build_and_test $tests '' || {
-    echo "mutate.sh: the $tests tests fail without a fault; see $work/log." >&2
-    exit 1
-  }
+  build_and_test $tests '' || fail "the $tests tests fail without a fault; see $work/log."
 done
 
 while IFS= read -r line; do

@@ -1,22 +1,15 @@
 #!/usr/bin/env bash
-# Builds the package for hosts' authors and users: scripts/package.sh
-# Prints the path of a ZIP with the DLL, zqsettings, headers, import libraries, CMake package, defaults, schemas, guides.
-set -euo pipefail
-
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-if [[ ${1:-} == --help ]]; then
-  sed -n '2,3s/^# //p' "${BASH_SOURCE[0]}"
-  exit 0
-fi
+# Builds the packages for hosts' authors and users: scripts/package.sh
+# Prints their paths: a ZIP with the DLL, zqsettings, symbols, headers, import libraries, CMake package, defaults, schemas and
+# guides; a NuGet package, a vcpkg port and a Conan recipe made of it; the list of parts (SPDX) and the SHA-256 sums.
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+parse_arguments '' "$@"
 
 "$root/scripts/setup.sh"
 cd "$root"
-log=$(mktemp)
-trap 'rm -f "$log"' EXIT
-if ! { cmake --preset release && cmake --build --preset release -j "$(nproc)" &&
-  cpack --config build/release/CPackConfig.cmake -B build/package; } >"$log" 2>&1; then
-  tail -n 40 "$log" >&2
-  echo "package.sh: the package could not be built; the last lines stand above." >&2
-  exit 1
-fi
-ls -1 "$root"/build/package/*.zip
+# Steps go to the error output: the output has only the paths.
+echo "$script: building" >&2
+build release --target zq_package_files
+echo "$script: packing" >&2
+quietly build/logs/package.log "the packages cannot be made" packaging/make_packages.py build/release build/package
+ls -1 "$root"/build/package/*

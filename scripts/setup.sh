@@ -1,43 +1,32 @@
 #!/usr/bin/env bash
-# Installs what the project needs on Debian 12, as far as it is missing: scripts/setup.sh [--benchmarks] [--coverage]
+# Installs what the project needs on Debian 12 and this machine lacks: scripts/setup.sh [--benchmarks] [--coverage]
 #   --benchmarks   also the libraries that the benchmarks compare with
 #   --coverage     also what counts covered lines
 # Needs root and a package mirror only when something is missing.
-set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+parse_arguments '--benchmarks --coverage' "$@"
 
 packages=(
   # Cross-compiler, build, and what runs the result.
   g++-mingw-w64-x86-64-posix cmake ninja-build ccache wine64
-  # The portable rooms on Linux, under the sanitizers.
+  # The components with threads on Linux, under ThreadSanitizer.
   g++
   # Libraries: tests, the save path, the tool's command line.
   googletest rapidjson-dev libcli11-dev
-  # The test hosts for the Microsoft ABI, the fuzz targets, the format check and the static analysis.
+  # The portable components and fuzz targets on Linux, hosts for the Microsoft ABI, the format check, static analysis.
   clang-14 lld-14 libclang-rt-14-dev clang-format-14 clang-tidy-14
+  # The header of typed keys, the packages and their tests; the packet readers in Python, TypeScript and C#.
+  python3 nodejs node-typescript mono-mcs mono-runtime
+  # Symbols for Windows in the release, and what reads them back.
+  llvm-14 perl
 )
-benchmark_packages=(nlohmann-json3-dev libmsgpack-cxx-dev libcereal-dev robin-map-dev
+benchmark_packages=(python3 nlohmann-json3-dev libmsgpack-cxx-dev libcereal-dev robin-map-dev
   gnuplot-nox)
 
-fail() {
-  echo "setup.sh: $1" >&2
-  exit 1
-}
+[[ -z ${options[--coverage]:-} ]] || packages+=(gcovr)
+[[ -z ${options[--benchmarks]:-} ]] || packages+=("${benchmark_packages[@]}")
 
-for argument in "$@"; do
-  case $argument in
-    --help)
-      sed -n '2,5s/^# //p' "${BASH_SOURCE[0]}"
-      exit 0
-      ;;
-    --coverage) packages+=(gcovr) ;;
-    --benchmarks) packages+=("${benchmark_packages[@]}") ;;
-    *) fail "unknown argument $argument; --help tells more." ;;
-  esac
-done
-
-if ! command -v apt-get >/dev/null; then
-  fail "this machine has no apt; install by hand: ${packages[*]}."
-fi
+command -v apt-get >/dev/null || fail "this machine has no apt; install by hand: ${packages[*]}."
 
 installed=$(dpkg-query --show --showformat='${Package} ${db:Status-Status}\n' "${packages[@]}" 2>/dev/null |
   sed -n 's/ installed$//p' || true)
@@ -54,14 +43,14 @@ echo "setup.sh: installing ${missing[*]}"
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 export DEBIAN_FRONTEND=noninteractive
-# Known packages may still install from a list that could not be renewed.
-apt-get update -qq >"$log" 2>&1 || echo "setup.sh: the package lists could not be renewed; going on with those at hand" >&2
+# Packages that are known already can be installed without new lists.
+apt-get update -qq >"$log" 2>&1 || echo "setup.sh: the package lists could not be updated; using the present ones" >&2
 for package in "${missing[@]}"; do
   apt-cache show "$package" >/dev/null 2>&1 ||
     fail "the package $package is not known to apt here; the project is built on Debian 12 with its main archive."
 done
 if ! apt-get install -qq -y --no-install-recommends "${missing[@]}" >"$log" 2>&1; then
   tail -n 20 "$log" >&2
-  fail "apt-get could not install ${missing[*]}; its last words stand above."
+  fail "apt-get could not install ${missing[*]}; its last lines are above."
 fi
 echo "setup.sh: installed"

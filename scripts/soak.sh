@@ -1,23 +1,21 @@
 #!/usr/bin/env bash
-# Runs the long forms of the tests, by hand: scripts/soak.sh [release|debug] [GTEST_FILTER]
-# Some minutes: hundreds of edits by a second process, lifecycles, stops, saves and changes under load; and behind them
-# everything at once for an hour, or for as many seconds as ZQ_SOAK_SECONDS says.
-set -euo pipefail
-
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-if [[ ${1:-} == --help ]]; then
-  sed -n '2,4s/^# //p' "${BASH_SOURCE[0]}"
-  exit 0
-fi
-preset=${1:-release}
-filter=${2:-*}
+# Runs the long forms of the tests, which test.sh leaves out: scripts/soak.sh [release|debug] [GTEST_FILTER]
+# Some minutes: hundreds of edits by a second process, lifecycles, stops, saves and changes under load; then
+# everything together for an hour, or for as many seconds as ZQ_SOAK_SECONDS says. Ends with two builds of the committed state
+# that must give the same bytes; none with a filter.
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+parse_arguments '0..2' "$@"
+preset=${arguments[0]:-release}
+filter=${arguments[1]:-*}
 
 "$root/scripts/setup.sh"
 cd "$root"
-cmake --preset "$preset" >/dev/null
-cmake --build --preset "$preset"
+build "$preset"
 export ZQ_TEST_LONG=1
 export ZQ_SOAK_SECONDS=${ZQ_SOAK_SECONDS:-3600}
 for program in core_tests system_tests; do
   scripts/wine-run.sh "build/$preset/bin/$program.exe" --gtest_brief=1 --gtest_filter="$filter"
 done
+if [[ $filter == "*" ]]; then
+  scripts/reproducible.sh
+fi

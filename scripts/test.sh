@@ -1,43 +1,127 @@
 #!/usr/bin/env bash
 # Builds and tests everything: scripts/test.sh
-# Installs what is missing; builds and runs the presets release, debug (both under Wine), native and threads (sanitizers);
-# runs the fuzz targets over their corpus and a little beyond; checks the format; analyses changed sources. Ends with 1 at
-# the first step that fails and shows its output.
-set -euo pipefail
-
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-if [[ ${1:-} == --help ]]; then
-  sed -n '2,5s/^# //p' "${BASH_SOURCE[0]}"
-  exit 0
-fi
+# Installs what is missing; builds the presets release, debug, native and threads one after the other, and meanwhile tests
+# those that are built (release and debug under Wine, the others with sanitizers) and runs the fuzz targets; checks the
+# format; analyses changed sources. Ends with 1 at the first step that fails and shows its output.
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+parse_arguments '' "$@"
 
 "$root/scripts/setup.sh"
 cd "$root"
 logs=build/logs
-mkdir -p "$logs"
+states=$logs/states
+rm -rf "$states"
+mkdir -p "$states"
+: >"$states/steps"
+processors=$(nproc)
 
-# step NAME COMMAND...: its output goes to a file, and to the console when it fails.
+# step NAME COMMAND...: its output goes to a file. The state of a step, a file of its name, is "running", "ok" or "failed".
 step() {
-  local name=$1 log=$logs/$1.log start=$SECONDS
+  local name=$1 start=$SECONDS
   shift
-  printf '%-19s' "$name"
-  if "$@" >"$log" 2>&1 </dev/null; then
-    printf 'ok %4d s\n' $((SECONDS - start))
+  echo running >"$states/$name"
+  if "$@" >"$logs/$name.log" 2>&1 </dev/null; then
+    echo ok >"$states/$name"
+    printf '%-17s ok %4d s\n' "$name" $((SECONDS - start)) >>"$states/steps"
   else
-    printf 'FAILED\n'
-    tail -n 80 "$log"
-    echo "test.sh: $name failed; $log holds all of its output." >&2
+    echo failed >"$states/$name"
     exit 1
   fi
 }
 
-step wine-prefix scripts/wine-run.sh cmd /c exit
-for preset in release debug native threads; do
-  step "$preset-configure" cmake --preset "$preset"
-  step "$preset-build" cmake --build --preset "$preset" -j "$(nproc)"
-  step "$preset-test" ctest --preset "$preset"
+configure_and_build() {
+  cmake --preset "$1" && cmake --build --preset "$1" -j "$processors"
+}
+
+# after STEP: waits for the end of a step of the other lane.
+after() {
+  until [[ -s $states/$1 && $(<"$states/$1") == ok ]]; do
+    sleep 0.2
+  done
+}
+
+# Compiling keeps the processors busy; tests under Wine mostly wait. So the two run side by side.
+build_lane() {
+  step format scripts/format.sh --check
+  for preset in release native threads debug; do
+    step "$preset-build" configure_and_build "$preset"
+  done
+  step tidy scripts/tidy.sh
+}
+
+test_lane() {
+  step wine-prefix scripts/wine-run.sh cmd /c exit
+  for preset in release native threads debug; do
+    after "$preset-build"
+    step "$preset-test" ctest --preset "$preset" -j $((2 * processors))
+    if [[ $preset == native ]]; then
+      step fuzz scripts/fuzz.sh --runs 3000
+    fi
+  done
+}
+
+# The steps that are running, each with the last count of its output: 12/340 of a build, 3/15 of its tests.
+running_steps() {
+  local file name count line=
+  for file in "$states"/*; do
+    name=${file##*/}
+    [[ $name != steps && $(<"$file") == running ]] || continue
+    count=$(tail -c 2000 "$logs/$name.log" 2>/dev/null | grep -oE '^ *\[?[0-9]+/[0-9]+' | tail -n 1 | tr -d ' [' || true)
+    line+="${line:+, }$name${count:+ $count}"
+  done
+  echo "$line"
+}
+
+# Prints the steps that have ended since the last call; on a terminal also a line that is overwritten by the next one,
+# elsewhere one every half minute.
+shown=0
+last_report=0
+show_progress() {
+  local ended
+  ended=$(tail -n +$((shown + 1)) "$states/steps")
+  if [[ -n $ended ]]; then
+    [[ -t 1 ]] && printf '\r\e[K'
+    printf '%s\n' "$ended"
+    shown=$((shown + $(wc -l <<<"$ended")))
+  fi
+  if [[ -t 1 ]]; then
+    printf '\r\e[K%.*s' "$((${COLUMNS:-80} - 1))" "$SECONDS s: $(running_steps)"
+  elif [[ $((SECONDS - last_report)) -ge 30 ]]; then
+    last_report=$SECONDS
+    echo "  after $SECONDS s: $(running_steps)"
+  fi
+}
+
+stop_lanes() {
+  kill -- "-$build_pid" "-$test_pid" 2>/dev/null || true
+}
+
+# Each lane has a process group of its own, which ends as a whole.
+set -m
+build_lane &
+build_pid=$!
+test_lane &
+test_pid=$!
+set +m
+trap stop_lanes EXIT
+
+# The name of a step that has failed, if there is one.
+failed_step() {
+  grep -lx failed "$states"/* | head -n 1 | sed 's|.*/||' || true
+}
+
+while [[ -z $(failed_step) ]] && { kill -0 "$build_pid" || kill -0 "$test_pid"; } 2>/dev/null; do
+  show_progress
+  sleep 0.5
 done
-step fuzz scripts/fuzz.sh --runs 3000
-step format scripts/format.sh --check
-step tidy scripts/tidy.sh
+show_progress
+[[ -t 1 ]] && printf '\r\e[K'
+
+name=$(failed_step)
+if [[ -n $name ]]; then
+  printf '%-17s FAILED\n' "$name"
+  tail -n 80 "$logs/$name.log"
+  fail "$name failed; $logs/$name.log has all of its output."
+fi
+wait "$build_pid" "$test_pid" || fail "a lane ended early; $logs has the output of each step."
 echo "All passed in $SECONDS s."

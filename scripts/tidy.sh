@@ -1,62 +1,68 @@
 #!/usr/bin/env bash
 # Analyses the sources of src/ and tools/ with clang-tidy: scripts/tidy.sh [--all]
 #   --all   also those that have not changed since they were found clean
-# Needs a release build: its record of what each source includes decides what has changed.
-set -euo pipefail
-
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-if [[ ${1:-} == --help ]]; then
-  sed -n '2,4s/^# //p' "${BASH_SOURCE[0]}"
-  exit 0
-fi
+# What was found clean is remembered in the user's cache folder, so that it survives a new clone. Needs a release build:
+# its record of what each source includes decides what has changed.
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+parse_arguments '--all' "$@"
 
 cd "$root"
-stamps=build/tidy
-mkdir -p "$stamps"
-[[ ${1:-} == --all ]] && rm -f "$stamps"/*
-if [[ ! -f build/release/build.ninja ]]; then
-  echo "tidy.sh: there is no release build; run: cmake --preset release && cmake --build --preset release." >&2
-  exit 1
-fi
+clean=${XDG_CACHE_HOME:-$HOME/.cache}/zqmodsettings/tidy
+mkdir -p "$clean" build/tidy
+[[ -f build/release/build.ninja ]] ||
+  fail "there is no release build; run: cmake --preset release && cmake --build --preset release."
 
 # A line for each source: the source, then the project's headers that it includes.
 sources_with_headers() {
   ninja -C build/release -t deps | awk -v root="$root/" '
-    function flush() { if (source ~ /^(src|tools)\//) print source headers; source = ""; headers = "" }
+    function flush() { if (source ~ /^(src|tools)\/.*\.cpp$/) print source headers; source = ""; headers = "" }
     /^[^ ]/ { flush(); next }
     /^ / {
       path = $1
       sub(/^\.\.\/\.\.\//, "", path)
       if (index(path, root) == 1) path = substr(path, length(root) + 1)
       sub(/^components\/[^\/]*\//, "src/", path)
-      if (source == "") source = path
-      else if (path ~ /^(include|src|tools)\//) headers = headers " " path
+      if (path ~ /\.cpp$/) source = path
+      else if (path ~ /^(include|src|tools|tests)\//) headers = headers " " path
     }
     END { flush() }' | sort -u
 }
 
-gcc=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-libgcc-file-name)")
+library=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-libgcc-file-name)")/include/c++
+compiler_arguments=(-std=c++20 --target=x86_64-w64-mingw32 -Wall -Wextra
+  -isystem "$library" -isystem "$library/x86_64-w64-mingw32" -isystem "$library/backward"
+  -isystem build/release/deps -isystem /usr/src/googletest/googletest/include
+  -Iinclude -Isrc -Itools/zqsettings -Itests
+  -DUNICODE -D_UNICODE -DWIN32_LEAN_AND_MEAN -DNOMINMAX -D_WIN32_WINNT=0x0A00 '-DZQ_VERSION=""' '-DZQ_SOURCE_DIR=""')
+
+# analyse COUNT SOURCE MARK COMPILER_ARGUMENT...
 analyse() {
-  local source=$1 stamp=$2
-  local library=$gcc/include/c++
-  if clang-tidy-14 --quiet "$source" -- -std=c++20 --target=x86_64-w64-mingw32 -Wall -Wextra \
-    -isystem "$library" -isystem "$library/x86_64-w64-mingw32" -isystem "$library/backward" \
-    -isystem build/release/deps -Iinclude -Isrc -Itools/zqsettings \
-    -DUNICODE -D_UNICODE -DWIN32_LEAN_AND_MEAN -DNOMINMAX -D_WIN32_WINNT=0x0A00 -DZQ_VERSION='""' 2>/dev/null; then
-    touch "$stamp"
+  local count=$1 source=$2 mark=$3 log
+  shift 3
+  log=build/tidy/${source//\//-}.log
+  echo "[$count] $source"
+  if clang-tidy-14 --quiet "$source" -- "$@" >"$log" 2>&1; then
+    touch "$mark"
   else
+    # Not the count of what was found in other people's headers.
+    grep -v '^[0-9]* warnings\? generated\.$' "$log" >&2
     echo "tidy.sh: $source is not clean" >&2
     return 1
   fi
 }
 export -f analyse
-export gcc
 
-# The stamp's name holds all that the result depends on, so a changed source or header has none.
-sources_with_headers | while read -r source headers; do
+# The mark's name holds all that the result depends on, so a changed source or header has none.
+changed=()
+while read -r source headers; do
   [[ -f $source ]] || continue
+  configurations=(.clang-tidy)
   # shellcheck disable=SC2086
-  hash=$(cat .clang-tidy scripts/tidy.sh "$source" $headers | sha256sum | cut -c1-32)
-  stamp=$stamps/$hash
-  [[ -f $stamp ]] || printf '%s\0%s\0' "$source" "$stamp"
-done | xargs -0 -r -n 2 -P "$(nproc)" bash -c 'analyse "$@"' analyse
+  hash=$( (printf '%s\n' "$source" "${compiler_arguments[@]}" && cat "${configurations[@]}" "$source" $headers) | sha256sum | cut -c1-32)
+  [[ -f $clean/$hash && -z ${options[--all]:-} ]] || changed+=("$source" "$clean/$hash")
+done < <(sources_with_headers)
+
+total=$((${#changed[@]} / 2))
+for ((i = 0; i < total; i++)); do
+  printf '%s\0' "$((i + 1))/$total" "${changed[@]:2 * i:2}" "${compiler_arguments[@]}"
+done | xargs -0 -r -n $((3 + ${#compiler_arguments[@]})) -P "$(nproc)" bash -c 'analyse "$@"' analyse

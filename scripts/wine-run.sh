@@ -1,9 +1,7 @@
 #!/usr/bin/env bash
 # Runs a Windows program under the project's own Wine prefix: scripts/wine-run.sh PROGRAM.exe [ARGUMENT...]
 # The first call makes the prefix and starts one server that stays, so that later starts are fast.
-set -euo pipefail
-
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 export WINEPREFIX=${ZQ_WINEPREFIX:-$root/build/wine}
 export WINEDEBUG=${WINEDEBUG:--all}
 # Without the debugger: a program that crashed under it ends with exit code 0.
@@ -11,14 +9,11 @@ export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-winemenubuilder.exe=d;mscoree=d;msht
 wine=/usr/lib/wine/wine64
 server=/usr/lib/wine/wineserver64
 
-if [[ ${1:-} == --help || $# -eq 0 ]]; then
-  sed -n '2,3s/^# //p' "${BASH_SOURCE[0]}"
-  exit 0
-fi
-if [[ ! -x $wine ]]; then
-  echo "wine-run.sh: $wine is missing; run scripts/setup.sh, which installs it." >&2
-  exit 127
-fi
+[[ $# -gt 0 ]] || fail "a program is missing; see $script --help." 2
+# Only a leading option is for this script: all else is the program's.
+case $1 in -*) parse_arguments '' "$1" ;; esac
+[[ -x $wine ]] || fail "$wine is missing; run scripts/setup.sh, which installs it." 127
+
 if [[ ! -f $WINEPREFIX/.ready ]]; then
   mkdir -p "$WINEPREFIX"
   # Two programs started at once must not both make the prefix.

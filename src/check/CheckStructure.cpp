@@ -1,25 +1,15 @@
 #include "check/Checks.h"
 #include "check/NearestName.h"
 #include "check/Quote.h"
+#include "check/SchemaRule.h"
 
 #include <algorithm>
 #include <map>
+#include <optional>
 
 namespace zq {
 
 namespace {
-
-void CheckCommas(const DocumentMap& document, Problems& problems) {
-    for (const int32_t place : document.MissingCommas()) {
-        AddWarning(problems, "missing-comma", place, place + 1, "a comma is missing in front of this",
-                   "write one: the module does without, other JSON readers do not");
-    }
-    for (const int32_t place : document.TrailingCommas()) {
-        AddWarning(problems, "trailing-comma", place, place + 1,
-                   "a comma stands in front of the closing bracket",
-                   "take it away; other JSON readers refuse it");
-    }
-}
 
 using NodesByKey = std::map<std::wstring_view, const DocumentNode*>;
 
@@ -32,8 +22,8 @@ NodesByKey LastMembers(const DocumentMap& document, const DocumentNode& object) 
     return last;
 }
 
-void CheckDuplicates(const SourceText& source, const DocumentMap& document, const DocumentNode& object,
-                     Problems& problems) {
+void CheckDuplicatesOf(const SourceText& source, const DocumentMap& document, const DocumentNode& object,
+                       Problems& problems) {
     const NodesByKey last = LastMembers(document, object);
     if (last.size() == object.children.size()) {
         return;
@@ -42,11 +32,11 @@ void CheckDuplicates(const SourceText& source, const DocumentMap& document, cons
         const DocumentNode& member = document.Nodes()[static_cast<size_t>(child)];
         const DocumentNode& winner = *last.at(member.key);
         if (&winner != &member) {
-            const TextPosition place = source.PositionOf(winner.keyBegin);
             AddWarning(problems, "duplicate-key", member.keyBegin, member.keyEnd,
-                       Quoted(member.key) + " comes again in line " + std::to_string(place.line) +
+                       Quoted(member.key) + " is there again in line " +
+                           std::to_string(source.PositionOf(winner.keyBegin).line) +
                            ", and only the last one counts",
-                       "take one of them away");
+                       "remove one of them");
         }
     }
 }
@@ -58,14 +48,14 @@ public:
 
     // Null where no known key is near.
     const std::wstring* Of(std::wstring_view key) {
-        const auto [place, isNew] = m_meant.try_emplace(key, nullptr);
+        const auto [entry, isNew] = m_meant.try_emplace(key, nullptr);
         if (isNew && !key.empty() && !m_known.contains(key)) {
             const auto meant =
                 std::find_if(m_known.begin(), m_known.end(),
                              [key](const std::wstring& candidate) { return IsMistyped(key, candidate); });
-            place->second = meant == m_known.end() ? nullptr : &*meant;
+            entry->second = meant == m_known.end() ? nullptr : &*meant;
         }
-        return place->second;
+        return entry->second;
     }
 
 private:
@@ -79,24 +69,85 @@ bool HasMember(const DocumentMap& document, const DocumentNode& object, std::wst
     });
 }
 
+bool IsContainer(JsonKind kind) { return kind == JsonKind::Array || kind == JsonKind::Object; }
+
+// The schema's sentence as advice: without the capital and the full stop.
+std::string AdviceOf(const SchemaRule& rule) {
+    std::string advice = Utf8(rule.Description());
+    if (advice.empty()) {
+        return "remove it, or correct its name";
+    }
+    advice.front() = advice.front() == 'T' ? 't' : advice.front() == 'I' ? 'i' : advice.front();
+    advice.pop_back();
+    return advice;
+}
+
+// A group or list in the place of a value, or the other way round. Values of the wrong type are not looked at
+// here: what they become says more.
+void CheckKind(const SchemaRule& rule, const DocumentNode& node, Problems& problems) {
+    const bool wantsContainer = rule.Allows(JsonKind::Object) || rule.Allows(JsonKind::Array);
+    const bool wantsScalar =
+        rule.Allows(JsonKind::String) || rule.Allows(JsonKind::Integer) || rule.Allows(JsonKind::Bool);
+    if (rule.Allows(node.kind) || node.kind == JsonKind::Null || !node.HasKey() ||
+        (!IsContainer(node.kind) && wantsScalar) || (node.kind == JsonKind::Array && !wantsContainer)) {
+        return;
+    }
+    AddWarning(problems, "wrong-type", node.begin, IsContainer(node.kind) ? node.begin + 1 : node.end,
+               Quoted(node.key) + " is " + KindText(node.kind) + ", but " +
+                   (rule.TypeText() == "string" ? "a text" : "an " + rule.TypeText()) + " is expected",
+               rule.Allows(JsonKind::Array) ? "put its values into \"[\" and \"]\"" : "");
+}
+
+void CheckEmpty(const SchemaRule& rule, const DocumentNode& node, Problems& problems) {
+    constexpr int32_t kQuotes = 2;
+    if (rule.WantsText() && node.kind == JsonKind::String && node.end - node.begin == kQuotes) {
+        AddWarning(problems, "empty-name", node.begin, node.end,
+                   Quoted(node.key) + " is empty: the server finds nothing of this headset",
+                   "write the headset's name");
+    }
+}
+
 } // namespace
 
-void CheckStructure(const SourceText& source, const DocumentMap& document, Problems& problems) {
-    CheckCommas(document, problems);
+void CheckDuplicates(const SourceText& source, const DocumentMap& document, Problems& problems) {
     for (const DocumentNode& node : document.Nodes()) {
         if (node.kind == JsonKind::Object) {
-            CheckDuplicates(source, document, node, problems);
+            CheckDuplicatesOf(source, document, node, problems);
         }
     }
 }
 
-void CheckSpelling(const DocumentMap& document, const KnownKeys& known, Problems& problems) {
-    Meanings meanings(known);
+void CheckSpelling(const DocumentMap& document, const DefaultFile& defaults, Problems& problems) {
+    Meanings meanings(defaults.keys);
     for (const DocumentNode& node : document.Nodes()) {
         const std::wstring* const meant = node.HasKey() ? meanings.Of(node.key) : nullptr;
         if (meant && !HasMember(document, document.Nodes()[static_cast<size_t>(node.parent)], *meant)) {
             AddWarning(problems, "misspelt", node.keyBegin, node.keyEnd,
-                       Quoted(node.key) + " is no known name", "did you mean " + Quoted(*meant) + "?");
+                       Quoted(node.key) + " is not a known name", "did you mean " + Quoted(*meant) + "?");
+        }
+    }
+}
+
+void CheckMembers(ConfigFile file, const DocumentMap& document, Problems& problems) {
+    std::vector<std::optional<SchemaRule>> rules;
+    rules.reserve(document.Nodes().size());
+    for (const DocumentNode& node : document.Nodes()) {
+        if (node.parent == DocumentNode::kNone) {
+            rules.emplace_back(SchemaRule::Of(file));
+            continue;
+        }
+        const std::optional<SchemaRule> parent = rules[static_cast<size_t>(node.parent)];
+        const bool isNamed = parent && node.HasKey() && parent->Names(node.key);
+        rules.push_back(!parent         ? std::nullopt
+                        : node.HasKey() ? parent->Member(node.key)
+                                        : parent->Element());
+        if (parent && node.HasKey() && !node.key.empty() && parent->Forbids(node.key)) {
+            AddWarning(problems, "not-read", node.keyBegin, node.keyEnd,
+                       Quoted(node.key) + " does not belong here",
+                       rules.back() ? AdviceOf(*rules.back()) : "remove it, or correct its name");
+        } else if (isNamed) {
+            CheckKind(*rules.back(), node, problems);
+            CheckEmpty(*rules.back(), node, problems);
         }
     }
 }

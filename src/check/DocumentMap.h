@@ -1,9 +1,10 @@
-// Where everything of a document stands: the tokens as the reader came across them, and the way from the
-// nodes of its tree back to them.
+// Where everything of a document is: the tokens as the reader met them, and the way from the nodes of its
+// tree back to them.
 //
 // Portable.
 #pragma once
 
+#include "check/TextEdit.h"
 #include "config/json/JsonTrace.h"
 
 #include <cstdint>
@@ -16,7 +17,7 @@
 
 namespace zq {
 
-// One value of the document, a member whose key comes once more included. Places are units of the text.
+// One value of the document; a member whose key comes again later is one too. Offsets are units of the text.
 struct DocumentNode {
     static constexpr int32_t kNone = -1;
 
@@ -30,14 +31,9 @@ struct DocumentNode {
     std::vector<int32_t> children; // in document order
 
     bool HasKey() const { return keyBegin != kNone; }
-    // A member is found by its key, everything else by itself.
-    int32_t Place() const { return HasKey() ? keyBegin : begin; }
-    int32_t PlaceEnd() const { return HasKey() ? keyEnd : end; }
-};
-
-struct DocumentFault {
-    int32_t place;
-    JsonFault fault;
+    // A member is shown at its key, everything else at itself.
+    int32_t Offset() const { return HasKey() ? keyBegin : begin; }
+    int32_t OffsetEnd() const { return HasKey() ? keyEnd : end; }
 };
 
 class DocumentMap final : public JsonTrace {
@@ -49,24 +45,23 @@ public:
     const std::vector<DocumentNode>& Nodes() const { return m_nodes; } // parents before children
     const std::vector<int32_t>& MissingCommas() const { return m_missingCommas; }
     const std::vector<int32_t>& TrailingCommas() const { return m_trailingCommas; }
-    const std::optional<DocumentFault>& Fault() const { return m_fault; }
-    // The innermost container that was open at the fault.
-    int32_t OpenAtFault() const { return m_open.empty() ? DocumentNode::kNone : m_open.back(); }
+    // The offset at which the text could not be read further.
+    const std::optional<int32_t>& Fault() const { return m_fault; }
 
-    // The name, in its key fields, behind which the text went wrong before a value began.
-    const DocumentNode& UnfinishedName() const { return m_pendingKey; }
+    // Of a text that was edited before it was read: makes all offsets those of the original.
+    void MapOffsets(const EditedText& edited);
 
     // The node that a value of the tree was read from. Of keys that come more than once, the last.
     const DocumentNode& NodeOf(const JsonValue& value) const;
 
 private:
-    void OnOpen(int32_t place, bool isObject) override;
+    void OnOpen(int32_t offset, bool isObject) override;
     void OnClose(int32_t end) override;
-    void OnKey(int32_t place, int32_t end, std::wstring_view key) override;
-    void OnScalar(int32_t place, int32_t end, const JsonValue& value) override;
-    void OnMissingComma(int32_t place) override { m_missingCommas.push_back(place); }
-    void OnTrailingComma(int32_t place) override { m_trailingCommas.push_back(place); }
-    void OnFault(int32_t place, JsonFault fault) override { m_fault = {place, fault}; }
+    void OnKey(int32_t offset, int32_t end, std::wstring_view key) override;
+    void OnScalar(int32_t offset, int32_t end, const JsonValue& value) override;
+    void OnMissingComma(int32_t offset) override { m_missingCommas.push_back(offset); }
+    void OnTrailingComma(int32_t offset) override { m_trailingCommas.push_back(offset); }
+    void OnFault(int32_t offset, JsonFault) override { m_fault = offset; }
 
     int32_t Add(JsonKind kind, int32_t begin, int32_t end);
     void Link(const JsonValue& root);
@@ -79,7 +74,7 @@ private:
     std::vector<int32_t> m_open;
     std::vector<int32_t> m_missingCommas;
     std::vector<int32_t> m_trailingCommas;
-    std::optional<DocumentFault> m_fault;
+    std::optional<int32_t> m_fault;
     DocumentNode m_pendingKey; // its key fields only, for the next node
     std::unordered_map<const JsonValue*, int32_t> m_nodeOf;
     int32_t m_result = 0;

@@ -1,4 +1,4 @@
-// What flattening a document leaves to say: the place of each variable, what gave none and why, and which
+// What flattening a document shows: the location of each variable, what gave none and why, and which
 // variables were written over.
 //
 // Portable.
@@ -7,6 +7,7 @@
 #include "check/DocumentMap.h"
 #include "check/Problem.h"
 #include "check/SourceText.h"
+#include "config/ConfigText.h"
 #include "config/FlattenTrace.h"
 #include "variables/VariableBatch.h"
 
@@ -22,12 +23,13 @@ public:
                  Problems& problems)
         : m_source(source), m_document(document), m_batch(batch), m_problems(problems) {}
 
-    // Behind the flattening. They point into the batch and the document.
+    // After the flattening. They point into the batch and the document.
     std::vector<PlacedVariable> TakeVariables();
 
 private:
     void OnAdded(const JsonValue& value) override;
     void OnSkipped(const JsonValue& value, Skipped reason) override;
+    bool ReportWrongNumber(const DocumentNode& response);
 
     const SourceText& m_source;
     const DocumentMap& m_document;
@@ -36,8 +38,9 @@ private:
     std::vector<const DocumentNode*> m_origins; // by entry of the batch
 };
 
-// Variables that a later place of the same file writes over.
-void CheckOverwritten(const SourceText& source, const std::vector<PlacedVariable>& variables,
-                      Problems& problems);
+// Variables that a later part of the same file writes over. Where one element of a list takes the place of
+// another, that is one problem.
+void CheckOverwritten(ConfigFile file, const SourceText& source, const DocumentMap& document,
+                      const std::vector<PlacedVariable>& variables, Problems& problems);
 
 } // namespace zq

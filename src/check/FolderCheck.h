@@ -1,4 +1,4 @@
-// What only shows when the files of one folder are looked at together.
+// What only shows when the files of one folder are checked together.
 //
 // Portable.
 #pragma once
@@ -9,8 +9,9 @@
 
 namespace zq {
 
-// Warns, at the place that loses, of each variable that two of the files set. The files are those of one
-// folder, in the order in which the module loads them.
+// Warns of each variable that two of the files set, at the one that is lost, and of names of headsets that
+// the other files do not have. The files are those of one folder, in the order in which the module loads
+// them.
 void CheckAcrossFiles(std::span<FileCheck* const> files);
 
 } // namespace zq

@@ -16,8 +16,8 @@ std::optional<LastWriters::Writer> LastWriters::Write(const PlacedVariable& vari
 
 std::optional<LastWriters::Writer> LastWriters::WriteInto(Kind map, std::wstring_view name,
                                                           const Writer& writer) {
-    const auto [place, isNew] = m_last.try_emplace({name, map}, writer);
-    const Writer earlier = std::exchange(place->second, writer);
+    const auto [last, isNew] = m_last.try_emplace({name, map}, writer);
+    const Writer earlier = std::exchange(last->second, writer);
     return isNew || earlier == writer ? std::nullopt : std::optional(earlier);
 }
 

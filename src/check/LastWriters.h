@@ -1,4 +1,4 @@
-// Which place wrote each variable last, while variables are gone through in the order of their writing.
+// Which member wrote each variable last, while variables are visited in the order of their writing.
 //
 // Portable. Names are those of the batches' entries, which must outlive this.
 #pragma once

@@ -11,11 +11,11 @@
 namespace zq {
 
 // How many letters have to be added, dropped, changed or swapped with their neighbour to make `b` of `a`;
-// letters that differ in case alone count for nothing. More than `limit` is told as limit + 1.
+// letters that differ only in case do not count. More than `limit` is returned as limit + 1.
 size_t EditDistance(std::wstring_view a, std::wstring_view b, size_t limit);
 
 // Whether `name` looks like `known` mistyped: it differs, by case or by few letters for its length, but not
-// in digits alone, which number things.
+// only in digits, which number things.
 bool IsMistyped(std::wstring_view name, std::wstring_view known);
 
 // The names nearest to `name`, best first, at most `count` of those that are near at all: those that few

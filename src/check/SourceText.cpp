@@ -14,22 +14,25 @@ struct Mark {
     Encoding encoding;
 };
 
-constexpr std::array<Mark, 3> kMarks = {{
+// A mark of UTF-32 begins like one of UTF-16.
+constexpr std::array<Mark, 5> kMarks = {{
+    {std::string_view("\xFF\xFE\0\0", 4), Encoding::Utf32Little},
+    {std::string_view("\0\0\xFE\xFF", 4), Encoding::Utf32Big},
     {"\xEF\xBB\xBF", Encoding::MarkedUtf8},
     {"\xFF\xFE", Encoding::Utf16Little},
     {"\xFE\xFF", Encoding::Utf16Big},
 }};
 
-uint8_t ByteAt(std::string_view bytes, size_t place) { return static_cast<uint8_t>(bytes[place]); }
+uint8_t ByteAt(std::string_view bytes, size_t offset) { return static_cast<uint8_t>(bytes[offset]); }
 
 bool IsAscii(std::string_view bytes) {
     return std::all_of(bytes.begin(), bytes.end(),
                        [](char byte) { return static_cast<uint8_t>(byte) < 0x80; });
 }
 
-// The length of the well-formed UTF-8 sequence at a place, or 0.
-size_t Utf8SequenceAt(std::string_view bytes, size_t place) {
-    const uint8_t lead = ByteAt(bytes, place);
+// The length of the well-formed UTF-8 sequence at a offset, or 0.
+size_t Utf8SequenceAt(std::string_view bytes, size_t offset) {
+    const uint8_t lead = ByteAt(bytes, offset);
     if (lead < 0x80) {
         return 1;
     }
@@ -37,36 +40,37 @@ size_t Utf8SequenceAt(std::string_view bytes, size_t place) {
                           : (lead & 0xF0) == 0xE0       ? 3
                           : lead >= 0xF0 && lead < 0xF5 ? 4
                                                         : 0;
-    if (length == 0 || length > bytes.size() - place) {
+    if (length == 0 || length > bytes.size() - offset) {
         return 0;
     }
     for (size_t i = 1; i < length; ++i) {
-        if ((ByteAt(bytes, place + i) & 0xC0) != 0x80) {
+        if ((ByteAt(bytes, offset + i) & 0xC0) != 0x80) {
             return 0;
         }
     }
-    const uint8_t second = ByteAt(bytes, place + 1);
+    const uint8_t second = ByteAt(bytes, offset + 1);
     const bool isOverlong = (lead == 0xE0 && second < 0xA0) || (lead == 0xF0 && second < 0x90);
     const bool isOutside = (lead == 0xED && second >= 0xA0) || (lead == 0xF4 && second >= 0x90);
     return isOverlong || isOutside ? 0 : length;
 }
 
 bool IsUtf8(std::string_view bytes) {
-    for (size_t place = 0; place < bytes.size();) {
-        const size_t length = Utf8SequenceAt(bytes, place);
+    for (size_t offset = 0; offset < bytes.size();) {
+        const size_t length = Utf8SequenceAt(bytes, offset);
         if (length == 0) {
             return false;
         }
-        place += length;
+        offset += length;
     }
     return true;
 }
 
-// Every document begins with ASCII characters, so zero bytes beside the first two tell UTF-16 without a mark.
-bool LooksLikeUtf16(std::string_view bytes, size_t zeroPlace) {
+// Every document begins with ASCII characters, so zero bytes next to the first two show UTF-16 without a
+// mark.
+bool LooksLikeUtf16(std::string_view bytes, size_t zeroOffset) {
     const size_t seen = std::min<size_t>(bytes.size(), 4);
-    for (size_t place = 0; place < seen; ++place) {
-        if ((bytes[place] == '\0') != (place % 2 == zeroPlace)) {
+    for (size_t offset = 0; offset < seen; ++offset) {
+        if ((bytes[offset] == '\0') != (offset % 2 == zeroOffset)) {
             return false;
         }
     }
@@ -89,10 +93,30 @@ Encoding UnmarkedEncoding(std::string_view bytes) {
 std::wstring DecodeUtf16(std::string_view bytes, bool isBig) {
     std::wstring text;
     text.reserve(bytes.size() / 2);
-    for (size_t place = 0; place + 1 < bytes.size(); place += 2) {
-        const unsigned first = ByteAt(bytes, place);
-        const unsigned second = ByteAt(bytes, place + 1);
+    for (size_t offset = 0; offset + 1 < bytes.size(); offset += 2) {
+        const unsigned first = ByteAt(bytes, offset);
+        const unsigned second = ByteAt(bytes, offset + 1);
         text += static_cast<wchar_t>(isBig ? first << 8U | second : second << 8U | first);
+    }
+    return text;
+}
+
+std::wstring DecodeUtf32(std::string_view bytes, bool isBig) {
+    constexpr uint32_t kReplacement = 0xFFFD;
+    std::wstring text;
+    for (size_t offset = 0; offset + 3 < bytes.size(); offset += 4) {
+        uint32_t point = 0;
+        for (size_t i = 0; i < 4; ++i) {
+            point = point << 8U | ByteAt(bytes, offset + (isBig ? i : 3 - i));
+        }
+        if (point > 0x10FFFF) {
+            point = kReplacement;
+        }
+        if (point > 0xFFFF) {
+            text += static_cast<wchar_t>(0xD7C0 + (point >> 10U));
+            point = 0xDC00 + (point & 0x3FFU);
+        }
+        text += static_cast<wchar_t>(point);
     }
     return text;
 }
@@ -113,6 +137,8 @@ SourceText::SourceText(std::string_view bytes) {
     }
     if (m_encoding == Encoding::Utf16Little || m_encoding == Encoding::Utf16Big) {
         m_text = DecodeUtf16(content, m_encoding == Encoding::Utf16Big);
+    } else if (m_encoding == Encoding::Utf32Little || m_encoding == Encoding::Utf32Big) {
+        m_text = DecodeUtf32(content, m_encoding == Encoding::Utf32Big);
     } else {
         const uint32_t codePage = m_encoding == Encoding::CodePage ? kCodePageAnsi : kCodePageUtf8;
         m_text = WideFromBytes(codePage, content.data(), static_cast<int32_t>(content.size()));
@@ -135,21 +161,21 @@ void SourceText::FindLines() {
     }
 }
 
-int32_t SourceText::LineStart(int32_t place) const {
-    return *(std::upper_bound(m_lineStarts.begin(), m_lineStarts.end(), place) - 1);
+int32_t SourceText::LineStart(int32_t offset) const {
+    return *(std::upper_bound(m_lineStarts.begin(), m_lineStarts.end(), offset) - 1);
 }
 
-TextPosition SourceText::PositionOf(int32_t place) const {
+TextPosition SourceText::PositionOf(int32_t offset) const {
     const auto line =
-        std::upper_bound(m_lineStarts.begin(), m_lineStarts.end(), place) - m_lineStarts.begin();
-    const int32_t start = LineStart(place);
+        std::upper_bound(m_lineStarts.begin(), m_lineStarts.end(), offset) - m_lineStarts.begin();
+    const int32_t start = LineStart(offset);
     const auto pairs =
-        m_hasPairs ? std::count_if(m_text.begin() + start, m_text.begin() + place, IsLowSurrogate) : 0;
-    return {static_cast<int32_t>(line), place - start - static_cast<int32_t>(pairs) + 1};
+        m_hasPairs ? std::count_if(m_text.begin() + start, m_text.begin() + offset, IsLowSurrogate) : 0;
+    return {static_cast<int32_t>(line), offset - start - static_cast<int32_t>(pairs) + 1};
 }
 
-std::wstring_view SourceText::LineAt(int32_t place) const {
-    const auto start = static_cast<size_t>(LineStart(place));
+std::wstring_view SourceText::LineAt(int32_t offset) const {
+    const auto start = static_cast<size_t>(LineStart(offset));
     const size_t end = std::min(m_text.find_first_of(L"\r\n", start), m_text.size());
     return std::wstring_view(m_text).substr(start, end - start);
 }

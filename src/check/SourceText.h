@@ -11,7 +11,7 @@
 
 namespace zq {
 
-enum class Encoding { Ascii, Utf8, MarkedUtf8, Utf16Little, Utf16Big, CodePage };
+enum class Encoding { Ascii, Utf8, MarkedUtf8, Utf16Little, Utf16Big, Utf32Little, Utf32Big, CodePage };
 
 // Both counted from 1; columns count characters.
 struct TextPosition {
@@ -26,16 +26,16 @@ public:
     const std::wstring& Text() const { return m_text; }
     int32_t Length() const { return static_cast<int32_t>(m_text.size()); }
     Encoding GetEncoding() const { return m_encoding; }
-    // At the end of the file; they are no part of the text.
+    // At the end of the file; they are not part of the text.
     size_t ZeroBytes() const { return m_zeroBytes; }
 
-    // `place` is a unit of the text, or its end.
-    TextPosition PositionOf(int32_t place) const;
-    // The line that holds a place, without its line break.
-    std::wstring_view LineAt(int32_t place) const;
+    // `offset` is a unit of the text, or its end.
+    TextPosition PositionOf(int32_t offset) const;
+    // The line that holds an offset, without its line break.
+    std::wstring_view LineAt(int32_t offset) const;
 
 private:
-    int32_t LineStart(int32_t place) const;
+    int32_t LineStart(int32_t offset) const;
     void FindLines();
 
     std::wstring m_text;

@@ -10,22 +10,22 @@
 
 namespace zq {
 
-// Calls onEscape(place, units) for each escape and onUnit(place) for every other unit. Returns whether a
+// Calls onEscape(offset, units) for each escape and onUnit(offset) for every other unit. Returns whether a
 // closing quote ends the token.
 template <class OnEscape, class OnUnit>
 bool WalkText(std::wstring_view text, int32_t begin, int32_t end, OnEscape onEscape, OnUnit onUnit) {
-    for (int32_t place = begin + 1; place < end;) {
-        const wchar_t unit = text[static_cast<size_t>(place)];
+    for (int32_t offset = begin + 1; offset < end;) {
+        const wchar_t unit = text[static_cast<size_t>(offset)];
         if (unit == L'"') {
             return true;
         }
         if (unit != L'\\') {
-            onUnit(place++);
+            onUnit(offset++);
             continue;
         }
-        const int32_t units = EscapeUnits(text.data() + place, static_cast<int32_t>(text.size()) - place);
-        onEscape(place, units);
-        place += units;
+        const int32_t units = EscapeUnits(text.data() + offset, static_cast<int32_t>(text.size()) - offset);
+        onEscape(offset, units);
+        offset += units;
     }
     return false;
 }

@@ -9,13 +9,14 @@ namespace zq {
 
 class Clock {
 public:
-    virtual ~Clock() = default;
-
     // Of a clock that only runs forwards.
     virtual uint64_t Milliseconds() const = 0;
     // The time of day in the unit of FileTime::ticks.
     virtual uint64_t FileTicks() const = 0;
     virtual void Sleep(uint32_t milliseconds) const = 0;
+
+protected:
+    ~Clock() = default;
 };
 
 const Clock& SystemClock();

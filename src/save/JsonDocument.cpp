@@ -60,18 +60,22 @@ public:
 
 } // namespace
 
+bool ParseDocument(EditableDocument& document, std::string_view bytes) {
+    rapidjson::MemoryStream stream(bytes.data(), bytes.size());
+    document.ParseStream<rapidjson::kParseIterativeFlag>(stream);
+    return !document.HasParseError();
+}
+
 int32_t ParseJsonDoc(std::string_view bytes, std::unique_ptr<EditableDocument>& document) {
     if (bytes.size() < kShortestFile) {
         return 1;
     }
-    rapidjson::MemoryStream stream(bytes.data(), bytes.size());
     auto parsed = std::make_unique<EditableDocument>();
-    parsed->ParseStream<rapidjson::kParseIterativeFlag>(stream);
-    if (parsed->HasParseError()) {
+    if (!ParseDocument(*parsed, bytes)) {
         return parsed->GetParseError();
     }
-    // The library takes a zero byte for the end: what follows it would be lost by a save.
-    if (stream.Tell() < bytes.size()) {
+    // The library takes a zero byte for the end: what follows it would be lost by a save. Inside a document there is none.
+    if (bytes.find('\0') != std::string_view::npos) {
         return rapidjson::kParseErrorDocumentRootNotSingular;
     }
     document = std::move(parsed);

@@ -1,5 +1,7 @@
 #include "HostSupport.h"
 
+#include "WindowsApi.h"
+
 // What the compiler calls by itself and a run-time library would bring.
 extern "C" {
 int _fltused = 0;

@@ -2,7 +2,9 @@
 // cap, the module's folders.
 #pragma once
 
-#include "WindowsApi.h"
+#include <stdarg.h>
+#include <stddef.h>
+#include <stdint.h>
 
 // A failed check is printed and makes the program end with 1.
 #define ZQ_CHECK(condition) zq::abi::Check((condition), #condition, __FILE__, __LINE__)
@@ -30,7 +32,7 @@ private:
     void* m_event;
 };
 
-// Returns whether the condition came to hold. It is looked at again at each signal.
+// Returns whether the condition became true. It is checked again at each signal.
 template <class Condition>
 bool WaitUntil(Signal& signal, Condition condition) {
     while (!condition()) {
@@ -41,10 +43,10 @@ bool WaitUntil(Signal& signal, Condition condition) {
     return true;
 }
 
-// The address of CreateSettings in the DLL beside this program. Ends the program when there is none.
+// The address of CreateSettings in the DLL in this program's folder. Ends the program if there is none.
 void* FindCreateSettings();
 
-// The default files beside this program, and an empty data folder of its own.
+// The default files in this program's folder, and an empty data folder.
 class Folders {
 public:
     Folders();

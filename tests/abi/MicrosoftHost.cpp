@@ -4,6 +4,7 @@
 #include "ZQPacketMemory.h"
 
 #include "HostSupport.h"
+#include "WindowsApi.h"
 
 #if !defined(_MSC_VER)
 #error "This program proves something only when it is compiled for the Microsoft ABI."
@@ -44,7 +45,7 @@ private:
     const Folders& m_folders;
 };
 
-// Keeps the types of the changes that it hears of, in their order.
+// Keeps the types of the changes that it is notified of, in order.
 class VariableHost final : public CZQVariableHost {
 public:
     void OnVariableChanged(const wchar_t* name, uint32_t type, CZQVariableHost* source) override {

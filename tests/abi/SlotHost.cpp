@@ -1,6 +1,7 @@
-// A host that knows no header of the module: it calls by slot number alone, so a slot that moves breaks it.
-// The numbers, and what stands behind them, are those that deployed hosts were built with.
+// A host that knows no header of the module: it calls only by slot number, so that a slot that moves breaks
+// it. Deployed hosts were built with these numbers and their meaning.
 #include "HostSupport.h"
+#include "WindowsApi.h"
 
 namespace zq {
 namespace abi {

@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-TEST(Text, AsciiStandsForItselfInBothCodePages) {
+TEST(Text, AsciiIsTheSameInBothCodePages) {
     std::string all;
     for (int byte = 0; byte < 0x80; ++byte) {
         all += static_cast<char>(byte);

@@ -12,8 +12,8 @@ namespace zq::test {
 using Lines = std::vector<std::string>;
 
 inline std::string LineOf(const FileCheck& check, const Problem& problem) {
-    const TextPosition place = check.Source().PositionOf(problem.begin);
-    return std::to_string(place.line) + ':' + std::to_string(place.column) +
+    const TextPosition position = check.Source().PositionOf(problem.begin);
+    return std::to_string(position.line) + ':' + std::to_string(position.column) +
            (problem.severity == Severity::Error ? " error " : " warning ") + problem.code;
 }
 
@@ -26,8 +26,8 @@ inline Lines LinesOf(const FileCheck& check) {
 }
 
 inline Lines Check(std::string_view bytes, ConfigFile file = ConfigFile::Settings,
-                   const KnownKeys& known = {}) {
-    return LinesOf(FileCheck(file, bytes, known));
+                   const DefaultFile& defaults = {}) {
+    return LinesOf(FileCheck(file, bytes, defaults));
 }
 
 inline bool IsAccepted(std::string_view bytes, ConfigFile file = ConfigFile::Settings) {

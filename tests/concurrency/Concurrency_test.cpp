@@ -1,4 +1,4 @@
-// The store, the hosts and the loaders' rooms, used by many threads at once under ThreadSanitizer: that
+// The store, the hosts and the loaders, used by many threads at once under ThreadSanitizer: that
 // nothing is read where another thread writes.
 #include "base/HostLog.h"
 #include "config/ConfigText.h"

@@ -91,7 +91,7 @@ TEST_F(ConfigLoader, WholeFileLoads) {
     EXPECT_EQ((std::vector<LogLine>{{2, L"LoadSettingsFromFile begin."}}), host.Lines());
 }
 
-TEST_F(ConfigLoader, LineEndBehindTheEndIsRefusedWithBothLengths) {
+TEST_F(ConfigLoader, LineBreakAfterTheEndIsRefusedWithBothLengths) {
     ExpectRefused("{\"A\":1}\r\n", 7, 9);
     EXPECT_EQ(-1, Int64(L"A"));
 }
@@ -169,7 +169,7 @@ TEST_F(ConfigLoader, BadItemsAreReportedAndTheRestLoads) {
     EXPECT_EQ(5, Int64(L"CL.A.Quality.C"));
 }
 
-TEST_F(ConfigLoader, RefusedFileLeavesTheVariablesAlone) {
+TEST_F(ConfigLoader, RefusedFileLeavesTheVariablesUnchanged) {
     ASSERT_TRUE(Load(ConfigFile::Settings, R"({"A":1})"));
 
     EXPECT_FALSE(Load(ConfigFile::Settings, R"({"A":2,"B":3)"));

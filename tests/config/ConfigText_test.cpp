@@ -33,7 +33,7 @@ TEST(ConfigText, FileThatIsTakenWholeLoads) {
               RunConfig(ConfigFile::Settings, R"({"A":1})").variables);
 }
 
-TEST(ConfigText, LineEndBehindTheEndRefusesTheFile) {
+TEST(ConfigText, LineBreakAfterTheEndRefusesTheFile) {
     Expect({"{\"A\":1}\r\n", false, 7});
     Expect({"{\"A\":1}\n", false, 7});
     Expect({"{\"A\":1} ", false, 7});

@@ -90,7 +90,7 @@ std::map<std::string, std::string> Expected() {
     return expected;
 }
 
-TEST(Corpus, IsDoneWithAsWrittenDown) {
+TEST(Corpus, MatchesRecordedResults) {
     const auto documents = Documents();
     const auto expected = Expected();
 
@@ -105,7 +105,7 @@ TEST(Corpus, IsDoneWithAsWrittenDown) {
     }
 }
 
-TEST(Corpus, IsDoneWithAsThePlainModelDoes) {
+TEST(Corpus, MatchesReferenceModel) {
     const char* output = std::getenv("ZQ_WRITE_EXPECTED");
     std::ofstream out;
     if (output) {

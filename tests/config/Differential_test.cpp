@@ -56,15 +56,15 @@ void ExpectUseful(const Tally& tally) {
     EXPECT_LT(size_t{kDocuments / 10}, tally.lines);
 }
 
-TEST(Differential, SettingsAgreeWithThePlainModel) {
+TEST(Differential, SettingsMatchReferenceModel) {
     ExpectUseful(CompareAll(ConfigFile::Settings, ReferenceFile::Settings));
 }
 
-TEST(Differential, HmdListsAgreeWithThePlainModel) {
+TEST(Differential, HmdListsMatchReferenceModel) {
     ExpectUseful(CompareAll(ConfigFile::HmdList, ReferenceFile::HmdList));
 }
 
-TEST(Differential, QualityPresetsAgreeWithThePlainModel) {
+TEST(Differential, QualityPresetsMatchReferenceModel) {
     ExpectUseful(CompareAll(ConfigFile::Quality, ReferenceFile::Quality));
 }
 

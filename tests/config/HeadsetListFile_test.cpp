@@ -52,7 +52,7 @@ TEST(FlattenHmdList, OddElementIsReportedWithItsOwnName) {
     EXPECT_EQ(Invalid(L"CL.A.1.2.3.2"), run.lines);
 }
 
-TEST(FlattenHmdList, ElementsBehindAnOddOneStillLoad) {
+TEST(FlattenHmdList, ElementsAfterAnInvalidOneStillLoad) {
     const ConfigRun run = LoadItem(R"({"MainRequest":1,"SubRequest":2,"index":3,"Value":[[1],{},2.5]})");
 
     EXPECT_EQ(TypedVariables().Int64(L"CL.A.1.2.3.ArraySize", 3).Double(L"CL.A.1.2.3.2", 2.5), run.variables);
@@ -91,7 +91,7 @@ TEST(FlattenHmdList, MissingNullOrObjectValueIsReportedWithThePrefix) {
     }
 }
 
-TEST(FlattenHmdList, ScalarValueStandsUnderTheItemsName) {
+TEST(FlattenHmdList, ScalarValueHasTheItemsName) {
     EXPECT_EQ(TypedVariables().String(L"CL.A.1.1.0", L"on"),
               LoadItem(R"({"MainRequest":1,"SubRequest":1,"index":0,"Value":"on"})").variables);
     EXPECT_EQ(TypedVariables().Bool(L"CL.A.-1.0.0", 1),

@@ -62,7 +62,7 @@ TEST(FlattenQuality, InnerArrayDropsItsEnclosingName) {
     EXPECT_EQ(TypedVariables().Number(L"CL.L.Quality.z", 2), Load(R"({"A":[{"L":[{"z":2}]}]})").variables);
 }
 
-TEST(FlattenQuality, MembersBehindAnInnerArrayKeepTheirName) {
+TEST(FlattenQuality, MembersAfterAnInnerArrayKeepTheirName) {
     EXPECT_EQ(TypedVariables()
                   .Number(L"CL.L.Quality.z", 2)
                   .Number(L"CL.A.Quality.M", 3)

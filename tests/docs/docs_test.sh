@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The documents against what they describe: tests/docs/docs_test.sh BUILD_FOLDER
 # Every link and anchor resolves, every command exists (scripts, presets, sub-commands and options of zqsettings), every
-# message of the module stands in the guide and the other way round, and the host in the guide is the one that is built.
+# message of the module is in the guide and the other way round, and the host in the guide is the one that is built.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
@@ -24,6 +24,11 @@ anchors() {
   sed -n 's/^#\+ //p' "$1" | tr '[:upper:]' '[:lower:]' | sed 's/[^a-z0-9 _-]//g; s/ /-/g'
 }
 
+# The links of a document, outside its code.
+links() {
+  awk '/^```/ { inside = !inside; next } !inside' "$1" | sed 's/`[^`]*`//g' | grep -oE '\]\([^)]+\)' || true
+}
+
 check_links() {
   local document=$1 target file anchor
   while read -r target; do
@@ -37,7 +42,7 @@ check_links() {
     elif [[ -n $anchor ]] && ! anchors "$file" | grep -qxF "${anchor#\#}"; then
       problem "$document: $file has no heading for $anchor"
     fi
-  done < <(grep -oE '\]\([^)]+\)' "$document" | sed 's/^](//; s/)$//')
+  done < <(links "$document" | sed 's/^](//; s/)$//')
 }
 
 zqsettings_help() {
@@ -60,7 +65,7 @@ check_zqsettings() {
   done
 }
 
-# A script of the project, and the options that it is shown with: each stands in the script itself.
+# A script of the project, and the options that it is shown with: each has to be in the script itself.
 check_script() {
   local document=$1 script=$2 word
   shift 2
@@ -73,11 +78,16 @@ check_script() {
   done
 }
 
-# What the README says of every script: it knows --help.
-check_help() {
-  local script
-  for script in scripts/*.sh; do
-    [[ -n $("$script" --help 2>&1 </dev/null) ]] || problem "README.md: $script does not know --help"
+# What the README says of every script: it supports --help, and refuses what it does not know before it does anything.
+check_scripts() {
+  local script code
+  for script in scripts/*; do
+    [[ -x $script ]] || continue
+    "$script" --help </dev/null 2>&1 | grep -qF "$script" || problem "README.md: $script --help does not show how to call it"
+    code=0
+    timeout 20 "$script" --no-such-option >"$work/refused" 2>&1 </dev/null || code=$?
+    [[ $code -eq 2 ]] && grep -q -- '--help\|^usage:' "$work/refused" ||
+      problem "README.md: $script does not refuse an unknown option: exit code $code"
   done
 }
 
@@ -101,16 +111,16 @@ check_command() {
   esac
 }
 
-# Commands stand in fenced blocks without a language behind "$ ", or bare, from a script's path on; and in backticks.
+# Commands are in fenced blocks without a language, after "$ " or starting with a script's path, and in backticks.
 check_commands() {
   local document=$1 line
   while read -r line; do
     check_command "$document" "$line"
     commands=$((commands + 1))
   done < <(
-    awk '/^```/ { inside = !inside; next } inside && (sub(/^\$ /, "") || /^(scripts|tests)\/[a-z_\/-]+\.sh( |$)/)' "$document"
+    awk '/^```/ { inside = !inside; next } inside && (sub(/^\$ /, "") || /^(scripts|tests)\/[a-z_\/-]+\.(sh|py)( |$)/)' "$document"
     awk '/^```/ { inside = !inside; next } !inside' "$document" |
-      grep -oE '`(zqsettings|cmake|ctest|(scripts|tests)/[a-z/_-]+\.sh)( [^`]*)?`' | tr -d '`' |
+      grep -oE '`(zqsettings|cmake|ctest|(scripts|tests)/[a-z/_-]+\.(sh|py))( [^`]*)?`' | tr -d '`' |
       grep -vE '^(zqsettings( COMMAND.*|)|cmake|ctest)$'
   )
 }
@@ -147,14 +157,15 @@ check_messages() {
   check_levels
 }
 
-# The guide shows the example's own files.
-check_example() {
-  local guide=docs/integrating.md file language
-  for file in cmake:examples/host/CMakeLists.txt cpp:examples/host/Main.cpp; do
-    language=${file%%:*}
-    file=${file#*:}
-    awk -v fence="\`\`\`$language" '$0 == fence { inside = 1; next } /^```$/ { inside = 0 } inside' "$guide" >"$work/shown"
-    cmp -s "$work/shown" "$file" || problem "$guide shows another $file than the one that is built"
+# The guide shows the examples' own files: each is one of its blocks.
+check_examples() {
+  local guide=docs/integrating.md file
+  for file in examples/{quickstart,host}/{CMakeLists.txt,Main.cpp}; do
+    awk -v file="$file" '
+      BEGIN { while ((getline line < file) > 0) wanted = wanted line "\n" }
+      /^```/ { if (inside && block == wanted) shown = 1; inside = !inside; block = ""; next }
+      inside { block = block $0 "\n" }
+      END { exit !shown }' "$guide" || problem "$guide shows another $file than the one that is built"
   done
 }
 
@@ -199,9 +210,9 @@ for document in "${documents[@]}"; do
   check_commands "$document"
 done
 [[ $commands -ge 30 ]] || problem "only $commands commands were found in the documents"
-check_help
+check_scripts
 check_messages
-check_example
+check_examples
 check_rules
 
 if [[ $problems -gt 0 ]]; then

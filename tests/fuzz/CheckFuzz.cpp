@@ -1,10 +1,10 @@
-// Fuzz target of the check and the mending of files: the verdict is the module's, a refusal has a reason with
-// a place, and what is mended is accepted, gives the same variables and has nothing more to be mended. The
+// Fuzz target of the check and the fixing of files: the verdict is the module's, a refusal has a reason with
+// a place, and what is fixed is accepted, gives the same variables and has nothing more to be fixed. The
 // first byte chooses the file.
 #include "Require.h"
 
 #include "check/FileCheck.h"
-#include "check/Mend.h"
+#include "check/Fix.h"
 #include "support/ConfigRun.h"
 
 #include <algorithm>
@@ -19,8 +19,8 @@ void RequirePlaced(const zq::FileCheck& check) {
     for (const zq::Problem& problem : check.All()) {
         Require(problem.begin >= 0 && problem.begin <= problem.end);
         Require(problem.end <= check.Source().Length());
-        const zq::TextPosition place = check.Source().PositionOf(problem.begin);
-        Require(place.line >= 1 && place.column >= 1);
+        const zq::TextPosition position = check.Source().PositionOf(problem.begin);
+        Require(position.line >= 1 && position.column >= 1);
         Require(!problem.text.empty());
         hasError |= problem.severity == zq::Severity::Error;
     }
@@ -35,18 +35,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     const auto file = static_cast<zq::ConfigFile>(data[0] % 3);
     const std::string_view bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
-    const zq::FileCheck check(file, bytes, {L"Settings", L"HD"});
+    zq::DefaultFile defaults;
+    defaults.keys = {L"Settings", L"HD"};
+    const zq::FileCheck check(file, bytes, defaults);
     const zq::test::ConfigRun run = zq::test::RunConfig(file, bytes);
     Require(check.IsAccepted() == run.isLoaded);
     RequirePlaced(check);
 
-    const std::optional<zq::MendedFile> mended = zq::MendFile(file, bytes);
-    if (!mended) {
+    const std::optional<zq::FixedFile> fixed = zq::FixFile(file, bytes);
+    if (!fixed) {
         return 0;
     }
-    Require(zq::test::RunConfig(file, mended->bytes).isLoaded);
-    Require(zq::FileCheck(file, mended->bytes, {}).IsAccepted());
-    const std::optional<zq::MendedFile> again = zq::MendFile(file, mended->bytes);
-    Require(again && !again->isChanged && again->bytes == mended->bytes);
+    Require(zq::test::RunConfig(file, fixed->bytes).isLoaded);
+    Require(zq::FileCheck(file, fixed->bytes, {}).IsAccepted());
+    const std::optional<zq::FixedFile> again = zq::FixFile(file, fixed->bytes);
+    Require(again && !again->isChanged && again->bytes == fixed->bytes);
     return 0;
 }

@@ -1,5 +1,5 @@
 // Fuzz target of a whole load: the module and the plain model of the tests agree on verdict, count, variables
-// and messages. The first byte chooses the file; the model knows ASCII alone, behind an optional mark.
+// and messages. The first byte chooses the file; the model reads only ASCII, after an optional mark.
 #include "Require.h"
 
 #include "support/ConfigRun.h"

@@ -1,4 +1,4 @@
-// Writes behind its memory: what a check of the heap has to report, or it is not on.
+// Writes past the end of its memory: a check of the heap that does not report this is not on.
 #include <windows.h>
 
 int main() {

@@ -104,6 +104,35 @@ TEST(Schemas, DescribeEveryMemberOfTheDefaultFiles) {
     }
 }
 
+// The defaults that a schema gives are those of the default file.
+void ExpectDefaults(const rapidjson::Value& rules, const rapidjson::Value& values, const std::string& place) {
+    for (const auto& member : values.GetObject()) {
+        const std::string name = place + '/' + member.name.GetString();
+        const auto property = rules["properties"].FindMember(member.name);
+        if (property == rules["properties"].MemberEnd() || member.value.IsArray()) {
+            continue;
+        }
+        if (member.value.IsObject()) {
+            ExpectDefaults(property->value, member.value, name);
+            continue;
+        }
+        ASSERT_TRUE(property->value.HasMember("default")) << name;
+        EXPECT_EQ(member.value, property->value["default"]) << name;
+    }
+}
+
+TEST(Schemas, GiveTheDefaultsOfTheDefaultFiles) {
+    rapidjson::Document schema;
+    rapidjson::Document defaults;
+    Parse(std::string("schemas/") + kSettings, schema);
+    Parse("defaults/ZQ2_serverSetting.setting", defaults);
+    ExpectDefaults(schema, defaults, "settings");
+
+    Parse(std::string("schemas/") + kQuality, schema);
+    Parse("defaults/ZQ2_QualityPreset.json", defaults);
+    ExpectDefaults(schema, defaults, "presets");
+}
+
 TEST(Schemas, TakeWhatIsNewAndRight) {
     EXPECT_EQ(
         "", Verdict(kSettings, R"({"Mine":{"Own":{"Thing":1.5}},"Settings":{"New":"x"},"cl":[{"HD":"A"}]})"));
@@ -151,6 +180,13 @@ INSTANTIATE_TEST_SUITE_P(
         WrongDocument{kSettings, R"({"cl":[5]})", "type #/cl/0"},
         WrongDocument{kSettings, R"({"CL":[{"Bitrate":40}]})", "required #/CL/0"},
         WrongDocument{kSettings, R"({"CL":[{"HD":5}]})", "type #/CL/0/HD"},
+        WrongDocument{kSettings, R"({"CL":[{"HD":""}]})", "minLength #/CL/0/HD"},
+        WrongDocument{kSettings, R"({"":1})", "not #/"},
+        WrongDocument{kSettings, R"({"Mine":{"":1}})", "anyOf #/Mine"},
+        WrongDocument{kSettings, R"({"$schema":"x"})", "not #/%24schema"},
+        WrongDocument{kSettings, R"({"Mine":9223372036854775808})", "anyOf #/Mine"},
+        WrongDocument{kSettings, R"({"Settings":{"CurrentBitrate":70}})", "not #/Settings/CurrentBitrate"},
+        WrongDocument{kSettings, R"({"Settings.CurrentBitrate":70.5})", "type #/Settings.CurrentBitrate"},
         WrongDocument{kSettings, R"({"CL":[{"HD":"A","Sharpening":2}]})", "maximum #/CL/0/Sharpening"}));
 
 INSTANTIATE_TEST_SUITE_P(
@@ -160,6 +196,13 @@ INSTANTIATE_TEST_SUITE_P(
         WrongDocument{kHmdList, R"([{"Response":[]}])", "required #/0"},
         WrongDocument{kHmdList, R"([{"DeviceName":5,"Response":[]}])", "type #/0/DeviceName"},
         WrongDocument{kHmdList, R"([{"DeviceName":"A","Response":{}}])", "type #/0/Response"},
+        WrongDocument{kHmdList, R"([{"DeviceName":"","Response":[]}])", "minLength #/0/DeviceName"},
+        WrongDocument{kHmdList, R"([{"DeviceName":"A","Response":[],"Name":"A"}])",
+                      "additionalProperties #/0/Name"},
+        WrongDocument{
+            kHmdList,
+            R"([{"DeviceName":"A","Response":[{"MainRequest":1,"SubRequest":1,"index":0,"Value":1,"Note":1}]}])",
+            "additionalProperties #/0/Response/0/Note"},
         WrongDocument{kHmdList, R"([{"DeviceName":"A","Response":[5]}])", "type #/0/Response/0"},
         WrongDocument{kHmdList,
                       R"([{"DeviceName":"A","Response":[{"MainRequest":1,"SubRequest":1,"Value":1}]}])",

@@ -50,7 +50,7 @@ private:
     int m_reloads = 0;
 };
 
-// A hook that runs `action` the first time alone. What the action captures must outlive the module: a host is
+// A hook that runs `action` only the first time. What the action captures must outlive the module: a host is
 // called up to its end.
 template <class Action>
 auto Once(Action action) {

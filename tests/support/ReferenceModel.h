@@ -21,7 +21,7 @@ struct ReferenceRun {
     std::vector<LogLine> lines; // of the flattener
 };
 
-// `bytes` are ASCII behind an optional UTF-8 mark. Without a mark they may be those that all Western code
+// `bytes` are ASCII after an optional UTF-8 mark. Without a mark they may be those that all Western code
 // pages have in common: from 0xA0 on.
 ReferenceRun RunReference(ReferenceFile file, std::string_view bytes);
 

@@ -29,7 +29,7 @@ protected:
     PublishedStrings published;
 };
 
-TEST_F(AddressDiscovery, TakesTheFirstAddressOfTheDhcpAdapterAlone) {
+TEST_F(AddressDiscovery, TakesOnlyTheFirstAddressOfTheDhcpAdapter) {
     system.adapters = {{"Ethernet", "192.168.7.20", true, "192.168.7.1", "192.168.7.21"},
                        {"Static", "172.16.0.5", false, "192.168.7.1"}};
 

@@ -100,7 +100,7 @@ void FreeUnfetchable(SAFEARRAY* kept) {
     SafeArrayDestroy(kept);
 }
 
-TEST_F(WmiQuery, ReadsATextFromATextAlone) {
+TEST_F(WmiQuery, ReadsAStringOnlyFromAString) {
     EXPECT_EQ(L"text", TextOf(TextValue(L"text")));
     EXPECT_EQ(L"", TextOf(TextValue(L"")));
     EXPECT_EQ(L"", TextOf(NullTextValue()));
@@ -221,7 +221,7 @@ TEST_F(WmiQuery, VisitsWhatCameBeforeAnEnumerationFailed) {
     }
 }
 
-TEST_F(WmiQuery, TellsTheObserverWhatAQueryCost) {
+TEST_F(WmiQuery, ReportsTheTimeOfAQuery) {
     std::vector<WmiQueryReport> reports;
     observe = [&](const WmiQueryReport& report) { reports.push_back(report); };
     Query().objects = {{}, {}};

@@ -59,7 +59,7 @@ protected:
     }
 };
 
-TEST_F(WmiSurvey, TellsAllThatItLearnsInItsOrder) {
+TEST_F(WmiSurvey, LogsItsResultsInOrder) {
     IpEnabled().objects = {IpEnabledAdapter({L"192.168.1.10", L"fe80::1"}, L"Wired Adapter"),
                            IpEnabledAdapter({L"10.8.0.2"}, L"Tunnel")};
     Chassis().objects = {{{L"Name", TextValue(L"Enclosure")}, {L"ChassisTypes", IntegersValue(VT_I4, {3})}}};
@@ -262,7 +262,7 @@ TEST_F(WmiSurvey, FallsBackWithoutAnIpEnabledAdapter) {
     EXPECT_TRUE(networkDevicePending);
 }
 
-TEST_F(WmiSurvey, TakesAFirstAddressOfVersion6AsItStands) {
+TEST_F(WmiSurvey, KeepsAFirstAddressOfVersion6AsIs) {
     IpEnabled().objects = {IpEnabledAdapter({L"fe80::c0de:1", L"10.0.0.1"}, L"Wired"),
                            IpEnabledAdapter({L"10.0.0.2"}, L"Wireless")};
 

@@ -32,8 +32,8 @@ protected:
     std::string Output(const ToolRun& run, const std::filesystem::path& file) const {
         std::string output = run.output;
         const std::string path = file.string();
-        for (size_t place = output.find(path); place != std::string::npos; place = output.find(path)) {
-            output.replace(place, path.size(), "FILE");
+        for (size_t offset = output.find(path); offset != std::string::npos; offset = output.find(path)) {
+            output.replace(offset, path.size(), "FILE");
         }
         return output;
     }
@@ -48,37 +48,37 @@ TEST_F(CheckCommand, PrintsProblemsAsCompilersDo) {
 
     EXPECT_EQ(1u, run.exitCode);
     EXPECT_EQ("", run.errors);
-    EXPECT_EQ(
-        "FILE:1:1: error: the file begins with a byte order mark, which counts as three bytes too many; "
-        "save it as \"UTF-8\" without a byte order mark\n"
-        "  {\n"
-        "  ^\n"
-        "FILE:2:15: error: \"\xC3\xA9\" is not ASCII: it takes more bytes than it counts as, or is read by "
-        "the code page of the machine; write \\u00E9\n"
-        "    \"Name\": \"Caf\xC3\xA9\",\n"
-        "                ^\n"
-        "FILE:4:3: warning: a comma is missing in front of this; write one: the module does without, "
-        "other JSON readers do not\n"
-        "    \"List\": [1,],\n"
-        "    ^\n"
-        "FILE:4:11: warning: an array is ignored here: only \"CL\", the list of headsets, is read; write "
-        "its values as members with names\n"
-        "    \"List\": [1,],\n"
-        "            ^\n"
-        "FILE:4:13: warning: a comma stands in front of the closing bracket; take it away; other JSON "
-        "readers refuse it\n"
-        "    \"List\": [1,],\n"
-        "              ^\n"
-        "FILE:4:15: warning: a comma stands in front of the closing bracket; take it away; other JSON "
-        "readers refuse it\n"
-        "    \"List\": [1,],\n"
-        "                ^\n"
-        "FILE:5:2: error: a line break follows the end of the document; the file must end with its last "
-        "\"}\"\n"
-        "  }\n"
-        "   ^\n"
-        "FILE: refused: the module would replace it by its default copy (3 errors, 4 warnings)\n",
-        Output(run, file));
+    EXPECT_EQ("FILE:1:1: error: the file begins with a byte order mark, three bytes that the module does not "
+              "expect; save "
+              "it as UTF-8 without a byte order mark\n"
+              "  {\n"
+              "  ^\n"
+              "FILE:2:15: warning: \"\xC3\xA9\" is not ASCII: the module reads other characters or refuses "
+              "the file, "
+              "depending on the machine's code page; write \\u00E9\n"
+              "    \"Name\": \"Caf\xC3\xA9\",\n"
+              "                ^\n"
+              "FILE:4:3: warning: missing comma before this; add one\n"
+              "    \"List\": [1,],\n"
+              "    ^\n"
+              "FILE:4:11: warning: this array is skipped: of all arrays, only \"CL\", the list of headsets, "
+              "is read; write "
+              "its values as members with names\n"
+              "    \"List\": [1,],\n"
+              "            ^\n"
+              "FILE:4:13: warning: trailing comma before closing bracket; remove it\n"
+              "    \"List\": [1,],\n"
+              "              ^\n"
+              "FILE:4:15: warning: trailing comma before closing bracket; remove it\n"
+              "    \"List\": [1,],\n"
+              "                ^\n"
+              "FILE:5:2: error: a line break follows the end of the document; remove it: the file must end "
+              "with its last "
+              "\"}\"\n"
+              "  }\n"
+              "   ^\n"
+              "FILE: refused: the module would replace it with its default copy (2 errors, 5 warnings)\n",
+              Output(run, file));
 }
 
 TEST_F(CheckCommand, AcceptsAGoodFileInOneLine) {
@@ -102,21 +102,47 @@ TEST_F(CheckCommand, TakesAFolderForItsFiles) {
     EXPECT_EQ(1u, Check(m_folder.Path(), L"--strict").exitCode);
 }
 
+TEST_F(CheckCommand, SaysThatNothingCanBeSaved) {
+    const auto file = Write(kSettingsName, R"({"A":True,})");
+
+    const ToolRun run = Check(file);
+
+    EXPECT_EQ(0u, run.exitCode);
+    EXPECT_TRUE(Output(run, file).ends_with(
+        "FILE: accepted, with 2 warnings; nothing can be saved to it until it is JSON\n"))
+        << run.output;
+}
+
 TEST_F(CheckCommand, FixesIntoACopyBeside) {
     const auto file = Write(kSettingsName, kFiveMistakes);
 
     const ToolRun run = Check(file, L"--fix");
 
-    EXPECT_EQ(0u, run.exitCode);
-    EXPECT_NE(
-        std::string::npos,
-        run.output.find("byte order mark taken away, 1 character written as \\u escapes, 1 character of "
-                        "blanks and line breaks behind the end taken away\n"))
+    // The file itself is still refused.
+    EXPECT_EQ(1u, run.exitCode);
+    EXPECT_NE(std::string::npos,
+              run.output.find(": byte order mark removed, 1 x comma added, 2 x trailing comma removed, "
+                              "1 character rewritten as \\u escapes, 1 blank after the end removed\n"))
         << run.output;
     EXPECT_EQ(kFiveMistakes, ReadBytes(file));
     const auto fixed = m_folder.Path() / L"ZQ2_serverSetting.fixed.setting";
-    EXPECT_EQ("{\n  \"Name\": \"Caf\\u00E9\",\n  \"Size\": 1.5\n  \"List\": [1,],\n}", ReadBytes(fixed));
+    EXPECT_EQ("{\n  \"Name\": \"Caf\\u00E9\",\n  \"Size\": 1.5,\n  \"List\": [1]\n}", ReadBytes(fixed));
     EXPECT_EQ(0u, Check(fixed).exitCode);
+}
+
+TEST_F(CheckCommand, NeverWritesOverAFixedCopyThatWasEdited) {
+    const auto file = Write(kSettingsName, "{}\n");
+    const auto fixed = m_folder.Path() / L"ZQ2_serverSetting.fixed.setting";
+    Check(file, L"--fix");
+    Check(file, L"--fix");
+    EXPECT_EQ(2, std::distance(std::filesystem::directory_iterator(m_folder.Path()), {}));
+
+    WriteBytes(fixed, R"({"Edited":true})");
+    const ToolRun run = Check(file, L"--fix");
+
+    EXPECT_EQ(R"({"Edited":true})", ReadBytes(fixed));
+    EXPECT_EQ("{}", ReadBytes(m_folder.Path() / L"ZQ2_serverSetting.fixed2.setting"));
+    EXPECT_NE(std::string::npos, run.output.find("fixed2.setting")) << run.output;
 }
 
 TEST_F(CheckCommand, FixesInPlaceAndKeepsEveryOldFile) {
@@ -133,17 +159,84 @@ TEST_F(CheckCommand, FixesInPlaceAndKeepsEveryOldFile) {
     EXPECT_EQ("{} ", ReadBytes(m_folder.Path() / L"ZQ2_serverSetting.setting.bak2"));
 
     const ToolRun run = Check(file, L"--in-place");
-    EXPECT_EQ("FILE: accepted\nFILE: nothing to mend\n", Output(run, file));
+    EXPECT_EQ("FILE: accepted\nFILE: nothing to fix\n", Output(run, file));
 }
 
-TEST_F(CheckCommand, LeavesWhatItCannotMend) {
-    const auto file = Write(kSettingsName, "{\"A\":1\n");
+TEST_F(CheckCommand, LooksAtAFixedFileAgainForItsExitCode) {
+    const auto file = Write(kSettingsName, "{\"A\":[1]}\n");
+
+    EXPECT_EQ(1u, Check(file, L"--in-place --strict").exitCode);
+    EXPECT_EQ("{\"A\":[1]}", ReadBytes(file));
+}
+
+TEST_F(CheckCommand, DoesNotWriteThroughAFileThatWasPlanted) {
+    const auto file = Write(kSettingsName, "{}\n");
+    const auto planted = Write(L"ZQ2_serverSetting.setting.part", "planted");
+    const auto backup = Write(L"ZQ2_serverSetting.setting.bak", "older");
+
+    EXPECT_EQ(0u, Check(file, L"--in-place").exitCode);
+
+    EXPECT_EQ("planted", ReadBytes(planted));
+    EXPECT_EQ("older", ReadBytes(backup));
+    EXPECT_EQ("{}\n", ReadBytes(m_folder.Path() / L"ZQ2_serverSetting.setting.bak2"));
+    EXPECT_EQ(4, std::distance(std::filesystem::directory_iterator(m_folder.Path()), {}));
+}
+
+TEST_F(CheckCommand, LeavesWhatItCannotFix) {
+    const auto file = Write(kSettingsName, "{\"A\":\n");
 
     const ToolRun run = Check(file, L"--fix");
 
     EXPECT_EQ(1u, run.exitCode);
-    EXPECT_TRUE(run.output.ends_with(": not mended: the errors above are for its author to put right\n"));
+    EXPECT_TRUE(run.output.ends_with(": not fixed: only its author can correct the errors above\n"));
     EXPECT_EQ(1, std::distance(std::filesystem::directory_iterator(m_folder.Path()), {}));
+}
+
+TEST_F(CheckCommand, TreatsWarningsAsErrorsWhenItIsStrict) {
+    const auto file = Write(kSettingsName, R"([{"DHI":0}])");
+
+    EXPECT_EQ(0u, Check(file).exitCode);
+    const ToolRun run = Check(file, L"--strict");
+
+    EXPECT_EQ(1u, run.exitCode);
+    EXPECT_NE(std::string::npos,
+              run.output.find("1:1: error: every setting is lost: the document must be an object"))
+        << run.output;
+}
+
+TEST_F(CheckCommand, NamesAFileOfZeroBytesAndTheNewestKeptCopy) {
+    const auto file = Write(kSettingsName, std::string(300, '\0'));
+    const ToolRun without = Check(file);
+    EXPECT_EQ(1u, without.exitCode);
+    EXPECT_NE(std::string::npos,
+              without.output.find("nothing but zero bytes; was it written when the machine lost "
+                                  "power?; restore it from a copy"))
+        << without.output;
+
+    std::filesystem::create_directory(m_folder.Path() / L"kept");
+    Write(L"kept\\ZQ2_serverSetting.setting.20261120T101500Z", "{}");
+    Write(L"kept\\ZQ2_serverSetting.setting.20261121T101500Z", "{}");
+    Write(L"kept\\ZQ2_HmdList.json.20261122T101500Z", "[]");
+    const ToolRun run = Check(file);
+    EXPECT_NE(std::string::npos, run.output.find("the newest copy that was kept is ")) << run.output;
+    EXPECT_NE(std::string::npos, run.output.find("ZQ2_serverSetting.setting.20261121T101500Z")) << run.output;
+}
+
+TEST_F(CheckCommand, ComparesTypesWithTheDefaultFilesAndTheSchemas) {
+    const auto file =
+        Write(kSettingsName, R"({"Settings.CurrentBitrate":"90","CL":[{"HD":"MERIN5","Bitrate":true}]})");
+
+    const ToolRun run = Check(file);
+
+    EXPECT_EQ(0u, run.exitCode);
+    EXPECT_NE(
+        std::string::npos,
+        run.output.find("1:28: warning: Settings.CurrentBitrate: \"90\" is a text, but a whole number is "
+                        "expected; write 90 without quotes"))
+        << run.output;
+    EXPECT_NE(std::string::npos,
+              run.output.find("CL.MERIN5.Bitrate: true is a bool, but a whole number is expected"))
+        << run.output;
 }
 
 TEST_F(CheckCommand, PrintsJson) {
@@ -151,12 +244,13 @@ TEST_F(CheckCommand, PrintsJson) {
 
     const ToolRun run = Check(file, L"--json --fix");
 
-    EXPECT_EQ(0u, run.exitCode);
+    EXPECT_EQ(1u, run.exitCode);
     rapidjson::Document document;
     ASSERT_FALSE(document.Parse(run.output.c_str()).HasParseError()) << run.output;
     const auto& report = document[0];
     EXPECT_FALSE(report["accepted"].GetBool());
-    EXPECT_TRUE(report["mended"].GetBool());
+    EXPECT_FALSE(report["savable"].GetBool());
+    EXPECT_TRUE(report["fixable"].GetBool());
     EXPECT_TRUE(std::string(report["written"].GetString()).ends_with(".fixed.setting"));
     ASSERT_EQ(2u, report["problems"].Size());
     EXPECT_STREQ("ignored-array", report["problems"][0]["code"].GetString());
@@ -164,6 +258,8 @@ TEST_F(CheckCommand, PrintsJson) {
     EXPECT_EQ(2, report["problems"][0]["line"].GetInt());
     EXPECT_EQ(5, report["problems"][0]["column"].GetInt());
     EXPECT_STREQ("error", report["problems"][1]["severity"].GetString());
+    EXPECT_STREQ("remove it: the file must end with its last \"}\"",
+                 report["problems"][1]["fix"].GetString());
 }
 
 TEST_F(CheckCommand, CannotLookAtWhatIsMissingOrUnknown) {
@@ -196,7 +292,7 @@ TEST_F(CheckCommand, CutsALongListShort) {
     EXPECT_NE(std::string::npos, all.output.find("\x1B[1;35mwarning:\x1B[0m"));
 }
 
-TEST_F(CheckCommand, TellsMisspeltNamesByTheDefaultFiles) {
+TEST_F(CheckCommand, FindsMisspeltNamesByTheDefaultFiles) {
     const auto file = Write(kSettingsName, R"({"Settings":{"CurentBitrate":50}})");
 
     const ToolRun run = Check(file);

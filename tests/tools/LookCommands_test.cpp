@@ -6,6 +6,8 @@
 
 #include <rapidjson/document.h>
 
+#include <windows.h>
+
 namespace zq::test {
 namespace {
 
@@ -56,8 +58,9 @@ TEST_F(LookCommands, GetNamesTheNearestOfAnUnknownName) {
 
     EXPECT_EQ(1u, run.exitCode);
     EXPECT_EQ("", run.output);
-    EXPECT_EQ("zqsettings: there is no variable Levle; the nearest known is Level.\n", run.errors);
-    EXPECT_EQ("zqsettings: there is no variable Level of type bool.\n", Run(L"get Level --type bool").errors);
+    EXPECT_EQ("zqsettings: there is no variable Levle; the nearest is Level.\n", run.errors);
+    EXPECT_EQ("zqsettings: there is no variable Level of type bool; it has the type integer and double.\n",
+              Run(L"get Level --type bool").errors);
 }
 
 TEST_F(LookCommands, DiffPrintsWhatDiffersFromTheDefaults) {
@@ -68,9 +71,8 @@ TEST_F(LookCommands, DiffPrintsWhatDiffersFromTheDefaults) {
               "Level (integer): 1 -> 7\n"
               "Level (double): 1.0 -> 9.5\n"
               "Name (string): \"a\" -> (gone)\n"
-              "Version (integer): 1 -> (gone)\n"
-              "Version (double): 1.0 -> (gone)\n"
-              "6 variables differ from the defaults\n",
+              "Version (integer, double): 1 -> (gone)\n"
+              "5 variables differ from the defaults\n",
               run.output);
 }
 
@@ -109,38 +111,96 @@ std::string Places(const ToolRun& run, const ModuleFolders& folders) {
     return text;
 }
 
-TEST_F(LookCommands, ExplainTellsThePlacesThatWinAndLose) {
+TEST_F(LookCommands, ExplainNamesTheOriginOfEachType) {
     EXPECT_EQ("Level\n"
-              "  integer: 7\n"
-              "  double: 9.5\n"
-              "lost   ZQ2_serverSetting.setting:1:2: 5, the key comes again\n"
-              "lost   ZQ2_serverSetting.setting:2:1: 7, written over\n"
-              "set by ZQ2_QualityPreset.json:1:2: 9.5\n"
-              "default DEFAULT ZQ2_serverSetting.setting:1:2: 1\n",
+              "  integer 7\n"
+              "    lost    ZQ2_serverSetting.setting:1:2: 5, the key comes again\n"
+              "    set by  ZQ2_serverSetting.setting:2:1: 7\n"
+              "    default DEFAULT ZQ2_serverSetting.setting:1:2: 1\n"
+              "  double 9.5\n"
+              "    lost    ZQ2_serverSetting.setting:1:2: 5, the key comes again\n"
+              "    lost    ZQ2_serverSetting.setting:2:1: 7, written over\n"
+              "    set by  ZQ2_QualityPreset.json:1:2: 9.5\n"
+              "    default DEFAULT ZQ2_serverSetting.setting:1:2: 1\n",
               Places(Run(L"explain Level"), m_folders));
     EXPECT_EQ("A.B\n"
-              "  bool: true\n"
-              "lost   ZQ2_serverSetting.setting:3:6: false, written over\n"
-              "set by ZQ2_serverSetting.setting:2:11: true\n"
-              "default none: the default files do not set it\n",
+              "  bool true\n"
+              "    lost    ZQ2_serverSetting.setting:3:6: false, written over\n"
+              "    set by  ZQ2_serverSetting.setting:2:11: true\n"
+              "    default none: the default files do not set it\n",
               Places(Run(L"explain A.B"), m_folders));
 }
 
-TEST_F(LookCommands, ExplainTellsWhatTheModuleSetsItself) {
+TEST_F(LookCommands, ExplainNamesWhatTheModuleSetsItself) {
     const ToolRun run = Run(L"explain DefaultDeviceName");
-    EXPECT_NE(std::string::npos, run.output.find("set by the module itself, at its start")) << run.output;
-    const ToolRun json = Run(L"explain Level --json");
-    rapidjson::Document document;
-    ASSERT_FALSE(document.Parse(json.output.c_str()).HasParseError()) << json.output;
-    EXPECT_EQ(3u, document["places"].Size());
-    EXPECT_STREQ("written over", document["places"][1]["fate"].GetString());
+    EXPECT_NE(std::string::npos, run.output.find("the module's own value at its start; no file sets it\n"))
+        << run.output;
+}
+
+TEST_F(LookCommands, SayThatAFileSetsAnotherTypeOfTheName) {
+    WriteBytes(m_folders.Private(kSettingsName), R"({"Settings.CurrentBitrate":"90"})");
+
+    const ToolRun explain = Run(L"explain Settings.CurrentBitrate");
+    const ToolRun get = Run(L"get Settings.CurrentBitrate");
+
+    EXPECT_NE(std::string::npos,
+              Places(explain, m_folders)
+                  .find("  integer 70\n    the module's own value at its start; "
+                        "ZQ2_serverSetting.setting:1:2: \"90\" is a string and does not set it\n"))
+        << explain.output;
+    EXPECT_EQ("70\n", get.output);
+    EXPECT_TRUE(get.errors.starts_with(
+        "zqsettings: note: Settings.CurrentBitrate is also the string \"90\", set by "))
+        << get.errors;
+    EXPECT_TRUE(
+        get.errors.ends_with(":1; this is the module's own value, and --type string prints the other.\n"))
+        << get.errors;
+    EXPECT_EQ("90\n", Run(L"get Settings.CurrentBitrate --type string").output);
+}
+
+TEST_F(LookCommands, GetPrintsALineForEachOfSeveralNames) {
+    EXPECT_EQ("A.B\ttrue\nLevel\t7\n", Run(L"get Level A.B").output);
+    EXPECT_EQ("Level\t7\n", Run(L"get \"Lev*\"").output);
+    EXPECT_EQ("zqsettings: no variable matches X*.\n", Run(L"get Level \"X*\"").errors);
+}
+
+TEST_F(LookCommands, TakeAnyFolderWithTheFilesInIt) {
+    const std::filesystem::path other = m_folders.Outside(L"copied");
+    std::filesystem::copy(m_folders.DataDir(), other);
+
+    const ToolRun run = RunTool(L"get Level --data \"" + other.wstring() + L"\" --defaults \"" +
+                                m_folders.DefaultDir() + L'"');
+
+    EXPECT_EQ("7\n", run.output);
+}
+
+TEST_F(LookCommands, UseTheFolderThatTheEnvironmentNames) {
+    SetEnvironmentVariableW(L"ZQ_DATA_DIR", m_folders.CommonDataDir().c_str());
+    const ToolRun run = RunTool(L"get Level --defaults \"" + m_folders.DefaultDir() + L'"');
+    SetEnvironmentVariableW(L"ZQ_DATA_DIR", nullptr);
+
+    EXPECT_EQ("7\n", run.output);
+    EXPECT_EQ("zqsettings: note: using " + m_folders.DataDir().string() + ", which ZQ_DATA_DIR names.\n",
+              run.errors);
+}
+
+TEST_F(LookCommands, SayThatTheyUseTheDefaultFiles) {
+    const ToolRun run = RunTool(L"get Level --defaults \"" + m_folders.DefaultDir() + L'"');
+
+    EXPECT_EQ("1\n", run.output);
+    EXPECT_EQ("zqsettings: note: using the default files, as this machine has no data folder.\n", run.errors);
 }
 
 TEST_F(LookCommands, ExplainNamesTheNearestOfAnUnknownName) {
     const ToolRun run = Run(L"explain lvel");
 
     EXPECT_EQ(1u, run.exitCode);
-    EXPECT_EQ("zqsettings: there is no variable lvel; the nearest known are Level.\n", run.errors);
+    EXPECT_EQ("zqsettings: there is no variable lvel; the nearest is Level.\n", run.errors);
+}
+
+TEST_F(LookCommands, DiffEndsWithOneWhereItIsAsked) {
+    EXPECT_EQ(1u, Run(L"diff --exit-code").exitCode);
+    EXPECT_EQ(0u, Run(L"diff --exit-code Nothing.Such").exitCode);
 }
 
 TEST(SurveyCommand, PrintsWhatItFindsAndTheTimeOfEachQuery) {

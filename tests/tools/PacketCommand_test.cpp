@@ -52,7 +52,9 @@ TEST(PacketCommand, SaysThatAFileIsNoPacket) {
 TEST(PacketCommand, SaysThatAFileCannotBeRead) {
     const ToolRun run = RunTool(L"packet c:\\missing.packet");
 
-    EXPECT_EQ("zqsettings: the file c:\\missing.packet cannot be read.\n", run.errors);
+    EXPECT_EQ(2u, run.exitCode);
+    EXPECT_TRUE(run.errors.starts_with("zqsettings: the file c:\\missing.packet cannot be read: "))
+        << run.errors;
 }
 
 } // namespace

@@ -17,14 +17,14 @@ TEST(VariableDifference, IsEmptyForEqualListings) {
     EXPECT_TRUE(Difference({kBitrate, kName, kNaN}, {kBitrate, kName, kNaN}).empty());
 }
 
-TEST(VariableDifference, TellsOldAndNewValue) {
+TEST(VariableDifference, ReportsOldAndNewValue) {
     const auto changes = Difference({kBitrate, kName}, {kFasterBitrate, kName});
 
     ASSERT_EQ(1u, changes.size());
     EXPECT_EQ("Bitrate (integer): 70 -> 100", ChangeText(changes[0]));
 }
 
-TEST(VariableDifference, TellsNewAndGoneVariables) {
+TEST(VariableDifference, ReportsNewAndGoneVariables) {
     const auto changes = Difference({kBitrate}, {kName});
 
     ASSERT_EQ(2u, changes.size());
@@ -36,7 +36,20 @@ TEST(VariableDifference, KeepsTheTypesOfOneNameApart) {
     const auto changes = Difference({kBitrate, kBitrateDouble}, {kBitrate});
 
     ASSERT_EQ(1u, changes.size());
-    EXPECT_EQ(VariableTypeDouble, changes[0].type);
+    EXPECT_EQ(std::vector{VariableTypeDouble}, changes[0].types);
+}
+
+TEST(VariableDifference, IsOneForAnIntegerAndADoubleOfOneNumber) {
+    const Variable fasterDouble = {L"Bitrate", 100.0};
+
+    const auto changes = Difference({kBitrate, kBitrateDouble}, {kFasterBitrate, fasterDouble});
+
+    ASSERT_EQ(1u, changes.size());
+    EXPECT_EQ("Bitrate (integer, double): 70 -> 100", ChangeText(changes[0]));
+    EXPECT_EQ("Bitrate (integer, double): (new) -> 70",
+              ChangeText(Difference({}, {kBitrate, kBitrateDouble}).at(0)));
+    EXPECT_EQ(2u, Difference({kBitrate, kBitrateDouble}, {kFasterBitrate, {L"Bitrate", 100.5}}).size());
+    EXPECT_EQ(2u, Difference({kBitrate}, {kFasterBitrate, fasterDouble}).size());
 }
 
 } // namespace

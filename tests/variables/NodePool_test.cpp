@@ -50,7 +50,7 @@ TEST(NodePool, FreedNodeIsUsedAgain) {
     EXPECT_NE(second, pool.Allocate(40));
 }
 
-TEST(NodePool, LargeNodesStandAlone) {
+TEST(NodePool, LargeNodesAreNotPooled) {
     EXPECT_TRUE(NodePool::IsPooled(512));
     EXPECT_FALSE(NodePool::IsPooled(513));
     NodePool pool;

@@ -92,7 +92,7 @@ TEST(VariableMap, NodesStayWhereTheyAreWhileTheTableGrows) {
     EXPECT_EQ(node, map.Find(L"first", HashName(L"first", kSeed)));
 }
 
-TEST(VariableMap, EqualHashesAreToldApartByName) {
+TEST(VariableMap, NamesWithEqualHashesStayApart) {
     VariableMap<int64_t> map;
     for (int i = 0; i < 40; ++i) {
         map.FindOrAdd(std::to_wstring(i), 5).first->value = i;

@@ -125,7 +125,7 @@ TEST(VariableMaps, BoolKeepsItsByte) {
     EXPECT_EQ(2, maps.bools.Find(L"A", maps.Hash(L"A"))->value);
 }
 
-TEST(VariableMaps, NamesDifferInLetterCaseAlone) {
+TEST(VariableMaps, NamesMayDifferOnlyInLetterCase) {
     VariableBatch batch;
     batch.AddInt64(L"Name", 1);
     batch.AddInt64(L"name", 2);

@@ -1,9 +1,10 @@
 #include "Commands.h"
 
+#include "Console.h"
 #include "Failure.h"
 #include "FileArguments.h"
+#include "FixFiles.h"
 #include "JsonOutput.h"
-#include "MendFiles.h"
 #include "ModuleSession.h"
 #include "ProblemText.h"
 #include "Text.h"
@@ -14,14 +15,9 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <memory>
 #include <optional>
-
-#include <io.h>
-#include <windows.h>
 
 namespace zq::tool {
 
@@ -29,8 +25,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int kExitRefused = 1;
-constexpr int kExitNotLooked = 2;
 constexpr size_t kShownProblems = 50;
 
 struct CheckOptions {
@@ -49,39 +43,78 @@ struct CheckedFile {
     FileArgument argument;
     std::string bytes;
     std::unique_ptr<FileCheck> check;
-    std::optional<MendReport> mend;
+    std::optional<FixReport> fix;
 };
 
-// The keys of the default file; none where it is not at hand and was not asked for.
-KnownKeys KnownKeysOf(ConfigFile file, const std::string& defaults) {
+// Nothing is known where the default file is not at hand.
+DefaultFile DefaultFileIn(ConfigFile file, const std::string& defaults) {
     const fs::path path = DefaultsFolderOf(defaults) / NameOfConfigFile(file);
-    return fs::exists(path) ? KeysOf(ReadBytes(path)) : KnownKeys();
+    return fs::exists(path) ? DefaultFile(file, ReadBytes(path)) : DefaultFile();
 }
 
-KnownKeys KnownKeysFor(ConfigFile file, const std::string& defaults) {
+// A folder that was not asked for need not be there.
+DefaultFile DefaultFileFor(ConfigFile file, const std::string& defaults) {
     if (!defaults.empty()) {
-        return KnownKeysOf(file, defaults);
+        return DefaultFileIn(file, defaults);
     }
     try {
-        return KnownKeysOf(file, defaults);
+        return DefaultFileIn(file, defaults);
     } catch (const Failure&) {
         return {};
     }
 }
 
-std::vector<CheckedFile> LookAtFiles(const CheckOptions& options) {
+// The newest copy that the module kept of a file: "kept\<name>.<UTC time>". The times sort as texts.
+std::optional<fs::path> NewestKeptCopy(const fs::path& path) {
+    std::error_code error;
+    const std::wstring prefix = path.filename().native() + L".";
+    std::optional<fs::path> newest;
+    for (const auto& entry : fs::directory_iterator(fs::absolute(path).parent_path() / L"kept", error)) {
+        const std::wstring name = entry.path().filename().native();
+        if (name.starts_with(prefix) && (!newest || name > newest->filename().native())) {
+            newest = entry.path();
+        }
+    }
+    return newest;
+}
+
+void AdviseKeptCopy(CheckedFile& file) {
+    if (const auto kept = NewestKeptCopy(file.argument.path)) {
+        for (const char* code : {"zero-file", "zero-bytes", "empty"}) {
+            file.check->AddAdvice(code, "the newest copy that was kept is " + Utf8FromPath(*kept));
+        }
+    }
+}
+
+// A file that cannot be read does not keep the others from being looked at.
+std::vector<CheckedFile> ReadFiles(const CheckOptions& options, std::vector<std::string>& failures) {
+    FileArguments arguments = LookUpFiles(options.files, options.as);
+    failures = std::move(arguments.failures);
     std::vector<CheckedFile> files;
-    for (FileArgument& argument : FilesOf(options.files, options.as)) {
+    std::map<ConfigFile, DefaultFile> defaults;
+    for (FileArgument& argument : arguments.files) {
+        std::string bytes;
+        try {
+            bytes = BytesOf(argument);
+        } catch (const Failure& failure) {
+            failures.emplace_back(failure.what());
+            continue;
+        }
         CheckedFile& file = files.emplace_back();
         file.argument = std::move(argument);
-        file.bytes = ReadBytes(file.argument.path);
-        file.check = std::make_unique<FileCheck>(file.argument.file, file.bytes,
-                                                 KnownKeysFor(file.argument.file, options.defaults));
+        file.bytes = std::move(bytes);
+        auto known = defaults.find(file.argument.file);
+        if (known == defaults.end()) {
+            known = defaults.emplace(file.argument.file, DefaultFileFor(file.argument.file, options.defaults))
+                        .first;
+        }
+        file.check = std::make_unique<FileCheck>(file.argument.file, file.bytes, known->second);
+        AdviseKeptCopy(file);
     }
     return files;
 }
 
-// Files of one folder meet in the module; a file that is named twice does not meet itself.
+// Files of one folder meet in the module; a file that is named twice is compared with the others only once.
 void CheckFolders(std::vector<CheckedFile>& files) {
     std::map<fs::path, std::map<ConfigFile, FileCheck*>> folders;
     for (CheckedFile& file : files) {
@@ -97,16 +130,6 @@ void CheckFolders(std::vector<CheckedFile>& files) {
     }
 }
 
-bool HasColour(const std::string& choice) {
-    if (choice != "auto") {
-        return choice == "always";
-    }
-    const HANDLE console = GetStdHandle(STD_OUTPUT_HANDLE);
-    DWORD mode = 0;
-    return _isatty(_fileno(stdout)) != 0 && !std::getenv("NO_COLOR") && GetConsoleMode(console, &mode) != 0 &&
-           SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
-}
-
 std::string TextOf(const CheckedFile& file, const CheckOptions& options, bool hasColour) {
     std::string text;
     const Problems& problems = file.check->All();
@@ -119,7 +142,7 @@ std::string TextOf(const CheckedFile& file, const CheckOptions& options, bool ha
                 " more problems; --all prints them\n";
     }
     text += VerdictText(file.argument.shown, *file.check);
-    return text + (file.mend ? file.mend->text : "");
+    return text + (file.fix ? file.fix->text : "");
 }
 
 void WriteProblem(JsonWriter& writer, const SourceText& source, const Problem& problem) {
@@ -133,7 +156,7 @@ void WriteProblem(JsonWriter& writer, const SourceText& source, const Problem& p
     WriteMember(writer, "endLine", int64_t{end.line});
     WriteMember(writer, "endColumn", int64_t{end.column});
     WriteMember(writer, "text", problem.text);
-    WriteMember(writer, "mend", problem.mend);
+    WriteMember(writer, "fix", problem.fix);
     writer.EndObject();
 }
 
@@ -141,20 +164,21 @@ void WriteFile(JsonWriter& writer, const CheckedFile& file) {
     writer.StartObject();
     WriteMember(writer, "file", file.argument.shown);
     WriteMember(writer, "accepted", file.check->IsAccepted());
+    WriteMember(writer, "savable", file.check->IsSavable());
     writer.Key("problems");
     writer.StartArray();
     for (const Problem& problem : file.check->All()) {
         WriteProblem(writer, file.check->Source(), problem);
     }
     writer.EndArray();
-    if (file.mend) {
-        WriteMember(writer, "mended", file.mend->isMended);
-        WriteMember(writer, "written", file.mend->written);
+    if (file.fix) {
+        WriteMember(writer, "fixable", file.fix->isFixable);
+        WriteMember(writer, "written", file.fix->written);
     }
     writer.EndObject();
 }
 
-void Print(const std::vector<CheckedFile>& files, const CheckOptions& options) {
+void PrintFiles(const std::vector<CheckedFile>& files, const CheckOptions& options) {
     std::string text;
     if (options.isJson) {
         text = JsonDocument([&](JsonWriter& writer) {
@@ -165,45 +189,55 @@ void Print(const std::vector<CheckedFile>& files, const CheckOptions& options) {
             writer.EndArray();
         });
     } else {
-        const bool hasColour = HasColour(options.colour);
+        const bool hasColour = WantsColour(options.colour, stdout);
         for (const CheckedFile& file : files) {
             text += TextOf(file, options, hasColour);
         }
     }
-    std::fwrite(text.data(), 1, text.size(), stdout);
+    Print(text);
 }
 
+// What the file is now, after a fix in place.
 bool IsGood(const CheckedFile& file, const CheckOptions& options) {
-    if (file.mend && file.mend->isMended) {
-        return true;
+    if (!file.fix || !file.fix->isInPlace || file.fix->written.empty()) {
+        return file.check->IsAccepted() && (!options.isStrict || file.check->All().empty());
     }
-    return file.check->IsAccepted() && (!options.isStrict || file.check->All().empty());
+    const FileCheck now(file.argument.file, ReadBytes(file.argument.path),
+                        DefaultFileFor(file.argument.file, options.defaults));
+    return now.IsAccepted() && (!options.isStrict || now.All().empty());
 }
 
 bool Check(const CheckOptions& options) {
-    std::vector<CheckedFile> files = LookAtFiles(options);
+    const bool isFixing = options.isFix || options.isInPlace;
+    if (isFixing && std::find(options.files.begin(), options.files.end(), "-") != options.files.end()) {
+        throw Failure("standard input cannot be fixed; give a file", ExitCode::Usage);
+    }
+    std::vector<std::string> failures;
+    std::vector<CheckedFile> files = ReadFiles(options, failures);
     CheckFolders(files);
-    if (options.isFix || options.isInPlace) {
-        const MendTarget target = options.isInPlace ? MendTarget::InPlace : MendTarget::Beside;
-        for (CheckedFile& file : files) {
-            file.mend = MendOne(file.argument, file.bytes, target);
+    for (CheckedFile& file : files) {
+        if (options.isStrict) {
+            file.check->TreatWarningsAsErrors();
+        }
+        if (isFixing) {
+            file.fix =
+                FixOne(file.argument, file.bytes, options.isInPlace ? FixTarget::InPlace : FixTarget::Beside);
         }
     }
-    Print(files, options);
+    PrintFiles(files, options);
+    for (const std::string& failure : failures) {
+        PrintFailure(failure);
+    }
+    if (!failures.empty()) {
+        throw Ended{ExitCode::Cannot};
+    }
     return std::all_of(files.begin(), files.end(),
                        [&](const CheckedFile& file) { return IsGood(file, options); });
 }
 
 void Run(const CheckOptions& options) {
-    bool isGood = false;
-    try {
-        isGood = Check(options);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "zqsettings: %s.\n", error.what());
-        throw CLI::RuntimeError(kExitNotLooked);
-    }
-    if (!isGood) {
-        throw CLI::RuntimeError(kExitRefused);
+    if (!Check(options)) {
+        throw Ended{ExitCode::No};
     }
 }
 
@@ -211,26 +245,31 @@ void Run(const CheckOptions& options) {
 
 void AddCheckCommand(CLI::App& app) {
     const auto options = std::make_shared<CheckOptions>();
-    CLI::App* const command =
-        app.add_subcommand("check", "Tell whether the module would take a file, and what is wrong with it.\n"
-                                    "Exit code 0: accepted, or mended; 1: refused; 2: could not look");
-    command->add_option("FILE", options->files, "The files, or the folder that holds them")->required();
+    CLI::App* const command = app.add_subcommand(
+        "check", "Check whether the module would accept a file, and what is wrong with it.\n"
+                 "Exit code 0: accepted, or fixed in place; 1: refused; 2: cannot check");
+    command
+        ->add_option("FILE", options->files,
+                     "The files, patterns of names, the folder that holds them, or\n\"-\" for standard input "
+                     "(with --as)")
+        ->required();
     command->add_flag("--fix", options->isFix,
-                      "Write a mended copy beside each file, NAME.fixed.EXTENSION:\n"
-                      "without byte order mark and blanks behind the end, other\n"
-                      "characters than ASCII as escapes");
+                      "Write a fixed copy beside each file, NAME.fixed.EXTENSION, as far\n"
+                      "as that needs no guess: quotes, commas, brackets, comments,\n"
+                      "numbers, encoding and line breaks at the end. The exit code\n"
+                      "is still about the file itself");
     command->add_flag("--in-place", options->isInPlace,
-                      "Mend each file itself; the old one is kept as FILE.bak");
-    command->add_flag("--strict", options->isStrict, "Exit code 1 for warnings too");
+                      "Fix each file itself; the old one is kept as FILE.bak");
+    command->add_flag("--strict", options->isStrict, "Treat warnings as errors");
     command->add_flag("--all", options->isAll, "Print all problems, not the first 50 of a file");
     command->add_flag("--json", options->isJson, "Print the result as JSON");
     command->add_option("--as", options->as,
-                        "What the files stand for: settings, hmd-list or quality.\n"
+                        "What the files are: settings, hmd-list or quality.\n"
                         "Default: by their names");
     command
         ->add_option("--defaults", options->defaults,
-                     "Folder with the default files, for the names that are known.\n"
-                     "Default: \"defaults\" beside this program")
+                     "Folder with the default files, for known names and types.\n"
+                     "Default: \"defaults\" next to this program")
         ->type_name("DIR");
     command->add_option("--color", options->colour, "auto, always or never")
         ->check(CLI::IsMember({"auto", "always", "never"}));

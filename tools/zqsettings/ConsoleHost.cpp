@@ -14,7 +14,7 @@ constexpr size_t kLongestMessage = size_t{1} << 24;
 } // namespace
 
 std::wstring FormatLogText(const wchar_t* format, va_list arguments) {
-    // _vsnwprintf tells only that a text does not fit, not how much room it needs.
+    // _vsnwprintf reports only that a text does not fit, not how much room it needs.
     for (size_t size = kUsualMessage; size <= kLongestMessage; size *= 2) {
         std::wstring buffer(size, L'\0');
         va_list copy;
@@ -29,19 +29,20 @@ std::wstring FormatLogText(const wchar_t* format, va_list arguments) {
     return format;
 }
 
-void ConsoleHost::Log(const wchar_t* tag, int32_t level, const wchar_t* format, va_list arguments) {
-    const std::wstring text = FormatLogText(format, arguments);
-    std::string line = "[";
-    line += std::to_string(level) + "] " + Utf8FromWide(tag) + ": " + Utf8FromWide(text) + "\n";
-    const std::lock_guard lock(m_mutex);
-    std::fwrite(line.data(), 1, line.size(), m_stream);
-    std::fflush(m_stream);
+std::string MessageText(const ModuleMessage& message) {
+    return '[' + std::to_string(message.level) + "] " + message.tag + ": " +
+           Visible(WideFromUtf8(message.text));
 }
 
-void ConsoleHost::OnConfigReloaded() {
-    if (onConfigReloaded) {
-        onConfigReloaded();
+void ConsoleHost::Log(const wchar_t* tag, int32_t level, const wchar_t* format, va_list arguments) {
+    std::wstring text = FormatLogText(format, arguments);
+    if (!m_copy.empty()) {
+        for (size_t offset = text.find(m_copy); offset != std::wstring::npos;
+             offset = text.find(m_copy, offset + m_original.size())) {
+            text.replace(offset, m_copy.size(), m_original);
+        }
     }
+    m_onMessage({level, Utf8FromWide(tag), Utf8FromWide(text)});
 }
 
 } // namespace zq::tool

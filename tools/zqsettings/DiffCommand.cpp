@@ -1,15 +1,13 @@
 #include "Commands.h"
 
+#include "Console.h"
+#include "Failure.h"
 #include "FolderLook.h"
 #include "JsonOutput.h"
 #include "Text.h"
 #include "VariableDifference.h"
 #include "VariableFilter.h"
-#include "VariableText.h"
 
-#include <CLI/CLI.hpp>
-
-#include <cstdio>
 #include <memory>
 
 namespace zq::tool {
@@ -20,26 +18,14 @@ struct DiffOptions {
     ModuleOptions module;
     VariableFilter filter;
     bool isJson = false;
+    bool isExitCode = false;
 };
-
-void WriteChange(JsonWriter& writer, const VariableChange& change) {
-    writer.StartObject();
-    WriteMember(writer, "name", Utf8FromWide(change.name));
-    WriteMember(writer, "type", VariableTypeName(change.type));
-    if (!change.oldValue.empty()) {
-        WriteMember(writer, "default", change.oldValue);
-    }
-    if (!change.newValue.empty()) {
-        WriteMember(writer, "value", change.newValue);
-    }
-    writer.EndObject();
-}
 
 std::string JsonTextOf(const std::vector<VariableChange>& changes) {
     return JsonDocument([&](JsonWriter& writer) {
         writer.StartArray();
         for (const VariableChange& change : changes) {
-            WriteChange(writer, change);
+            WriteChange(writer, change, "default", "value");
         }
         writer.EndArray();
     });
@@ -56,28 +42,30 @@ std::string TextOf(const std::vector<VariableChange>& changes) {
 }
 
 void Diff(const DiffOptions& options) {
-    ModuleOptions defaults = options.module;
-    defaults.data.clear();
-    const std::vector<Variable> before = options.filter.Apply(LookAt(defaults));
-    const std::vector<Variable> after = options.filter.Apply(LookAt(options.module));
+    const std::filesystem::path folder = RequireDataFolder(options.module.data);
+    const std::vector<Variable> before = options.filter.Apply(LookAt(options.module, std::nullopt));
+    const std::vector<Variable> after = options.filter.Apply(LookAt(options.module, folder));
     const std::vector<VariableChange> changes = Difference(before, after);
-    const std::string text = options.isJson ? JsonTextOf(changes) : TextOf(changes);
-    std::fwrite(text.data(), 1, text.size(), stdout);
+    Print(options.isJson ? JsonTextOf(changes) : TextOf(changes));
+    if (options.isExitCode && !changes.empty()) {
+        throw Ended{ExitCode::No};
+    }
 }
 
 } // namespace
 
 void AddDiffCommand(CLI::App& app) {
     const auto options = std::make_shared<DiffOptions>();
-    CLI::App* const command =
-        app.add_subcommand("diff", "Print the variables by which a data folder differs from the defaults");
-    AddLookOptions(*command, options->module);
-    command->get_option("--data")->required()->description(
-        "Folder that holds \"ZQserver\" with the three private files,\n"
-        "or \"ZQserver\" itself; it is left as it is");
-    AddFilterOptions(*command, options->filter);
-    command->add_flag("--json", options->isJson, "Print them as JSON");
-    command->callback([options] { Diff(*options); });
+    Command command(app, "diff", "Print the variables by which a data folder differs from the defaults");
+    AddModuleOptions(command, options->module);
+    command.Describe("--data", "Folder that holds \"ZQserver\", \"ZQserver\" itself, or a folder\n"
+                               "with the files in it. Default: what ZQ_DATA_DIR names, then the\n"
+                               "machine's own");
+    AddNames(command, options->filter);
+    AddFilterOptions(command, options->filter);
+    command.AddFlag("--exit-code", options->isExitCode, "Exit code 1 where there are differences");
+    command.AddFlag("--json", options->isJson, "Print them as JSON");
+    command.Run([options] { Diff(*options); });
 }
 
 } // namespace zq::tool

@@ -1,17 +1,15 @@
 #include "Commands.h"
 
+#include "Console.h"
 #include "Failure.h"
 #include "FolderLook.h"
 #include "JsonOutput.h"
+#include "NameLookup.h"
 #include "Text.h"
+#include "VariableFilter.h"
 #include "VariableOrigin.h"
 #include "VariableText.h"
 
-#include <CLI/CLI.hpp>
-
-#include <algorithm>
-#include <cstdio>
-#include <iterator>
 #include <memory>
 
 namespace zq::tool {
@@ -20,35 +18,20 @@ namespace {
 
 struct ExplainOptions {
     ModuleOptions module;
-    std::string name;
+    VariableFilter filter;
     bool isJson = false;
 };
 
+// One type of one name.
 struct Explanation {
-    std::wstring name;
-    std::vector<Variable> variables; // one a type
-    std::vector<VariableOrigin> places;
+    Variable variable;
+    std::vector<VariableOrigin> origins;
+    std::vector<VariableOrigin> others; // that set the name with other types only
     std::vector<VariableOrigin> defaults;
 };
 
-std::vector<Variable> WithName(const std::vector<Variable>& all, const std::wstring& name) {
-    std::vector<Variable> found;
-    std::copy_if(all.begin(), all.end(), std::back_inserter(found),
-                 [&](const Variable& variable) { return variable.name == name; });
-    return found;
-}
-
-std::string NoSuchName(const std::vector<Variable>& all, const std::string& name) {
-    constexpr size_t kShown = 3;
-    std::string text;
-    for (const std::wstring& near : NearestVariables(all, name, kShown)) {
-        text += (text.empty() ? "; the nearest known are " : ", ") + Utf8FromWide(near);
-    }
-    return "there is no variable " + name + text;
-}
-
-std::string PlaceText(const VariableOrigin& origin) {
-    const std::string file = Utf8FromPath(origin.file);
+std::string PositionText(const VariableOrigin& origin) {
+    const std::string file = Visible(origin.file.native());
     return origin.line == 0 ? file + " (counted by the module)"
                             : file + ':' + std::to_string(origin.line) + ':' + std::to_string(origin.column);
 }
@@ -64,31 +47,54 @@ const char* FateText(OriginFate fate) {
     }
 }
 
-// What the text of a duplicate is, stands in its value as it stands in the file.
+// A duplicate's value is shown as the file has it.
 std::string OriginValueText(const VariableOrigin& origin) {
     return origin.fate == OriginFate::KeyTwice ? Printable(std::get<std::wstring>(origin.value))
                                                : ValueText(origin.value);
 }
 
-std::string TextOf(const Explanation& explanation) {
-    std::string text = Printable(explanation.name) + "\n";
-    for (const Variable& variable : explanation.variables) {
-        text += "  " + VariableTypeName(variable.Type()) + ": " + ValueText(variable.value) + "\n";
+std::string OriginText(const VariableOrigin& origin) {
+    const bool isLost = origin.fate != OriginFate::Counts;
+    std::string text = isLost ? "    lost    " : "    set by  ";
+    text += PositionText(origin) + ": " + OriginValueText(origin);
+    return text + (isLost ? std::string(", ") + FateText(origin.fate) + "\n" : "\n");
+}
+
+std::string OwnValueText(const std::vector<VariableOrigin>& others) {
+    std::string text = "    the module's own value at its start";
+    for (const VariableOrigin& other : others) {
+        const std::string type = VariableTypeName(TypeOf(other.kind));
+        text += "; " + PositionText(other) + ": " + OriginValueText(other) + " is ";
+        text += (type == "integer" ? "an " : "a ") + type + " and does not set it";
     }
-    for (const VariableOrigin& origin : explanation.places) {
-        text += origin.fate == OriginFate::Counts ? "set by " : "lost   ";
-        text += PlaceText(origin) + ": " + OriginValueText(origin);
-        text += origin.fate == OriginFate::Counts ? "\n" : std::string(", ") + FateText(origin.fate) + "\n";
-    }
-    if (explanation.places.empty()) {
-        text += "set by the module itself, at its start; no file sets it\n";
-    }
-    for (const VariableOrigin& origin : explanation.defaults) {
+    return text + (others.empty() ? "; no file sets it\n" : "\n");
+}
+
+std::string DefaultText(const std::vector<VariableOrigin>& defaults) {
+    for (const VariableOrigin& origin : defaults) {
         if (origin.fate == OriginFate::Counts) {
-            text += "default " + PlaceText(origin) + ": " + OriginValueText(origin) + "\n";
+            return "    default " + PositionText(origin) + ": " + OriginValueText(origin) + "\n";
         }
     }
-    return text + (explanation.defaults.empty() ? "default none: the default files do not set it\n" : "");
+    return "    default none: the default files do not set it\n";
+}
+
+std::string TextOf(const std::vector<Explanation>& explanations) {
+    std::string text;
+    std::wstring_view name;
+    for (const Explanation& one : explanations) {
+        if (one.variable.name != name) {
+            name = one.variable.name;
+            text += Printable(name) + "\n";
+        }
+        text += "  " + VariableTypeName(one.variable.Type()) + " " + ValueText(one.variable.value) + "\n";
+        for (const VariableOrigin& origin : one.origins) {
+            text += OriginText(origin);
+        }
+        text += one.origins.empty() ? OwnValueText(one.others) : "";
+        text += DefaultText(one.defaults);
+    }
+    return text;
 }
 
 void WriteOrigins(JsonWriter& writer, const char* key, const std::vector<VariableOrigin>& origins) {
@@ -97,64 +103,74 @@ void WriteOrigins(JsonWriter& writer, const char* key, const std::vector<Variabl
     for (const VariableOrigin& origin : origins) {
         writer.StartObject();
         WriteMember(writer, "file", Utf8FromPath(origin.file));
-        WriteMember(writer, "line", int64_t{origin.line});
-        WriteMember(writer, "column", int64_t{origin.column});
-        writer.Key("value");
-        WriteValue(writer, origin.value);
+        if (origin.line > 0) {
+            WriteMember(writer, "line", int64_t{origin.line});
+            WriteMember(writer, "column", int64_t{origin.column});
+        }
+        if (origin.fate == OriginFate::KeyTwice) {
+            WriteMember(writer, "text", Utf8FromWide(std::get<std::wstring>(origin.value)));
+        } else {
+            writer.Key("value");
+            WriteValue(writer, origin.value);
+        }
         WriteMember(writer, "fate", FateText(origin.fate));
         writer.EndObject();
     }
     writer.EndArray();
 }
 
-std::string JsonTextOf(const Explanation& explanation) {
+std::string JsonTextOf(const std::vector<Explanation>& explanations) {
     return JsonDocument([&](JsonWriter& writer) {
-        writer.StartObject();
-        WriteMember(writer, "name", Utf8FromWide(explanation.name));
-        writer.Key("variables");
         writer.StartArray();
-        for (const Variable& variable : explanation.variables) {
+        for (const Explanation& one : explanations) {
             writer.StartObject();
-            WriteMember(writer, "type", VariableTypeName(variable.Type()));
+            WriteMember(writer, "name", Utf8FromWide(one.variable.name));
+            WriteMember(writer, "type", VariableTypeName(one.variable.Type()));
             writer.Key("value");
-            WriteValue(writer, variable.value);
+            WriteValue(writer, one.variable.value);
+            WriteMember(writer, "setBy", one.origins.empty() ? "module" : "file");
+            WriteOrigins(writer, "origins", one.origins);
+            WriteOrigins(writer, "defaults", one.defaults);
             writer.EndObject();
         }
         writer.EndArray();
-        WriteOrigins(writer, "places", explanation.places);
-        WriteOrigins(writer, "defaults", explanation.defaults);
-        writer.EndObject();
     });
 }
 
-void Explain(const ExplainOptions& options) {
-    const std::vector<Variable> all = LookAt(options.module);
-    Explanation explanation;
-    explanation.name = WideFromUtf8(options.name);
-    explanation.variables = WithName(all, explanation.name);
-    if (explanation.variables.empty()) {
-        throw Failure(NoSuchName(all, options.name));
+Explanation ExplanationOf(const Variable& variable, const std::filesystem::path& data,
+                          const std::filesystem::path& defaults) {
+    const std::vector<VariableOrigin> all = OriginsOf(variable.name, data, defaults);
+    Explanation explanation{variable, OriginsOfType(all, variable.Type()), {}, {}};
+    if (explanation.origins.empty()) {
+        explanation.others = all;
     }
+    explanation.defaults = OriginsOfType(OriginsOf(variable.name, {}, defaults), variable.Type());
+    return explanation;
+}
+
+void Explain(const ExplainOptions& options) {
+    const std::optional<std::filesystem::path> folder = FindDataFolderOrDefaults(options.module.data);
+    const std::vector<Variable> all = LookAt(options.module, folder);
+    RequireKnown(options.filter, all);
     const std::filesystem::path defaults = DefaultsFolderOf(options.module.defaults);
-    const std::filesystem::path data =
-        options.module.data.empty() ? std::filesystem::path() : DataFolderOf(options.module.data);
-    explanation.places = OriginsOf(explanation.name, data, defaults);
-    explanation.defaults = OriginsOf(explanation.name, {}, defaults);
-    const std::string text = options.isJson ? JsonTextOf(explanation) : TextOf(explanation);
-    std::fwrite(text.data(), 1, text.size(), stdout);
+    std::vector<Explanation> explanations;
+    for (const Variable& variable : options.filter.Apply(all)) {
+        explanations.push_back(ExplanationOf(variable, folder.value_or(std::filesystem::path()), defaults));
+    }
+    Print(options.isJson ? JsonTextOf(explanations) : TextOf(explanations));
 }
 
 } // namespace
 
 void AddExplainCommand(CLI::App& app) {
     const auto options = std::make_shared<ExplainOptions>();
-    CLI::App* const command =
-        app.add_subcommand("explain", "Tell which place of which file gives a variable its value, which\n"
-                                      "others lose, and what the default file says");
-    AddLookOptions(*command, options->module);
-    command->add_option("NAME", options->name, "The variable's full name; letter case counts")->required();
-    command->add_flag("--json", options->isJson, "Print it as JSON");
-    command->callback([options] { Explain(*options); });
+    Command command(app, "explain",
+                    "Print which place of which file gives a variable its value, which\n"
+                    "others lose, and what the default file has");
+    AddModuleOptions(command, options->module);
+    AddNames(command, options->filter).Required();
+    command.AddFlag("--json", options->isJson, "Print it as JSON");
+    command.Run([options] { Explain(*options); });
 }
 
 } // namespace zq::tool

@@ -1,15 +1,17 @@
 #include "FileArguments.h"
 
+#include "DataFolder.h"
 #include "Failure.h"
 #include "Text.h"
 
 #include "config/ConfigFile.h"
 
+#include <algorithm>
 #include <array>
 #include <cwchar>
-#include <fstream>
-#include <iterator>
 #include <system_error>
+
+#include <windows.h>
 
 namespace zq::tool {
 
@@ -17,28 +19,83 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::array<ConfigFile, 3> kFiles = {ConfigFile::Settings, ConfigFile::HmdList, ConfigFile::Quality};
+constexpr const char* kStandardInput = "-";
 constexpr std::array<const char*, 3> kRoles = {"settings", "hmd-list", "quality"};
 
 ConfigFile FileOfRole(const std::string& role) {
     for (size_t i = 0; i < kRoles.size(); ++i) {
         if (role == kRoles[i]) {
-            return kFiles[i];
+            return kConfigFiles[i];
         }
     }
-    throw Failure("--as takes settings, hmd-list or quality, not " + role);
+    throw Failure("--as takes settings, hmd-list or quality, not " + role, ExitCode::Usage);
 }
 
-void AddFolder(const fs::path& folder, const std::string& shown, std::vector<FileArgument>& files) {
-    const size_t before = files.size();
-    for (const ConfigFile file : kFiles) {
+void AddFolder(const fs::path& given, const std::string& shown, FileArguments& found) {
+    const fs::path inside = given / kDataFolderName;
+    const fs::path folder = fs::is_directory(inside) ? inside : given;
+    const size_t before = found.files.size();
+    for (const ConfigFile file : kConfigFiles) {
         const fs::path path = (folder / NameOfConfigFile(file)).make_preferred();
         if (fs::exists(path)) {
-            files.push_back({path, Utf8FromPath(path), file});
+            found.files.push_back({path, Utf8FromPath(path), file});
         }
     }
-    if (files.size() == before) {
-        throw Failure("the folder " + shown + " holds none of the three configuration files");
+    if (found.files.size() == before) {
+        found.failures.push_back("the folder " + shown + " holds none of the three configuration files");
+    }
+}
+
+bool HasWildcard(const fs::path& path) {
+    return path.filename().native().find_first_of(L"*?") != std::wstring::npos;
+}
+
+std::vector<fs::path> Expanded(const fs::path& pattern) {
+    std::vector<fs::path> paths;
+    WIN32_FIND_DATAW data{};
+    const HANDLE search = FindFirstFileW(pattern.c_str(), &data);
+    if (search == INVALID_HANDLE_VALUE) {
+        return paths;
+    }
+    do {
+        if ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+            paths.push_back(pattern.parent_path() / data.cFileName);
+        }
+    } while (FindNextFileW(search, &data));
+    FindClose(search);
+    std::sort(paths.begin(), paths.end());
+    return paths;
+}
+
+void AddFile(const fs::path& path, const std::string& shown, const std::string& as, FileArguments& found) {
+    const std::optional<ConfigFile> file = as.empty() ? FileOfName(path) : FileOfRole(as);
+    if (file) {
+        found.files.push_back({path, shown, *file});
+    } else {
+        found.failures.push_back("the name of " + shown +
+                                 " is none that the module reads; say which file it is with --as settings, "
+                                 "--as hmd-list or --as quality");
+    }
+}
+
+void AddArgument(const std::string& argument, const std::string& as, FileArguments& found) {
+    const fs::path path = WideFromUtf8(argument);
+    if (HasWildcard(path)) {
+        const std::vector<fs::path> expanded = Expanded(path);
+        for (const fs::path& one : expanded) {
+            AddFile(one, Utf8FromPath(one), as, found);
+        }
+        if (expanded.empty()) {
+            found.failures.push_back("no file matches " + argument);
+        }
+    } else if (argument == kStandardInput) {
+        AddFile(path, "standard input", as, found);
+    } else if (!fs::exists(path)) {
+        found.failures.push_back("the file " + argument + " does not exist");
+    } else if (fs::is_directory(path)) {
+        AddFolder(path, argument, found);
+    } else {
+        AddFile(path, argument, as, found);
     }
 }
 
@@ -46,7 +103,7 @@ void AddFolder(const fs::path& folder, const std::string& shown, std::vector<Fil
 
 std::optional<ConfigFile> FileOfName(const fs::path& path) {
     const std::wstring name = path.filename().native();
-    for (const ConfigFile file : kFiles) {
+    for (const ConfigFile file : kConfigFiles) {
         const std::wstring stem = fs::path(NameOfConfigFile(file)).stem().native();
         const bool hasStem = _wcsnicmp(name.c_str(), stem.c_str(), stem.size()) == 0;
         if (hasStem && (name.size() == stem.size() || name[stem.size()] == L'.')) {
@@ -56,35 +113,24 @@ std::optional<ConfigFile> FileOfName(const fs::path& path) {
     return {};
 }
 
-std::vector<FileArgument> FilesOf(const std::vector<std::string>& arguments, const std::string& as) {
-    std::vector<FileArgument> files;
+FileArguments LookUpFiles(const std::vector<std::string>& arguments, const std::string& as) {
+    FileArguments found;
     for (const std::string& argument : arguments) {
-        const fs::path path = WideFromUtf8(argument);
-        if (!fs::exists(path)) {
-            throw Failure("the file " + argument + " does not exist");
-        }
-        if (fs::is_directory(path)) {
-            AddFolder(path, argument, files);
-            continue;
-        }
-        const std::optional<ConfigFile> file = as.empty() ? FileOfName(path) : FileOfRole(as);
-        if (!file) {
-            throw Failure("the name of " + argument +
-                          " is none that the module reads; say what it stands for with "
-                          "--as settings, --as hmd-list or --as quality");
-        }
-        files.push_back({path, argument, *file});
+        AddArgument(argument, as, found);
     }
-    return files;
+    return found;
 }
 
-std::string ReadBytes(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (!in.is_open() || in.bad()) {
-        throw Failure("the file " + Utf8FromPath(path) + " cannot be read");
+std::vector<FileArgument> FilesOf(const std::vector<std::string>& arguments, const std::string& as) {
+    FileArguments found = LookUpFiles(arguments, as);
+    if (!found.failures.empty()) {
+        throw Failure(found.failures.front());
     }
-    return bytes;
+    return std::move(found.files);
+}
+
+std::string BytesOf(const FileArgument& argument) {
+    return argument.path == WideFromUtf8(kStandardInput) ? ReadStandardInput() : ReadBytes(argument.path);
 }
 
 } // namespace zq::tool

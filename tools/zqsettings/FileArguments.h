@@ -1,7 +1,9 @@
-// The files that a command line names, and what each stands for.
+// The files that a command line names, and which configuration file each of them is.
 #pragma once
 
-#include "config/ConfigText.h"
+#include "FileBytes.h"
+
+#include "config/ConfigFile.h"
 
 #include <filesystem>
 #include <optional>
@@ -11,20 +13,30 @@
 namespace zq::tool {
 
 struct FileArgument {
-    std::filesystem::path path;
-    std::string shown; // as it was given, UTF-8
+    std::filesystem::path path; // "-" for standard input
+    std::string shown;          // as it was given, UTF-8
     ConfigFile file;
 };
 
-// What a file is for by its name, in any letter case; a mended copy or backup keeps its original's. Nothing
-// for other names.
+// Those that are there, and a sentence for each of the others.
+struct FileArguments {
+    std::vector<FileArgument> files;
+    std::vector<std::string> failures;
+};
+
+// Which file it is by its name, in any letter case; a corrected copy or backup counts as its original.
+// Nothing for other names.
 std::optional<ConfigFile> FileOfName(const std::filesystem::path& path);
 
-// "settings", "hmd-list" or "quality", as --as takes it; empty for by name. A folder stands for those of the
-// three files that it holds. Raises Failure for a name that says nothing, and for what does not exist.
+// "settings", "hmd-list" or "quality", as --as takes it; empty for by name. A folder means those of the three
+// files that it, or its "ZQserver", holds; a name with * or ? the files that match, as cmd.exe leaves that to
+// the program; "-" standard input, which needs `as`.
+FileArguments LookUpFiles(const std::vector<std::string>& arguments, const std::string& as);
+
+// As above; raises Failure for the first that is not there.
 std::vector<FileArgument> FilesOf(const std::vector<std::string>& arguments, const std::string& as);
 
 // Raises Failure where the file cannot be read.
-std::string ReadBytes(const std::filesystem::path& path);
+std::string BytesOf(const FileArgument& argument);
 
 } // namespace zq::tool

@@ -1,24 +1,22 @@
-// A look at the variables of a data folder that leaves the folder as it is: the module works on a copy, so a
-// file that it would replace stays where it is.
+// A look at the variables of a data folder that leaves the folder as it is: the module works on a copy.
 #pragma once
 
 #include "ModuleSession.h"
 #include "VariableListing.h"
 
+#include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace zq::tool {
 
-// Adds --data, --defaults and --dll to a command that only looks. `options` must outlive the parse.
-void AddLookOptions(CLI::App& command, ModuleOptions& options);
+// The variables of a folder, sorted; those of the default files for none. What the module would replace is
+// reported on stderr. Raises Failure as ModuleSession does.
+std::vector<Variable> LookAt(const ModuleOptions& options,
+                             const std::optional<std::filesystem::path>& folder);
 
-// All variables, sorted; those of the default files where --data is empty. What the module would replace is
-// told in a sentence on stderr. Raises Failure as ModuleSession does.
-std::vector<Variable> LookAt(const ModuleOptions& options);
-
-// The names of variables that a mistyped one may stand for, best first.
-std::vector<std::wstring> NearestVariables(const std::vector<Variable>& variables, const std::string& name,
-                                           size_t count);
+// What FindDataFolder finds; says on stderr when it finds none, so that the default files are read.
+std::optional<std::filesystem::path> FindDataFolderOrDefaults(const std::string& data);
 
 } // namespace zq::tool

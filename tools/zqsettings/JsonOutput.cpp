@@ -4,13 +4,12 @@
 #include "Text.h"
 #include "VariableText.h"
 
-#include <cmath>
-
 namespace zq::tool {
 
 namespace {
 
-void WriteDouble(JsonWriter& writer, double value) {
+template <class Writer>
+void WriteDouble(Writer& writer, double value) {
     if (std::isfinite(value)) {
         writer.Double(value);
     } else {
@@ -18,28 +17,8 @@ void WriteDouble(JsonWriter& writer, double value) {
     }
 }
 
-} // namespace
-
-void WriteText(JsonWriter& writer, const std::string& text) {
-    writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
-}
-
-void WriteMember(JsonWriter& writer, const char* name, const std::string& text) {
-    writer.Key(name);
-    WriteText(writer, text);
-}
-
-void WriteMember(JsonWriter& writer, const char* name, int64_t number) {
-    writer.Key(name);
-    writer.Int64(number);
-}
-
-void WriteMember(JsonWriter& writer, const char* name, bool truth) {
-    writer.Key(name);
-    writer.Bool(truth);
-}
-
-void WriteValue(JsonWriter& writer, const VariableValue& value) {
+template <class Writer>
+void WriteAnyValue(Writer& writer, const VariableValue& value) {
     std::visit(Overloads{
                    [&](ZQBool truth) { writer.Bool(truth != 0); },
                    [&](int64_t number) { writer.Int64(number); },
@@ -48,6 +27,39 @@ void WriteValue(JsonWriter& writer, const VariableValue& value) {
                    [&](const std::vector<uint8_t>& bytes) { WriteText(writer, HexText(bytes, "")); },
                },
                value);
+}
+
+template <class Writer>
+void WriteAnyChange(Writer& writer, const VariableChange& change, const char* oldName, const char* newName) {
+    writer.StartObject();
+    WriteMember(writer, "name", Utf8FromWide(change.name));
+    writer.Key("types");
+    writer.StartArray();
+    for (const VariableType type : change.types) {
+        WriteText(writer, VariableTypeName(type));
+    }
+    writer.EndArray();
+    if (change.oldValue) {
+        writer.Key(oldName);
+        WriteAnyValue(writer, *change.oldValue);
+    }
+    if (change.newValue) {
+        writer.Key(newName);
+        WriteAnyValue(writer, *change.newValue);
+    }
+    writer.EndObject();
+}
+
+} // namespace
+
+void WriteValue(JsonWriter& writer, const VariableValue& value) { WriteAnyValue(writer, value); }
+void WriteValue(LineWriter& writer, const VariableValue& value) { WriteAnyValue(writer, value); }
+
+void WriteChange(JsonWriter& writer, const VariableChange& change, const char* oldName, const char* newName) {
+    WriteAnyChange(writer, change, oldName, newName);
+}
+void WriteChange(LineWriter& writer, const VariableChange& change, const char* oldName, const char* newName) {
+    WriteAnyChange(writer, change, oldName, newName);
 }
 
 } // namespace zq::tool

@@ -1,30 +1,63 @@
-// JSON as the commands print it with --json: one document, indented by two blanks, UTF-8.
+// JSON as the commands print it with --json: one document, indented by two blanks, UTF-8. Each form has a
+// schema in schemas/output/.
 #pragma once
 
+#include "VariableDifference.h"
 #include "VariableListing.h"
 
 #include "save/RapidJson.h"
 
 #include <rapidjson/prettywriter.h>
 #include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
 
+#include <cmath>
 #include <string>
 
 namespace zq::tool {
 
+// Both writers of the library: documents are indented, messages take one line each.
 using JsonWriter = rapidjson::PrettyWriter<rapidjson::StringBuffer>;
+using LineWriter = rapidjson::Writer<rapidjson::StringBuffer>;
 
-void WriteText(JsonWriter& writer, const std::string& text);
-void WriteMember(JsonWriter& writer, const char* name, const std::string& text);
-void WriteMember(JsonWriter& writer, const char* name, int64_t number);
-void WriteMember(JsonWriter& writer, const char* name, bool truth);
+template <class Writer>
+void WriteText(Writer& writer, const std::string& text) {
+    writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
+}
+
+template <class Writer>
+void WriteMember(Writer& writer, const char* name, const std::string& text) {
+    writer.Key(name);
+    WriteText(writer, text);
+}
+
+template <class Writer>
+void WriteMember(Writer& writer, const char* name, int64_t number) {
+    writer.Key(name);
+    writer.Int64(number);
+}
+
+template <class Writer>
+void WriteMember(Writer& writer, const char* name, bool truth) {
+    writer.Key(name);
+    writer.Bool(truth);
+}
+
 // As in a literal, which would otherwise become a bool.
-inline void WriteMember(JsonWriter& writer, const char* name, const char* text) {
+template <class Writer>
+void WriteMember(Writer& writer, const char* name, const char* text) {
     WriteMember(writer, name, std::string(text));
 }
-// Binary values are hexadecimal digits; a double that JSON cannot hold is the string "NaN", "Infinity" or
-// "-Infinity".
+
+// A value as JSON's own type. Binary values are hexadecimal digits; a double that JSON cannot hold is the
+// string "NaN", "Infinity" or "-Infinity".
 void WriteValue(JsonWriter& writer, const VariableValue& value);
+void WriteValue(LineWriter& writer, const VariableValue& value);
+
+// {"name", "types", "old", "new"}; `oldName` and `newName` are those of the last two. What is not known is
+// left out.
+void WriteChange(JsonWriter& writer, const VariableChange& change, const char* oldName, const char* newName);
+void WriteChange(LineWriter& writer, const VariableChange& change, const char* oldName, const char* newName);
 
 // What `write(writer)` writes, as text with a line end.
 template <class Write>

@@ -1,91 +1,124 @@
-// The commands that print variables: all of a folder, or one.
+// The commands that print variables: all of a folder, or some by name.
 #include "Commands.h"
 
-#include "Failure.h"
+#include "Console.h"
 #include "FolderLook.h"
+#include "KeyText.h"
+#include "NameLookup.h"
+#include "NamePattern.h"
 #include "Text.h"
 #include "VariableFilter.h"
+#include "VariableOrigin.h"
 #include "VariableText.h"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
-#include <cstdio>
-#include <iterator>
 #include <memory>
 
 namespace zq::tool {
 
 namespace {
 
+namespace fs = std::filesystem;
+
 struct ListOptions {
     ModuleOptions module;
     VariableFilter filter;
     bool isJson = false;
+    bool isLong = false;
 };
-
-struct GetOptions {
-    ModuleOptions module;
-    std::string name;
-    std::string type;
-    bool isJson = false;
-};
-
-void Print(const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); }
 
 void List(const ListOptions& options) {
-    const std::vector<Variable> variables = options.filter.Apply(LookAt(options.module));
-    Print(options.isJson ? JsonText(variables) : TableText(variables));
+    const std::vector<Variable> all = LookAt(options.module, FindDataFolderOrDefaults(options.module.data));
+    RequireKnown(options.filter, all);
+    const std::vector<Variable> variables = options.filter.Apply(all);
+    Print(options.isJson   ? JsonText(variables)
+          : options.isLong ? LongTableText(variables)
+                           : TableText(variables));
 }
 
-std::string UnknownName(const std::vector<Variable>& variables, const GetOptions& options) {
-    const std::vector<std::wstring> nearest = NearestVariables(variables, options.name, 1);
-    std::string text = "there is no variable " + options.name;
-    text += options.type.empty() ? "" : " of type " + options.type;
-    return nearest.empty() || nearest.front() == WideFromUtf8(options.name)
-               ? text
-               : text + "; the nearest known is " + Utf8FromWide(nearest.front());
+bool IsOneName(const VariableFilter& filter) {
+    return filter.names.size() == 1 && !IsPattern(filter.names.front());
 }
 
-void Get(const GetOptions& options) {
-    const std::vector<Variable> variables = LookAt(options.module);
-    const std::wstring name = WideFromUtf8(options.name);
-    std::vector<Variable> found;
-    std::copy_if(variables.begin(), variables.end(), std::back_inserter(found),
-                 [&](const Variable& variable) {
-                     return variable.name == name &&
-                            (options.type.empty() || options.type == VariableTypeName(variable.Type()));
-                 });
-    if (found.empty()) {
-        throw Failure(UnknownName(variables, options));
+// Of the types of a name, the first.
+std::vector<Variable> FirstTypes(const std::vector<Variable>& variables) {
+    std::vector<Variable> first;
+    for (const Variable& variable : variables) {
+        if (first.empty() || first.back().name != variable.name) {
+            first.push_back(variable);
+        }
     }
-    Print(options.isJson ? JsonText(found) : PlainText(found.front().value) + "\n");
+    return first;
+}
+
+// Somebody who wrote "90" into a file and reads 70 here should learn why.
+void PrintOtherType(const Variable& variable, const std::vector<VariableOrigin>& origins) {
+    if (origins.empty() || !OriginsOfType(origins, variable.Type()).empty()) {
+        return;
+    }
+    const VariableOrigin& origin = origins.back();
+    const std::string type = VariableTypeName(TypeOf(origin.kind));
+    PrintNote(Utf8FromWide(variable.name) + " is also the " + type + ' ' + ValueText(origin.value) +
+              ", set by " + Utf8FromPath(origin.file) + ':' + std::to_string(origin.line) +
+              "; this is the module's own value, and --type " + type + " prints the other");
+}
+
+std::string PlainTextOf(const std::vector<Variable>& variables, bool isOne) {
+    std::string text;
+    for (const Variable& variable : variables) {
+        const std::string value = PlainText(variable.value);
+        if (!isOne) {
+            text += Printable(variable.name) + '\t' + Visible(WideFromUtf8(value)) + '\n';
+        } else {
+            // A script gets a text as it is, a terminal no character that it would act on.
+            text += (IsConsole(stdout) ? Visible(WideFromUtf8(value)) : value) + '\n';
+        }
+    }
+    return text;
+}
+
+void Get(const ListOptions& options) {
+    const std::optional<fs::path> folder = FindDataFolderOrDefaults(options.module.data);
+    const std::vector<Variable> all = LookAt(options.module, folder);
+    RequireKnown(options.filter, all);
+    const std::vector<Variable> found = options.filter.Apply(all);
+    if (options.isJson) {
+        Print(JsonText(found));
+        return;
+    }
+    const std::vector<Variable> printed = FirstTypes(found);
+    const fs::path defaults = DefaultsFolderOf(options.module.defaults);
+    Print(PlainTextOf(printed, IsOneName(options.filter)));
+    for (const Variable& variable : printed) {
+        PrintOtherType(variable, OriginsOf(variable.name, folder.value_or(fs::path()), defaults));
+    }
 }
 
 } // namespace
 
 void AddListCommand(CLI::App& app) {
     const auto options = std::make_shared<ListOptions>();
-    CLI::App* const command = app.add_subcommand("list", "Print the variables of a folder, sorted by name");
-    AddLookOptions(*command, options->module);
-    AddFilterOptions(*command, options->filter);
-    command->add_flag("--json", options->isJson, "Print them as JSON");
-    command->callback([options] { List(*options); });
+    Command command(app, "list", "Print the variables of a folder, sorted by name");
+    AddModuleOptions(command, options->module);
+    AddNames(command, options->filter);
+    AddFilterOptions(command, options->filter);
+    command.AddFlag("--long", options->isLong, "With what each is: meaning, type, range, unit, default");
+    command.AddFlag("--json", options->isJson, "Print them as JSON");
+    command.Run([options] { List(*options); });
 }
 
 void AddGetCommand(CLI::App& app) {
-    const auto options = std::make_shared<GetOptions>();
-    CLI::App* const command =
-        app.add_subcommand("get", "Print the value of one variable, plain, for scripts");
-    AddLookOptions(*command, options->module);
-    command->add_option("NAME", options->name, "The variable's full name; letter case counts")->required();
-    command
-        ->add_option(
-            "--type", options->type,
-            "Of the variables with this name. Default: the first of bool,\ninteger, double, string, binary")
-        ->check(CLI::IsMember({"bool", "integer", "double", "string", "binary"}));
-    command->add_flag("--json", options->isJson, "Print all types of the name as JSON");
-    command->callback([options] { Get(*options); });
+    const auto options = std::make_shared<ListOptions>();
+    Command command(app, "get",
+                    "Print the value of one variable, plain, for scripts; of several,\n"
+                    "a line each with name, tabulator and value");
+    AddModuleOptions(command, options->module);
+    AddNames(command, options->filter).Required();
+    AddTypeOption(
+        command, options->filter,
+        "Of the variables with this name. Default: the first of bool,\ninteger, double, string, binary");
+    command.AddFlag("--json", options->isJson, "Print all types of the names as JSON");
+    command.Run([options] { Get(*options); });
 }
 
 } // namespace zq::tool

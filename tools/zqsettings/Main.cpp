@@ -1,7 +1,10 @@
 // zqsettings: the settings module from a command line. Its texts are UTF-8 in both directions.
 #include "Commands.h"
+#include "Console.h"
 #include "Failure.h"
 #include "Text.h"
+#include "UsageHelp.h"
+#include "Versions.h"
 
 #include <CLI/CLI.hpp>
 
@@ -16,64 +19,81 @@
 
 #include <shellapi.h>
 
+namespace zq::tool {
+
 namespace {
 
-constexpr int kExitFailure = 1;
-
-// The arguments in the order in which the parser takes them off: the last one first.
-std::vector<std::string> ReversedArguments() {
+std::vector<std::string> Arguments() {
     int count = 0;
     wchar_t** const words = CommandLineToArgvW(GetCommandLineW(), &count);
     std::vector<std::string> arguments;
-    for (int i = count - 1; i > 0; --i) {
-        arguments.push_back(zq::tool::Utf8FromWide(words[i]));
+    for (int i = 1; i < count; ++i) {
+        arguments.push_back(Utf8FromWide(words[i]));
     }
     LocalFree(words);
     return arguments;
 }
 
-int Run() {
-    CLI::App app("Shows and changes the configuration of a streaming server through its settings module.",
-                 "zqsettings");
-    app.set_version_flag("--version", ZQ_VERSION);
+void Describe(CLI::App& app) {
+    app.set_version_flag("--version", VersionsText);
     app.require_subcommand(1);
     // A path may begin with a slash.
     app.allow_windows_style_options(false);
-    app.failure_message([](const CLI::App*, const CLI::Error& error) {
-        return std::string("zqsettings: ") + error.what() + "; --help tells more.\n";
-    });
-    app.footer("\"zqsettings COMMAND --help\" tells more about a command.\n"
-               "Exit code 0; otherwise other than 0, and one sentence on stderr.");
+    app.footer("\"zqsettings help COMMAND\" prints the options of a command.\n"
+               "Exit codes: 0 done, or yes; 1 no; 2 could not look or act; 3 usage. Other than 0\n"
+               "comes with one sentence on stderr.");
     app.get_formatter()->column_width(18);
-    zq::tool::AddCheckCommand(app);
-    zq::tool::AddListCommand(app);
-    zq::tool::AddGetCommand(app);
-    zq::tool::AddDiffCommand(app);
-    zq::tool::AddExplainCommand(app);
-    zq::tool::AddSurveyCommand(app);
-    zq::tool::AddShowCommand(app);
-    zq::tool::AddWatchCommand(app);
-    zq::tool::AddSetCommand(app);
-    zq::tool::AddSetHmdCommand(app);
-    zq::tool::AddPacketCommand(app);
-    try {
-        app.parse(ReversedArguments());
+    AddCommands(app);
+}
+
+// Help and versions end well; everything else that the parser raises is a mistake in the command line.
+int ExitCodeOf(const CLI::App& app, const CLI::ParseError& error, const std::vector<std::string>& arguments) {
+    if (dynamic_cast<const CLI::RuntimeError*>(&error)) {
+        return error.get_exit_code();
+    }
+    if (error.get_exit_code() == 0) {
+        Print(HelpOrVersion(app, error));
         return 0;
+    }
+    throw Failure(UsageText(app, error.what(), arguments), ExitCode::Usage);
+}
+
+int Run() {
+    CLI::App app("Shows and changes the configuration of a streaming server through its settings module.",
+                 "zqsettings");
+    Describe(app);
+    std::vector<std::string> arguments = Arguments();
+    TurnHelpAround(arguments);
+    RequireCommand(app, arguments);
+    try {
+        // The parser takes the last one first.
+        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+        return static_cast<int>(ExitCode::Yes);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error);
+        return ExitCodeOf(app, error, arguments);
+    }
+}
+
+int RunAndReport() {
+    try {
+        return Run();
+    } catch (const Ended& ended) {
+        return static_cast<int>(ended.code);
+    } catch (const Failure& failure) {
+        PrintFailure(failure.what());
+        return static_cast<int>(failure.Code());
+    } catch (const std::exception& error) {
+        PrintFailure(error.what());
+        return static_cast<int>(ExitCode::Cannot);
     }
 }
 
 } // namespace
 
+} // namespace zq::tool
+
 int main() {
-    SetConsoleOutputCP(CP_UTF8);
     _setmode(_fileno(stdout), _O_BINARY);
     _setmode(_fileno(stderr), _O_BINARY);
-    try {
-        return Run();
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "zqsettings: %s.\n", error.what());
-        return kExitFailure;
-    }
+    return zq::tool::RunAndReport();
 }

@@ -3,8 +3,6 @@
 #include "Failure.h"
 #include "Text.h"
 
-#include <CLI/CLI.hpp>
-
 #include <cwchar>
 
 namespace zq::tool {
@@ -13,24 +11,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const wchar_t* kDataFolderName = L"ZQserver";
-
-fs::path ExistingFolder(const fs::path& path, const char* what) {
-    fs::path folder = fs::absolute(path).make_preferred();
-    if (!fs::is_directory(folder)) {
-        throw Failure(std::string("the ") + what + " folder " + Utf8FromPath(folder) + " does not exist");
+// The module takes the folder that holds the data folder.
+fs::path CommonDataFolderOf(const fs::path& dataFolder) {
+    if (_wcsicmp(dataFolder.filename().c_str(), kDataFolderName) != 0) {
+        throw Failure("the module works in folders named ZQserver only, not in " + Utf8FromPath(dataFolder));
     }
-    return folder;
-}
-
-// The common application-data folder that holds the data folder; either of the two may be given.
-fs::path CommonDataFolder(const fs::path& given) {
-    fs::path folder = ExistingFolder(given, "data");
-    const fs::path name = folder.has_filename() ? folder.filename() : folder.parent_path().filename();
-    if (_wcsicmp(name.c_str(), kDataFolderName) != 0) {
-        return folder;
-    }
-    return (folder.has_filename() ? folder : folder.parent_path()).parent_path();
+    return dataFolder.parent_path();
 }
 
 std::string Sentence(const fs::filesystem_error& error) {
@@ -44,30 +30,15 @@ std::string Sentence(const fs::filesystem_error& error) {
 
 } // namespace
 
-fs::path DataFolderOf(const std::string& data) {
-    return ExistingFolder(CommonDataFolder(WideFromUtf8(data)) / kDataFolderName, "data");
-}
-
-fs::path DefaultsFolderOf(const std::string& defaults) {
-    return ExistingFolder(defaults.empty() ? ProgramPath().replace_filename(L"defaults")
-                                           : fs::path(WideFromUtf8(defaults)),
-                          "defaults");
-}
-
-void AddModuleOptions(CLI::App& command, ModuleOptions& options) {
-    command
-        .add_option("--data", options.data,
-                    "Folder that holds \"ZQserver\" with the three private files,\n"
-                    "or \"ZQserver\" itself. Default: a scratch folder, filled\n"
-                    "from the default files and removed afterwards")
-        ->type_name("DIR");
-    command
-        .add_option("--defaults", options.defaults,
-                    "Folder with the three default files.\n"
-                    "Default: \"defaults\" beside this program")
-        ->type_name("DIR");
-    command.add_option("--dll", options.dll, "The module.\nDefault: ZQModSettings.dll beside this program")
-        ->type_name("FILE");
+void AddModuleOptions(Command command, ModuleOptions& options) {
+    command.Add("--data", options.data, "DIR",
+                "Folder that holds \"ZQserver\", \"ZQserver\" itself, or a folder\n"
+                "with the files in it. Default: what ZQ_DATA_DIR names, then the\n"
+                "machine's own, then the default files");
+    command.Add("--defaults", options.defaults, "DIR",
+                "Folder with the three default files.\n"
+                "Default: \"defaults\" beside this program");
+    command.Add("--dll", options.dll, "FILE", "The module.\nDefault: ZQModSettings.dll beside this program");
 }
 
 void ModuleSession::Ending::operator()(CZQModSettings* module) const {
@@ -83,7 +54,7 @@ ModuleSession::ModuleSession(const ModuleOptions& options, CZQModHost& host)
         m_commonData = m_scratch.emplace().Path();
         fs::create_directory(m_commonData / kDataFolderName);
     } else {
-        m_commonData = CommonDataFolder(WideFromUtf8(options.data));
+        m_commonData = CommonDataFolderOf(DataFolderOf(options.data));
     }
     Init(host);
 }

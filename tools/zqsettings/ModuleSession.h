@@ -3,16 +3,14 @@
 
 #include "CZQModSettings.h"
 
+#include "Command.h"
+#include "DataFolder.h"
 #include "ModuleLibrary.h"
 #include "ScratchFolder.h"
 
 #include <memory>
 #include <optional>
 #include <string>
-
-namespace CLI {
-class App;
-}
 
 namespace zq::tool {
 
@@ -23,19 +21,13 @@ struct ModuleOptions {
     std::string defaults;
 };
 
-// The folder "ZQserver" that --data means: itself, or the folder that holds it. Raises Failure where that
-// does not exist.
-std::filesystem::path DataFolderOf(const std::string& data);
-
-// --defaults, or the folder "defaults" beside this program. Raises Failure where that does not exist.
-std::filesystem::path DefaultsFolderOf(const std::string& defaults);
-
 // Adds --dll, --data and --defaults to a command. `options` must outlive the parse.
-void AddModuleOptions(CLI::App& command, ModuleOptions& options);
+void AddModuleOptions(Command command, ModuleOptions& options);
 
 class ModuleSession {
 public:
-    // Loads the module, makes the scratch folder where no data folder is given, and runs DoInit. Raises
+    // Loads the module, makes a scratch folder where no data folder is given, and runs DoInit, which replaces
+    // what it refuses in the folder: anybody's own folder is handed in as a copy (FolderMirror). Raises
     // Failure with one sentence for a DLL or folder that is missing and for an error that leaves DoInit.
     // `host` must outlive the session.
     ModuleSession(const ModuleOptions& options, CZQModHost& host);
@@ -43,7 +35,7 @@ public:
     CZQModSettings& Settings() const { return *m_module; }
     CZQVariable& Variables() const { return *ZQVariables(m_module.get()); }
     // The folder with the three private files.
-    std::filesystem::path DataFolder() const { return m_commonData / L"ZQserver"; }
+    std::filesystem::path DataFolder() const { return m_commonData / kDataFolderName; }
     std::string DataFolderText() const;
     const std::filesystem::path& DefaultsFolder() const { return m_defaults; }
 

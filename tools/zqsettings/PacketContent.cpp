@@ -69,6 +69,8 @@ const char* StopText(PacketStop stop) {
 
 } // namespace
 
+bool IsPacket(std::span<const uint8_t> bytes) { return PacketReader(std::as_bytes(bytes)).IsPacket(); }
+
 PacketContent ReadPacket(std::span<const uint8_t> packet) {
     PacketReader reader(std::as_bytes(packet));
     PacketContent content;

@@ -23,6 +23,9 @@ struct PacketContent {
     std::vector<PacketProblem> problems;
 };
 
+// Whether the bytes begin as a packet does.
+bool IsPacket(std::span<const uint8_t> bytes);
+
 PacketContent ReadPacket(std::span<const uint8_t> packet);
 
 } // namespace zq::tool

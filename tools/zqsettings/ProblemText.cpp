@@ -32,7 +32,7 @@ std::string Paint(const char* colour, const std::string& text, bool hasColour) {
     return hasColour ? colour + text + kPlain : text;
 }
 
-// As much of the line as fits beside its problem.
+// As much of the line as fits around its problem.
 class Excerpt {
 public:
     Excerpt(const SourceText& source, const Problem& problem) : m_line(source.LineAt(problem.begin)) {
@@ -80,13 +80,14 @@ size_t CountOf(const FileCheck& check, Severity severity) {
 
 std::string ProblemText(const std::string& file, const SourceText& source, const Problem& problem,
                         bool hasColour) {
-    const TextPosition place = source.PositionOf(problem.begin);
+    const TextPosition position = source.PositionOf(problem.begin);
     const bool isError = problem.severity == Severity::Error;
-    std::string text = Paint(
-        kBold, file + ':' + std::to_string(place.line) + ':' + std::to_string(place.column) + ':', hasColour);
+    std::string text =
+        Paint(kBold, file + ':' + std::to_string(position.line) + ':' + std::to_string(position.column) + ':',
+              hasColour);
     text += ' ' + Paint(isError ? kRed : kMagenta, isError ? "error:" : "warning:", hasColour) + ' ' +
             problem.text;
-    text += problem.mend.empty() ? "\n" : "; " + problem.mend + '\n';
+    text += problem.fix.empty() ? "\n" : "; " + problem.fix + '\n';
 
     const Excerpt excerpt(source, problem);
     text += "  " + excerpt.Line() + '\n';
@@ -98,13 +99,16 @@ std::string VerdictText(const std::string& file, const FileCheck& check) {
     const size_t errors = CountOf(check, Severity::Error);
     const size_t warnings = CountOf(check, Severity::Warning);
     std::string text = file + ": ";
-    text += check.IsAccepted() ? "accepted" : "refused: the module would replace it by its default copy";
+    text += check.IsAccepted() ? "accepted" : "refused: the module would replace it with its default copy";
     if (errors + warnings > 0) {
         text += check.IsAccepted() ? ", with " : " (";
         text += errors > 0 ? Counted(errors, "error") : "";
         text += errors > 0 && warnings > 0 ? ", " : "";
         text += warnings > 0 ? Counted(warnings, "warning") : "";
         text += check.IsAccepted() ? "" : ")";
+    }
+    if (check.IsAccepted() && !check.IsSavable()) {
+        text += "; nothing can be saved to it until it is JSON";
     }
     return text + '\n';
 }

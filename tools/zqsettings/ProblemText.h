@@ -7,7 +7,7 @@
 
 namespace zq::tool {
 
-// "file:line:column: error: text; mend", the line of the file, and a mark below the place.
+// "file:line:column: error: text; fix", the line of the file, and a mark below the problem.
 std::string ProblemText(const std::string& file, const SourceText& source, const Problem& problem,
                         bool hasColour);
 

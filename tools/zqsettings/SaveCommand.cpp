@@ -1,190 +1,169 @@
-// The commands that save: each looks whether the save is possible, runs the module's own save slot, waits
-// until the module has read the file again, and prints what that changed.
+// The commands that save: each looks whether the save is possible and sensible, saves as the module does, and
+// prints what that changed. The module itself never runs on the folder: it would replace what it refuses.
 #include "Commands.h"
 
+#include "Console.h"
 #include "Failure.h"
+#include "FolderLook.h"
+#include "JsonOutput.h"
 #include "ModuleSession.h"
+#include "PrivateFiles.h"
+#include "SaveReason.h"
 #include "SavedValue.h"
-#include "SilentHost.h"
+#include "SettingCheck.h"
 #include "Text.h"
 #include "VariableDifference.h"
 
+#include "base/HostLog.h"
 #include "config/ConfigFile.h"
-#include "save/NarrowName.h"
-#include "save/SaveOperations.h"
+#include "platform/Mutex.h"
 #include "save/SaveOperations.h"
 
-#include <CLI/CLI.hpp>
-
-#include <cstdio>
 #include <functional>
 #include <memory>
-
-#include <windows.h>
 
 namespace zq::tool {
 
 namespace {
 
-constexpr DWORD kReloadCapMilliseconds = 5000;
+namespace fs = std::filesystem;
 
-class ReloadWaiter final : public CZQVariableHost {
-public:
-    ReloadWaiter() : m_reloaded(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
-    ~ReloadWaiter() { CloseHandle(m_reloaded); }
-    ReloadWaiter(const ReloadWaiter&) = delete;
-    ReloadWaiter& operator=(const ReloadWaiter&) = delete;
-
-    void OnVariableChanged(const wchar_t*, uint32_t, CZQVariableHost*) override {}
-    void OnVariablesReloaded() override { SetEvent(m_reloaded); }
-    bool Wait() const { return WaitForSingleObject(m_reloaded, kReloadCapMilliseconds) == WAIT_OBJECT_0; }
-
-private:
-    HANDLE m_reloaded;
+struct SaveOptions {
+    ModuleOptions module;
+    RepairOptions repair;
+    bool isForced = false;
+    bool isJson = false;
 };
 
-struct SetOptions {
-    ModuleOptions module;
+struct SetOptions : SaveOptions {
     std::string name;
     std::string value;
     std::string type;
     bool isPerDevice = false;
 };
 
-struct SetHmdOptions {
-    ModuleOptions module;
+struct SetHmdOptions : SaveOptions {
     std::string device;
     HmdRequest request{};
     std::vector<int64_t> values;
 };
 
-std::string ReasonText(SaveResult result, const std::string& what) {
-    switch (result) {
-    case SaveResult::FileUnreadable:
-        return "the file cannot be parsed as JSON, or its root is of the wrong kind";
-    case SaveResult::NoSuchMember:
-        return "the file has no member " + what + ", or has it twice; a member that is absent is never made";
-    case SaveResult::NoSuchDevice:
-        return "the file has no such device: " + what;
-    case SaveResult::NoSuchRequest:
-        return "the device has no response with these numbers";
-    case SaveResult::TooFewValues:
-        return "the response's \"Value\" holds fewer values than were given";
-    default:
-        return "the file cannot be written back";
+// The folder, once the module would load all of its three files.
+fs::path PreparedFolder(const SaveOptions& options) {
+    fs::path folder = RequireDataFolder(options.module.data);
+    const PrivateFiles files = LookAtPrivateFiles(folder);
+    RequireRepairable(files, options.repair);
+    const fs::path defaults = DefaultsFolderOf(options.module.defaults);
+    for (const PrivateFile& file : files) {
+        PrintRepair(file, Repair(file, defaults));
     }
+    return folder;
 }
 
-// What an edit would come to, tried on a document of its own.
-SaveResult Try(const std::filesystem::path& file, const std::function<SaveResult(EditableDocument&)>& edit) {
-    std::unique_ptr<EditableDocument> document;
-    LoadJsonDoc(file.wstring(), document);
-    return document ? edit(*document) : SaveResult::FileUnreadable;
-}
-
-void RequireSaved(SaveResult result, const std::string& what) {
-    if (result != SaveResult::Saved) {
-        throw Failure("nothing was saved: " + ReasonText(result, what));
-    }
-}
-
-void SaveAndReport(const ModuleSession& session, const std::function<void(CZQModSettings&)>& save) {
-    ReloadWaiter waiter;
-    const std::vector<Variable> before = ListVariables(session.Variables());
-    session.Variables().RegisterHost(&waiter);
-    session.Settings().DoStart();
-    save(session.Settings());
-    const bool isReloaded = waiter.Wait();
-    session.Variables().UnregisterHost(&waiter);
-    if (!isReloaded) {
-        throw Failure(
-            "the value was handed over, but the module did not read the file again within 5 seconds; "
-            "a file that is locked or read-only cannot be saved");
-    }
-    const std::vector<VariableChange> changes = Difference(before, ListVariables(session.Variables()));
+std::string TextOf(const std::vector<VariableChange>& changes) {
+    std::string text;
     for (const VariableChange& change : changes) {
-        std::printf("%s\n", ChangeText(change).c_str());
+        text += ChangeText(change) + '\n';
     }
-    if (changes.empty()) {
-        std::printf("Saved; the variables held this value already.\n");
+    return changes.empty() ? "Saved; the variables had this value already.\n" : text;
+}
+
+std::string JsonTextOf(const fs::path& file, const std::vector<VariableChange>& changes) {
+    return JsonDocument([&](JsonWriter& writer) {
+        writer.StartObject();
+        WriteMember(writer, "file", Utf8FromPath(file));
+        writer.Key("changes");
+        writer.StartArray();
+        for (const VariableChange& change : changes) {
+            WriteChange(writer, change, "old", "new");
+        }
+        writer.EndArray();
+        writer.EndObject();
+    });
+}
+
+// Runs `save(target)` on the file and reports what it changed.
+void SaveAndReport(const SaveOptions& options, const PrivateFile& file, const std::vector<Variable>& before,
+                   const std::string& what, const std::function<SaveResult(const SaveTarget&)>& save) {
+    const HostLog silent;
+    const Mutex mutex;
+    const SaveResult result = save({file.path.native(), mutex, silent});
+    if (result != SaveResult::Saved) {
+        throw Failure("nothing was saved: " + ReasonText(result, file, what), ExitCodeOf(result));
     }
+    const std::vector<VariableChange> changes =
+        Difference(before, LookAt(options.module, file.path.parent_path()));
+    Print(options.isJson ? JsonTextOf(file.path, changes) : TextOf(changes));
 }
 
 void Set(const SetOptions& options) {
-    const SavedValue value = ParseSavedValue(options.value, options.type);
-    SilentHost host;
-    const ModuleSession session(options.module, host);
-    const std::wstring name = WideFromUtf8(options.name);
+    const fs::path folder = PreparedFolder(options);
+    const PrivateFile file = LookAtPrivateFile(folder, ConfigFile::Settings);
+    const std::vector<Variable> before = LookAt(options.module, folder);
+    const std::optional<int64_t> index = HeadsetIndex(before);
+    const SettingRequest request{options.name,        options.value,    options.type,
+                                 options.isPerDevice, options.isForced, index};
+    const SavedValue value = RequireSensible(SettingsDocument(file.bytes), request);
 
-    int64_t index = 0;
-    const bool hasIndex = session.Variables().GetVariableInt64(L"DHI", &index) != 0;
-    const auto keep = [](EditableValue&) {};
-    RequireSaved(Try(session.DataFolder() / NameOfConfigFile(ConfigFile::Settings),
-                     [&](EditableDocument& document) {
-                         const std::string narrow = NarrowName(name);
-                         return options.isPerDevice
-                                    ? EditDeviceMember(document, narrow,
-                                                       hasIndex ? std::optional(index) : std::nullopt, keep)
-                                    : EditRootMember(document, narrow, keep);
-                     }),
-                 options.isPerDevice ? options.name + " at the place that \"DHI\" gives" : options.name);
-    SaveAndReport(session, [&](CZQModSettings& module) {
-        value.Save(module, name.c_str(), options.isPerDevice ? 1 : 0);
+    const std::wstring name = WideFromUtf8(options.name);
+    SaveAndReport(options, file, before, options.name, [&](const SaveTarget& target) {
+        return SaveSetting(target, {name, options.isPerDevice, index}, SetterOf(value));
     });
 }
 
 void SetHmd(const SetHmdOptions& options) {
-    SilentHost host;
-    const ModuleSession session(options.module, host);
+    const fs::path folder = PreparedFolder(options);
+    const PrivateFile file = LookAtPrivateFile(folder, ConfigFile::HmdList);
+    const std::vector<Variable> before = LookAt(options.module, folder);
     const std::wstring device = WideFromUtf8(options.device);
-    RequireSaved(Try(session.DataFolder() / NameOfConfigFile(ConfigFile::HmdList),
-                     [&](EditableDocument& document) {
-                         return EditHmdList(document, NarrowName(device), options.request,
-                                            options.values);
-                     }),
-                 options.device);
-    SaveAndReport(session, [&](CZQModSettings& module) {
-        module.SaveConfigHmdListIntArray(device.c_str(), options.request.mainRequest,
-                                         options.request.subRequest, options.request.index,
-                                         options.values.data(), static_cast<int32_t>(options.values.size()));
+    SaveAndReport(options, file, before, options.device, [&](const SaveTarget& target) {
+        return SaveHmdListValues(target, device, options.request, options.values);
     });
+}
+
+void AddSaveOptions(Command& command, SaveOptions& options) {
+    AddModuleOptions(command, options.module);
+    command.Describe("--data", "Folder that holds \"ZQserver\", \"ZQserver\" itself, or a folder\n"
+                               "with the files in it. Default: what ZQ_DATA_DIR names, then the\n"
+                               "machine's own");
+    AddProvisionFlag(command, options.repair);
+    command.AddFlag("--json", options.isJson, "Print what changed as JSON");
 }
 
 } // namespace
 
 void AddSetCommand(CLI::App& app) {
     const auto options = std::make_shared<SetOptions>();
-    CLI::App* const command =
-        app.add_subcommand("set", "Save one value into the settings file and print what that changed");
-    AddModuleOptions(*command, options->module);
-    command->get_option("--data")->required();
+    Command command(app, "set", "Save one value into the settings file and print what that changed");
+    AddSaveOptions(command, *options);
     command
-        ->add_option("NAME", options->name,
-                     "A member at the file's root, or with --device\nCL.<headset>.<member>")
-        ->required();
-    command->add_option("VALUE", options->value, "The new value")->required();
+        .Add("NAME", options->name, "",
+             "A member at the file's root, or with --device\nCL.<headset>.<member>")
+        .Required();
+    command.Add("VALUE", options->value, "", "The new value").Required();
     command
-        ->add_option("--type", options->type,
-                     "bool, integer, double or string.\nDefault: what the value looks like")
-        ->check(CLI::IsMember({"bool", "integer", "double", "string"}));
-    command->add_flag("--device", options->isPerDevice,
-                      "The member of the headset in use, which \"DHI\" gives");
-    command->callback([options] { Set(*options); });
+        .Add("--type", options->type, "TYPE",
+             "bool, integer, double or string. Default: the type that the\nmember has")
+        .OneOf({"bool", "integer", "double", "string"});
+    command.AddFlag("--device", options->isPerDevice,
+                    "The member of the headset in use, which \"DHI\" gives");
+    command.AddFlag("--force", options->isForced,
+                    "Save a value that is out of range, not ASCII, or in place of an\nobject or list");
+    command.Run([options] { Set(*options); });
 }
 
 void AddSetHmdCommand(CLI::App& app) {
     const auto options = std::make_shared<SetHmdOptions>();
-    CLI::App* const command =
-        app.add_subcommand("set-hmd", "Save the values of one response into the headset list and print what\n"
-                                      "that changed");
-    AddModuleOptions(*command, options->module);
-    command->get_option("--data")->required();
-    command->add_option("DEVICE", options->device, "The headset's \"DeviceName\"")->required();
-    command->add_option("MAIN", options->request.mainRequest, "\"MainRequest\"; -1 for any")->required();
-    command->add_option("SUB", options->request.subRequest, "\"SubRequest\"; -1 for any")->required();
-    command->add_option("INDEX", options->request.index, "\"index\"; -1 for any")->required();
-    command->add_option("VALUE", options->values, "The new values, from the first on")->required();
-    command->callback([options] { SetHmd(*options); });
+    Command command(app, "set-hmd",
+                    "Save the values of one response into the headset list and print what\n"
+                    "that changed");
+    AddSaveOptions(command, *options);
+    command.Add("DEVICE", options->device, "", "The headset's \"DeviceName\"").Required();
+    command.Add("MAIN", options->request.mainRequest, "", "\"MainRequest\"; -1 for any").Required();
+    command.Add("SUB", options->request.subRequest, "", "\"SubRequest\"; -1 for any").Required();
+    command.Add("INDEX", options->request.index, "", "\"index\"; -1 for any").Required();
+    command.Add("VALUE", options->values, "", "The new values, from the first on").Required();
+    command.Run([options] { SetHmd(*options); });
 }
 
 } // namespace zq::tool

@@ -1,6 +1,7 @@
 #include "SavedValue.h"
 
 #include "Failure.h"
+#include "Overloads.h"
 
 #include <charconv>
 #include <cmath>
@@ -34,41 +35,49 @@ std::optional<double> DoubleOf(const std::string& text) {
 template <class Value>
 SavedValue Require(const std::optional<Value>& value, const std::string& text, const std::string& type) {
     if (!value) {
-        throw Failure("\"" + text + "\" is no " + type);
+        throw Failure("nothing was saved: \"" + text + "\" is no " + type, ExitCode::No);
     }
-    return SavedValue(*value);
+    return *value;
 }
 
-SavedValue Guess(const std::string& text) {
-    if (const auto boolean = BoolOf(text)) {
-        return SavedValue(*boolean);
+const char* TypeOf(JsonKind kind) {
+    switch (kind) {
+    case JsonKind::Bool:
+        return "bool";
+    case JsonKind::Integer:
+        return "integer";
+    case JsonKind::Double:
+        return "double";
+    default:
+        return "string";
     }
-    if (const auto integer = NumberOf<int64_t>(text)) {
-        return SavedValue(*integer);
-    }
-    if (const auto real = DoubleOf(text)) {
-        return SavedValue(*real);
-    }
-    return SavedValue(text);
 }
 
-struct Saver {
-    CZQModSettings& module;
-    const wchar_t* name;
-    ZQBool perDevice;
-
-    void operator()(bool value) const { module.SaveConfigBool(name, value ? 1 : 0, perDevice); }
-    void operator()(int64_t value) const { module.SaveConfigInt64(name, value, perDevice); }
-    void operator()(double value) const { module.SaveConfigDouble(name, value, perDevice); }
-    void operator()(const std::string& value) const {
-        module.SaveConfigString(name, value.c_str(), perDevice);
+const char* WhatIsWanted(JsonKind kind) {
+    switch (kind) {
+    case JsonKind::Bool:
+        return "true or false";
+    case JsonKind::Integer:
+        return "a whole number";
+    default:
+        return "a number";
     }
-};
+}
 
 } // namespace
 
-void SavedValue::Save(CZQModSettings& module, const wchar_t* name, ZQBool perDevice) const {
-    std::visit(Saver{module, name, perDevice}, m_value);
+ValueSetter SetterOf(const SavedValue& value) {
+    return [&value](EditableValue& member) {
+        std::visit(Overloads{
+                       [&](bool truth) { member.SetBool(truth); },
+                       [&](int64_t number) { member.SetInt64(number); },
+                       [&](double number) { member.SetDouble(number); },
+                       [&](const std::string& text) {
+                           member.SetString(rapidjson::StringRef(text.data(), text.size()));
+                       },
+                   },
+                   value);
+    };
 }
 
 SavedValue ParseSavedValue(const std::string& text, const std::string& type) {
@@ -81,7 +90,30 @@ SavedValue ParseSavedValue(const std::string& text, const std::string& type) {
     if (type == "double") {
         return Require(DoubleOf(text), text, type);
     }
-    return type == "string" ? SavedValue(text) : Guess(text);
+    return text;
+}
+
+SavedValue ParseSavedValueFor(const std::string& name, const SettingMember& member, const std::string& text,
+                              bool isFraction) {
+    const std::string line = " (line " + std::to_string(member.line) + ")";
+    if (member.kind == JsonKind::Object || member.kind == JsonKind::Array || member.kind == JsonKind::Null) {
+        throw Failure("nothing was saved: " + name + " is " +
+                          (member.kind == JsonKind::Object  ? "an object"
+                           : member.kind == JsonKind::Array ? "a list"
+                                                            : "null") +
+                          line + ", which a value would replace whole; --type and --force do that",
+                      ExitCode::No);
+    }
+    if (isFraction && member.kind == JsonKind::Integer && !NumberOf<int64_t>(text) && DoubleOf(text)) {
+        return *DoubleOf(text);
+    }
+    try {
+        return ParseSavedValue(text, TypeOf(member.kind));
+    } catch (const Failure&) {
+        throw Failure("nothing was saved: \"" + text + "\" is not " + WhatIsWanted(member.kind) + ", and " +
+                          name + " is " + member.text + line + "; --type saves another type",
+                      ExitCode::No);
+    }
 }
 
 } // namespace zq::tool

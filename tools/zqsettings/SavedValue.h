@@ -1,28 +1,26 @@
-// A value as it is given on the command line, with the save slot that its type asks for.
+// A value as it is given on the command line, of the type that the member to be saved has.
 #pragma once
 
-#include "CZQModSettings.h"
+#include "SettingsDocument.h"
+
+#include "save/DocumentEdit.h"
 
 #include <string>
 #include <variant>
 
 namespace zq::tool {
 
-class SavedValue {
-public:
-    using Value = std::variant<bool, int64_t, double, std::string>;
+using SavedValue = std::variant<bool, int64_t, double, std::string>;
 
-    explicit SavedValue(Value value) : m_value(std::move(value)) {}
-
-    const Value& Get() const { return m_value; }
-    void Save(CZQModSettings& module, const wchar_t* name, ZQBool perDevice) const;
-
-private:
-    Value m_value;
-};
-
-// `type` is "bool", "integer", "double", "string", or empty for what the text looks like. Raises Failure for
-// a text that is no value of its type.
+// `type` is "bool", "integer", "double" or "string". Raises Failure for a text that is no value of its type.
 SavedValue ParseSavedValue(const std::string& text, const std::string& type);
+
+// Takes the type of the member; a fraction in place of a whole number where `isFraction`. Raises Failure for
+// a text that is no value of that type, and for a member that is no scalar.
+SavedValue ParseSavedValueFor(const std::string& name, const SettingMember& member, const std::string& text,
+                              bool isFraction);
+
+// What puts the value into a member. `value` must outlive it.
+ValueSetter SetterOf(const SavedValue& value);
 
 } // namespace zq::tool

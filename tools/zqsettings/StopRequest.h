@@ -1,6 +1,8 @@
 // Waiting for Ctrl+C, Ctrl+Break or the closing of the console. One at a time in a program.
 #pragma once
 
+#include <string>
+
 namespace zq::tool {
 
 class StopRequest {
@@ -11,8 +13,12 @@ public:
     StopRequest(const StopRequest&) = delete;
     StopRequest& operator=(const StopRequest&) = delete;
 
-    // Returns when the user asked for the end, or, unless `seconds` is 0, after that time.
-    void Wait(double seconds) const;
+    // Waits for a request, for the event `other`, which may be null, or for the time. Returns whether the end
+    // was requested.
+    bool Wait(void* other, unsigned milliseconds) const;
+
+    // "Ctrl+C" or "closed", once requested.
+    static std::string Reason();
 };
 
 } // namespace zq::tool

@@ -1,13 +1,13 @@
 #include "Commands.h"
 
+#include "Command.h"
+#include "Console.h"
 #include "JsonOutput.h"
 #include "SilentHost.h"
 #include "Text.h"
 
 #include "base/HostLog.h"
 #include "sysinfo/WmiSurvey.h"
-
-#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <chrono>
@@ -123,13 +123,12 @@ std::string JsonTextOf(const SurveyResult& result) {
 
 void AddSurveyCommand(CLI::App& app) {
     const auto isJson = std::make_shared<bool>(false);
-    CLI::App* const command = app.add_subcommand(
-        "survey", "Print what the module finds out about this machine, and the time that\neach query took");
-    command->add_flag("--json", *isJson, "Print it as JSON");
-    command->callback([isJson] {
+    Command command(app, "survey",
+                    "Print what the module finds out about this machine, and the time that\neach query took");
+    command.AddFlag("--json", *isJson, "Print it as JSON");
+    command.Run([isJson] {
         const SurveyResult result = RunSurvey();
-        const std::string text = *isJson ? JsonTextOf(result) : TextOf(result);
-        std::fwrite(text.data(), 1, text.size(), stdout);
+        Print(*isJson ? JsonTextOf(result) : TextOf(result));
     });
 }
 

@@ -2,6 +2,8 @@
 
 #include "check/Quote.h"
 
+#include <system_error>
+
 #include <windows.h>
 
 namespace zq::tool {
@@ -20,6 +22,21 @@ std::wstring EscapedControl(wchar_t unit) {
         break;
     }
     return HexEscapeOf(unit);
+}
+
+std::string Escaped(std::wstring_view text, bool isBackslashDoubled) {
+    std::wstring result;
+    result.reserve(text.size());
+    for (const wchar_t unit : text) {
+        if (IsControlUnit(unit)) {
+            result += EscapedControl(unit);
+        } else if (unit == L'\\' && isBackslashDoubled) {
+            result += L"\\\\";
+        } else {
+            result += unit;
+        }
+    }
+    return Utf8FromWide(result);
 }
 
 } // namespace
@@ -42,23 +59,20 @@ std::wstring WideFromUtf8(std::string_view text) {
 
 std::string Utf8FromPath(const std::filesystem::path& path) { return Utf8FromWide(path.native()); }
 
-std::string Printable(std::wstring_view text) {
-    std::wstring result;
-    result.reserve(text.size());
-    for (const wchar_t unit : text) {
-        if (IsControlUnit(unit)) {
-            result += EscapedControl(unit);
-        } else if (unit == L'\\') {
-            result += L"\\\\";
-        } else {
-            result += unit;
-        }
-    }
-    return Utf8FromWide(result);
+std::string Visible(std::wstring_view text) { return Escaped(text, false); }
+
+std::string Printable(std::wstring_view text) { return Escaped(text, true); }
+
+std::string SystemErrorText(unsigned long error) {
+    std::string text = std::system_category().message(static_cast<int>(error));
+    text.erase(text.find_last_not_of(" .\r\n") + 1);
+    return text + " (Windows error " + std::to_string(error) + ")";
 }
 
-std::string Counted(size_t count, const std::string& what) {
-    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+std::string Counted(size_t count, const std::string& what) { return Counted(count, what, what + 's'); }
+
+std::string Counted(size_t count, const std::string& one, const std::string& many) {
+    return std::to_string(count) + ' ' + (count == 1 ? one : many);
 }
 
 } // namespace zq::tool

@@ -17,7 +17,15 @@ std::string Utf8FromPath(const std::filesystem::path& path);
 // neither break a table nor steer the terminal. A backslash is doubled.
 std::string Printable(std::wstring_view text);
 
+// Control characters written so, everything else as it is: for messages and paths.
+std::string Visible(std::wstring_view text);
+
+// What the system says of one of its errors, without a full stop, and its number.
+std::string SystemErrorText(unsigned long error);
+
 // "1 error", "2 errors".
 std::string Counted(size_t count, const std::string& what);
+// "1 entry", "2 entries".
+std::string Counted(size_t count, const std::string& one, const std::string& many);
 
 } // namespace zq::tool

@@ -21,6 +21,29 @@ bool IsSameValue(const VariableValue& a, const VariableValue& b) {
     return x && y ? std::bit_cast<uint64_t>(*x) == std::bit_cast<uint64_t>(*y) : a == b;
 }
 
+bool IsSameNumber(const std::optional<VariableValue>& integer, const std::optional<VariableValue>& real) {
+    if (!integer || !real) {
+        return !integer && !real;
+    }
+    const auto* const whole = std::get_if<int64_t>(&*integer);
+    const auto* const number = std::get_if<double>(&*real);
+    return whole && number && static_cast<double>(*whole) == *number;
+}
+
+bool IsTwin(const VariableChange& integer, const VariableChange& real) {
+    return integer.name == real.name && integer.types.front() == VariableTypeInt64 &&
+           real.types.front() == VariableTypeDouble && IsSameNumber(integer.oldValue, real.oldValue) &&
+           IsSameNumber(integer.newValue, real.newValue);
+}
+
+void Add(std::vector<VariableChange>& changes, VariableChange change) {
+    if (!changes.empty() && IsTwin(changes.back(), change)) {
+        changes.back().types.push_back(VariableTypeDouble);
+    } else {
+        changes.push_back(std::move(change));
+    }
+}
+
 } // namespace
 
 std::vector<VariableChange> Difference(const std::vector<Variable>& before,
@@ -30,14 +53,14 @@ std::vector<VariableChange> Difference(const std::vector<Variable>& before,
     auto now = after.begin();
     while (old != before.end() || now != after.end()) {
         if (now == after.end() || (old != before.end() && KeyOf(*old) < KeyOf(*now))) {
-            changes.push_back({old->name, old->Type(), ValueText(old->value), {}});
+            Add(changes, {old->name, {old->Type()}, old->value, std::nullopt});
             ++old;
         } else if (old == before.end() || KeyOf(*now) < KeyOf(*old)) {
-            changes.push_back({now->name, now->Type(), {}, ValueText(now->value)});
+            Add(changes, {now->name, {now->Type()}, std::nullopt, now->value});
             ++now;
         } else {
             if (!IsSameValue(old->value, now->value)) {
-                changes.push_back({now->name, now->Type(), ValueText(old->value), ValueText(now->value)});
+                Add(changes, {now->name, {now->Type()}, old->value, now->value});
             }
             ++old;
             ++now;
@@ -47,13 +70,14 @@ std::vector<VariableChange> Difference(const std::vector<Variable>& before,
 }
 
 std::string ChangeText(const VariableChange& change) {
-    std::string text = Printable(change.name);
-    text += " (";
-    text += VariableTypeName(change.type);
+    std::string text = Printable(change.name) + " (";
+    for (const VariableType type : change.types) {
+        text += (type == change.types.front() ? "" : ", ") + VariableTypeName(type);
+    }
     text += "): ";
-    text += change.oldValue.empty() ? "(new)" : change.oldValue;
+    text += change.oldValue ? ValueText(*change.oldValue) : "(new)";
     text += " -> ";
-    text += change.newValue.empty() ? "(gone)" : change.newValue;
+    text += change.newValue ? ValueText(*change.newValue) : "(gone)";
     return text;
 }
 

@@ -3,16 +3,19 @@
 
 #include "VariableListing.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace zq::tool {
 
+// A whole number of a file is an integer and a double: where both changed from one number to another, that is
+// one change with both types.
 struct VariableChange {
     std::wstring name;
-    VariableType type;
-    std::string oldValue; // as ValueText prints it; empty for a variable that is new
-    std::string newValue; // empty for one that is gone
+    std::vector<VariableType> types;
+    std::optional<VariableValue> oldValue; // of the first type; none for a variable that is new
+    std::optional<VariableValue> newValue; // none for one that is gone
 
     friend bool operator==(const VariableChange&, const VariableChange&) = default;
 };
@@ -21,7 +24,7 @@ struct VariableChange {
 std::vector<VariableChange> Difference(const std::vector<Variable>& before,
                                        const std::vector<Variable>& after);
 
-// One line for a person: "Settings.CurrentBitrate (integer): 70 -> 100".
+// One line for a person: "Settings.CurrentBitrate (integer, double): 70 -> 100".
 std::string ChangeText(const VariableChange& change);
 
 } // namespace zq::tool

@@ -1,32 +1,35 @@
 #include "VariableFilter.h"
 
+#include "NamePattern.h"
 #include "Text.h"
 #include "VariableText.h"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
+#include <cctype>
 
 namespace zq::tool {
 
 namespace {
 
-// Replaces the name of a type by its code, which is what the option's enumeration is read from.
+// In any letter case.
 std::string TransformTypeName(std::string& name) {
-    const auto found = VariableTypeNames().find(CLI::detail::to_lower(name));
-    if (found == VariableTypeNames().end()) {
+    std::string lower = name;
+    std::transform(lower.begin(), lower.end(), lower.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    if (!VariableTypeNames().contains(lower)) {
         return "\"" + name + "\" is no type (bool, integer, double, string, binary)";
     }
-    name = std::to_string(found->second);
+    name = lower;
     return {};
 }
 
 } // namespace
 
 bool VariableFilter::Accepts(const Variable& variable) const {
-    const bool isType =
-        types.empty() || std::find(types.begin(), types.end(), variable.Type()) != types.end();
-    return isType && variable.name.starts_with(WideFromUtf8(prefix));
+    const bool isType = types.empty() || std::find(types.begin(), types.end(),
+                                                   VariableTypeName(variable.Type())) != types.end();
+    return isType && variable.name.starts_with(WideFromUtf8(prefix)) &&
+           (names.empty() || MatchesAny(variable.name, names));
 }
 
 std::vector<Variable> VariableFilter::Apply(std::vector<Variable> variables) const {
@@ -34,18 +37,22 @@ std::vector<Variable> VariableFilter::Apply(std::vector<Variable> variables) con
     return variables;
 }
 
-void AddFilterOptions(CLI::App& command, VariableFilter& filter) {
-    command
-        .add_option("--prefix", filter.prefix,
-                    "Only variables whose names begin so, as in CL.MERIN5.\n(letter case counts)")
-        ->type_name("TEXT");
-    command
-        .add_option("--type", filter.types,
-                    "Only variables of these types, separated by commas:\n"
-                    "bool, integer, double, string, binary")
-        ->type_name("TYPE")
-        ->delimiter(',')
-        ->transform(CLI::Validator(TransformTypeName, ""));
+void AddFilterOptions(Command command, VariableFilter& filter) {
+    command.Add("--prefix", filter.prefix, "TEXT",
+                "Only variables whose names begin so, as in CL.MERIN5.\n(letter case counts)");
+    AddTypeOption(command, filter,
+                  "Only variables of these types, separated by commas:\n"
+                  "bool, integer, double, string, binary");
+}
+
+void AddTypeOption(Command command, VariableFilter& filter, const char* help) {
+    command.Add("--type", filter.types, "TYPE", help).SeparatedBy(',').Transformed(TransformTypeName);
+}
+
+Option AddNames(Command command, VariableFilter& filter) {
+    return command.Add("NAME", filter.names, "",
+                       "Names of variables, with * for any characters and ? for one, as\n"
+                       "in 'CL.*.Bitrate'; letter case counts");
 }
 
 } // namespace zq::tool

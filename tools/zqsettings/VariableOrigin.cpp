@@ -1,11 +1,9 @@
 #include "VariableOrigin.h"
 
-#include "FileArguments.h"
+#include "FileBytes.h"
 
 #include "check/FileCheck.h"
 #include "config/ConfigFile.h"
-
-#include <algorithm>
 
 namespace zq::tool {
 
@@ -28,12 +26,8 @@ VariableValue ValueOf(const VariableBatch::Entry& entry) {
     }
 }
 
-// Two entries of one name get in each other's way when they are of one type.
-bool WritesOver(const VariableOrigin& later, const VariableOrigin& earlier) {
-    const auto isDouble = [](const VariableOrigin& origin) {
-        return origin.isNumber || std::holds_alternative<double>(origin.value);
-    };
-    return later.value.index() == earlier.value.index() || (isDouble(later) && isDouble(earlier));
+bool Sets(Kind kind, VariableType type) {
+    return TypeOf(kind) == type || (kind == Kind::Number && type == VariableTypeDouble);
 }
 
 class OriginFinder {
@@ -49,19 +43,7 @@ public:
         }
     }
 
-    std::vector<VariableOrigin> Take() {
-        for (size_t i = 0; i < m_origins.size(); ++i) {
-            const bool isLost =
-                std::any_of(m_origins.begin() + static_cast<std::ptrdiff_t>(i) + 1, m_origins.end(),
-                            [&](const VariableOrigin& later) {
-                                return later.fate == OriginFate::Counts && WritesOver(later, m_origins[i]);
-                            });
-            if (isLost && m_origins[i].fate == OriginFate::Counts) {
-                m_origins[i].fate = OriginFate::WrittenOver;
-            }
-        }
-        return std::move(m_origins);
-    }
+    std::vector<VariableOrigin> Take() { return std::move(m_origins); }
 
 private:
     // The members whose key the winner repeats never became variables.
@@ -87,9 +69,9 @@ private:
 
     void Add(const fs::path& path, const FileCheck& check, const PlacedVariable& variable,
              const DocumentNode* node, OriginFate fate) {
-        const TextPosition place = node ? check.Source().PositionOf(node->Place()) : TextPosition{0, 0};
-        m_origins.push_back({path, place.line, place.column, ValueOf(*variable.entry),
-                             variable.entry->kind == Kind::Number, fate});
+        const TextPosition place = node ? check.Source().PositionOf(node->Offset()) : TextPosition{0, 0};
+        m_origins.push_back(
+            {path, place.line, place.column, ValueOf(*variable.entry), variable.entry->kind, fate});
     }
 
     const std::wstring& m_name;
@@ -97,6 +79,39 @@ private:
 };
 
 } // namespace
+
+VariableType TypeOf(Kind kind) {
+    switch (kind) {
+    case Kind::Bool:
+        return VariableTypeBool;
+    case Kind::Double:
+        return VariableTypeDouble;
+    case Kind::String:
+        return VariableTypeString;
+    default:
+        return VariableTypeInt64;
+    }
+}
+
+std::vector<VariableOrigin> OriginsOfType(const std::vector<VariableOrigin>& origins, VariableType type) {
+    std::vector<VariableOrigin> ofType;
+    VariableOrigin* last = nullptr;
+    for (const VariableOrigin& origin : origins) {
+        if (Sets(origin.kind, type)) {
+            ofType.push_back(origin);
+        }
+    }
+    for (VariableOrigin& origin : ofType) {
+        if (origin.fate == OriginFate::KeyTwice) {
+            continue;
+        }
+        if (last) {
+            last->fate = OriginFate::WrittenOver;
+        }
+        last = &origin;
+    }
+    return ofType;
+}
 
 std::vector<VariableOrigin> OriginsOf(const std::wstring& name, const fs::path& data,
                                       const fs::path& defaults) {

@@ -3,6 +3,8 @@
 
 #include "VariableListing.h"
 
+#include "variables/VariableBatch.h"
+
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -19,15 +21,21 @@ struct VariableOrigin {
     std::filesystem::path file;
     int32_t line; // 0 for what the module counts itself
     int32_t column;
-    VariableValue value;
-    bool isNumber; // a whole number, which is a double too
+    VariableValue value;      // for KeyTwice, the text of the file
+    VariableBatch::Kind kind; // a whole number sets the integer and the double
     OriginFate fate;
 };
 
-// In the order in which the module writes them. The defaults stand in for files that are missing from `data`
-// or refused, as they do in the module; an empty `data` stands for the defaults. Raises Failure where a file
+// In the order in which the module writes them. The defaults are read for files that are missing from `data`
+// or refused, as they are by the module; an empty `data` means the defaults. Raises Failure where a file
 // cannot be read.
 std::vector<VariableOrigin> OriginsOf(const std::wstring& name, const std::filesystem::path& data,
                                       const std::filesystem::path& defaults);
+
+// Those that set the variable of this type; the last of them counts. Types do not get in each other's way.
+std::vector<VariableOrigin> OriginsOfType(const std::vector<VariableOrigin>& origins, VariableType type);
+
+// The type by which a kind of entry is first listed.
+VariableType TypeOf(VariableBatch::Kind kind);
 
 } // namespace zq::tool

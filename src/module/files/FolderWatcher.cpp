@@ -29,6 +29,7 @@ void FolderWatcher::ThreadEntryWatchConfig() {
 }
 
 void FolderWatcher::WatchUntilStopped() {
+    m_timer = kNoTimer;
     for (bool isFirst = true;; isFirst = false) {
         if (const DWORD error = m_watch.Request()) {
             const std::wstring text =

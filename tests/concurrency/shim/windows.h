@@ -40,7 +40,7 @@ HANDLE CreateMutexW(void* security, BOOL isOwned, const wchar_t* name);
 BOOL ReleaseMutex(HANDLE mutex);
 HANDLE CreateThread(void* security, SIZE_T stack, DWORD (*routine)(void*), void* argument, DWORD flags,
                     DWORD* id);
-// Ends the process: no test comes to a thread that has to be terminated.
+// Ends the process: no test needs to terminate a thread.
 BOOL TerminateThread(HANDLE thread, DWORD code);
 DWORD GetThreadId(HANDLE thread);
 DWORD GetCurrentThreadId();

@@ -203,7 +203,7 @@ TEST(JsonReader, FailedScalarAtTheTopGivesMinusOne) {
     }
 }
 
-TEST(JsonReader, NumberNeedsAUnitBehindIt) {
+TEST(JsonReader, NumberNeedsAFollowingUnit) {
     ExpectFailure({L"5", -1});
     ExpectTakenWhole({L"[5]", "[5]"});
     EXPECT_EQ(1, Parse(L"5 ").count);
@@ -216,7 +216,7 @@ TEST(JsonReader, ExponentEndsTheNumber) {
     ExpectTakenWhole({L"[1false]", "[1,false]"});
 }
 
-TEST(JsonReader, SignAloneIsZeroAndTwoPointsFail) {
+TEST(JsonReader, LoneSignIsZeroAndTwoPointsFail) {
     ExpectTakenWhole({L"[-]", "[0]"});
     ExpectTakenWhole({L"[+]", "[0]"});
     ExpectFailure({L"[1.2.3]", -1});
@@ -239,10 +239,10 @@ TEST(JsonReader, FailedObjectGivesMinusTheUnitsBeforeTheFailure) {
              Counted{L"{x}", -1},         // no quote for a key
              {L"{ x}", -2},               // the space is consumed
              {L"{\"a\"}", -4},            // no colon
-             {L"{\"a\" }", -5},           // no colon behind the space
+             {L"{\"a\" }", -5},           // no colon after the space
              {L"{\"a\"1}", -4},           // neither
              {L"{\"a\":}", -5},           // no value
-             {L"{\"a\": }", -6},          // no value behind the space
+             {L"{\"a\": }", -6},          // no value after the space
              {L"{\"a\":x}", -5},          // no value either
              {L"{\"a\":1,x}", -7},        // second key
              {L"{\"a\":1,,\"b\":2}", -9}, // the second comma is taken for the key's quote

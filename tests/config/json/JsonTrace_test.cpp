@@ -46,20 +46,20 @@ std::string Fault(JsonFault fault, int place) {
     return "fault" + std::to_string(static_cast<int>(fault)) + ' ' + std::to_string(place);
 }
 
-TEST(JsonTrace, TellsEachTokenWithItsPlace) {
+TEST(JsonTrace, ReportsEachTokenWithItsOffset) {
     EXPECT_EQ(Calls({"{ 1", "a-5 2", "[ 6", "kind2-8 7", "close 10", "bc-15 11", "kind1-20 16", "close 21"}),
               Trace(L" {\"a\":[1 ],\"bc\":true}"));
     EXPECT_EQ(Calls({"kind4-3 0"}), Trace(L"\"x\""));
 }
 
-TEST(JsonTrace, TellsCommasThatAreMissingOrTooMany) {
+TEST(JsonTrace, ReportsMissingAndSurplusCommas) {
     EXPECT_EQ(Calls({"[ 0", "kind2-2 1", "missing 3", "kind2-4 3", "trailing 4", "close 6"}),
               Trace(L"[1 2,]"));
     EXPECT_EQ(Calls({"[ 0", "[ 1", "close 3", "missing 3", "[ 3", "close 5", "close 6"}), Trace(L"[[][]]"));
     EXPECT_EQ(Calls({"{ 0", "close 2"}), Trace(L"{}"));
 }
 
-TEST(JsonTrace, TellsWhyAReadingFails) {
+TEST(JsonTrace, ReportsWhyReadingFails) {
     EXPECT_EQ(Calls({Fault(JsonFault::Empty, 0)}), Trace(L""));
     EXPECT_EQ(Calls({Fault(JsonFault::Empty, 2)}), Trace(L" \n"));
     EXPECT_EQ(Calls({Fault(JsonFault::NoValue, 1)}), Trace(L" x"));

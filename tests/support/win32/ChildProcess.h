@@ -1,4 +1,4 @@
-// A second process beside the test program, from the folder that the test program lies in.
+// A second process, whose program is in the folder of the test program.
 #pragma once
 
 #include <string>

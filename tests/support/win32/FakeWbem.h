@@ -38,7 +38,7 @@ struct FakeQuery {
     HRESULT result = S_OK;
     bool withoutEnumerator = false; // succeeds and returns none
     std::vector<FakeObject> objects;
-    HRESULT end = S_FALSE; // what the enumerator answers behind the last object
+    HRESULT end = S_FALSE; // what the enumerator returns after the last object
 };
 
 struct FakeNamespace {

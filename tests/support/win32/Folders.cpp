@@ -30,7 +30,7 @@ std::string ReadBytes(const fs::path& file) {
 
 namespace {
 
-// fs::remove_all tries for ever where a terminated thread still holds a folder open.
+// fs::remove_all never returns while a terminated thread holds a folder open.
 void RemoveTree(const fs::path& folder) {
     std::error_code ignored;
     for (const auto& entry : fs::directory_iterator(folder, ignored)) {

@@ -11,7 +11,7 @@
 
 namespace zq::test {
 
-// One function of one library, and what stands for it while it may fail.
+// One function of one library, and what replaces it while it may fail.
 struct Fault {
     std::string dll;
     std::string function;

@@ -65,7 +65,7 @@ std::optional<std::vector<unsigned char>> Module::Binary(const wchar_t* name) co
 }
 
 void InitAndWatch(Module& module, RecordingHost& host, const ModuleFolders& folders) {
-    // The message comes before the first request stands.
+    // The message comes before the first request is made.
     constexpr DWORD kRequestMilliseconds = 50;
     module.Init(host, folders);
     module->DoStart();

@@ -1,4 +1,4 @@
-// A module object as a host has it: from the DLL, through the public headers alone.
+// A module object as a host has it: from the DLL, used only through the public headers.
 #pragma once
 
 #include "CZQModSettings.h"
@@ -15,7 +15,7 @@
 
 namespace zq::test {
 
-// The DLL beside the test program, loaded once and kept.
+// The DLL in the test program's folder, loaded once and kept.
 HMODULE LoadModuleDll();
 CZQModSettings* CreateFromDll(); // may be null
 

@@ -17,7 +17,7 @@ namespace {
 constexpr auto kSystemHandleInformation = static_cast<SYSTEM_INFORMATION_CLASS>(16);
 constexpr NTSTATUS kLengthMismatch = static_cast<NTSTATUS>(0xC0000004);
 
-// One element of the table behind its 32-bit count, on x64.
+// One element of the table that follows its 32-bit count, on x64.
 struct HandleEntry {
     ULONG process;
     UCHAR objectType;

@@ -1,4 +1,4 @@
-// A registered host that keeps every notice. Its list lies behind a std::mutex, so it must not be the host
+// A registered host that keeps every notice. A std::mutex guards its list, so it must not be the host
 // whose delivery thread is terminated: see BlockingHost for that.
 #pragma once
 

@@ -1,0 +1,76 @@
+# What makes a program or DLL fit to be shipped: a stack protector, symbols for Windows in a PDB, a version resource, and
+# no trace of the machine or the hour of its making.
+
+# zq_shipped: compile options of the code that is shipped, in release builds.
+add_library(zq_shipped INTERFACE)
+set(ZQ_RELEASE_IMAGES OFF)
+if(WIN32 AND CMAKE_BUILD_TYPE STREQUAL "Release")
+  set(ZQ_RELEASE_IMAGES ON)
+  find_program(ZQ_OBJCOPY llvm-objcopy-14)
+  if(NOT ZQ_OBJCOPY)
+    message(FATAL_ERROR "llvm-objcopy-14 is missing: run scripts/setup.sh, which installs it.")
+  endif()
+
+  # GCC writes no CodeView; codeview.pl assembles its code and adds that. The specs file's name and content have the script's
+  # hash: a change of the script compiles everything anew, past the compiler's cache. Both paths are relative to the folder
+  # of the build, where the compiler runs, so that the cache serves every working tree.
+  set(codeview ${CMAKE_CURRENT_LIST_DIR}/codeview.pl)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${codeview})
+  file(MD5 ${codeview} codeview_hash)
+  file(RELATIVE_PATH codeview ${CMAKE_BINARY_DIR} ${codeview})
+  file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/codeview-${codeview_hash}.specs
+       CONTENT "*invoke_as:\n%{!S:-o %|.s |\n @codeview@ --script=@codeview_hash@ %(asm_options) %m.s %A }\n\n" @ONLY)
+  set(options -g1 -gdwarf-4 -gno-variable-location-views -specs=codeview-${codeview_hash}.specs -fstack-protector-strong)
+  target_compile_options(zq_shipped INTERFACE "$<$<COMPILE_LANGUAGE:CXX>:${options}>")
+  target_link_libraries(zq_shipped INTERFACE zq_image)
+endif()
+
+# zq_release_image(<target> <description>): gives <target> its version resource, and in release builds links it as it is
+# shipped; its symbols are bin/<name>.pdb.
+function(zq_release_image target description)
+  zq_version_resource(${target} "${description}")
+  target_link_libraries(${target} PRIVATE zq_shipped)
+  if(NOT ZQ_RELEASE_IMAGES)
+    return()
+  endif()
+  # lld leaves out what nothing calls, a third of the DLL. Paths are relative to the folder of the build, where the linker
+  # runs: an absolute one would name this machine. The image names its PDB without a folder.
+  target_link_options(
+    ${target}
+    PRIVATE
+    -fno-use-linker-plugin
+    "SHELL:-wrapper ${PROJECT_SOURCE_DIR}/cmake/link-with-lld.sh"
+    -Wl,--gc-sections
+    -Wl,--pdb=bin/${target}.pdb
+    -Wl,-Xlink=-debug:ghash
+    -Wl,-Xlink=-pdbaltpath:${target}.pdb
+    -Wl,-Xlink=-pdbsourcepath:.
+    -Wl,-Xlink=-Brepro)
+  # mingw-w64's own objects bring DWARF.
+  add_custom_command(
+    TARGET ${target}
+    POST_BUILD
+    COMMAND ${ZQ_OBJCOPY} --strip-debug $<TARGET_FILE:${target}>
+    COMMAND ${PROJECT_SOURCE_DIR}/cmake/pe-checksum.pl $<TARGET_FILE:${target}>
+    VERBATIM)
+  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/link-with-lld.sh
+                                                ${PROJECT_SOURCE_DIR}/cmake/pe-checksum.pl)
+  set_property(TARGET ${target} APPEND PROPERTY ADDITIONAL_CLEAN_FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${target}.pdb)
+endfunction()
+
+# The version is that of project(), which nothing else repeats.
+function(zq_version_resource target description)
+  get_target_property(type ${target} TYPE)
+  set(file_type VFT_APP)
+  set(file_name ${target}.exe)
+  if(type STREQUAL "SHARED_LIBRARY")
+    set(file_type VFT_DLL)
+    set(file_name ${target}.dll)
+  endif()
+  set(file_flags 0)
+  if(CMAKE_BUILD_TYPE STREQUAL "Debug")
+    set(file_flags VS_FF_DEBUG)
+  endif()
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/VersionInfo.rc.in ${target}.rc @ONLY)
+  target_sources(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${target}.rc)
+endfunction()

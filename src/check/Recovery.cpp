@@ -1,0 +1,502 @@
+#include "check/Recovery.h"
+
+#include "check/LenientToken.h"
+#include "check/Quote.h"
+#include "check/WordRepair.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace zq {
+
+namespace {
+
+using Kind = LenientToken::Kind;
+
+constexpr size_t kMostProblems = 500;
+
+std::vector<LenientToken> TokensOf(std::wstring_view text, Problems& problems, TextEdits& unsafe) {
+    LenientLexer lexer(text, problems, unsafe);
+    std::vector<LenientToken> tokens;
+    do {
+        tokens.push_back(lexer.Next());
+    } while (!tokens.back().Is(Kind::End));
+    return tokens;
+}
+
+bool IsUnit(std::wstring_view word) {
+    return std::all_of(word.begin(), word.end(), [](wchar_t unit) {
+        return (unit >= L'A' && unit <= L'Z') || (unit >= L'a' && unit <= L'z') || unit == L'%' ||
+               unit == L'/';
+    });
+}
+
+bool IsDigits(std::wstring_view word) {
+    return !word.empty() && word.find_first_not_of(L"0123456789") == std::wstring_view::npos;
+}
+
+// One reading of the whole text.
+class Attempt {
+public:
+    Attempt(std::wstring_view text, bool byIndent)
+        : m_text(text), m_byIndent(byIndent), m_tokens(TokensOf(text, m_result.problems, m_unsafe)) {}
+
+    void Run() {
+        CountUnmatched();
+        ReadRoot();
+        while (!m_open.empty() && m_result.problems.size() < kMostProblems) {
+            ReadElement();
+        }
+        ReadRest();
+    }
+
+    // Whether each bracket has found the other one of its pair.
+    bool IsBalanced() const { return m_isBalanced; }
+
+    Recovered Take() {
+        for (const Problem& problem : m_result.problems) {
+            m_result.edits.insert(m_result.edits.end(), problem.edits.begin(), problem.edits.end());
+        }
+        m_result.isCertain = m_unsafe.empty() && m_result.problems.size() < kMostProblems;
+        m_result.edits.insert(m_result.edits.end(), m_unsafe.begin(), m_unsafe.end());
+        return std::move(m_result);
+    }
+
+private:
+    struct Container {
+        bool isObject;
+        int32_t begin; // of its bracket, or of its name where that is missing
+        int32_t indent;
+        bool isInserted;
+
+        std::wstring_view Closer() const { return isObject ? L"}" : L"]"; }
+    };
+
+    const LenientToken& Peek(size_t ahead = 0) const {
+        return m_tokens[std::min(m_next + ahead, m_tokens.size() - 1)];
+    }
+    const LenientToken& Take1() { return m_tokens[m_next < m_tokens.size() - 1 ? m_next++ : m_next]; }
+    int32_t LastEnd() const { return m_next == 0 ? 0 : m_tokens[m_next - 1].end; }
+    std::wstring_view Piece(const LenientToken& token) const {
+        return m_text.substr(static_cast<size_t>(token.begin), static_cast<size_t>(token.end - token.begin));
+    }
+    // In one pair of quotes.
+    std::string Shown(const LenientToken& token) const {
+        std::wstring_view piece = Piece(token);
+        if (piece.starts_with(L'"')) {
+            piece.remove_prefix(1);
+            piece.remove_suffix(piece.ends_with(L'"') ? 1 : 0);
+        }
+        return Quoted(piece);
+    }
+    bool IsNameAt(size_t ahead) const {
+        return (Peek(ahead).Is(Kind::Text) || Peek(ahead).Is(Kind::Word)) && Peek(ahead + 1).Is(Kind::Colon);
+    }
+
+    void Report(const char* code, int32_t begin, int32_t end, std::string text, std::string fix,
+                TextEdits edits) {
+        AddError(m_result.problems, code, begin, end, std::move(text), std::move(fix), std::move(edits));
+    }
+    // Only the author knows what is missing here; with `edit` the reading goes on.
+    void ReportDoubtful(const char* code, int32_t begin, int32_t end, std::string text, std::string fix,
+                        TextEdit edit) {
+        Report(code, begin, end, std::move(text), std::move(fix), {});
+        m_unsafe.push_back(std::move(edit));
+    }
+
+    void ReportNoDocument(const char* code, int32_t begin, int32_t end, std::string text, std::string fix,
+                          TextEdit edit) {
+        ReportDoubtful(code, begin, end, std::move(text), std::move(fix), std::move(edit));
+        m_result.hasDocument = false;
+    }
+
+    // From the next token on, the closing brackets whose opening one came before.
+    size_t UnmatchedClosers() const { return m_unmatched[m_next]; }
+    void CountUnmatched() {
+        m_unmatched.assign(m_tokens.size() + 1, 0);
+        for (size_t i = m_tokens.size(); i-- > 0;) {
+            const size_t after = m_unmatched[i + 1];
+            m_unmatched[i] = m_tokens[i].Is(Kind::Close)  ? after + 1
+                             : m_tokens[i].Is(Kind::Open) ? after - (after > 0 ? 1 : 0)
+                                                          : after;
+        }
+    }
+    bool HasSurplusCloser() const { return UnmatchedClosers() > m_open.size(); }
+
+    void Push(const LenientToken& token) {
+        m_open.push_back({token.unit == L'{', token.begin, token.indent, false});
+    }
+
+    void InsertBrace(const LenientToken& before, int32_t begin, int32_t end, std::string text) {
+        Report("no-brace", begin, end, std::move(text), "write \"{\" before " + Shown(before),
+               {{before.begin, before.begin, L"{"}});
+        m_open.push_back({true, before.begin, before.indent, true});
+    }
+
+    void RemoveCloser(const LenientToken& token) {
+        m_isBalanced = false;
+        Report("wrong-bracket", token.begin, token.end, Shown(token) + " closes nothing", "remove it",
+               {{token.begin, token.end, L""}});
+    }
+
+    void ReadRoot() {
+        while (Peek().Is(Kind::Close) || Peek().Is(Kind::Comma)) {
+            const LenientToken& token = Take1();
+            if (token.Is(Kind::Close)) {
+                RemoveCloser(token);
+            } else {
+                ReportSurplusComma(token);
+            }
+        }
+        const LenientToken& token = Peek();
+        if (token.Is(Kind::Open)) {
+            Push(Take1());
+        } else if (IsNameAt(0)) {
+            InsertBrace(token, token.begin, token.end, "the document does not begin with \"{\"");
+        } else if (token.Is(Kind::End)) {
+            if (m_result.problems.empty()) {
+                Report("empty", token.begin, token.end, "the file holds no document",
+                       "write {} or [] at least", {});
+            }
+            m_unsafe.push_back({token.begin, token.begin, L"[]"});
+            m_result.hasDocument = false;
+        } else {
+            ReadRootScalar(Take1());
+        }
+    }
+
+    void ReadRootScalar(const LenientToken& token) {
+        const std::wstring_view word = Piece(token);
+        const WordRepair repair = token.Is(Kind::Word) ? RepairWord(word) : WordRepair();
+        if (repair.code) {
+            ReportNoDocument(repair.code, token.begin, token.end, repair.text, repair.fix,
+                             {token.begin, token.end, L"[]"});
+        } else if (token.Is(Kind::Word) && token.end == static_cast<int32_t>(m_text.size())) {
+            ReportNoDocument(
+                "number-at-end", token.begin, token.end, "the file holds only the number " + Quoted(word),
+                "write an object, as {\"Name\": " + Utf8(word) + "}", {token.begin, token.end, L"[]"});
+        } else if (token.Is(Kind::Colon)) {
+            ReportNoDocument("no-name", token.begin, token.end, "the document does not begin with a bracket",
+                             "write \"{\" and a name in quotes", {token.begin, token.end, L"[]"});
+        }
+    }
+
+    void ReadElement() {
+        const LenientToken& token = Peek();
+        if (token.Is(Kind::End)) {
+            CloseAtEnd(token.begin);
+        } else if (token.Is(Kind::Close)) {
+            ReadClose(token);
+        } else if (IsLessIndented(token)) {
+            CloseHere(token);
+        } else if (token.Is(Kind::Comma)) {
+            ReportSurplusComma(Take1());
+        } else if (m_open.back().isObject) {
+            ReadMember();
+        } else {
+            ReadItem();
+        }
+    }
+
+    void ReportSurplusComma(const LenientToken& token) {
+        Report("surplus-comma", token.begin, token.end, "a value is missing before this comma",
+               "remove the comma", {{token.begin, token.end, L""}});
+    }
+
+    void CloseAtEnd(int32_t end) {
+        std::wstring closers;
+        const Container innermost = m_open.back();
+        const size_t count = m_open.size();
+        for (; !m_open.empty(); m_open.pop_back()) {
+            closers += m_open.back().Closer();
+        }
+        m_isBalanced = false;
+        Report("unclosed", innermost.begin, innermost.begin + 1,
+               count == 1 ? "this bracket is not closed before the file ends"
+                          : "this bracket and those around it are not closed before the file ends",
+               "add " + Quoted(closers) + " at the end of the file", {{end, end, closers}});
+    }
+
+    // Whether the indentation says that the innermost container has ended before this token.
+    bool IsLessIndented(const LenientToken& token) const {
+        const Container& container = m_open.back();
+        return m_byIndent && m_open.size() > 1 && token.isFirstOfLine && !container.isInserted &&
+               token.indent <= container.indent;
+    }
+
+    // Closes the innermost container before the token, which belongs to the one around it.
+    void CloseHere(const LenientToken& token) {
+        const Container container = m_open.back();
+        m_open.pop_back();
+        const bool isAfterComma = m_next > 0 && m_tokens[m_next - 1].Is(Kind::Comma);
+        const int32_t at = isAfterComma ? m_tokens[m_next - 1].begin : LastEnd();
+        const bool needsComma = !isAfterComma && !token.Is(Kind::Close);
+        Report("unclosed", container.begin, container.begin + 1, "this bracket is not closed",
+               "add " + Quoted(container.Closer()) + " before " + Shown(token),
+               {{at, at, std::wstring(container.Closer()) + (needsComma ? L"," : L"")}});
+    }
+
+    void ReadClose(const LenientToken& token) {
+        const Container& container = m_open.back();
+        const bool isOfKind = (token.unit == L'}') == container.isObject;
+        const bool isOwnLine = m_byIndent && token.isFirstOfLine && !container.isInserted;
+        if (isOwnLine && m_open.size() > 1 && token.indent < container.indent) {
+            return CloseHere(token);
+        }
+        if (isOwnLine && token.indent > container.indent && HasSurplusCloser()) {
+            return RemoveCloser(Take1());
+        }
+        if (isOfKind) {
+            Take1();
+            m_open.pop_back();
+            return FinishValue();
+        }
+        ReadWrongClose(token);
+    }
+
+    void ReadWrongClose(const LenientToken& token) {
+        const size_t closers = UnmatchedClosers();
+        if (closers > m_open.size()) {
+            return RemoveCloser(Take1());
+        }
+        const bool isOfOuter = std::any_of(m_open.begin(), m_open.end() - 1, [&](const Container& outer) {
+            return outer.isObject == (token.unit == L'}');
+        });
+        if (closers < m_open.size() && isOfOuter) {
+            m_isBalanced = false;
+            return CloseHere(token);
+        }
+        const Container container = m_open.back();
+        Report("wrong-bracket", token.begin, token.end,
+               Shown(token) + " does not close " + Quoted(container.isObject ? L"{" : L"["),
+               "write " + Quoted(container.Closer()),
+               {{token.begin, token.end, std::wstring(container.Closer())}});
+        Take1();
+        m_open.pop_back();
+        FinishValue();
+    }
+
+    void ReadMember() {
+        const LenientToken& name = Peek();
+        if (!name.Is(Kind::Text) && !IsNameAt(0) && !(name.Is(Kind::Word) && Peek(1).Is(Kind::Open))) {
+            return ReadNoName(name);
+        }
+        Take1();
+        if (name.Is(Kind::Word)) {
+            Report("no-quotes", name.begin, name.end, "the name " + Shown(name) + " needs quotes",
+                   "put it in double quotes", {{name.begin, name.begin, L"\""}, {name.end, name.end, L"\""}});
+        }
+        if (ReadColon(name)) {
+            ReadMemberValue(name);
+        } else {
+            FinishValue();
+        }
+    }
+
+    void ReadNoName(const LenientToken& token) {
+        if (token.Is(Kind::Word)) {
+            const auto number = m_next > 0 ? RepairWord(Piece(token)) : WordRepair();
+            ReportDoubtful("no-name", token.begin, token.end,
+                           Shown(token) + " is not expected here: a member begins with a name in quotes",
+                           number.code ? "write \"Name\": " + Utf8(number.value)
+                                       : "write \"Name\": and a value",
+                           {token.begin, token.end, L""});
+            Take1();
+            FinishValue();
+            return;
+        }
+        ReportDoubtful("no-name", token.begin, token.end, "a name in quotes is missing here",
+                       "write \"Name\": before it",
+                       {token.begin, token.begin, token.Is(Kind::Colon) ? L"\"\"" : L"\"\":"});
+        if (token.Is(Kind::Colon)) {
+            Take1();
+        }
+        ReadMemberValue(token);
+    }
+
+    // Returns whether a value is to be read.
+    bool ReadColon(const LenientToken& name) {
+        if (Peek().Is(Kind::Colon)) {
+            Take1();
+            while (Peek().Is(Kind::Colon)) {
+                const LenientToken& surplus = Take1();
+                Report("surplus-colon", surplus.begin, surplus.end, "one colon is enough", "remove it",
+                       {{surplus.begin, surplus.end, L""}});
+            }
+            return true;
+        }
+        const LenientToken& next = Peek();
+        if (next.IsValueStart() && !next.isFirstOfLine && !IsNameAt(0)) {
+            Report("no-colon", next.begin, next.end, "the colon between name and value is missing",
+                   "write a colon after " + Shown(name), {{name.end, name.end, L":"}});
+            return true;
+        }
+        ReportDoubtful("no-value", name.begin, name.end, "the name " + Shown(name) + " has no value",
+                       "write a colon and a value after it", {name.end, name.end, L":null"});
+        return false;
+    }
+
+    void ReadMemberValue(const LenientToken& name) {
+        const LenientToken& value = Peek();
+        if (!value.IsValueStart()) {
+            ReportDoubtful("no-value", value.begin, value.end, "the name " + Shown(name) + " has no value",
+                           "write a value after the colon", {value.begin, value.begin, L"null"});
+            return FinishValue();
+        }
+        if (!IsNameAt(0)) {
+            return ReadValue();
+        }
+        if (HasSurplusCloser()) {
+            return InsertBrace(value, name.begin, name.end, "\"{\" is missing after the name " + Shown(name));
+        }
+        ReportDoubtful("no-value", name.begin, name.end, "the name " + Shown(name) + " has no value",
+                       "write a value after the colon", {value.begin, value.begin, L"null,"});
+    }
+
+    void ReadItem() {
+        const LenientToken& token = Peek();
+        if (IsNameAt(0) && HasSurplusCloser()) {
+            return InsertBrace(token, token.begin, token.end, "\"{\" is missing before this name");
+        }
+        if (IsNameAt(0)) {
+            ReportDoubtful("no-brace", token.begin, token.end, "an array holds values without names",
+                           "put the member into \"{\" and \"}\"", {token.begin, Peek(1).end, L""});
+            Take1();
+            Take1();
+            return;
+        }
+        if (token.Is(Kind::Colon)) {
+            ReportDoubtful("no-value", token.begin, token.end, "a colon is not expected in an array",
+                           "remove it", {token.begin, token.end, L""});
+            Take1();
+            return;
+        }
+        ReadValue();
+    }
+
+    void ReadValue() {
+        const LenientToken& token = Take1();
+        if (token.Is(Kind::Open)) {
+            return Push(token);
+        }
+        if (token.Is(Kind::Word)) {
+            ReadWord(token);
+        }
+        FinishValue();
+    }
+
+    void ReadWord(const LenientToken& token) {
+        const WordRepair repair = RepairWord(Piece(token));
+        if (repair.code && repair.isCertain) {
+            Report(repair.code, token.begin, token.end, repair.text, repair.fix,
+                   {{token.begin, token.end, repair.value}});
+        } else if (repair.code) {
+            ReportDoubtful(repair.code, token.begin, token.end, repair.text, repair.fix,
+                           {token.begin, token.end, repair.value});
+        }
+        if (m_open.back().isObject && IsNumberWord(Piece(token))) {
+            ReadDecimalComma(token);
+            ReadUnit(token);
+        }
+    }
+
+    // "70,5": a comma right between digits, where a name would follow a comma.
+    void ReadDecimalComma(const LenientToken& number) {
+        const LenientToken& comma = Peek();
+        const LenientToken& fraction = Peek(1);
+        if (!comma.Is(Kind::Comma) || comma.begin != number.end || !fraction.Is(Kind::Word) ||
+            fraction.begin != comma.end || !IsDigits(Piece(fraction)) || Peek(2).Is(Kind::Colon)) {
+            return;
+        }
+        Report("decimal-comma", number.begin, fraction.end, "a number has a decimal point, not a comma",
+               "write " + Utf8(Piece(number)) + "." + Utf8(Piece(fraction)),
+               {{comma.begin, comma.end, L"."}});
+        Take1();
+        Take1();
+    }
+
+    // "70 Mbps".
+    void ReadUnit(const LenientToken& number) {
+        const LenientToken& unit = Peek();
+        if (!unit.Is(Kind::Word) || unit.isFirstOfLine || Peek(1).Is(Kind::Colon) || !IsUnit(Piece(unit))) {
+            return;
+        }
+        Report("unit", unit.begin, unit.end, "a number cannot have a unit", "remove " + Quoted(Piece(unit)),
+               {{number.end, unit.end, L""}});
+        Take1();
+    }
+
+    void FinishValue() {
+        while (!m_open.empty() && Peek().Is(Kind::Colon)) {
+            const LenientToken& token = Take1();
+            ReportDoubtful("no-name", token.begin, token.end, "a colon is not expected here",
+                           "remove it, or write a name", {token.begin, token.end, L""});
+        }
+        if (!m_open.empty() && Peek().Is(Kind::Comma)) {
+            Take1();
+        }
+    }
+
+    void ReadRest() {
+        const LenientToken& first = Peek();
+        if (first.Is(Kind::End) || !m_open.empty()) {
+            return;
+        }
+        m_isBalanced = false;
+        const bool isPunctuation =
+            std::all_of(m_tokens.begin() + static_cast<std::ptrdiff_t>(m_next), m_tokens.end(),
+                        [](const LenientToken& token) {
+                            return token.Is(Kind::Close) || token.Is(Kind::Comma) || token.Is(Kind::End);
+                        });
+        const int32_t end = m_tokens[m_tokens.size() - 2].end;
+        if (isPunctuation) {
+            Report("trailing", first.begin, end,
+                   first.Is(Kind::Close) ? Quoted(Piece(first)) + " closes nothing: the document has ended"
+                                         : "a comma follows the end of the document",
+                   "remove it", {{LastEnd(), end, L""}});
+        } else {
+            ReportDoubtful("trailing", first.begin, end, "text follows the end of the document",
+                           "remove it, or the bracket that ends the document too early",
+                           {first.begin, static_cast<int32_t>(m_text.size()), L""});
+        }
+    }
+
+    std::wstring_view m_text;
+    bool m_byIndent;
+    Recovered m_result;
+    TextEdits m_unsafe;
+    std::vector<LenientToken> m_tokens;
+    std::vector<size_t> m_unmatched; // by token
+    size_t m_next = 0;
+    std::vector<Container> m_open;
+    bool m_isBalanced = true;
+};
+
+} // namespace
+
+bool IsMisread(const Problems& tokenProblems) {
+    return std::any_of(tokenProblems.begin(), tokenProblems.end(), [](const Problem& problem) {
+        const std::string_view code = problem.code;
+        const auto isLineBreak = [](const TextEdit& edit) {
+            return edit.text == L"\\n" || edit.text == L"\\r";
+        };
+        return code == "lost-unit" || (code == "raw-control" &&
+                                       std::any_of(problem.edits.begin(), problem.edits.end(), isLineBreak));
+    });
+}
+
+Recovered Recover(std::wstring_view text) {
+    Attempt plain(text, false);
+    plain.Run();
+    if (!plain.IsBalanced()) {
+        Attempt byIndent(text, true);
+        byIndent.Run();
+        if (byIndent.IsBalanced()) {
+            return byIndent.Take();
+        }
+    }
+    return plain.Take();
+}
+
+} // namespace zq

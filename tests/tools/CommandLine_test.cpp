@@ -1,0 +1,114 @@
+// What a command line may look like, and how each mistake in one ends.
+#include "tools/RunTool.h"
+
+#include "support/win32/Folders.h"
+
+#include <gtest/gtest.h>
+
+namespace zq::test {
+namespace {
+
+void ExpectEnd(const std::wstring& arguments, unsigned exitCode, const std::string& errors) {
+    const ToolRun run = RunTool(arguments);
+
+    EXPECT_EQ(exitCode, run.exitCode);
+    EXPECT_EQ("", run.output);
+    EXPECT_EQ(errors, run.errors);
+}
+
+TEST(CommandLine, NamesTheCommandThatAMistypedOneMayMean) {
+    ExpectEnd(L"chek", 3, "zqsettings: there is no command \"chek\"; did you mean check?\n");
+    ExpectEnd(L"xyzzy", 3, "zqsettings: there is no command \"xyzzy\"; \"zqsettings help\" lists them.\n");
+    ExpectEnd(L"", 3, "zqsettings: no command was given; \"zqsettings help\" lists them.\n");
+}
+
+TEST(CommandLine, NamesTheOptionThatAMistypedOneMayMean) {
+    ExpectEnd(L"list --prefx A", 3, "zqsettings: there is no option --prefx; did you mean --prefix?\n");
+    ExpectEnd(L"list --xyzzy", 3, "zqsettings: there is no option --xyzzy; see \"zqsettings help list\".\n");
+    ExpectEnd(L"get", 3, "zqsettings: NAME is required; see \"zqsettings help get\".\n");
+}
+
+TEST(CommandLine, HelpOfACommandListsItsOptions) {
+    EXPECT_EQ(RunTool(L"list --help").output, RunTool(L"help list").output);
+    EXPECT_EQ(RunTool(L"--help").output, RunTool(L"help").output);
+    EXPECT_NE(std::string::npos, RunTool(L"list -h").output.find("--prefix")) << RunTool(L"list -h").output;
+}
+
+TEST(CommandLine, VersionNamesAllVersions) {
+    const std::string output = RunTool(L"--version").output;
+
+    EXPECT_TRUE(output.starts_with("zqsettings 1.0.0\nZQModSettings.dll 1.0.0 (")) << output;
+    EXPECT_TRUE(output.ends_with("\nvariable packets 1\nJSON messages 1\n")) << output;
+}
+
+TEST(CommandLine, SaysThatAFolderIsNoDataFolder) {
+    const TempFolder folder;
+    const std::wstring data = folder.Path().wstring();
+
+    for (const wchar_t* command :
+         {L"list", L"diff", L"show", L"set A 1", L"watch --for 0.1", L"restore --list"}) {
+        ExpectEnd(command + (L" --data \"" + data + L'"'), 2,
+                  "zqsettings: the folder " + folder.Path().string() +
+                      " holds neither \"ZQserver\" nor one of the three configuration files.\n");
+    }
+    ExpectEnd(L"set A 1", 2, "zqsettings: this machine has no data folder; name one with --data.\n");
+}
+
+TEST(CommandLine, ChecksTheOtherFilesWhereOneIsMissing) {
+    const ModuleFolders folders;
+    const std::wstring defaults = L" \"" + folders.DefaultDir() + L"\\";
+
+    const ToolRun run =
+        RunTool(L"check missing.json" + defaults + kHmdListName + L'"' + defaults + kQualityName + L'"');
+
+    EXPECT_EQ(2u, run.exitCode);
+    EXPECT_NE(std::string::npos, run.output.find("ZQ2_HmdList.json: accepted")) << run.output;
+    EXPECT_NE(std::string::npos, run.output.find("ZQ2_QualityPreset.json: accepted")) << run.output;
+    EXPECT_EQ("zqsettings: the file missing.json does not exist.\n", run.errors);
+}
+
+TEST(CommandLine, ExpandsPatternsOfFileNames) {
+    const ModuleFolders folders;
+
+    const ToolRun run = RunTool(L"check \"" + folders.DefaultDir() + L"\\*.json\"");
+
+    EXPECT_NE(std::string::npos, run.output.find("ZQ2_HmdList.json: accepted")) << run.output << run.errors;
+    EXPECT_NE(std::string::npos, run.output.find("ZQ2_QualityPreset.json: accepted")) << run.output;
+    ExpectEnd(L"check \"" + folders.DefaultDir() + L"\\*.none\"", 2,
+              "zqsettings: no file matches " + std::filesystem::path(folders.DefaultDir()).string() +
+                  "\\*.none.\n");
+}
+
+TEST(CommandLine, CompletesEachCommandAndOption) {
+    const std::string bash = RunTool(L"completion bash").output;
+    const std::string powerShell = RunTool(L"completion powershell").output;
+    const std::string page = RunTool(L"manual").output;
+
+    for (const char* command : {"check", "describe", "restore", "set-hmd", "watch"}) {
+        EXPECT_NE(std::string::npos, bash.find("\n    " + std::string(command) + ") options='")) << command;
+        EXPECT_NE(std::string::npos, powerShell.find('\'' + std::string(command) + "' = '")) << command;
+        EXPECT_NE(std::string::npos, page.find("\n.SS zqsettings " + std::string(command))) << command;
+    }
+    EXPECT_NE(std::string::npos, bash.find("--replace-refused"));
+    EXPECT_NE(std::string::npos, page.find("\\-\\-replace\\-refused"));
+}
+
+TEST(DescribeCommand, PrintsMeaningTypeRangeAndDefault) {
+    EXPECT_EQ("Settings.CurrentBitrate\n"
+              "  Video bitrate.\n"
+              "  type     integer\n"
+              "  range    1 to 1000 Mbit/s\n"
+              "  default  70\n"
+              "  set by   ZQ2_serverSetting.setting\n",
+              RunTool(L"describe Settings.CurrentBitrate").output);
+}
+
+TEST(DescribeCommand, EndsWithOneForANameThatNobodyKnows) {
+    const ToolRun run = RunTool(L"describe Settings.CurrentBitrat");
+
+    EXPECT_EQ(1u, run.exitCode);
+    EXPECT_NE(std::string::npos, run.errors.find("the nearest is Settings.CurrentBitrate")) << run.errors;
+}
+
+} // namespace
+} // namespace zq::test

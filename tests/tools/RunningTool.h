@@ -1,0 +1,30 @@
+// zqsettings.exe while it runs: what it has printed so far, and waiting for more.
+#pragma once
+
+#include "support/win32/Folders.h"
+
+#include <string>
+
+#include <windows.h>
+
+namespace zq::test {
+
+class RunningTool {
+public:
+    // `arguments` as they would be typed after the program's name.
+    explicit RunningTool(const std::wstring& arguments);
+    // Ends it, if it has not ended.
+    ~RunningTool();
+    RunningTool(const RunningTool&) = delete;
+    RunningTool& operator=(const RunningTool&) = delete;
+
+    // Waits until its output holds `text`, up to 20 seconds. Returns whether it came.
+    bool WaitFor(const std::string& text) const;
+    std::string Output() const { return ReadBytes(m_folder.Path() / L"output"); }
+
+private:
+    TempFolder m_folder;
+    PROCESS_INFORMATION m_process{};
+};
+
+} // namespace zq::test

@@ -1,0 +1,27 @@
+// Whole files, read without disturbing whoever else has them open, and written so that nothing is ever lost:
+// a new file never goes over an existing one, and an exchange keeps what it replaces.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace zq::tool {
+
+// A file that somebody holds is tried again for half a second. Raises Failure where it cannot be read.
+std::string ReadBytes(const std::filesystem::path& path);
+
+// Everything from standard input, as bytes.
+std::string ReadStandardInput();
+
+// Makes a new file, on the disk when this returns. Raises Failure where one of that name exists, a link
+// included, or where it cannot be written; it leaves nothing then.
+void WriteNewFile(const std::filesystem::path& path, std::string_view bytes);
+
+// Puts a file with these bytes in the place of `path` by one rename. What it replaces, whatever it is by
+// then, is moved to `keptAs`, which must not exist. Raises Failure where that fails; `path` is as it was
+// then.
+void ExchangeFile(const std::filesystem::path& path, std::string_view bytes,
+                  const std::filesystem::path& keptAs);
+
+} // namespace zq::tool

@@ -1,0 +1,75 @@
+#include "TimeText.h"
+
+#include "config/ConfigFile.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+#include <windows.h>
+
+namespace zq::tool {
+
+namespace {
+
+SYSTEMTIME Now() {
+    SYSTEMTIME time{};
+    GetSystemTime(&time);
+    return time;
+}
+
+template <class... Fields>
+std::string Formatted(const char* format, Fields... fields) {
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), format, static_cast<unsigned>(fields)...);
+    return text.data();
+}
+
+std::string UtcText(const SYSTEMTIME& time) {
+    return Formatted("%04u-%02u-%02uT%02u:%02u:%02u.%03uZ", time.wYear, time.wMonth, time.wDay, time.wHour,
+                     time.wMinute, time.wSecond, time.wMilliseconds);
+}
+
+FILETIME LastWrite(const std::filesystem::path& file) {
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    GetFileAttributesExW(file.c_str(), GetFileExInfoStandard, &data);
+    return data.ftLastWriteTime;
+}
+
+uint64_t Ticks(const FILETIME& time) { return uint64_t{time.dwHighDateTime} << 32U | time.dwLowDateTime; }
+
+} // namespace
+
+std::string UtcText() { return UtcText(Now()); }
+
+std::string UtcTextOfWrite(const std::filesystem::path& file) {
+    const FILETIME written = LastWrite(file);
+    SYSTEMTIME time{};
+    FileTimeToSystemTime(&written, &time);
+    return UtcText(time);
+}
+
+std::string UtcFileStamp() {
+    const SYSTEMTIME now = Now();
+    return Formatted("%04u%02u%02uT%02u%02u%02u.%03uZ", now.wYear, now.wMonth, now.wDay, now.wHour,
+                     now.wMinute, now.wSecond, now.wMilliseconds);
+}
+
+std::string LocalClockText() {
+    SYSTEMTIME now{};
+    GetLocalTime(&now);
+    return Formatted("%02u:%02u:%02u.%03u", now.wHour, now.wMinute, now.wSecond, now.wMilliseconds);
+}
+
+double MillisecondsSinceLastWrite(const std::filesystem::path& folder) {
+    constexpr double kTicksPerMillisecond = 10'000;
+    uint64_t newest = 0;
+    for (const ConfigFile file : kConfigFiles) {
+        newest = std::max(newest, Ticks(LastWrite(folder / NameOfConfigFile(file))));
+    }
+    FILETIME now{};
+    GetSystemTimePreciseAsFileTime(&now);
+    return (static_cast<double>(Ticks(now)) - static_cast<double>(newest)) / kTicksPerMillisecond;
+}
+
+} // namespace zq::tool
