@@ -26,13 +26,17 @@ struct Notice {
     std::wstring name;
 };
 
-// The buffer as the system fills it: each record on a boundary of four bytes, the last one without a next.
-std::vector<std::byte> Buffer(const std::vector<Notice>& notices) {
+// Windows begins each record on a boundary of four bytes, Wine where the one before ends.
+constexpr size_t kWindowsAlignment = 4;
+constexpr size_t kWineAlignment = 2;
+
+// The buffer as the system fills it, the last record without a next.
+std::vector<std::byte> Buffer(const std::vector<Notice>& notices, size_t alignment = kWindowsAlignment) {
     constexpr size_t kNameOffset = offsetof(FILE_NOTIFY_INFORMATION, FileName);
     std::vector<std::byte> buffer;
     for (size_t i = 0; i < notices.size(); ++i) {
         const size_t nameBytes = notices[i].name.size() * sizeof(wchar_t);
-        const size_t recordBytes = (kNameOffset + nameBytes + 3) / 4 * 4;
+        const size_t recordBytes = (kNameOffset + nameBytes + alignment - 1) / alignment * alignment;
         FILE_NOTIFY_INFORMATION header{};
         header.NextEntryOffset = i + 1 == notices.size() ? 0 : static_cast<DWORD>(recordBytes);
         header.Action = notices[i].action;
@@ -45,7 +49,11 @@ std::vector<std::byte> Buffer(const std::vector<Notice>& notices) {
     return buffer;
 }
 
-bool IsAbout(const std::vector<Notice>& notices) { return IsAboutConfigFile(Buffer(notices)); }
+bool IsAbout(const std::vector<Notice>& notices) {
+    const bool isAbout = IsAboutConfigFile(Buffer(notices));
+    EXPECT_EQ(isAbout, IsAboutConfigFile(Buffer(notices, kWineAlignment)));
+    return isAbout;
+}
 
 TEST(FolderNotice, AnyActionOnAnyOfTheThreeCountsInAnyLetterCase) {
     for (const wchar_t* name :
