@@ -6,8 +6,11 @@
 #include "platform/Mutex.h"
 #include "support/win32/Module.h"
 
+#include <tsl/robin_map.h>
+
 #include <atomic>
 #include <memory>
+#include <shared_mutex>
 #include <thread>
 
 namespace zq::bench {
@@ -59,6 +62,63 @@ void CompareWithOnePair(size_t count) {
     RunRounds(all, kRuns);
     Print("Look-ups and silent setters among " + std::to_string(count) + " variables", all, 1e-6, "us");
     Record("getset", static_cast<double>(count), all, 1e-6);
+}
+
+// Calls read(i) kReads times on each of so many threads at once; the time of one round is that of all of
+// them.
+template <class Read>
+void ReadOnThreads(size_t threadCount, Read read) {
+    constexpr size_t kReads = 2000;
+    std::vector<std::thread> threads;
+    for (size_t thread = 0; thread < threadCount; ++thread) {
+        threads.emplace_back([&read, thread] {
+            for (size_t i = 0; i < kReads; ++i) {
+                read(thread * kReads + i);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+// What a getter costs beside the map and lock that a host would write for itself.
+void CompareReaders(size_t threadCount) {
+    constexpr size_t kCount = 10'000;
+    constexpr double kReadsOfAThread = 2000;
+    const test::Module module;
+    CZQVariable& variables = module.Variables();
+    Fill(variables, kCount);
+    tsl::robin_map<std::wstring, int64_t> map;
+    std::vector<std::wstring> names;
+    for (size_t i = 0; i < kCount; ++i) {
+        map[NameOf(i)] = static_cast<int64_t>(i);
+        names.push_back(NameOf(i * 7919 % kCount));
+    }
+    std::shared_mutex sharedMutex;
+    const Mutex mutex;
+    std::vector<Competitor> all = {
+        {"GetVariableInt64",
+         [&] {
+             ReadOnThreads(threadCount, [&](size_t i) {
+                 int64_t value = 0;
+                 variables.GetVariableInt64(names[i % kCount].c_str(), &value);
+                 Use(value);
+             });
+         }},
+        {"std::shared_mutex, tsl::robin_map",
+         [&] {
+             ReadOnThreads(threadCount, [&](size_t i) {
+                 const std::shared_lock lock(sharedMutex);
+                 Use(map.find(names[i % kCount])->second);
+             });
+         }},
+        {"bare mutex pair", [&] { ReadOnThreads(threadCount, [&](size_t) { MutexLock lock(mutex); }); }},
+    };
+    RunRounds(all);
+    const double perRead = 1e-6 * kReadsOfAThread * static_cast<double>(threadCount);
+    Print(std::to_string(threadCount) + " readers of 10,000 variables", all, perRead, "us");
+    Record("readers", static_cast<double>(threadCount), all, perRead);
 }
 
 // The bare work of telling: a queue with its waiting thread for each host.
@@ -236,6 +296,9 @@ void CompareDelivery() {
 int main() {
     for (const size_t count : {100u, 10'000u, 1'000'000u}) {
         zq::bench::CompareWithOnePair(count);
+    }
+    for (const size_t readers : {1u, 8u}) {
+        zq::bench::CompareReaders(readers);
     }
     for (const size_t hosts : {1u, 2u, 4u, 8u, 16u, 32u}) {
         zq::bench::CompareTelling(hosts);

@@ -46,12 +46,18 @@ if(ZQ_RELEASE_IMAGES)
 endif()
 
 # The licences of what is linked in, as the system that built it has them; THIRD-PARTY.md lists them.
-foreach(package IN ITEMS mingw-w64-x86-64-dev g++-mingw-w64-x86-64-posix rapidjson-dev libcli11-dev)
+foreach(package IN ITEMS mingw-w64-x86-64-dev g++-mingw-w64-x86-64-posix rapidjson-dev libcli11-dev libboost1.81-dev)
   install(
     FILES /usr/share/doc/${package}/copyright
     DESTINATION licences
     RENAME ${package}.txt)
 endforeach()
+if(ZQ_PAGE)
+  install(
+    FILES ${CMAKE_BINARY_DIR}/page/page-licences.txt
+    DESTINATION licences
+    RENAME page.txt)
+endif()
 # The texts that those refer to.
 install(FILES /usr/share/common-licenses/GPL-3 /usr/share/common-licenses/LGPL-2 DESTINATION licences)
 

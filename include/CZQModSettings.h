@@ -14,6 +14,8 @@
 //
 // REQUIRES: the host's objects (CZQModHost, every CZQVariableHost) outlive the module object.
 //
+// The variables of a file appear together, after the messages about it.
+//
 // The interface's own bodies do nothing; those of DoInit and DoStart return 1.
 #pragma once
 
@@ -38,21 +40,27 @@ class CZQModSettings {
     // commonDataDir  the machine's common application-data folder, without a trailing backslash. The caller
     //                must make sure that the data folder "ZQserver" exists in it
     //
+    // Waits up to 5 seconds for files that other programs hold, all three together; one that is still held is
+    // left alone, and the content of its default is loaded. Waits for the machine's WMI service as long as it
+    // takes.
+    //
     // A null path is treated as an empty one. Returns 0. Throws std::filesystem::filesystem_error when the
-    // data folder is missing, or a default file that is needed (see CZQVariable.h on exceptions).
+    // data folder is missing, or a default file that is needed, or when a file cannot be replaced (see
+    // CZQVariable.h on exceptions).
     virtual int32_t DoInit(CZQModHost* host, const wchar_t* hostPath, const wchar_t* defaultDir,
                            const wchar_t* commonDataDir) {
         (void)host, (void)hostPath, (void)defaultDir, (void)commonDataDir;
         return 1;
     }
 
-    // Slot 2. Starts the folder watcher and looks up the installed client's version. Returns 0. The watcher
-    // cannot be started again after DoStop.
+    // Slot 2. Starts the folder watcher, unless one runs, and looks up the installed client's version.
+    // Returns 0. After DoStop a watcher that is started ends at once.
     //
     // REQUIRES: DoInit was called with a host.
     virtual int32_t DoStart() { return 1; }
 
-    // Slot 3. Stops the folder watcher: waits up to one second for its thread, then terminates it.
+    // Slot 3. Stops the folder watcher: waits up to one second for its thread, then terminates it. A load
+    // that takes longer is given up before. Returns within 1.2 seconds.
     virtual void DoStop() {}
 
     // Slot 4. Frees the binary variables. Hosts may still be registered and may still read variables.
@@ -78,13 +86,15 @@ class CZQModSettings {
     //
     // This holds for every save: it returns nothing, it writes nothing if the file or the member is not as
     // described, the variables change only once the watcher has read the file again, and any thread may call,
-    // callbacks included.
+    // callbacks included. What is saved is on the disk when the call returns; a file that cannot be written
+    // whole stays as it was. A file that another program holds is tried for half a second.
     virtual void SaveConfigHmdListIntArray(const wchar_t* deviceName, int32_t mainRequest, int32_t subRequest,
                                            int32_t index, const int64_t* values, int32_t count) {
         (void)deviceName, (void)mainRequest, (void)subRequest, (void)index, (void)values, (void)count;
     }
 
-    // Slot 11. Replaces the value of one member of the settings file. A save never adds a member.
+    // Slot 11. Replaces the value of one member of the settings file, in every place where the file has it. A
+    // save never adds a member.
     //
     // name       the whole name of a member of the file's root; a dot in it is part of the name
     // perDevice  other than 0: `name` is "CL.<anything>.<member>" and names the member of the headset in use,

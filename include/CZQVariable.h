@@ -12,7 +12,10 @@
 // Errors: a null name throws std::invalid_argument and changes nothing. Running out of memory throws
 // std::bad_alloc: the variable then has its old or its new value, and some hosts may not be notified. No lock
 // stays held. These exceptions belong to the module's own compiler and run-time library: a host built with
-// other ones cannot catch them by type and must not cause them.
+// other ones cannot catch them by type, nor by `catch (...)`, and must not cause them. With `__except` around
+// the call it survives one.
+//
+// REQUIRES: pointers to outputs are not null, except the buffer of GetVariableBinary.
 //
 // `source` is the host on whose behalf a change is made, as given to RegisterHost, or null. That host is not
 // notified. A `force` other than 0 notifies the other hosts even if the variable already has the value.
@@ -38,7 +41,8 @@ class CZQVariable {
 
     // Slot 2. Ends the notices to `host`. Waits up to one second for a running callback, then terminates its
     // thread. The module does not use the host after this has returned. Notices that are still queued are
-    // dropped. Does nothing for a host that is not registered.
+    // dropped. While another thread unregisters the same host, this waits for it, and so does RegisterHost;
+    // other operations do not. Does nothing for a host that is not registered.
     //
     // REQUIRES: not called from a callback of the same host.
     virtual void UnregisterHost(CZQVariableHost* host) { (void)host; }
@@ -59,6 +63,7 @@ class CZQVariable {
     //   8  u32      length of the value in bytes
     //  12           the name, not terminated, then the value: bool 1 byte, integer and double 8, string its
     //               characters, not terminated, binary its bytes
+    // A variable with an empty name ends the packet for its reader.
     // Both functions below return it in memory of the process heap; the host owns it and frees it with
     // ZQFreePacket (ZQPacketMemory.h). docs/variable-packet.md is the full description.
 

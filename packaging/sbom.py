@@ -46,6 +46,20 @@ def package_version(package: str) -> str:
     return subprocess.run(query, check=True, capture_output=True, text=True).stdout
 
 
+def npm_versions(names: list[str]) -> list[str]:
+    lock = json.loads(Path(__file__).parent.parent.joinpath("web/package-lock.json").read_text())
+    return [f"{name}@{lock['packages']['node_modules/' + name]['version']}" for name in names]
+
+
+def origin_of(component: dict) -> tuple[str, str, list[str]]:
+    """Version, supplier and package URLs of a component."""
+    if "npm" in component:
+        versions = npm_versions(component["npm"])
+        return ", ".join(versions), "NOASSERTION", [f"pkg:npm/{version.replace('@', '%40', 1) if version.startswith('@') else version}" for version in versions]
+    version = package_version(component["package"])
+    return version, "Organization: Debian", [f"pkg:deb/debian/{component['package']}@{version.replace('+', '%2B')}?arch=amd64"]
+
+
 def spdx_id(kind: str, name: str) -> str:
     return f"SPDXRef-{kind}-" + "".join(letter if letter.isalnum() or letter in ".-" else "-" for letter in name)
 
@@ -66,15 +80,12 @@ def document(name: str, version: str, images: dict[Path, Path], created: str) ->
     }]
     relationships = [("SPDXRef-DOCUMENT", "DESCRIBES", product)]
     for component in components:
-        package_version_text = package_version(component["package"])
+        component_version, supplier, urls = origin_of(component)
         packages.append({
-            "SPDXID": spdx_id("Package", component["name"]), "name": component["name"], "versionInfo": package_version_text,
-            "supplier": "Organization: Debian", "downloadLocation": "NOASSERTION", "filesAnalyzed": False,
+            "SPDXID": spdx_id("Package", component["name"]), "name": component["name"], "versionInfo": component_version,
+            "supplier": supplier, "downloadLocation": "NOASSERTION", "filesAnalyzed": False,
             "licenseConcluded": component["licence"], "licenseDeclared": component["licence"], "copyrightText": "NOASSERTION",
-            "externalRefs": [{
-                "referenceCategory": "PACKAGE-MANAGER", "referenceType": "purl",
-                "referenceLocator": f"pkg:deb/debian/{component['package']}@{package_version_text.replace('+', '%2B')}?arch=amd64",
-            }],
+            "externalRefs": [{"referenceCategory": "PACKAGE-MANAGER", "referenceType": "purl", "referenceLocator": url} for url in urls],
         })
     files = []
     for image, parts in used.items():

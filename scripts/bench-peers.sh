@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Fetches the peers that have no package for this compiler into build/peers: scripts/bench-peers.sh
-# Boost 1.81's headers, whose package excludes the default Boost, and simdjson's source. Both from the package mirror.
+# Boost 1.81's headers and msgpack-c's, whose packages exclude each other, and simdjson's source. All from the package mirror.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '' "$@"
 peers=$root/build/peers
@@ -12,6 +12,14 @@ if [[ ! -d boost181 ]]; then
   dpkg -x libboost1.81-dev_*.deb unpacked
   mv unpacked/usr/include boost181
   rm -rf unpacked libboost1.81-dev_*.deb
+fi
+
+# Its package asks for the default Boost, which the newer one excludes.
+if [[ ! -d msgpack ]]; then
+  apt-get download -qq libmsgpack-cxx-dev 2>/dev/null
+  dpkg -x libmsgpack-cxx-dev_*.deb unpacked
+  mv unpacked/usr/include msgpack
+  rm -rf unpacked libmsgpack-cxx-dev_*.deb
 fi
 
 if [[ ! -f simdjson/simdjson.cpp ]]; then

@@ -127,6 +127,20 @@ class Report:
         """The one figure of a group."""
         return format(next(iter(next(iter(self.group(name).values())).values())), form)
 
+    def worst_shape(self):
+        """The documents on which the module's lead over the best peer is smallest: with a new parser, and with a kept one."""
+        leads = {"new": [], "kept": []}
+        for name in [group for group in self.groups if re.match(r"load(-(?!linear|memory)|$)", group)]:
+            rows = self.groups[name]
+            for size, own in rows["module"].items():
+                for parser, found in leads.items():
+                    peers = [values[size] for competitor, values in rows.items() if competitor != "module" and
+                             not competitor.startswith("floor:") and ("kept" in competitor) == (parser == "kept")]
+                    found.append((min(peers) / own, f"{name.removeprefix('load-')}, {short_size(size)} bytes"))
+        (new, new_where), (kept, kept_where) = min(leads["new"]), min(leads["kept"])
+        return (f"**Worst shape:** the best peer with a new parser takes {new:.2f} times as long as the module ({new_where}), "
+                f"the best peer with a kept one {kept:.2f} times ({kept_where}).")
+
     def version(self, package):
         return package_version(package)
 

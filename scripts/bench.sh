@@ -19,7 +19,7 @@ if [[ -z ${options[--report]:-} ]]; then
   export ZQ_WINEPREFIX=$root/build/wine-bench
   processor=$(($(nproc) - 1))
   : >"$data"
-  for name in Load Map Packet Variables Comfort Save Watch Survey; do
+  for name in Load LoadMemory Map Packet Variables Comfort Save Watch Survey; do
     echo "${name}Benchmark"
     taskset -c "$processor" scripts/wine-run.sh "build/release/bin/${name}Benchmark.exe" | tee "$out/$name.txt" | grep -v '^@' || true
     sed -n 's/^@\t//p' "$out/$name.txt" | tr -d '\r' >>"$data"

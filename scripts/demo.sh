@@ -63,3 +63,8 @@ sleep 1.2
 edit "Somebody adds a line break at the end: the file is refused and replaced by its default copy"
 echo >>"$settings"
 wait "$watcher"
+
+echo
+echo "--- See it in a browser"
+echo "scripts/wine-run.sh build/release/bin/zqsettings.exe serve"
+echo "prints an address; open it in a browser of this machine. --data DIR shows a folder of yours."

@@ -12,7 +12,9 @@ packages=(
   # The components with threads on Linux, under ThreadSanitizer.
   g++
   # Libraries: tests, the save path, the tool's command line.
-  googletest rapidjson-dev libcli11-dev
+  googletest rapidjson-dev libcli11-dev libboost1.81-dev
+  # The browser that the dashboard is tested with.
+  chromium
   # The portable components and fuzz targets on Linux, hosts for the Microsoft ABI, the format check, static analysis.
   clang-14 lld-14 libclang-rt-14-dev clang-format-14 clang-tidy-14
   # The header of typed keys, the packages and their tests; the packet readers in Python, TypeScript and C#.
@@ -20,11 +22,16 @@ packages=(
   # Symbols for Windows in the release, and what reads them back.
   llvm-14 perl
 )
-benchmark_packages=(python3 nlohmann-json3-dev libmsgpack-cxx-dev libcereal-dev robin-map-dev
+benchmark_packages=(python3 nlohmann-json3-dev libcereal-dev robin-map-dev
   gnuplot-nox)
 
 [[ -z ${options[--coverage]:-} ]] || packages+=(gcovr)
 [[ -z ${options[--benchmarks]:-} ]] || packages+=("${benchmark_packages[@]}")
+
+# The dashboard's page; any node from 18 on will do. Debian's npm needs Debian's node.
+if ! command -v node >/dev/null || ! command -v npm >/dev/null; then
+  packages+=(npm)
+fi
 
 command -v apt-get >/dev/null || fail "this machine has no apt; install by hand: ${packages[*]}."
 

@@ -1,7 +1,11 @@
 // Memory that is handed out in pieces and freed as a whole: of a JSON tree, of the names of a batch, of the
 // nodes of a map.
 //
-// Portable, one thread at a time.
+// The memory of short-lived arenas is large and comes and goes as a whole, which the system's heap answers by
+// taking pages from the system and giving them back each time. So a few pieces of one size are kept for the
+// next arena.
+//
+// Portable, one thread at a time; different arenas may be used by different threads.
 #pragma once
 
 #include <cstddef>
@@ -9,14 +13,22 @@
 
 namespace zq {
 
+class Cancellation;
+
 class Arena {
 public:
-    static constexpr size_t kAlignment = 16;
+    static constexpr size_t kAlignment = 8;
 
-    Arena() = default;
+    // What an arena is for: one that grows slowly and stays, or one that is filled at once and soon freed.
+    enum class Life { Long, Short };
+
+    explicit Arena(Life life = Life::Long) : m_life(life) {}
     ~Arena() { Clear(); }
     Arena(const Arena&) = delete;
     Arena& operator=(const Arena&) = delete;
+
+    // Asked from now on each time that the arena grows, which then raises Cancelled; null for nobody.
+    void StopOn(const Cancellation* cancellation) { m_cancellation = cancellation; }
 
     // Memory for `count` objects that need no destructor. Raises std::bad_alloc.
     template <class T>
@@ -25,31 +37,40 @@ public:
         if (count > kMostBytes / sizeof(T)) {
             throw std::bad_alloc();
         }
-        return static_cast<T*>(AllocateBytes(count * sizeof(T)));
+        void* memory = Room(count * sizeof(T));
+        Take(count * sizeof(T));
+        return static_cast<T*>(memory);
     }
 
-    // Aligned to kAlignment. REQUIRES: `bytes` is at most kMostBytes. Raises std::bad_alloc.
-    void* AllocateBytes(size_t bytes) {
-        bytes = (bytes + kAlignment - 1) / kAlignment * kAlignment;
+    // Memory for a piece whose size is not known yet: Take then says how much of it was used, which is no
+    // more than `bytes`. Aligned to kAlignment; to 16 bytes as long as only multiples of 16 are taken. Raises
+    // std::bad_alloc.
+    void* Room(size_t bytes) {
+        bytes = RoundUp(bytes);
         if (bytes > static_cast<size_t>(m_end - m_next)) {
             AddChunk(bytes);
         }
-        std::byte* memory = m_next;
-        m_next += bytes;
-        return memory;
+        return m_next;
     }
+    void Take(size_t bytes) { m_next += RoundUp(bytes); }
 
     void Clear() noexcept;
 
 private:
-    struct alignas(kAlignment) Chunk {
+    struct alignas(16) Chunk {
         Chunk* next;
+        size_t bytes; // after this header
     };
 
     static constexpr size_t kMostBytes = static_cast<size_t>(-1) / 2;
 
+    static constexpr size_t RoundUp(size_t bytes) {
+        return (bytes + kAlignment - 1) / kAlignment * kAlignment;
+    }
     void AddChunk(size_t bytes);
 
+    Life m_life;
+    const Cancellation* m_cancellation = nullptr;
     Chunk* m_chunks = nullptr;
     size_t m_chunkBytes = 0; // of all chunks
     std::byte* m_next = nullptr;

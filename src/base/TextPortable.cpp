@@ -99,6 +99,8 @@ std::wstring WideFromBytes(uint32_t codePage, const char* bytes, int32_t length)
     return text;
 }
 
+uint32_t BytesPerCharacter(uint32_t codePage) { return codePage == kCodePageUtf8 ? 4 : 1; }
+
 std::string BytesFromWide(uint32_t codePage, std::wstring_view text) {
     std::string bytes;
     while (!text.empty()) {

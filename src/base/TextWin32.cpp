@@ -14,6 +14,11 @@ std::wstring WideFromBytes(uint32_t codePage, const char* bytes, int32_t length)
     return text;
 }
 
+uint32_t BytesPerCharacter(uint32_t codePage) {
+    CPINFO info{};
+    return GetCPInfo(codePage, &info) ? info.MaxCharSize : 0;
+}
+
 std::string BytesFromWide(uint32_t codePage, std::wstring_view text) {
     const int length = static_cast<int>(text.size());
     const int size = WideCharToMultiByte(codePage, 0, text.data(), length, nullptr, 0, nullptr, nullptr);

@@ -6,9 +6,9 @@
 
 namespace zq {
 
-void ParseLook(ConfigFile file, ConfigLook& look) {
+void ParseLook(ConfigFile file, ConfigLook& look, const Cancellation* cancellation) {
     if (look.file.access == FileAccess::Read) {
-        look.text = std::make_unique<ConfigText>(file);
+        look.text = std::make_unique<ConfigText>(file, cancellation);
         look.isAccepted =
             look.text->Read({look.file.bytes.data(), look.file.bytes.size()}) && look.text->IsRootAccepted();
     }
@@ -32,7 +32,7 @@ bool LoadConfigFile(ConfigFile file, const std::wstring& path, const ConfigLook&
                 look.text->FileLength());
         return false;
     }
-    VariableBatch batch;
+    VariableBatch batch(VariableBatch::Names::SharePrefixes, target.cancellation);
     if (!look.text->Flatten(batch, log)) {
         return false;
     }

@@ -15,6 +15,7 @@
 
 namespace zq {
 
+class Cancellation;
 class HostLog;
 class VariableStore;
 
@@ -22,6 +23,8 @@ class VariableStore;
 struct ConfigTarget {
     VariableStore& store;
     const HostLog& log;
+    // Asks for a load to be given up: Cancelled is raised then, and nothing has been set. May be null.
+    const Cancellation* cancellation = nullptr;
 };
 
 // One look at a file: what was found, and what its bytes say.
@@ -31,8 +34,9 @@ struct ConfigLook {
     bool isAccepted = false;
 };
 
-// Completes a look whose file was read: decodes and parses its bytes, silently. Raises std::bad_alloc.
-void ParseLook(ConfigFile file, ConfigLook& look);
+// Completes a look whose file was read: decodes and parses its bytes, silently. Raises std::bad_alloc, and
+// Cancelled where `cancellation` asks for it.
+void ParseLook(ConfigFile file, ConfigLook& look, const Cancellation* cancellation = nullptr);
 
 // Logs what the file's loader logs and, where the look accepted the file, sets its variables. `path` is only
 // for the messages. Returns whether the file was loaded. Raises std::bad_alloc, and has set nothing then.

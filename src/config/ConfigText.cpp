@@ -12,12 +12,21 @@ namespace {
 
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
-// Without a byte order mark the system's ANSI code page decides.
-std::wstring DecodeFile(std::string_view bytes) {
-    const bool isMarked = bytes.starts_with(kUtf8Mark);
-    const std::string_view text = isMarked ? bytes.substr(kUtf8Mark.size()) : bytes;
-    return DecodeFileText(isMarked ? kCodePageUtf8 : kCodePageAnsi, text.data(),
-                          static_cast<int32_t>(text.size()));
+JsonRoleOf RoleOf(ConfigFile file) {
+    switch (file) {
+    case ConfigFile::Settings:
+        return SettingsRoleOf;
+    case ConfigFile::HmdList:
+        return HeadsetListRoleOf;
+    default:
+        return QualityRoleOf;
+    }
+}
+
+// The characters of the bytes where each byte is one, or null.
+const wchar_t* CharactersOf(std::string_view bytes) {
+    const wchar_t* table = AnsiCharacters();
+    return !table && IsAscii(bytes) ? AsciiCharacters() : table;
 }
 
 } // namespace
@@ -42,9 +51,21 @@ bool FlattenConfig(ConfigFile file, const JsonValue& root, VariableBatch& batch,
 
 bool ConfigText::Read(std::string_view bytes) {
     FreeJsonValue(m_root);
-    m_text = DecodeFile(bytes);
+    m_text.clear();
     m_fileLength = static_cast<int32_t>(bytes.size());
-    m_parseResult = ParseJsonValue(m_root, m_text.data(), static_cast<int32_t>(m_text.size()));
+    // Without a byte order mark the system's ANSI code page decides.
+    const bool isMarked = bytes.starts_with(kUtf8Mark);
+    const wchar_t* table = isMarked ? nullptr : CharactersOf(bytes);
+    if (table) {
+        const auto* units = reinterpret_cast<const unsigned char*>(bytes.data());
+        m_parseResult = ParseJsonValue(m_root, JsonBytes{units, m_fileLength, table}, RoleOf(m_file));
+        return IsAccepted();
+    }
+    const std::string_view text = isMarked ? bytes.substr(kUtf8Mark.size()) : bytes;
+    m_text = DecodeFileText(isMarked ? kCodePageUtf8 : kCodePageAnsi, text.data(),
+                            static_cast<int32_t>(text.size()));
+    m_parseResult =
+        ParseJsonValue(m_root, m_text.data(), static_cast<int32_t>(m_text.size()), RoleOf(m_file));
     return IsAccepted();
 }
 

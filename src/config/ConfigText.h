@@ -14,6 +14,7 @@
 
 namespace zq {
 
+class Cancellation;
 class FlattenTrace;
 class HostLog;
 class VariableBatch;
@@ -30,7 +31,10 @@ bool FlattenConfig(ConfigFile file, const JsonValue& root, VariableBatch& batch,
 // A file's content as it was read. The tree points into the text, so the object stays where it is.
 class ConfigText {
 public:
-    explicit ConfigText(ConfigFile file) : m_file(file) {}
+    // Reading and flattening raise Cancelled where `cancellation`, which may be null, asks for it.
+    explicit ConfigText(ConfigFile file, const Cancellation* cancellation = nullptr) : m_file(file) {
+        m_root.arena.StopOn(cancellation);
+    }
     ConfigText(const ConfigText&) = delete;
     ConfigText& operator=(const ConfigText&) = delete;
 
@@ -54,7 +58,7 @@ public:
 
 private:
     ConfigFile m_file;
-    std::wstring m_text;
+    std::wstring m_text; // empty where the bytes were read as they are
     JsonRoot m_root;
     int32_t m_parseResult = 0;
     int32_t m_fileLength = 0;

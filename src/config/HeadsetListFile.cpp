@@ -2,12 +2,19 @@
 
 #include "base/HostLog.h"
 #include "config/Flattening.h"
+#include "config/json/JsonReader.h"
 
 #include <string>
 
 namespace zq {
 
 namespace {
+
+constexpr uint8_t kDevices = 2 | kJsonObjectsOnly;
+constexpr uint8_t kDevice = 3;
+constexpr uint8_t kResponses = 4 | kJsonObjectsOnly;
+constexpr uint8_t kItem = 5;
+constexpr uint8_t kValues = 6;
 
 void LogInvalid(const HostLog& log, const std::wstring& name) {
     log.Log(LogFailure, L"Invalid hmd list item : %s", name.c_str());
@@ -43,6 +50,7 @@ void FlattenDevice(const JsonValue& device, VariableBatch& batch, const HostLog&
         return;
     }
     const std::wstring prefix = std::wstring(L"CL.").append(GetJsonString(*name));
+    batch.UsePrefix(batch.PrefixFor(nullptr, prefix));
     for (const JsonValue& item : responses->Elements()) {
         if (item.Is(JsonKind::Object)) {
             FlattenHmdListItem(prefix, item, batch, log, trace);
@@ -50,9 +58,27 @@ void FlattenDevice(const JsonValue& device, VariableBatch& batch, const HostLog&
             ReportSkipped(trace, item, Skipped::Response);
         }
     }
+    batch.UsePrefix(nullptr);
 }
 
 } // namespace
+
+uint8_t HeadsetListRoleOf(uint8_t parent, bool isObject, std::wstring_view key) {
+    switch (parent) {
+    case kJsonDocument:
+        return isObject ? kJsonUnread : kDevices;
+    case kDevices:
+        return isObject ? kDevice : kJsonUnread;
+    case kDevice:
+        return !isObject && key == L"Response" ? kResponses : kJsonUnread;
+    case kResponses:
+        return isObject ? kItem : kJsonUnread;
+    case kItem:
+        return !isObject && key == L"Value" ? kValues : kJsonUnread;
+    default:
+        return kJsonUnread;
+    }
+}
 
 bool IsHeadsetListRoot(const JsonValue& root) { return root.Is(JsonKind::Array); }
 

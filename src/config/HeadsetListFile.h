@@ -15,6 +15,9 @@ class FlattenTrace;
 class HostLog;
 class VariableBatch;
 
+// What of the document is read, for the reader (JsonRoleOf).
+uint8_t HeadsetListRoleOf(uint8_t parent, bool isObject, std::wstring_view key);
+
 bool IsHeadsetListRoot(const JsonValue& root);
 
 // Returns false, with a message, when the root is not a headset list.

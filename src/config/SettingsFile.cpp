@@ -2,6 +2,7 @@
 
 #include "base/HostLog.h"
 #include "config/Flattening.h"
+#include "config/json/JsonReader.h"
 
 #include <span>
 #include <string>
@@ -15,6 +16,9 @@ bool IsHeaderListKey(std::wstring_view key) {
     return key.size() == 2 && (key[0] == L'C' || key[0] == L'c') && (key[1] == L'L' || key[1] == L'l');
 }
 
+constexpr uint8_t kObject = 2;
+constexpr uint8_t kHeaderList = 3 | kJsonObjectsOnly;
+
 class SettingsWalker {
 public:
     SettingsWalker(std::wstring_view prefix, VariableBatch& batch, const HostLog& log, FlattenTrace* trace)
@@ -25,6 +29,7 @@ public:
         while (!m_levels.empty()) {
             Level& level = m_levels.back();
             m_name.CutTo(level.nameLength);
+            m_batch.UsePrefix(level.prefix);
             if (!level.headers.empty()) {
                 VisitHeader(level);
             } else if (!level.members.empty()) {
@@ -40,6 +45,7 @@ private:
     // One object on the way down: what is left to visit of it.
     struct Level {
         size_t nameLength;
+        const NamePrefix* prefix; // that the names of its members share
         std::span<const JsonMember> members;
         std::span<const JsonValue> headers; // what is left of the header list under way
         std::wstring_view headerKey;        // and its key
@@ -47,7 +53,9 @@ private:
     };
 
     void Enter(const JsonValue& object) {
-        m_levels.push_back({m_name.Length(), object.Members(), {}, {}, {}});
+        const NamePrefix* outer = m_levels.empty() ? nullptr : m_levels.back().prefix;
+        m_levels.push_back(
+            {m_name.Length(), m_batch.PrefixFor(outer, m_name.View()), object.Members(), {}, {}, {}});
     }
 
     void VisitMember(Level& level) {
@@ -90,6 +98,7 @@ private:
 
     // Every level does this when it ends, the outermost last: only a top-level header list stays known.
     void PublishHeaderNames(const std::vector<const JsonValue*>& names) {
+        m_batch.UsePrefix(nullptr);
         m_batch.AddInt64(L"HmdNameSize", static_cast<int32_t>(names.size()));
         for (size_t i = 0; i < names.size(); ++i) {
             const std::wstring variable = L"HmdNameList." + std::to_wstring(i);
@@ -109,6 +118,14 @@ private:
 };
 
 } // namespace
+
+uint8_t SettingsRoleOf(uint8_t parent, bool isObject, std::wstring_view key) {
+    if (parent == kObject) {
+        const bool isRead = isObject ? !key.empty() : IsHeaderListKey(key);
+        return !isRead ? kJsonUnread : isObject ? kObject : kHeaderList;
+    }
+    return isObject ? kObject : kJsonUnread; // the root and the elements of a header list
+}
 
 void FlattenSettingsFile(const JsonValue& root, VariableBatch& batch, const HostLog& log,
                          FlattenTrace* trace) {

@@ -15,6 +15,9 @@ class FlattenTrace;
 class HostLog;
 class VariableBatch;
 
+// What of the document is read, for the reader (JsonRoleOf).
+uint8_t SettingsRoleOf(uint8_t parent, bool isObject, std::wstring_view key);
+
 // A root that is not an object gives no variables.
 void FlattenSettingsFile(const JsonValue& root, VariableBatch& batch, const HostLog& log,
                          FlattenTrace* trace);

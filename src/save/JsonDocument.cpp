@@ -74,7 +74,8 @@ int32_t ParseJsonDoc(std::string_view bytes, std::unique_ptr<EditableDocument>& 
     if (!ParseDocument(*parsed, bytes)) {
         return parsed->GetParseError();
     }
-    // The library takes a zero byte for the end: what follows it would be lost by a save. Inside a document there is none.
+    // The library takes a zero byte for the end: what follows it would be lost by a save. Inside a document
+    // there is none.
     if (bytes.find('\0') != std::string_view::npos) {
         return rapidjson::kParseErrorDocumentRootNotSingular;
     }

@@ -15,8 +15,8 @@ namespace zq {
 
 using DocumentBuffer = rapidjson::GenericStringBuffer<rapidjson::UTF8<>, RaisingAllocator>;
 
-// Parses as a save does; on failure the document says what is wrong and where. However deep the text, the stack does not
-// grow with it. Returns whether it is a document. Raises std::bad_alloc.
+// Parses as a save does; on failure the document says what is wrong and where. However deep the text, the
+// stack does not grow with it. Returns whether it is a document. Raises std::bad_alloc.
 bool ParseDocument(EditableDocument& document, std::string_view bytes);
 
 // Hands out the document and returns 0; returns 1 for fewer than 4 bytes, else the library's parse error

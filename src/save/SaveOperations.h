@@ -36,8 +36,8 @@ struct SettingName {
     std::optional<int64_t> deviceIndex; // "DHI", for isPerDevice
 };
 
-// Reads a file as a document, as a save would find it. Returns 0 and hands out the document; 1 when the file cannot be
-// read or has fewer than 4 bytes; else the library's parse error code.
+// Reads a file as a document, as a save would find it. Returns 0 and hands out the document; 1 when the file
+// cannot be read or has fewer than 4 bytes; else the library's parse error code.
 int32_t LoadJsonDoc(const std::wstring& path, std::unique_ptr<EditableDocument>& document);
 
 // What is saved is on the disk when these return. A file that is a link out of its folder is not written.

@@ -9,11 +9,16 @@
 
 #include "base/ShortCopy.h"
 #include "variables/NameHash.h"
+#include "variables/NamePrefix.h"
 #include "variables/NodePool.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <new>
+#include <string>
 #include <string_view>
 #include <type_traits>
 #include <utility>
@@ -23,13 +28,36 @@ namespace zq {
 template <class Value>
 class VariableMap {
 public:
+    // Followed by its name or, where it has a prefix, by the pointer to the prefix and the rest of the name.
     struct Node {
         Node* next;
         uint32_t hash;
-        uint32_t nameLength;
+        uint32_t lengthAndKind; // characters after the node; the top bit is set where there is a prefix
         Value value;
 
-        std::wstring_view Name() const { return {reinterpret_cast<const wchar_t*>(this + 1), nameLength}; }
+        const NamePrefix* Prefix() const {
+            return HasPrefix() ? *reinterpret_cast<const NamePrefix* const*>(this + 1) : nullptr;
+        }
+        // The name without its prefix.
+        std::wstring_view Rest() const {
+            const auto* start = reinterpret_cast<const std::byte*>(this + 1) + PrefixBytes();
+            return {reinterpret_cast<const wchar_t*>(start), lengthAndKind & ~kHasPrefix};
+        }
+        size_t NameLength() const { return Rest().size() + (HasPrefix() ? Prefix()->length : 0); }
+        bool IsNamed(std::wstring_view name) const {
+            const std::wstring_view rest = Rest();
+            if (!HasPrefix()) {
+                return IsSameName(rest, name);
+            }
+            return NameLength() == name.size() && IsSameName(rest, name.substr(Prefix()->length)) &&
+                   Prefix()->Is(name.substr(0, Prefix()->length));
+        }
+
+        static constexpr uint32_t kHasPrefix = 0x80000000U;
+
+        bool HasPrefix() const { return (lengthAndKind & kHasPrefix) != 0; }
+        size_t PrefixBytes() const { return HasPrefix() ? sizeof(const NamePrefix*) : 0; }
+        size_t Bytes() const { return sizeof(Node) + PrefixBytes() + Rest().size() * sizeof(wchar_t); }
     };
 
     VariableMap() = default;
@@ -48,7 +76,7 @@ public:
             return nullptr;
         }
         Node* node = m_buckets[BucketOf(hash)];
-        while (node && !(node->hash == hash && IsSameName(node->Name(), name))) {
+        while (node && !(node->hash == hash && node->IsNamed(name))) {
             node = node->next;
         }
         return node;
@@ -63,28 +91,38 @@ public:
         if (Node* node = Find(name, hash)) {
             return {node, false};
         }
+        return {Add(name, hash), true};
+    }
+
+    // A new entry with an empty value. `prefix`, where it is not null, is the beginning of the name and
+    // outlives the entry. REQUIRES: there is no such name. Raises std::bad_alloc, and has changed nothing
+    // then.
+    Node* Add(std::wstring_view name, uint32_t hash, const NamePrefix* prefix = nullptr) {
         GrowFor(m_size + 1);
-        Node* node = MakeNode(name, hash);
+        Node* node = MakeNode(name, hash, prefix);
         Link(node);
         ++m_size;
-        return {node, true};
+        return node;
     }
 
     // Returns whether there was such a name.
     bool Remove(std::wstring_view name, uint32_t hash) noexcept {
-        if (!m_buckets) {
-            return false;
+        Node* node = Find(name, hash);
+        if (node) {
+            Remove(node);
         }
-        for (Node** link = &m_buckets[BucketOf(hash)]; *link; link = &(*link)->next) {
-            Node* node = *link;
-            if (node->hash == hash && IsSameName(node->Name(), name)) {
-                *link = node->next;
-                FreeNode(node);
-                --m_size;
-                return true;
-            }
+        return node != nullptr;
+    }
+
+    // REQUIRES: the map has this node.
+    void Remove(Node* node) noexcept {
+        Node** link = &m_buckets[BucketOf(node->hash)];
+        while (*link != node) {
+            link = &(*link)->next;
         }
-        return false;
+        *link = node->next;
+        FreeNode(node);
+        --m_size;
     }
 
     void Clear() noexcept {
@@ -100,17 +138,19 @@ public:
         m_nameUnits = 0;
     }
 
-    // Calls visit(name, value) for every entry.
+    // Calls visit(name, value) for every entry. The name is valid during the call. Raises std::bad_alloc
+    // where a name has a prefix and cannot be put together.
     template <class Visit>
     void ForEach(Visit visit) const {
         // Neighbours in the table lie anywhere in memory; asking for them early hides most of the wait.
         constexpr size_t kAhead = 8;
+        std::wstring whole;
         for (size_t bucket = 0; bucket < m_bucketCount; ++bucket) {
             if (bucket + kAhead < m_bucketCount) {
                 __builtin_prefetch(m_buckets[bucket + kAhead]);
             }
             for (Node* node = m_buckets[bucket]; node; node = node->next) {
-                visit(node->Name(), node->value);
+                visit(node->HasPrefix() ? WholeName(*node, whole) : node->Rest(), node->value);
             }
         }
     }
@@ -118,7 +158,13 @@ public:
 private:
     static constexpr size_t kFirstBucketCount = 17;
 
-    static size_t NodeBytes(size_t nameLength) { return sizeof(Node) + nameLength * sizeof(wchar_t); }
+    static std::wstring_view WholeName(const Node& node, std::wstring& whole) {
+        whole.resize(node.NameLength());
+        node.Prefix()->CopyTo(whole.data());
+        const std::wstring_view rest = node.Rest();
+        std::copy(rest.begin(), rest.end(), whole.end() - static_cast<std::ptrdiff_t>(rest.size()));
+        return whole;
+    }
 
     // Spreads the hash over the buckets by its high bits, without a division.
     size_t BucketOf(uint32_t hash) const {
@@ -131,19 +177,24 @@ private:
         head = node;
     }
 
-    Node* MakeNode(std::wstring_view name, uint32_t hash) {
-        const size_t bytes = NodeBytes(name.size());
+    Node* MakeNode(std::wstring_view name, uint32_t hash, const NamePrefix* prefix) {
+        const std::wstring_view rest = name.substr(prefix ? prefix->length : 0);
+        const size_t prefixBytes = prefix ? sizeof(prefix) : 0;
+        const size_t bytes = sizeof(Node) + prefixBytes + rest.size() * sizeof(wchar_t);
         void* memory = m_pool.Allocate(bytes);
         m_loneNodes += NodePool::IsPooled(bytes) ? 0 : 1;
-        Node* node = new (memory) Node{nullptr, hash, static_cast<uint32_t>(name.size()), Value()};
-        CopyShort(node + 1, name.data(), name.size() * sizeof(wchar_t));
+        const auto length = static_cast<uint32_t>(rest.size());
+        Node* node = new (memory) Node{nullptr, hash, prefix ? length | Node::kHasPrefix : length, Value()};
+        auto* after = reinterpret_cast<std::byte*>(node + 1);
+        std::memcpy(after, &prefix, prefixBytes);
+        CopyShort(after + prefixBytes, rest.data(), rest.size() * sizeof(wchar_t));
         m_nameUnits += name.size();
         return node;
     }
 
     void FreeNode(Node* node) noexcept {
-        const size_t bytes = NodeBytes(node->nameLength);
-        m_nameUnits -= node->nameLength;
+        const size_t bytes = node->Bytes();
+        m_nameUnits -= node->NameLength();
         node->~Node();
         m_pool.Free(node, bytes);
         m_loneNodes -= NodePool::IsPooled(bytes) ? 0 : 1;

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "variables/BinaryBlock.h"
+#include "variables/NamePrefix.h"
 #include "variables/VariableMap.h"
 
 #include <cstdint>
@@ -32,6 +33,7 @@ struct VariableMaps {
     void RemoveAll() noexcept;
 
     uint64_t hashSeed;
+    NamePrefixes prefixes; // of the names of batches
     VariableMap<uint8_t> bools;
     VariableMap<int64_t> integers;
     VariableMap<double> doubles;

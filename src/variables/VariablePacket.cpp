@@ -7,6 +7,7 @@
 #include <array>
 #include <bit>
 #include <cstring>
+#include <limits>
 #include <new>
 #include <utility>
 
@@ -126,6 +127,10 @@ void PacketWriter::Reserve(size_t bytes) {
 }
 
 std::byte* PacketWriter::AppendHeader(uint32_t type, std::wstring_view name, size_t valueBytes) {
+    constexpr size_t kMostBytes = std::numeric_limits<int32_t>::max(); // both lengths are signed when read
+    if (name.size() > kMostBytes / sizeof(char16_t) || valueBytes > kMostBytes) {
+        throw std::bad_alloc();
+    }
     const size_t nameBytes = Utf16Bytes(name);
     const size_t recordBytes = kPacketRecordHeaderBytes + nameBytes + valueBytes;
     Reserve(recordBytes);

@@ -24,7 +24,8 @@ public:
     // Doubles the buffer until `bytes` more fit: at once what appending would do step by step.
     void Reserve(size_t bytes);
 
-    // Appends a record: any type code, the value's bytes as they shall stand.
+    // Appends a record: any type code, the value's bytes as they are. Name and value of 2 GB and more raise
+    // std::bad_alloc before anything is written.
     void Append(uint32_t type, std::wstring_view name, std::span<const std::byte> value);
     // Appends a record with a text for its value, in UTF-16.
     void AppendText(uint32_t type, std::wstring_view name, std::wstring_view text);

@@ -1,7 +1,7 @@
 #include "variables/VariableStore.h"
 
 #include "CZQVariable.h"
-#include "variables/VariableBatch.h"
+#include "variables/BatchWrite.h"
 
 #include <algorithm>
 #include <cstring>
@@ -83,11 +83,13 @@ size_t RecordBytes(const VariableMaps& maps) {
 
 } // namespace
 
-VariableStore::VariableStore(const Mutex& mutex) : m_mutex(mutex), m_maps(MakeSeed(this)) {}
+VariableStore::VariableStore(const Mutex& mutex)
+    : m_mutex(mutex), m_hashSeed(MakeSeed(this)), m_maps(m_hashSeed) {}
 
 void VariableStore::Apply(const VariableBatch& batch) {
+    BatchWrite write(batch, m_hashSeed);
     MutexLock lock(m_mutex);
-    m_maps.Apply(batch);
+    write.ApplyTo(m_maps);
 }
 
 void VariableStore::RemoveAll() {

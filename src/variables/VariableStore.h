@@ -54,6 +54,7 @@ public:
 
 private:
     const Mutex& m_mutex;
+    const uint64_t m_hashSeed; // of the maps
     VariableMaps m_maps ZQ_GUARDED_BY(m_mutex);
 };
 

@@ -208,6 +208,48 @@ void DriveThroughBothInterfaces() {
     delete module;
 }
 
+// A host of this compiler cannot catch the module's exceptions in C++, but it survives them with structured
+// handling.
+bool IsRaisedBy(void (*operation)(CZQVariable&), CZQVariable& variables) {
+    __try {
+        operation(variables);
+        return false;
+    } __except (1) {
+        return true;
+    }
+}
+
+uint32_t __stdcall SetOnAnotherThread(void* variables) {
+    static_cast<CZQVariable*>(variables)->SetVariableInt64(L"Raised", 1, nullptr, 0);
+    return 0;
+}
+
+void SurviveWhatIsRaised() {
+    CZQModSettings* const module = Create();
+    CZQVariable& variables = *ZQVariables(module);
+    variables.SetVariableString(L"Text", L"kept", nullptr, 0);
+    const auto setNullName = [](CZQVariable& v) { v.SetVariableInt64(nullptr, 1, nullptr, 0); };
+    const auto setNullText = [](CZQVariable& v) { v.SetVariableString(L"Text", nullptr, nullptr, 1); };
+    const auto packTooMuch = [](CZQVariable& v) {
+        size_t size = 0;
+        v.PackVariable(L"Large", VariableTypeBinary, &v, SIZE_MAX - 4, &size);
+    };
+    for (int i = 0; i < 3; ++i) {
+        ZQ_CHECK(IsRaisedBy(setNullName, variables));
+        ZQ_CHECK(IsRaisedBy(setNullText, variables));
+        ZQ_CHECK(IsRaisedBy(packTooMuch, variables));
+    }
+    wchar_t text[8];
+    ZQ_CHECK(variables.GetVariableString(L"Text", text, 8) == 1 && Equals(L"kept", text));
+    // No lock was left behind.
+    void* const thread = CreateThread(nullptr, 0, SetOnAnotherThread, &variables, 0, nullptr);
+    ZQ_CHECK(WaitForSingleObject(thread, 5000) == 0);
+    int64_t integer = 0;
+    ZQ_CHECK(variables.GetVariableInt64(L"Raised", &integer) == 1 && integer == 1);
+    module->DoRelease();
+    delete module;
+}
+
 void DeleteThroughSecondBase() {
     CZQModSettings* const module = Create();
     CZQVariable* const variables = ZQVariables(module);
@@ -228,6 +270,7 @@ void DestroyThroughHelper() {
 void RunHost() {
     DriveThroughBothInterfaces();
     DeleteThroughSecondBase();
+    SurviveWhatIsRaised();
     DestroyThroughHelper();
 }
 

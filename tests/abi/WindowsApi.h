@@ -24,6 +24,9 @@ ZQ_WINAPI(int) RemoveDirectoryW(const wchar_t* path);
 ZQ_WINAPI(int) DeleteFileW(const wchar_t* path);
 ZQ_WINAPI(void*) CreateEventW(void* security, int isManual, int isSet, const wchar_t* name);
 ZQ_WINAPI(int) SetEvent(void* event);
+ZQ_WINAPI(void*)
+CreateThread(void* security, size_t stack, uint32_t(__stdcall* routine)(void*), void* argument,
+             uint32_t flags, uint32_t* id);
 ZQ_WINAPI(uint32_t) WaitForSingleObject(void* handle, uint32_t milliseconds);
 ZQ_WINAPI(int) lstrcmpW(const wchar_t* left, const wchar_t* right);
 __declspec(dllimport) int __cdecl wsprintfW(wchar_t* buffer, const wchar_t* format, ...);

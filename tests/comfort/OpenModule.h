@@ -26,6 +26,15 @@ public:
         const std::lock_guard lock(m_mutex);
         return m_lines;
     }
+    // The level of the first message that has `part` inside; 0 without one.
+    int LevelOf(const std::wstring& part) const {
+        for (const LogLine& line : All()) {
+            if (line.text.find(part) != std::wstring::npos) {
+                return line.level;
+            }
+        }
+        return 0;
+    }
     // How many messages have `part` inside.
     int Count(const std::wstring& part) const {
         int count = 0;

@@ -53,7 +53,7 @@ void ExpectUseful(const Tally& tally) {
     EXPECT_LT(kDocuments / 4, tally.loaded);
     EXPECT_GT(kDocuments * 9 / 10, tally.loaded);
     EXPECT_LT(size_t{kDocuments / 2}, tally.variables);
-    EXPECT_LT(size_t{kDocuments / 10}, tally.lines);
+    EXPECT_LT(size_t{kDocuments / 12}, tally.lines);
 }
 
 TEST(Differential, SettingsMatchReferenceModel) {

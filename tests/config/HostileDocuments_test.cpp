@@ -110,6 +110,28 @@ TEST(HostileDocuments, NestedQualityArraysAreAnAnswer) {
                      [](size_t n) { return Nested("{\"x\":1,\"a\":[", n, "", "]}"); });
 }
 
+// Every name repeats the key and the way to it: held whole they would take gigabytes.
+TEST(HostileDocuments, MemoryOfNamesFollowsTheFile) {
+    constexpr size_t kDepth = 4000;
+    const std::string key(49000, 'k');
+    const std::string document = "{\"" + key + "\":" + Nested("{\"a\":1,\"b\":", kDepth, "1", "}") + "}";
+    ConfigText config(ConfigFile::Settings);
+    VariableBatch batch(VariableBatch::Names::SharePrefixes);
+    VariableMaps maps(1);
+    ASSERT_TRUE(config.Read(document));
+    ASSERT_TRUE(config.Flatten(batch, HostLog()));
+    for (const VariableBatch::Entry& entry : batch.Entries()) {
+        ASSERT_GT(2 * kSharedPrefixUnits, VariableBatch::NameOf(entry).size());
+    }
+
+    maps.Apply(batch);
+    maps.Apply(batch);
+
+    EXPECT_EQ(kDepth + 2, maps.integers.Size()); // with the number of headsets
+    const std::wstring name = std::wstring(key.begin(), key.end()) + L".b.b.b.a";
+    EXPECT_NE(nullptr, maps.integers.Find(name, maps.Hash(name)));
+}
+
 TEST(HostileDocuments, LongStringIsAnAnswer) {
     const std::string text(2 << 20, 's');
     const ConfigRun run = RunConfig(ConfigFile::Settings, "{\"a\":\"" + text + "\"}");

@@ -55,6 +55,7 @@ zqsettings_help() {
 check_zqsettings() {
   local document=$1 command=$2 word
   shift 2
+  [[ $command != help ]] || return 0 # lists the commands, itself not among them
   if ! zqsettings_help | grep -qE "^  $command +"; then
     [[ $command == --* ]] || problem "$document: zqsettings has no command $command"
     return
@@ -205,6 +206,17 @@ check_rules() {
   [[ $rows -ge 10 ]] || problem "docs/configuration-files.md: the table of rules was not found"
 }
 
+# Each row of "Where a rule lives" names a file and a test that exist.
+check_rule_places() {
+  local file test rows=0
+  while read -r file test; do
+    [[ -f $file ]] || problem "docs/architecture.md: there is no file $file"
+    grep -rqE "^TEST(_F|_P)?\\(${test%.*}, *${test#*.}\\)" tests || problem "docs/architecture.md: there is no test $test"
+    rows=$((rows + 1))
+  done < <(sed -n '/^## Where a rule lives/,$s/^|[^|]*| `\([^`]*\)` | `\([A-Za-z]*\.[A-Za-z0-9]*\)` |$/\1 \2/p' docs/architecture.md)
+  [[ $rows -ge 30 ]] || problem "docs/architecture.md names only $rows rules"
+}
+
 for document in "${documents[@]}"; do
   check_links "$document"
   check_commands "$document"
@@ -214,6 +226,7 @@ check_scripts
 check_messages
 check_examples
 check_rules
+check_rule_places
 
 if [[ $problems -gt 0 ]]; then
   echo "docs_test.sh: $problems problems, see above." >&2

@@ -2,9 +2,11 @@
 // nodes than there are units, says the same twice, and with a trace as without.
 #include "Require.h"
 
+#include "base/Text.h"
 #include "check/DocumentMap.h"
 #include "config/json/JsonReader.h"
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -46,6 +48,19 @@ void RequireGood(const std::wstring& text) {
     Require(result >= 1 || root.Is(zq::JsonKind::Null));
     const size_t nodes = CountNodes(root);
     Require(nodes <= text.size() + 1);
+
+    const auto readsNothing = [](uint8_t, bool, std::wstring_view) { return zq::kJsonUnread; };
+    zq::JsonRoot unread;
+    Require(zq::ParseJsonValue(unread, text.data(), length, readsNothing) == result);
+    const bool isBytes = std::all_of(text.begin(), text.end(), [](wchar_t unit) { return unit <= 0xFF; });
+    if (isBytes) {
+        const std::vector<unsigned char> bytes(text.begin(), text.end());
+        const zq::JsonBytes json = {bytes.data(), length, zq::AsciiCharacters()};
+        zq::JsonRoot narrow;
+        Require(zq::ParseJsonValue(narrow, json) == result);
+        Require(CountNodes(narrow) == nodes);
+        Require(zq::ParseJsonValue(unread, json, readsNothing) == result);
+    }
 
     zq::JsonRoot traced;
     zq::DocumentMap map;

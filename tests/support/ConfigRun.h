@@ -36,7 +36,7 @@ inline ConfigRun RunConfig(ConfigFile file, std::string_view bytes, VariableMaps
     HostLog log;
     log.SetHost(&host);
     ConfigText config(file);
-    VariableBatch batch;
+    VariableBatch batch(VariableBatch::Names::SharePrefixes);
     ConfigRun run;
 
     run.isLoaded = config.Read(bytes) && config.Flatten(batch, log);

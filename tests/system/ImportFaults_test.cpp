@@ -80,6 +80,7 @@ const std::map<std::string, const char*> kNotFailed = {
     {"CoInitializeEx", "leaving COM follows in any case: tested with the survey"},
     {"CoUninitialize", "has no result"},
     {"GetAdaptersInfo", "both its calls fail in the tests of the survey"},
+    {"GetCPInfo", "cannot fail for the system's own code page, and is asked once a process"},
     {"GetCurrentProcessId", "cannot fail"},
     {"GetCurrentThreadId", "cannot fail"},
     {"GetLastError", "cannot fail"},

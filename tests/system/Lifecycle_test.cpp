@@ -1,4 +1,5 @@
 // The four lifecycle operations as a host sees them: their whole logs, their order, what they leave behind.
+#include "support/win32/LongForm.h"
 #include "support/win32/Module.h"
 #include "support/win32/Waiting.h"
 
@@ -266,6 +267,30 @@ TEST(Lifecycle, AHeldPrivateFileIsLeftAloneAndItsDefaultsContentIsLoaded) {
 
     module->DoStart();
     EXPECT_TRUE(WaitFor([&] { return module.Int64(L"A") == 1; }));
+}
+
+// A file that takes seconds to load, met by a stop.
+TEST(Lifecycle, AStopGivesALongLoadUpAndTerminatesNothing) {
+    ModuleFolders folders;
+    RecordingHost host;
+    Module module;
+    InitAndWatch(module, host, folders);
+    std::string large = R"({"Source":"large")";
+    for (int i = 0; large.size() < static_cast<size_t>(Long(60, 4)) << 20U; ++i) {
+        large += ",\"A setting of a large file " + std::to_string(i) + "\":\"a text\"";
+    }
+    WriteBytes(folders.Outside(L"large.json"), large + "}");
+    fs::rename(folders.Outside(L"large.json"), folders.Private(kSettingsName));
+
+    const ULONGLONG start = GetTickCount64();
+    module->DoStop();
+
+    EXPECT_LT(GetTickCount64() - start, 1200U);
+    EXPECT_TRUE(host.Has(L"ThreadEntryWatchConfig end."));
+    EXPECT_EQ(large.size() + 1, fs::file_size(folders.Private(kSettingsName)));
+    const auto source = module.String(L"Source");
+    EXPECT_TRUE(source == L"default" || source == L"large");
+    EXPECT_EQ(source == L"large", host.Has(L"Private settings file changed.") && host.Reloads() > 0);
 }
 
 // DoInit on folders below a given one.

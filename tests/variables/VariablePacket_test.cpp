@@ -283,5 +283,16 @@ TEST(PacketReader, DamagedPacketsEndWithoutLeavingTheirBytes) {
     }
 }
 
+TEST(PacketWriter, LengthsThatTheirFieldsCannotHoldAreRefusedBeforeAnythingIsWritten) {
+    constexpr std::byte kByte{};
+    for (const size_t length :
+         {SIZE_MAX, SIZE_MAX - 11, size_t{1} << 63U, size_t{1} << 32U, size_t{1} << 31U}) {
+        PacketWriter writer;
+        EXPECT_THROW(writer.Append(5, L"n", std::span(&kByte, length)), std::bad_alloc) << length;
+        EXPECT_THROW(writer.Append(5, std::wstring_view(L"n", length / 2), {}), std::bad_alloc) << length;
+        EXPECT_EQ(kPacketHeaderBytes, writer.Size());
+    }
+}
+
 } // namespace
 } // namespace zq

@@ -12,6 +12,7 @@ void AddCommands(CLI::App& app) {
     AddSurveyCommand(app);
     AddShowCommand(app);
     AddWatchCommand(app);
+    AddServeCommand(app);
     AddSetCommand(app);
     AddSetHmdCommand(app);
     AddRestoreCommand(app);

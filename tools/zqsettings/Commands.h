@@ -19,6 +19,7 @@ void AddListCommand(CLI::App& app);
 void AddManualCommand(CLI::App& app);
 void AddPacketCommand(CLI::App& app);
 void AddRestoreCommand(CLI::App& app);
+void AddServeCommand(CLI::App& app);
 void AddSetCommand(CLI::App& app);
 void AddSetHmdCommand(CLI::App& app);
 void AddShowCommand(CLI::App& app);

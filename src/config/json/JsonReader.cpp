@@ -1,9 +1,11 @@
 #include "config/json/JsonReader.h"
 
+#include "config/json/JsonTokens.h"
 #include "config/json/JsonTrace.h"
 #include "config/json/JsonTreeBuilder.h"
 
 #include <string_view>
+#include <vector>
 
 namespace zq {
 
@@ -11,40 +13,88 @@ namespace {
 
 enum class Start { None, Object, Array, String, Number, Literal };
 
-Start StartOf(wchar_t unit) {
+template <class Unit>
+Start StartOf(Unit unit) {
     switch (unit) {
-    case L'{':
+    case '{':
         return Start::Object;
-    case L'[':
+    case '[':
         return Start::Array;
-    case L'"':
+    case '"':
         return Start::String;
-    case L't':
-    case L'T':
-    case L'f':
-    case L'F':
-    case L'n':
-    case L'N':
+    case 't':
+    case 'T':
+    case 'f':
+    case 'F':
+    case 'n':
+    case 'N':
         return Start::Literal;
     default:
-        return unit == L'+' || unit == L'-' || (unit >= L'0' && unit <= L'9') ? Start::Number : Start::None;
+        return unit == '+' || unit == '-' || IsJsonDigit(unit) ? Start::Number : Start::None;
     }
 }
 
-int32_t ReadScalarAt(JsonValue& value, Arena& arena, const wchar_t* text, int32_t length) {
-    switch (length < 1 ? Start::None : StartOf(*text)) {
+bool IsContainer(Start start) { return start == Start::Object || start == Start::Array; }
+
+// A text of wide units.
+struct WideText {
+    using Unit = wchar_t;
+    const wchar_t* text;
+    int32_t length;
+
+    int32_t String(std::wstring_view& result, Arena& arena, int32_t offset) const {
+        return ParseJsonString(result, arena, text + offset, length - offset);
+    }
+    int32_t Number(JsonValue& value, int32_t offset) const {
+        return ParseJsonNumber(value, text + offset, length - offset);
+    }
+    int32_t Literal(JsonValue& value, int32_t offset) const {
+        return ParseJsonLiteral(value, text + offset, length - offset);
+    }
+};
+
+// A text of bytes that are one character each.
+struct ByteText : JsonBytes {
+    using Unit = JsonByte;
+
+    JsonBytes From(int32_t offset) const { return {text + offset, length - offset, table}; }
+    int32_t String(std::wstring_view& result, Arena& arena, int32_t offset) const {
+        return ParseJsonString(result, arena, From(offset));
+    }
+    int32_t Number(JsonValue& value, int32_t offset) const { return ParseJsonNumber(value, From(offset)); }
+    int32_t Literal(JsonValue& value, int32_t offset) const { return ParseJsonLiteral(value, From(offset)); }
+};
+
+template <class Text>
+int32_t ReadScalarAt(JsonValue& value, Arena& arena, const Text& text, int32_t offset) {
+    switch (offset < text.length ? StartOf(text.text[offset]) : Start::None) {
     case Start::String: {
         std::wstring_view string;
-        const int32_t count = ParseJsonString(string, arena, text, length);
+        const int32_t count = text.String(string, arena, offset);
         value.kind = JsonKind::String;
         value.count = static_cast<uint32_t>(string.size());
         value.text = string.data();
         return count;
     }
     case Start::Number:
-        return ParseJsonNumber(value, text, length);
+        return text.Number(value, offset);
     case Start::Literal:
-        return ParseJsonLiteral(value, text, length);
+        return text.Literal(value, offset);
+    default:
+        return -1;
+    }
+}
+
+// How many units a scalar has that nobody reads; to the same verdict as ReadScalarAt.
+template <class Text>
+int32_t SkipScalarAt(const Text& text, int32_t offset) {
+    switch (offset < text.length ? StartOf(text.text[offset]) : Start::None) {
+    case Start::String:
+        return SkipJsonString(text.text, offset, text.length) - offset;
+    case Start::Number:
+        return JsonNumberUnits(text.text, offset, text.length);
+    case Start::Literal:
+        return JsonLiteralUnits(text.text, offset, text.length);
     default:
         return -1;
     }
@@ -67,9 +117,9 @@ JsonFault ScalarFault(const wchar_t* text, int32_t length) {
     }
 }
 
-// The reader for the module itself: nothing is told, nothing is spent.
+// The reader for the module itself: nothing is reported, nothing is spent.
 struct NoTrace {
-    static constexpr bool kTells = false;
+    static constexpr bool kReports = false;
 
     void OnOpen(int32_t, bool) const {}
     void OnClose(int32_t) const {}
@@ -83,7 +133,7 @@ struct NoTrace {
 // Reports to a trace, with offsets counted from the start of the text instead of the value's.
 class OffsetTrace {
 public:
-    static constexpr bool kTells = true;
+    static constexpr bool kReports = true;
 
     OffsetTrace(JsonTrace& trace, int32_t start) : m_trace(trace), m_start(start) {}
 
@@ -104,147 +154,264 @@ private:
     int32_t m_start;
 };
 
-// One pass over the text with a stack of open containers on the heap.
-template <class Trace>
-class Reader {
+// Builds what the file's flattener reads.
+class BuildingSink {
 public:
-    Reader(JsonRoot& root, const wchar_t* text, int32_t length, const Trace& trace)
-        : m_trace(trace), m_builder(root.arena), m_arena(root.arena), m_text(text), m_length(length),
-          m_lastQuote(LastOf(L'"')) {}
+    static constexpr bool kBuilds = true;
 
-    // Reads the container at the front of the text. The result is as of ParseJsonObject.
-    int32_t ReadContainer(JsonValue& result) {
-        if (!Open()) {
-            return -1;
+    BuildingSink(Arena& arena, JsonRoleOf roleOf) : m_builder(arena), m_roleOf(roleOf) {}
+
+    bool IsInObject() const { return m_builder.IsInObject(); }
+    void SetKey(std::wstring_view key) { m_builder.SetKey(key); }
+    // Whether an element of the innermost container is read.
+    bool IsRead(bool isObject) const { return isObject || (m_builder.Role() & kJsonObjectsOnly) == 0; }
+    void Add(const JsonValue& value) { m_builder.Add(value); }
+
+    // The role of a container that would be opened now.
+    uint8_t NextRole(bool isObject) const {
+        if (!m_roleOf) {
+            return kJsonDocument;
         }
-        for (;;) {
-            SkipSpace();
-            const bool isAtClose = IsAtClose();
-            TellComma(isAtClose);
-            if (isAtClose) {
-                ++m_offset;
-                m_trace.OnClose(m_offset);
-                if (Close(result)) {
-                    return m_offset;
-                }
-                continue;
-            }
-            if (m_builder.IsInObject() && !ReadKey()) {
-                return Failure();
-            }
-            if (m_offset < m_length && (m_text[m_offset] == L'{' || m_text[m_offset] == L'[')) {
-                if (!Open()) {
-                    return Failure();
-                }
-                continue;
-            }
-            if (!ReadScalar()) {
-                return Failure();
-            }
-            SkipComma();
-        }
+        return m_builder.Depth() == 0 ? m_roleOf(kJsonDocument, isObject, {})
+                                      : m_roleOf(m_builder.Role(), isObject, m_builder.Key());
     }
-
-private:
-    int32_t LastOf(wchar_t unit) const {
-        const size_t offset = std::wstring_view(m_text, static_cast<size_t>(m_length)).rfind(unit);
-        return offset == std::wstring_view::npos ? -1 : static_cast<int32_t>(offset);
-    }
-
-    // The last closing unit of each kind is looked for once, so that the test whether any follows costs
-    // nothing.
-    bool IsClosedSomewhere(bool isObject) {
-        int32_t& last = isObject ? m_lastBrace : m_lastBracket;
-        if (last == kNotSought) {
-            last = LastOf(isObject ? L'}' : L']');
-        }
-        return last >= m_offset;
-    }
-
-    bool Open() {
-        const bool isObject = m_text[m_offset] == L'{';
-        if (!IsClosedSomewhere(isObject)) {
-            return Fail(JsonFault::NeverClosed);
-        }
-        if (m_builder.Depth() == 1) {
-            m_elementOffset = m_offset;
-        }
-        m_builder.Open(isObject);
-        m_trace.OnOpen(m_offset, isObject);
-        ++m_offset;
-        m_comma = kNoneNeeded;
-        return true;
-    }
-
-    // Returns whether that was the outermost container.
-    bool Close(JsonValue& result) {
-        result = m_builder.Close();
+    void Open(bool isObject) { m_builder.Open(isObject, NextRole(isObject)); }
+    // Returns whether that was the outermost container, which is then the result.
+    bool Close() {
+        m_result = m_builder.Close();
         if (m_builder.Depth() == 0) {
             return true;
         }
-        m_builder.Add(result);
-        SkipComma();
+        m_builder.Add(m_result);
+        return false;
+    }
+    const JsonValue& Result() const { return m_result; }
+
+private:
+    JsonTreeBuilder m_builder;
+    JsonRoleOf m_roleOf;
+    JsonValue m_result;
+};
+
+// Checks a container that nobody reads, with a bit for each open one.
+class SkippingSink {
+public:
+    static constexpr bool kBuilds = false;
+
+    bool IsInObject() const { return m_isObject; }
+    void Open(bool isObject) {
+        if (m_depth++ != 0) {
+            m_outer.push_back(m_isObject);
+        }
+        m_isObject = isObject;
+    }
+    bool Close() {
+        if (--m_depth == 0) {
+            return true;
+        }
+        m_isObject = m_outer.back();
+        m_outer.pop_back();
         return false;
     }
 
-    bool IsAtClose() const {
-        return m_offset < m_length && m_text[m_offset] == (m_builder.IsInObject() ? L'}' : L']');
+private:
+    bool m_isObject = false;
+    size_t m_depth = 0;
+    std::vector<bool> m_outer;
+};
+
+// One pass over the text with a stack of open containers on the heap.
+template <class Text, class Trace>
+class Reader {
+public:
+    Reader(JsonRoot& root, const Text& text, const Trace& trace, JsonRoleOf roleOf)
+        : m_source(text), m_trace(trace), m_arena(root.arena), m_builder(root.arena, roleOf) {}
+
+    // Reads the container at the front of the text. The result is as of ParseJsonObject.
+    int32_t ReadRoot(JsonValue& result) {
+        const bool isRead = ReadNext(m_builder, result);
+        return isRead ? m_offset : m_depth == 0 ? -1 : Failure();
     }
 
-    bool ReadKey() {
-        if (m_lastQuote < m_offset) {
-            return Fail(m_offset < m_length ? JsonFault::NoKey : JsonFault::Unfinished);
+private:
+    using Unit = typename Text::Unit;
+
+    const Unit* Units() const { return m_source.text; }
+    int32_t Length() const { return m_source.length; }
+    bool IsAt(char unit) const { return m_offset < Length() && Units()[m_offset] == static_cast<Unit>(unit); }
+    void SkipSpace() { m_offset = SkipJsonSpace(Units(), m_offset, Length()); }
+
+    // Reads the container at the offset, or checks it where nobody reads it.
+    bool ReadNext(BuildingSink& sink, JsonValue& result) {
+        const bool isObject = IsAt('{');
+        if (sink.NextRole(isObject) == kJsonUnread) {
+            SkippingSink skipping;
+            result.kind = isObject ? JsonKind::Object : JsonKind::Array;
+            return Open(skipping) && ReadContainer(skipping);
         }
-        std::wstring_view key;
-        const int32_t count = ParseJsonString(key, m_arena, m_text + m_offset, m_length - m_offset);
-        if (count < 1) {
+        if (!Open(sink) || !ReadContainer(sink)) {
+            return false;
+        }
+        result = sink.Result();
+        return true;
+    }
+
+    // Reads up to the end of the outermost container that the sink has open.
+    template <class Sink>
+    bool ReadContainer(Sink& sink) {
+        for (;;) {
+            SkipSpace();
+            const bool isAtClose = IsAt(sink.IsInObject() ? '}' : ']');
+            ReportComma(isAtClose);
+            if (isAtClose) {
+                ++m_offset;
+                --m_depth;
+                m_trace.OnClose(m_offset);
+                if (sink.Close()) {
+                    return true;
+                }
+                SkipComma();
+            } else if (sink.IsInObject() && !ReadKey(sink)) {
+                return false;
+            } else if (IsAt('{') || IsAt('[')) {
+                if (!ReadNested(sink)) {
+                    return false;
+                }
+            } else {
+                if (!ReadScalar(sink)) {
+                    return false;
+                }
+                SkipComma();
+            }
+        }
+    }
+
+    bool ReadNested(SkippingSink& sink) { return Open(sink); }
+
+    bool ReadNested(BuildingSink& sink) {
+        const bool isObject = IsAt('{');
+        if (sink.NextRole(isObject) != kJsonUnread) {
+            return Open(sink);
+        }
+        SkippingSink skipping;
+        if (!Open(skipping) || !ReadContainer(skipping)) {
+            return false;
+        }
+        if (sink.IsRead(isObject)) {
+            JsonValue unread;
+            unread.kind = isObject ? JsonKind::Object : JsonKind::Array;
+            sink.Add(unread);
+        }
+        SkipComma();
+        return true;
+    }
+
+    // The last unit of each kind is looked for once, so that the test whether any follows costs nothing.
+    struct LastUnit {
+        bool isSought = false;
+        int32_t offset = -1;
+    };
+
+    bool Follows(LastUnit& last, char unit) {
+        if (!last.isSought) {
+            last = {true, FindLastUnit(Units(), Length(), static_cast<Unit>(unit))};
+        }
+        return last.offset >= m_offset;
+    }
+
+    template <class Sink>
+    bool Open(Sink& sink) {
+        const bool isObject = IsAt('{');
+        if (!(isObject ? Follows(m_lastBrace, '}') : Follows(m_lastBracket, ']'))) {
+            return Fail(JsonFault::NeverClosed);
+        }
+        if (m_depth == 1) {
+            m_elementOffset = m_offset;
+        }
+        ++m_depth;
+        sink.Open(isObject);
+        m_trace.OnOpen(m_offset, isObject);
+        ++m_offset;
+        m_comma = Comma::NotNeeded;
+        return true;
+    }
+
+    template <class Sink>
+    bool ReadKey(Sink& sink) {
+        if (m_offset >= Length()) {
+            return Fail(JsonFault::Unfinished);
+        }
+        // Any unit is taken for the opening quote as long as a quote follows.
+        if (!IsAt('"') && !Follows(m_lastQuote, '"')) {
             return Fail(JsonFault::NoKey);
         }
-        m_trace.OnKey(m_offset, m_offset + count, key);
-        m_offset += count;
+        if constexpr (Sink::kBuilds) {
+            std::wstring_view key;
+            const int32_t count = m_source.String(key, m_arena, m_offset);
+            m_trace.OnKey(m_offset, m_offset + count, key);
+            m_offset += count;
+            sink.SetKey(key);
+        } else {
+            m_offset = SkipJsonString(Units(), m_offset, Length());
+        }
         SkipSpace();
-        if (m_offset >= m_length || m_text[m_offset] != L':') {
-            return Fail(m_offset < m_length ? JsonFault::NoColon : JsonFault::Unfinished);
+        if (!IsAt(':')) {
+            return Fail(m_offset < Length() ? JsonFault::NoColon : JsonFault::Unfinished);
         }
         ++m_offset;
         SkipSpace();
-        m_builder.SetKey(key);
         return true;
     }
 
-    bool ReadScalar() {
-        JsonValue value;
-        const wchar_t* const token = m_text + m_offset;
-        const int32_t left = m_length - m_offset;
-        const int32_t count = ReadScalarAt(value, m_arena, token, left);
-        if (count < 1) {
-            return Fail(left < 1 ? JsonFault::Unfinished : ScalarFault(token, left));
+    bool ReadScalar(SkippingSink&) { return Advance(SkipScalarAt(m_source, m_offset)); }
+
+    bool ReadScalar(BuildingSink& sink) {
+        if (!sink.IsRead(false)) {
+            return Advance(SkipScalarAt(m_source, m_offset));
         }
-        m_trace.OnScalar(m_offset, m_offset + count, value);
-        m_offset += count;
-        m_builder.Add(value);
+        JsonValue value;
+        const int32_t offset = m_offset;
+        if (!Advance(ReadScalarAt(value, m_arena, m_source, offset))) {
+            return false;
+        }
+        m_trace.OnScalar(offset, m_offset, value);
+        sink.Add(value);
         return true;
     }
 
-    void SkipSpace() {
-        while (m_offset < m_length && m_text[m_offset] >= 1 && m_text[m_offset] <= 32) {
-            ++m_offset;
+    // Moves over a scalar of `count` units, which is below 1 for one that could not be read.
+    bool Advance(int32_t count) {
+        if (count < 1) {
+            return Fail(m_offset < Length() ? FaultAt() : JsonFault::Unfinished);
+        }
+        m_offset += count;
+        return true;
+    }
+
+    JsonFault FaultAt() const {
+        if constexpr (Trace::kReports) {
+            return ScalarFault(Units() + m_offset, Length() - m_offset);
+        } else {
+            return JsonFault::NoValue;
         }
     }
 
     void SkipComma() {
         SkipSpace();
-        const bool isComma = m_offset < m_length && m_text[m_offset] == L',';
-        m_comma = isComma ? m_offset : kMissing;
+        const bool isComma = IsAt(',');
+        if constexpr (Trace::kReports) {
+            m_comma = isComma ? Comma::Found : Comma::Missing;
+            m_commaOffset = m_offset;
+        }
         m_offset += isComma ? 1 : 0;
     }
 
     // At the next element or at the end: was there a comma where one belongs, and only there?
-    void TellComma(bool isAtClose) const {
-        if constexpr (Trace::kTells) {
-            if (isAtClose && m_comma >= 0) {
-                m_trace.OnTrailingComma(m_comma);
-            } else if (!isAtClose && m_comma == kMissing && m_offset < m_length) {
+    void ReportComma(bool isAtClose) const {
+        if constexpr (Trace::kReports) {
+            if (isAtClose && m_comma == Comma::Found) {
+                m_trace.OnTrailingComma(m_commaOffset);
+            } else if (!isAtClose && m_comma == Comma::Missing && m_offset < Length()) {
                 m_trace.OnMissingComma(m_offset);
             }
         }
@@ -256,44 +423,42 @@ private:
     }
 
     // Whatever fails inside a nested container, the outermost one stopped before the element that holds it.
-    int32_t Failure() const { return -(m_builder.Depth() == 1 ? m_offset : m_elementOffset); }
+    int32_t Failure() const { return -(m_depth == 1 ? m_offset : m_elementOffset); }
 
-    static constexpr int32_t kNotSought = -2;
-    static constexpr int32_t kMissing = -1;
-    static constexpr int32_t kNoneNeeded = -2;
+    enum class Comma { NotNeeded, Found, Missing };
 
+    Text m_source;
     Trace m_trace;
-    JsonTreeBuilder m_builder;
     Arena& m_arena;
-    const wchar_t* m_text;
-    int32_t m_length;
+    BuildingSink m_builder;
     int32_t m_offset = 0;
-    int32_t m_comma = kNoneNeeded; // the offset of the one after the last element
-    int32_t m_elementOffset = 0;   // where the outermost container's open element starts
-    int32_t m_lastQuote;
-    int32_t m_lastBrace = kNotSought;
-    int32_t m_lastBracket = kNotSought;
+    size_t m_depth = 0;               // of open containers, read or not
+    int32_t m_elementOffset = 0;      // where the outermost container's open element starts
+    Comma m_comma = Comma::NotNeeded; // after the last element
+    int32_t m_commaOffset = 0;
+    LastUnit m_lastQuote;
+    LastUnit m_lastBrace;
+    LastUnit m_lastBracket;
 };
 
-template <class Trace>
-int32_t ReadRootScalar(JsonRoot& root, JsonValue& value, const wchar_t* text, int32_t length,
-                       const Trace& trace) {
-    const int32_t count = ReadScalarAt(value, root.arena, text, length);
-    if (count < 1) {
-        trace.OnFault(0, ScalarFault(text, length));
-    } else {
+template <class Text, class Trace>
+int32_t ReadRootScalar(JsonRoot& root, JsonValue& value, const Text& text, const Trace& trace) {
+    const int32_t count = ReadScalarAt(value, root.arena, text, 0);
+    if (count >= 1) {
         trace.OnScalar(0, count, value);
+    } else if constexpr (Trace::kReports) {
+        trace.OnFault(0, ScalarFault(text.text, text.length));
     }
     return count;
 }
 
-template <class Trace>
-int32_t ParseAt(JsonRoot& root, const wchar_t* text, int32_t length, const Trace& trace) {
+// Reads the value at the front of the text.
+template <class Text, class Trace>
+int32_t ReadValue(JsonRoot& root, const Text& text, const Trace& trace, JsonRoleOf roleOf) {
     JsonValue value;
-    const Start start = StartOf(*text);
-    const int32_t count = start == Start::Object || start == Start::Array
-                              ? Reader<Trace>(root, text, length, trace).ReadContainer(value)
-                              : ReadRootScalar(root, value, text, length, trace);
+    const int32_t count = IsContainer(StartOf(text.text[0]))
+                              ? Reader<Text, Trace>(root, text, trace, roleOf).ReadRoot(value)
+                              : ReadRootScalar(root, value, text, trace);
     if (count < 1) {
         FreeJsonValue(root);
     } else {
@@ -302,30 +467,32 @@ int32_t ParseAt(JsonRoot& root, const wchar_t* text, int32_t length, const Trace
     return count;
 }
 
-int32_t LeadingSpace(const wchar_t* text, int32_t length) {
-    int32_t space = 0;
-    while (space < length && text[space] >= 1 && text[space] <= 32) {
-        ++space;
-    }
-    return space;
-}
-
-template <class Trace>
-int32_t ParseBehindSpace(JsonRoot& root, const wchar_t* text, int32_t length, int32_t space,
-                         const Trace& trace) {
-    if (space == length || StartOf(text[space]) == Start::None) {
-        trace.OnFault(0, space == length ? JsonFault::Empty : JsonFault::NoValue);
+// Reads the value after `space` units of white space.
+template <class Text, class Trace>
+int32_t ReadAfterSpace(JsonRoot& root, Text text, int32_t space, const Trace& trace, JsonRoleOf roleOf) {
+    if (space == text.length || StartOf(text.text[space]) == Start::None) {
+        trace.OnFault(0, space == text.length ? JsonFault::Empty : JsonFault::NoValue);
         return -(space + 1);
     }
-    const int32_t count = ParseAt(root, text + space, length - space, trace);
+    text.text += space;
+    text.length -= space;
+    const int32_t count = ReadValue(root, text, trace, roleOf);
     return count < 1 ? count : count + space;
 }
 
 } // namespace
 
-int32_t ParseJsonValue(JsonRoot& root, const wchar_t* text, int32_t length) {
-    return text && length >= 1 ? ParseBehindSpace(root, text, length, LeadingSpace(text, length), NoTrace())
+int32_t ParseJsonValue(JsonRoot& root, const wchar_t* text, int32_t length, JsonRoleOf roleOf) {
+    return text && length >= 1 ? ReadAfterSpace(root, WideText{text, length}, SkipJsonSpace(text, 0, length),
+                                                NoTrace(), roleOf)
                                : -1;
+}
+
+int32_t ParseJsonValue(JsonRoot& root, const JsonBytes& bytes, JsonRoleOf roleOf) {
+    return bytes.text && bytes.length >= 1
+               ? ReadAfterSpace(root, ByteText{bytes}, SkipJsonSpace(bytes.text, 0, bytes.length), NoTrace(),
+                                roleOf)
+               : -1;
 }
 
 int32_t ParseJsonValue(JsonRoot& root, const wchar_t* text, int32_t length, JsonTrace& trace) {
@@ -333,16 +500,18 @@ int32_t ParseJsonValue(JsonRoot& root, const wchar_t* text, int32_t length, Json
         trace.OnFault(0, JsonFault::Empty);
         return -1;
     }
-    const int32_t space = LeadingSpace(text, length);
-    return ParseBehindSpace(root, text, length, space, OffsetTrace(trace, space));
+    const int32_t space = SkipJsonSpace(text, 0, length);
+    return ReadAfterSpace(root, WideText{text, length}, space, OffsetTrace(trace, space), nullptr);
 }
 
 int32_t ParseJsonObject(JsonRoot& root, const wchar_t* text, int32_t length) {
-    return text && length >= 1 && *text == L'{' ? ParseAt(root, text, length, NoTrace()) : -1;
+    return text && length >= 1 && *text == L'{' ? ReadValue(root, WideText{text, length}, NoTrace(), nullptr)
+                                                : -1;
 }
 
 int32_t ParseJsonArray(JsonRoot& root, const wchar_t* text, int32_t length) {
-    return text && length >= 1 && *text == L'[' ? ParseAt(root, text, length, NoTrace()) : -1;
+    return text && length >= 1 && *text == L'[' ? ReadValue(root, WideText{text, length}, NoTrace(), nullptr)
+                                                : -1;
 }
 
 } // namespace zq

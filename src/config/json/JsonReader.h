@@ -21,10 +21,25 @@ namespace zq {
 
 class JsonTrace;
 
+// What a file's flattener reads of a document: a role for each container, given when it opens. What nobody
+// reads is checked by the same grammar, to the same result, but not built: it is an empty container of its
+// kind in the tree.
+inline constexpr uint8_t kJsonUnread = 0;
+// The parent of the root.
+inline constexpr uint8_t kJsonDocument = 1;
+// Part of the role of an array of which only the objects are read: nothing else of it is in the tree.
+inline constexpr uint8_t kJsonObjectsOnly = 0x80;
+
+// The role of a container under a parent with a role; `key` is empty for an element of an array.
+using JsonRoleOf = uint8_t (*)(uint8_t parent, bool isObject, std::wstring_view key);
+
 // Reads one value, after any white space, into `root`, which is null before and after a failure. White space
 // after the value is not consumed. A null `text` or a `length` below 1 gives -1; a unit that cannot start a
-// value gives minus its position, counted from 1.
-int32_t ParseJsonValue(JsonRoot& root, const wchar_t* text, int32_t length);
+// value gives minus its position, counted from 1. Without `roleOf` everything is read.
+int32_t ParseJsonValue(JsonRoot& root, const wchar_t* text, int32_t length, JsonRoleOf roleOf = nullptr);
+
+// The same of bytes that are one character each. The tree does not point into them.
+int32_t ParseJsonValue(JsonRoot& root, const JsonBytes& bytes, JsonRoleOf roleOf = nullptr);
 
 // The same, and reports to `trace` what it comes across.
 int32_t ParseJsonValue(JsonRoot& root, const wchar_t* text, int32_t length, JsonTrace& trace);

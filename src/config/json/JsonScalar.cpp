@@ -1,52 +1,29 @@
 #include "config/json/JsonScalar.h"
 
+#include "base/Widen.h"
+#include "config/json/JsonTokens.h"
+
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <charconv>
 #include <cstddef>
 #include <limits>
 #include <string>
 #include <system_error>
 
-#ifdef _WIN32
-#include <emmintrin.h>
-#endif
-
 namespace zq {
 
 namespace {
 
-// The offset of the first quote or backslash from `offset` on, or `length`. The reader's innermost loop:
-// eight units a step where a wide character has 16 bits.
-int32_t FindQuoteOrBackslash(const wchar_t* text, int32_t offset, int32_t length) {
-#ifdef _WIN32
-    constexpr int32_t kStep = 8;
-    const __m128i quote = _mm_set1_epi16(L'"');
-    const __m128i backslash = _mm_set1_epi16(L'\\');
-    for (; length - offset >= kStep; offset += kStep) {
-        const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + offset));
-        const __m128i found = _mm_or_si128(_mm_cmpeq_epi16(units, quote), _mm_cmpeq_epi16(units, backslash));
-        const auto bits = static_cast<uint32_t>(_mm_movemask_epi8(found));
-        if (bits != 0) {
-            return offset + std::countr_zero(bits) / 2;
-        }
-    }
-#endif
-    while (offset < length && text[offset] != L'"' && text[offset] != L'\\') {
-        ++offset;
-    }
-    return offset;
-}
-
 // The value of the longest run of digits at the front of the four units, or `previous` where there is none.
-int32_t HexEscape(const wchar_t* digits, int32_t previous) {
-    int32_t value = HexDigit(digits[0]);
+template <class Unit>
+int32_t HexEscape(const Unit* digits, int32_t previous) {
+    int32_t value = HexDigit(static_cast<wchar_t>(digits[0]));
     if (value < 0) {
         return previous;
     }
     for (int i = 1; i < 4; ++i) {
-        const int32_t digit = HexDigit(digits[i]);
+        const int32_t digit = HexDigit(static_cast<wchar_t>(digits[i]));
         if (digit < 0) {
             break;
         }
@@ -55,17 +32,27 @@ int32_t HexEscape(const wchar_t* digits, int32_t previous) {
     return value;
 }
 
-// Reads a string from its first escape on. `out` has room for all units of the text: no escape grows.
+wchar_t* Widen(wchar_t* out, const wchar_t* text, int32_t count, const wchar_t*) {
+    return std::copy_n(text, count, out);
+}
+
+wchar_t* Widen(wchar_t* out, const JsonByte* text, int32_t count, const wchar_t* table) {
+    WidenBytes(out, text, static_cast<size_t>(count), table);
+    return out + count;
+}
+
+// The inside of a string. `out` has room for all its units: no escape grows.
+template <class Unit>
 class EscapedString {
 public:
-    EscapedString(const wchar_t* text, int32_t length, wchar_t* out)
-        : m_text(text), m_length(length), m_out(out) {}
+    EscapedString(const Unit* text, int32_t length, const wchar_t* table, wchar_t* out)
+        : m_text(text), m_length(length), m_table(table), m_out(out) {}
 
     // Reads from `offset` up to the closing quote or the end; returns the offset after it.
     int32_t Read(int32_t offset) {
-        while (offset < m_length && m_text[offset] != L'"') {
-            offset = m_text[offset] == L'\\' ? ReadEscape(offset)
-                                             : Copy(offset, FindQuoteOrBackslash(m_text, offset, m_length));
+        while (offset < m_length && m_text[offset] != '"') {
+            offset = m_text[offset] == '\\' ? ReadEscape(offset)
+                                            : Copy(offset, FindQuoteOrBackslash(m_text, offset, m_length));
         }
         return offset < m_length ? offset + 1 : offset;
     }
@@ -74,7 +61,7 @@ public:
 
 private:
     int32_t Copy(int32_t from, int32_t to) {
-        m_out = std::copy(m_text + from, m_text + to, m_out);
+        m_out = Widen(m_out, m_text + from, to - from, m_table);
         return to;
     }
 
@@ -83,8 +70,8 @@ private:
         if (left == 1) {
             return Copy(offset, m_length);
         }
-        if (m_text[offset + 1] != L'u') {
-            *m_out++ = SimpleEscape(m_text[offset + 1]);
+        if (m_text[offset + 1] != 'u') {
+            *m_out++ = SimpleEscape(static_cast<wchar_t>(m_text[offset + 1]));
             return offset + 2;
         }
         if (left < kHexEscapeUnits) {
@@ -95,28 +82,45 @@ private:
         return offset + kHexEscapeUnits;
     }
 
-    const wchar_t* m_text;
+    const Unit* m_text;
     int32_t m_length;
+    const wchar_t* m_table;
     wchar_t* m_out;
     int32_t m_lastHex = 0;
 };
 
-// An upper bound of the units up to the closing quote: an escaped one does not close.
-int32_t UnitsToCloseFrom(const wchar_t* text, int32_t length, int32_t offset) {
-    while (offset < length && text[offset] != L'"') {
-        offset += text[offset] == L'\\' ? EscapeUnits(text + offset, length - offset) : 1;
-    }
-    return offset;
+// Copies the string at the front of `text`, whose units up to `plain` have no escape, into the arena.
+template <class Unit>
+int32_t CopyString(std::wstring_view& result, Arena& arena, const Unit* text, int32_t length, int32_t plain,
+                   const wchar_t* table) {
+    const int32_t end = FindClosingQuote(text, plain, length);
+    auto* copy = arena.Allocate<wchar_t>(static_cast<size_t>(end - 1));
+    EscapedString<Unit> string(text, length, table, copy);
+    const int32_t count = string.Read(1);
+    result = std::wstring_view(copy, static_cast<size_t>(string.End() - copy));
+    return count;
 }
 
-bool IsDigit(wchar_t unit) { return unit >= L'0' && unit <= L'9'; }
+// Whether a quote follows at all: one that is the opening quote counts.
+template <class Unit>
+bool HasQuote(const Unit* text, int32_t length) {
+    return std::find(text, text + length, '"') != text + length;
+}
 
 // Saturates at the largest integer.
-int64_t IntegerOf(std::wstring_view digits) {
+template <class Unit>
+int64_t IntegerOf(const Unit* digits, const Unit* end) {
     constexpr int64_t kMax = std::numeric_limits<int64_t>::max();
+    constexpr std::ptrdiff_t kDigitsThatFit = std::numeric_limits<int64_t>::digits10;
     int64_t value = 0;
-    for (const wchar_t unit : digits) {
-        const int64_t digit = unit - L'0';
+    if (end - digits <= kDigitsThatFit) {
+        for (; digits != end; ++digits) {
+            value = value * 10 + (*digits - '0');
+        }
+        return value;
+    }
+    for (; digits != end; ++digits) {
+        const int64_t digit = *digits - '0';
         if (value > (kMax - digit) / 10) {
             return kMax;
         }
@@ -126,12 +130,12 @@ int64_t IntegerOf(std::wstring_view digits) {
 }
 
 // Digits with one point, correctly rounded. Beyond the range it is infinity or zero.
-double DoubleByLibrary(std::wstring_view digits) {
+template <class Unit>
+double DoubleByLibrary(const Unit* digits, const Unit* end) {
     std::string narrow;
-    narrow.reserve(digits.size());
-    for (const wchar_t unit : digits) {
-        narrow += static_cast<char>(unit);
-    }
+    narrow.reserve(static_cast<size_t>(end - digits));
+    std::transform(digits, end, std::back_inserter(narrow),
+                   [](Unit unit) { return static_cast<char>(unit); });
     double value = 0;
     const auto result = std::from_chars(narrow.data(), narrow.data() + narrow.size(), value);
     if (result.ec == std::errc::result_out_of_range) {
@@ -143,17 +147,57 @@ double DoubleByLibrary(std::wstring_view digits) {
 
 // Up to 15 digits are an integer that a double holds exactly, and so is the power of ten: one division rounds
 // correctly.
-double DoubleOf(std::wstring_view digits, size_t point) {
+template <class Unit>
+double DoubleOf(const Unit* digits, const Unit* point, const Unit* end) {
     constexpr std::array<double, 16> kPowers = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                                 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-    if (digits.size() > kPowers.size()) {
-        return DoubleByLibrary(digits);
+    if (end - digits > static_cast<std::ptrdiff_t>(kPowers.size())) {
+        return DoubleByLibrary(digits, end);
     }
     int64_t mantissa = 0;
-    for (const wchar_t unit : digits) {
-        mantissa = unit == L'.' ? mantissa : mantissa * 10 + (unit - L'0');
+    for (const Unit* unit = digits; unit != end; ++unit) {
+        mantissa = unit == point ? mantissa : mantissa * 10 + (*unit - '0');
     }
-    return static_cast<double>(mantissa) / kPowers[digits.size() - point - 1];
+    return static_cast<double>(mantissa) / kPowers[static_cast<size_t>(end - point - 1)];
+}
+
+template <class Unit>
+int32_t ParseNumber(JsonValue& value, const Unit* text, int32_t length) {
+    if (!text || length < 1) {
+        return -1;
+    }
+    const bool isNegative = *text == '-';
+    const int32_t sign = isNegative || *text == '+' ? 1 : 0;
+    const JsonNumberEnd number = FindNumberEnd(text, sign, length);
+    if (number.end < 0 || number.end == length) {
+        return -1;
+    }
+    const Unit* const digits = text + sign;
+    const Unit* const end = text + number.end;
+    if (number.point < 0) {
+        const int64_t integer = IntegerOf(digits, end);
+        value.kind = JsonKind::Integer;
+        value.integer = isNegative ? -integer : integer;
+    } else {
+        const double real = DoubleOf(digits, text + number.point, end);
+        value.kind = JsonKind::Double;
+        value.real = isNegative ? -real : real;
+    }
+    return number.end;
+}
+
+template <class Unit>
+int32_t ParseLiteral(JsonValue& value, const Unit* text, int32_t length) {
+    const int32_t units = length < 1 ? -1 : JsonLiteralUnits(text, 0, length);
+    if (units > 0) {
+        const bool isNull = text[0] == 'n' || text[0] == 'N';
+        const bool isTrue = text[0] == 't' || text[0] == 'T';
+        value.kind = isNull ? JsonKind::Null : JsonKind::Bool;
+        if (!isNull) {
+            value.boolean = isTrue ? 1 : 0;
+        }
+    }
+    return units;
 }
 
 } // namespace
@@ -167,84 +211,45 @@ int32_t ParseJsonString(std::wstring_view& result, Arena& arena, const wchar_t* 
         result = std::wstring_view(text + 1, static_cast<size_t>(plain - 1));
         return plain + 1;
     }
-    if (*text != L'"' && std::find(text + plain, text + length, L'"') == text + length) {
+    if (!HasQuote(text, length)) {
         return -1;
     }
     if (plain >= length) {
         result = std::wstring_view(text + 1, static_cast<size_t>(length - 1));
         return length;
     }
-    auto* copy = arena.Allocate<wchar_t>(static_cast<size_t>(UnitsToCloseFrom(text, length, plain)));
-    EscapedString string(text, length, std::copy(text + 1, text + plain, copy));
-    const int32_t count = string.Read(plain);
-    result = std::wstring_view(copy, static_cast<size_t>(string.End() - copy));
-    return count;
+    return CopyString(result, arena, text, length, plain, nullptr);
+}
+
+int32_t ParseJsonString(std::wstring_view& result, Arena& arena, const JsonBytes& bytes) {
+    if (!bytes.text || bytes.length < 1) {
+        return -1;
+    }
+    const int32_t plain = FindQuoteOrBackslash(bytes.text, 1, bytes.length);
+    if (plain < bytes.length && bytes.text[plain] == '"') {
+        result = WidenIntoArena(arena, bytes.text + 1, static_cast<size_t>(plain - 1),
+                                static_cast<size_t>(bytes.length - 1), bytes.table);
+        return plain + 1;
+    }
+    return HasQuote(bytes.text, bytes.length)
+               ? CopyString(result, arena, bytes.text, bytes.length, plain, bytes.table)
+               : -1;
 }
 
 int32_t ParseJsonNumber(JsonValue& value, const wchar_t* text, int32_t length) {
-    if (!text || length < 1) {
-        return -1;
-    }
-    const int32_t sign = *text == L'+' || *text == L'-' ? 1 : 0;
-    constexpr int32_t kNoPoint = -1;
-    int32_t point = kNoPoint;
-    int32_t offset = sign;
-    for (; offset < length && (IsDigit(text[offset]) || text[offset] == L'.'); ++offset) {
-        if (text[offset] != L'.') {
-            continue;
-        }
-        if (point != kNoPoint) {
-            return -1;
-        }
-        point = offset;
-    }
-    if (offset == length) {
-        return -1;
-    }
+    return ParseNumber(value, text, length);
+}
 
-    const std::wstring_view digits(text + sign, static_cast<size_t>(offset - sign));
-    const bool isNegative = *text == L'-';
-    if (point == kNoPoint) {
-        value.kind = JsonKind::Integer;
-        value.integer = isNegative ? -IntegerOf(digits) : IntegerOf(digits);
-    } else {
-        const double number = DoubleOf(digits, static_cast<size_t>(point - sign));
-        value.kind = JsonKind::Double;
-        value.real = isNegative ? -number : number;
-    }
-    return offset;
+int32_t ParseJsonNumber(JsonValue& value, const JsonBytes& bytes) {
+    return ParseNumber(value, bytes.text, bytes.length);
 }
 
 int32_t ParseJsonLiteral(JsonValue& value, const wchar_t* text, int32_t length) {
-    constexpr int32_t kShortest = 4;
-    if (length < kShortest) {
-        return -1;
-    }
-    const int32_t wanted = *text == L'f' || *text == L'F' ? 5 : kShortest;
-    if (length < wanted) {
-        return -1;
-    }
-    const std::wstring_view word(text, static_cast<size_t>(wanted));
-    const auto is = [word](std::wstring_view literal) {
-        for (size_t i = 0; i < literal.size(); ++i) {
-            const wchar_t lower =
-                word[i] >= L'A' && word[i] <= L'Z' ? static_cast<wchar_t>(word[i] + 32) : word[i];
-            if (lower != literal[i]) {
-                return false;
-            }
-        }
-        return word.size() == literal.size();
-    };
-    if (is(L"true") || is(L"false")) {
-        value.kind = JsonKind::Bool;
-        value.boolean = is(L"true") ? 1 : 0;
-        return wanted;
-    }
-    if (is(L"null")) {
-        value.kind = JsonKind::Null;
-        return wanted;
-    }
-    return -1;
+    return ParseLiteral(value, text, length);
+}
+
+int32_t ParseJsonLiteral(JsonValue& value, const JsonBytes& bytes) {
+    return ParseLiteral(value, bytes.text, bytes.length);
 }
 
 } // namespace zq

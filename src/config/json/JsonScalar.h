@@ -26,8 +26,9 @@ constexpr int32_t HexDigit(wchar_t unit) {
 
 // How many units the escape at the front of `text` takes, of `left` up to the end of the whole text. One that
 // the end cuts short takes all of them.
-constexpr int32_t EscapeUnits(const wchar_t* text, int32_t left) {
-    return left > 1 && text[1] == L'u' ? std::min(left, kHexEscapeUnits) : std::min(left, 2);
+template <class Unit>
+constexpr int32_t EscapeUnits(const Unit* text, int32_t left) {
+    return left > 1 && text[1] == 'u' ? std::min(left, kHexEscapeUnits) : std::min(left, 2);
 }
 
 // The unit that a two-unit escape stands for. What is not known becomes a backslash, and its unit is lost.
@@ -54,8 +55,18 @@ constexpr wchar_t SimpleEscape(wchar_t unit) {
 // The result points into `text`, or into `arena` where an escape changed it. -1 where no quote follows at
 // all.
 int32_t ParseJsonString(std::wstring_view& result, Arena& arena, const wchar_t* text, int32_t length);
-
 int32_t ParseJsonNumber(JsonValue& value, const wchar_t* text, int32_t length);
 int32_t ParseJsonLiteral(JsonValue& value, const wchar_t* text, int32_t length);
+
+// The same of bytes that are one character each: `table` has the 256 characters. The result of a string is in
+// `arena`.
+struct JsonBytes {
+    const unsigned char* text;
+    int32_t length;
+    const wchar_t* table;
+};
+int32_t ParseJsonString(std::wstring_view& result, Arena& arena, const JsonBytes& bytes);
+int32_t ParseJsonNumber(JsonValue& value, const JsonBytes& bytes);
+int32_t ParseJsonLiteral(JsonValue& value, const JsonBytes& bytes);
 
 } // namespace zq

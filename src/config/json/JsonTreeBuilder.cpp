@@ -41,7 +41,12 @@ MemberIterator SortMembers(MemberIterator first, MemberIterator last) {
 
 } // namespace
 
-void JsonTreeBuilder::Open(bool isObject) { m_open.push_back({m_key, m_members.size(), isObject}); }
+void JsonTreeBuilder::Open(bool isObject, uint8_t role) {
+    m_open.push_back({m_key, m_members.size(), isObject, role});
+    if (!isObject) {
+        m_key = {}; // of its elements
+    }
+}
 
 JsonValue JsonTreeBuilder::Close() {
     const OpenContainer container = m_open.back();

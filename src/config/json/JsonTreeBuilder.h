@@ -15,7 +15,8 @@ class JsonTreeBuilder {
 public:
     explicit JsonTreeBuilder(Arena& arena) : m_arena(arena) {}
 
-    void Open(bool isObject);
+    // `role` is the reader's, to be asked for while the container is the innermost one.
+    void Open(bool isObject, uint8_t role);
     // The key of the value that is added, or of the container that is opened, next.
     void SetKey(std::wstring_view key) { m_key = key; }
     void Add(const JsonValue& value) { m_members.push_back({m_key, value}); }
@@ -25,12 +26,15 @@ public:
 
     size_t Depth() const { return m_open.size(); }
     bool IsInObject() const { return m_open.back().isObject; }
+    uint8_t Role() const { return m_open.back().role; }
+    std::wstring_view Key() const { return m_key; }
 
 private:
     struct OpenContainer {
         std::wstring_view key; // under which the container will be added
         size_t first;          // its first member
         bool isObject;
+        uint8_t role;
     };
 
     JsonValue MakeArray(size_t first);

@@ -52,7 +52,7 @@ struct JsonMember {
 };
 
 struct JsonRoot : JsonValue {
-    Arena arena;
+    Arena arena{Arena::Life::Short};
 };
 
 // Frees the tree below the root, however deep, and makes it null again.

@@ -37,8 +37,7 @@ FollowResult FileFollower::Follow(ReloadCause cause) {
 bool FileFollower::LookAndReload(Selection selection) {
     ReloadLooks looks;
     for (;;) {
-        LookAt(selection, looks);
-        if (m_context.cancellation.IsRequested()) {
+        if (!LookAt(selection, looks)) {
             return false;
         }
         const uint32_t troubleLeft = TroubleLeft(looks);
@@ -80,9 +79,15 @@ bool FileFollower::IsWorthLook(ReloadCause cause) const {
                        [](const PrivateFile& file) { return file.HasOtherTime(); });
 }
 
-void FileFollower::LookAt(const Selection& selection, ReloadLooks& looks) {
-    for (size_t i = 0; i < looks.size(); ++i) {
-        looks[i] = selection[i] ? m_files[i].LookIfChanged(m_context.files.clock) : FileLook();
+bool FileFollower::LookAt(const Selection& selection, ReloadLooks& looks) {
+    const FilesContext& files = m_context.files;
+    try {
+        for (size_t i = 0; i < looks.size(); ++i) {
+            looks[i] = selection[i] ? m_files[i].LookIfChanged(files.clock, files.cancellation) : FileLook();
+        }
+        return true;
+    } catch (const Cancelled&) {
+        return false;
     }
 }
 

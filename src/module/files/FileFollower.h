@@ -56,7 +56,8 @@ private:
 
     bool IsWorthLook(ReloadCause cause) const;
     bool LookAndReload(Selection selection);
-    void LookAt(const Selection& selection, ReloadLooks& looks);
+    // Returns false when a look was given up.
+    bool LookAt(const Selection& selection, ReloadLooks& looks);
     void LeaveToWriters(ReloadLooks& looks) const;
     uint32_t TroubleLeft(const ReloadLooks& looks);
     void PlanNextLook(const ReloadLooks& looks, uint32_t troubleLeft);

@@ -28,7 +28,9 @@ class FolderWatcher final : private Cancellation {
 public:
     // All that is handed in must outlive this object.
     FolderWatcher(PrivateFiles& files, const FilesContext& filesContext, WatcherContext context)
-        : m_context(std::move(context)), m_reload{filesContext, m_context.notifyReloaded, *this},
+        : m_context(std::move(context)), m_reload{{filesContext.store, filesContext.log, filesContext.clock,
+                                                   this},
+                                                  m_context.notifyReloaded},
           m_follower(files, m_reload) {}
 
     // The body of the watcher's thread. Returns when the stop event is signalled, or when the folder cannot

@@ -26,18 +26,18 @@ FileVerdict VerdictOn(const ConfigLook& look) {
 
 } // namespace
 
-FileLook PrivateFile::Look() const {
+FileLook PrivateFile::Look(const Cancellation* cancellation) const {
     FileLook look;
     {
         MutexLock lock(m_mutex);
         look.config.file = ReadSnapshot(m_path);
     }
-    ParseLook(Kind(), look.config);
+    ParseLook(Kind(), look.config, cancellation);
     look.verdict = VerdictOn(look.config);
     return look;
 }
 
-FileLook PrivateFile::LookIfChanged(const Clock& clock) {
+FileLook PrivateFile::LookIfChanged(const Clock& clock, const Cancellation* cancellation) {
     const std::optional<FileTime> time = LastWriteTime(m_path);
     if (!time && FileExists(m_path)) {
         return {FileVerdict::NoTime, {}};
@@ -46,7 +46,7 @@ FileLook PrivateFile::LookIfChanged(const Clock& clock) {
     if (isSameTime && m_confirmAt == 0) {
         return {};
     }
-    FileLook look = Look();
+    FileLook look = Look(cancellation);
     if (isSameTime && look.config.file.access == FileAccess::Read &&
         look.config.file.bytes == m_recordedBytes) {
         if (clock.Milliseconds() >= m_confirmAt) {

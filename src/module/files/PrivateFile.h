@@ -15,6 +15,7 @@
 
 namespace zq {
 
+class Cancellation;
 class Clock;
 
 enum class FileVerdict {
@@ -47,10 +48,11 @@ public:
     const FileTime& Time() const { return m_time; }
 
     // Looks at the content, whatever the recorded time. Takes the mutex, so that a save is seen whole.
-    FileLook Look() const;
+    // Raises Cancelled where `cancellation`, which may be null, asks for it.
+    FileLook Look(const Cancellation* cancellation = nullptr) const;
     // The same, but a file whose time is the recorded one is Unchanged. While the file is doubted (see
     // Record), its bytes decide instead.
-    FileLook LookIfChanged(const Clock& clock);
+    FileLook LookIfChanged(const Clock& clock, const Cancellation* cancellation = nullptr);
     // Whether the file is missing or its time is not the recorded one.
     bool HasOtherTime() const { return LastWriteTime(m_path) != m_time; }
 

@@ -117,7 +117,8 @@ void ProvisionAndLoadPrivateFiles(PrivateFiles& files, const FilesContext& conte
 }
 
 bool LoadLooked(const PrivateFile& file, const ConfigLook& look, const FilesContext& context) {
-    const bool isLoaded = LoadConfigFile(file.Kind(), file.Path(), look, {context.store, context.log});
+    const bool isLoaded =
+        LoadConfigFile(file.Kind(), file.Path(), look, {context.store, context.log, context.cancellation});
     if (isLoaded) {
         KeepLoaded(file.Path(), look.file.bytes);
     }
@@ -126,7 +127,7 @@ bool LoadLooked(const PrivateFile& file, const ConfigLook& look, const FilesCont
 
 void LoadReplaced(const PrivateFile& file, const wchar_t* message, const FilesContext& context) {
     context.log.Log(LogNotable, message, file.Path().c_str(), ExistenceResult(file.Path()));
-    LoadLooked(file, file.Look().config, context);
+    LoadLooked(file, file.Look(context.cancellation).config, context);
 }
 
 } // namespace zq

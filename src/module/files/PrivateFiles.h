@@ -13,6 +13,7 @@
 
 namespace zq {
 
+class Cancellation;
 class HostLog;
 class VariableStore;
 
@@ -21,6 +22,7 @@ struct FilesContext {
     VariableStore& store;
     const HostLog& log;
     const Clock& clock;
+    const Cancellation* cancellation = nullptr; // of loads; null for none
 };
 
 // In the order in which they are provisioned, loaded and reloaded.

@@ -68,7 +68,9 @@ private:
         const FileTime before = m_file.Time();
         m_file.Record(look.file, m_context.files.clock);
         m_log.Log(LogProgress, m_texts.changed);
-        if (!LoadLooked(m_file, look, m_context.files)) {
+        try {
+            LoadLooked(m_file, look, m_context.files);
+        } catch (const Cancelled&) {
             m_file.RecordTime(before);
             return FileResult::Stopped;
         }
@@ -91,7 +93,11 @@ private:
         if (result.outcome == Replacement::Failed) {
             RaiseReplacementError(m_file, result.error);
         }
-        LoadReplaced(m_file, L"ReloadPrivateConfigFile() copy %s again OK , exist:%d.", m_context.files);
+        try {
+            LoadReplaced(m_file, L"ReloadPrivateConfigFile() copy %s again OK , exist:%d.", m_context.files);
+        } catch (const Cancelled&) {
+            return FileResult::Stopped;
+        }
         m_context.notifyReloaded();
         return FileResult::Loaded;
     }

@@ -15,7 +15,6 @@ namespace zq {
 struct ReloadContext {
     FilesContext files;
     std::function<void()> notifyReloaded; // after each file that was loaded
-    const Cancellation& cancellation;     // asks for a load to be given up
 };
 
 // What was seen of each file immediately before the pass.

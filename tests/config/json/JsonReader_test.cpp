@@ -1,12 +1,15 @@
 #include "config/json/JsonReader.h"
 
+#include "base/Text.h"
 #include "support/TypedVariables.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace zq {
 namespace {
@@ -48,10 +51,29 @@ struct Parsed {
     std::string tree;
 };
 
+// The same text as bytes gives the same count and tree.
+void ExpectSameOfBytes(std::wstring_view text, const Parsed& expected) {
+    if (std::any_of(text.begin(), text.end(), [](wchar_t unit) { return unit > 0xFF; })) {
+        return;
+    }
+    const std::vector<unsigned char> bytes(text.begin(), text.end());
+    JsonRoot root;
+    const JsonBytes json = {bytes.data(), static_cast<int32_t>(bytes.size()), AsciiCharacters()};
+    EXPECT_EQ(expected.count, ParseJsonValue(root, json));
+    EXPECT_EQ(expected.tree, Show(root));
+    // Read or not, a document takes the same verdict.
+    const auto readsNothing = [](uint8_t, bool, std::wstring_view) { return kJsonUnread; };
+    EXPECT_EQ(expected.count, ParseJsonValue(root, json, readsNothing));
+    EXPECT_EQ(expected.count,
+              ParseJsonValue(root, text.data(), static_cast<int32_t>(text.size()), readsNothing));
+}
+
 Parsed Parse(std::wstring_view text) {
     JsonRoot root;
     const int32_t count = ParseJsonValue(root, text.data(), static_cast<int32_t>(text.size()));
-    return {count, Show(root)};
+    const Parsed parsed = {count, Show(root)};
+    ExpectSameOfBytes(text, parsed);
+    return parsed;
 }
 
 struct WholeText {

@@ -65,7 +65,7 @@ protected:
 
     Switch m_cancellation;
     int m_notified = 0;
-    ReloadContext m_reload{context, [this] { ++m_notified; }, m_cancellation};
+    ReloadContext m_reload{{store, log, clock, &m_cancellation}, [this] { ++m_notified; }};
     FileFollower m_follower{files, m_reload};
     uint64_t m_start = 0;
     uint64_t m_callAt = UINT64_MAX;

@@ -23,11 +23,6 @@ const LogLine kSettingsUnchanged{LogProgress, L"Private settings file not change
 const LogLine kHmdListUnchanged{LogProgress, L"Private hmd list file not changed."};
 const LogLine kQualityUnchanged{LogProgress, L"Private Quality file not changed."};
 
-class NeverCancelled final : public Cancellation {
-public:
-    bool IsRequested() const override { return false; }
-};
-
 class Pass : public FilesFixture {
 protected:
     void SetUp() override { StartLoaded(); }
@@ -58,8 +53,7 @@ protected:
 
     ReloadLooks m_looks;
     int m_notified = 0;
-    NeverCancelled m_never;
-    ReloadContext m_reload{context, [this] { ++m_notified; }, m_never};
+    ReloadContext m_reload{context, [this] { ++m_notified; }};
 };
 
 TEST_F(Pass, WithoutAChangeEachFileIsReportedSo) {
@@ -86,7 +80,7 @@ TEST_F(Pass, ThreeChangedFilesAreLoadedInTheirOrderWithANotificationAfterEach) {
     Write(kHmdList, "[]");
     Write(kSettings, "{}");
     std::vector<size_t> linesAtNotification;
-    const ReloadContext reload{context, [&] { linesAtNotification.push_back(host.Lines().size()); }, m_never};
+    const ReloadContext reload{context, [&] { linesAtNotification.push_back(host.Lines().size()); }};
     for (size_t i = 0; i < files.size(); ++i) {
         m_looks[i] = files[i].LookIfChanged(clock);
     }

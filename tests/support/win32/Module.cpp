@@ -22,7 +22,7 @@ CZQModSettings* CreateFromDll() {
     return create();
 }
 
-Module::Module() : m_settings(CreateFromDll()) {
+Module::Module(CZQModSettings* settings) : m_settings(settings) {
     if (!m_settings) {
         throw std::runtime_error("CreateSettings returned null");
     }

@@ -23,7 +23,9 @@ CZQModSettings* CreateFromDll(); // may be null
 class Module {
 public:
     // Raises std::runtime_error when the DLL makes none.
-    Module();
+    Module() : Module(CreateFromDll()) {}
+    // Takes over an object of another copy of the DLL.
+    explicit Module(CZQModSettings* settings);
     ~Module() { Destroy(); }
     Module(const Module&) = delete;
     Module& operator=(const Module&) = delete;

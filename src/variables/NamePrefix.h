@@ -1,0 +1,55 @@
+// Long beginnings that many names have in common, each held once: a name under one is the prefix and what
+// follows it. The memory of names then follows the file that they come from, however long and deep its keys
+// are.
+//
+// Portable, no locks: the owner serialises. A prefix is never freed by itself.
+#pragma once
+
+#include "base/Arena.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+namespace zq {
+
+// Shorter beginnings are not worth sharing: they are part of each name.
+inline constexpr size_t kSharedPrefixUnits = 256;
+
+// A piece of at least kSharedPrefixUnits characters after the parent's, which may be null.
+struct NamePrefix {
+    const NamePrefix* parent;
+    std::wstring_view piece;
+    size_t length; // of all pieces
+
+    // Whether `text`, which is as long as the prefix, is the prefix.
+    bool Is(std::wstring_view text) const;
+    // Writes `length` characters.
+    void CopyTo(wchar_t* out) const;
+};
+
+class NamePrefixes {
+public:
+    // The prefix of that content, made where there is none. Raises std::bad_alloc.
+    const NamePrefix* Share(const NamePrefix* parent, std::wstring_view piece);
+    // The same prefix, made of the pieces of another owner's. Raises std::bad_alloc.
+    const NamePrefix* Share(const NamePrefix& other);
+
+    void Clear() noexcept;
+
+private:
+    struct Key {
+        const NamePrefix* parent;
+        std::wstring_view piece;
+        bool operator==(const Key&) const = default;
+    };
+    struct KeyHash {
+        size_t operator()(const Key& key) const noexcept;
+    };
+
+    Arena m_arena;
+    std::unordered_map<Key, const NamePrefix*, KeyHash> m_prefixes;
+};
+
+} // namespace zq

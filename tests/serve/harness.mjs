@@ -1,0 +1,139 @@
+// Starts zqsettings serve under Wine on a folder of its own, and a browser to look at it.
+import { spawn } from "node:child_process";
+import { cpSync, mkdirSync, mkdtempSync, readFileSync, renameSync, rmSync, writeFileSync } from "node:fs";
+import { tmpdir } from "node:os";
+import { dirname, join } from "node:path";
+import { fileURLToPath } from "node:url";
+import puppeteer from "puppeteer-core";
+
+export const root = dirname(dirname(dirname(fileURLToPath(import.meta.url))));
+export const kSettings = "ZQ2_serverSetting.setting";
+export const kHmdList = "ZQ2_HmdList.json";
+export const kQuality = "ZQ2_QualityPreset.json";
+
+const kStartCap = 60_000;
+const kWaitCap = Number(process.env.ZQ_WAIT_CAP ?? 10_000);
+
+// Waits for an event, never for a time: calls `look` until it returns something true.
+export async function until(look, what, cap = kWaitCap) {
+  const end = Date.now() + cap;
+  for (;;) {
+    const found = await look();
+    if (found) {
+      return found;
+    }
+    if (Date.now() > end) {
+      throw new Error(`this did not happen within ${cap} ms: ${what}`);
+    }
+    await new Promise((resolve) => setTimeout(resolve, 5));
+  }
+}
+
+// A data folder with the default files in it.
+export class DataFolder {
+  constructor() {
+    this.parent = mkdtempSync(join(tmpdir(), "zqserve-"));
+    this.path = join(this.parent, "ZQserver");
+    cpSync(join(root, "defaults"), this.path, { recursive: true });
+  }
+  file(name) {
+    return join(this.path, name);
+  }
+  read(name) {
+    return readFileSync(this.file(name), "latin1");
+  }
+  write(name, text) {
+    writeFileSync(this.file(name), text, "latin1");
+  }
+  // As an editor does that writes elsewhere and renames.
+  replace(name, text) {
+    const part = join(this.parent, "part");
+    writeFileSync(part, text, "latin1");
+    renameSync(part, this.file(name));
+  }
+  edit(name, from, to) {
+    const text = this.read(name);
+    const edited = text.replace(from, to);
+    if (edited === text) {
+      throw new Error(`${name} has no ${from}`);
+    }
+    this.write(name, edited);
+  }
+  makeFolder(name) {
+    mkdirSync(join(this.path, name));
+    return join(this.path, name);
+  }
+  remove() {
+    rmSync(this.parent, { recursive: true, force: true });
+  }
+}
+
+export class Server {
+  // `build` is the build folder with bin/zqsettings.exe.
+  static async start(build, folder, options = []) {
+    const server = new Server();
+    const data = folder ? ["--data", `Z:${folder.path.replaceAll("/", "\\")}`] : [];
+    server.process = spawn(
+      join(root, "scripts/wine-run.sh"),
+      [join(build, "bin/zqsettings.exe"), "serve", ...data, ...options],
+      { stdio: ["ignore", "pipe", "pipe"] },
+    );
+    server.output = "";
+    server.process.stdout.on("data", (data) => (server.output += data));
+    server.process.stderr.on("data", (data) => (server.output += data));
+    server.ended = new Promise((resolve) => server.process.on("exit", resolve));
+    server.address = await until(() => server.output.match(/http:\S+/)?.[0], "the address is printed", kStartCap).catch(
+      (error) => {
+        throw new Error(`${error.message}\n${server.output}`);
+      },
+    );
+    server.url = new URL(server.address);
+    return server;
+  }
+  // As Ctrl+C; the exit code.
+  async stop() {
+    this.process.kill("SIGINT");
+    const timer = setTimeout(() => this.process.kill("SIGKILL"), kWaitCap);
+    const code = await this.ended;
+    clearTimeout(timer);
+    return code;
+  }
+}
+
+export async function startBrowser() {
+  return puppeteer.launch({
+    executablePath: process.env.ZQ_CHROMIUM ?? "/usr/bin/chromium",
+    headless: true,
+    args: [
+      "--no-sandbox",
+      "--disable-gpu",
+      "--disable-quic",
+      "--no-first-run",
+      "--disable-background-networking",
+      "--disable-component-update",
+      "--disable-sync",
+      "--force-color-profile=srgb",
+      // Tabs in the background are looked at too.
+      "--disable-background-timer-throttling",
+      "--disable-renderer-backgrounding",
+      "--disable-backgrounding-occluded-windows",
+    ],
+  });
+}
+
+export async function openPage(browser, server, hash = "", { width = 1280, height = 800, theme = "light" } = {}) {
+  const page = await browser.newPage();
+  page.faults = [];
+  page.on("pageerror", (error) => page.faults.push(String(error)));
+  page.on("console", (message) => message.type() === "error" && page.faults.push(message.text()));
+  await page.setViewport({ width, height });
+  await page.emulateMediaFeatures([{ name: "prefers-color-scheme", value: theme }]);
+  await page.goto(server.address + hash, { waitUntil: "load" });
+  await seen(page, ".status.good, .status.warn");
+  return page;
+}
+
+// Also in a tab in the background, which draws no frames.
+export const seen = (page, selector) => until(() => page.$(selector), `${selector} is on the page`);
+
+export const goTo = (page, hash) => page.evaluate((to) => (location.hash = to), hash);

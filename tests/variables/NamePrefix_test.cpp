@@ -1,0 +1,140 @@
+#include "variables/NamePrefix.h"
+
+#include "support/ConfigRun.h"
+#include "variables/BatchWrite.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+
+namespace zq::test {
+namespace {
+
+std::wstring TextOf(const NamePrefix& prefix) {
+    std::wstring text(prefix.length, L'\0');
+    prefix.CopyTo(text.data());
+    return text;
+}
+
+TEST(NamePrefix, SamePiecesAreHeldOnce) {
+    NamePrefixes prefixes;
+    const NamePrefix* outer = prefixes.Share(nullptr, L"outer.");
+    const NamePrefix* inner = prefixes.Share(outer, L"inner.");
+
+    EXPECT_EQ(outer, prefixes.Share(nullptr, L"outer."));
+    EXPECT_EQ(inner, prefixes.Share(outer, L"inner."));
+    EXPECT_NE(inner, prefixes.Share(nullptr, L"inner."));
+    EXPECT_EQ(L"outer.inner.", TextOf(*inner));
+}
+
+TEST(NamePrefix, IsComparedOverAllItsPieces) {
+    NamePrefixes prefixes;
+    const NamePrefix* inner = prefixes.Share(prefixes.Share(nullptr, L"ab"), L"cd");
+
+    EXPECT_TRUE(inner->Is(L"abcd"));
+    EXPECT_FALSE(inner->Is(L"abcx"));
+    EXPECT_FALSE(inner->Is(L"xbcd"));
+}
+
+TEST(NamePrefix, IsCopiedToAnotherOwner) {
+    NamePrefixes first;
+    NamePrefixes second;
+    const NamePrefix* inner = first.Share(first.Share(nullptr, L"ab"), L"cd");
+
+    const NamePrefix* copy = second.Share(*inner);
+
+    EXPECT_NE(inner, copy);
+    EXPECT_EQ(L"abcd", TextOf(*copy));
+    EXPECT_EQ(copy, second.Share(*inner));
+}
+
+TEST(VariableBatch, NamesShareOnlyLongBeginnings) {
+    VariableBatch batch(VariableBatch::Names::SharePrefixes);
+    const std::wstring longName(kSharedPrefixUnits, L'n');
+
+    EXPECT_EQ(nullptr, batch.PrefixFor(nullptr, longName.substr(1)));
+    const NamePrefix* prefix = batch.PrefixFor(nullptr, longName);
+    ASSERT_NE(nullptr, prefix);
+    EXPECT_EQ(prefix, batch.PrefixFor(prefix, longName + L".a"));
+    EXPECT_EQ(nullptr, VariableBatch().PrefixFor(nullptr, longName));
+}
+
+// A name is found however it came into the maps: from a file under a prefix, or whole.
+TEST(VariableMaps, NamesUnderAPrefixAreFoundWhole) {
+    const std::wstring outer(300, L'o');
+    const std::wstring inner = outer + L'.' + std::wstring(400, L'i');
+    VariableBatch batch(VariableBatch::Names::SharePrefixes);
+    const NamePrefix* first = batch.PrefixFor(nullptr, outer);
+    const NamePrefix* second = batch.PrefixFor(first, inner);
+    batch.UsePrefix(first);
+    batch.AddNumber(outer + L".a", 1);
+    batch.UsePrefix(second);
+    batch.AddNumber(inner + L".a", 2);
+    batch.AddString(inner, L"the prefix itself");
+    batch.UsePrefix(nullptr);
+    batch.AddBool(L"short", 1);
+    VariableMaps maps(3);
+
+    maps.Apply(batch);
+
+    const TypedVariables expected = TypedVariables()
+                                        .Number(outer + L".a", 1)
+                                        .Number(inner + L".a", 2)
+                                        .String(inner, L"the prefix itself")
+                                        .Bool(L"short", 1);
+    EXPECT_EQ(expected, VariablesOf(maps));
+    const auto* node = maps.integers.Find(inner + L".a", maps.Hash(inner + L".a"));
+    ASSERT_NE(nullptr, node);
+    EXPECT_EQ(2, node->value);
+    EXPECT_NE(nullptr, node->Prefix());
+    EXPECT_EQ(nullptr, maps.integers.Find(inner + L".b", maps.Hash(inner + L".b")));
+    EXPECT_EQ(outer.size() + inner.size() + 4, maps.integers.NameUnits());
+
+    maps.Apply(batch);
+    EXPECT_EQ(expected, VariablesOf(maps));
+    EXPECT_TRUE(maps.integers.Remove(outer + L".a", maps.Hash(outer + L".a")));
+    maps.RemoveAll();
+    EXPECT_EQ(TypedVariables(), VariablesOf(maps));
+}
+
+TEST(VariableMaps, WholeNameOfAHostMeetsThePrefixOfAFile) {
+    const std::wstring prefix(300, L'p');
+    VariableMaps maps(1);
+    VariableBatch whole;
+    whole.AddInt64(prefix + L".a", 1);
+    maps.Apply(whole);
+    VariableBatch shared(VariableBatch::Names::SharePrefixes);
+    shared.UsePrefix(shared.PrefixFor(nullptr, prefix));
+    shared.AddInt64(prefix + L".a", 2);
+
+    maps.Apply(shared);
+
+    EXPECT_EQ(TypedVariables().Int64(prefix + L".a", 2), VariablesOf(maps));
+}
+
+TEST(BatchWrite, ValueThatIsHeldKeepsItsMemory) {
+    const std::wstring text(100, L't');
+    VariableBatch batch;
+    batch.AddString(L"S", text);
+    VariableMaps maps(1);
+    maps.Apply(batch);
+    const wchar_t* held = maps.strings.Find(L"S", maps.Hash(L"S"))->value.data();
+
+    maps.Apply(batch);
+
+    EXPECT_EQ(held, maps.strings.Find(L"S", maps.Hash(L"S"))->value.data());
+}
+
+TEST(BatchWrite, NegativeZeroTakesThePlaceOfZero) {
+    VariableMaps maps(1);
+    for (const double value : {0.0, -0.0}) {
+        VariableBatch batch;
+        batch.AddDouble(L"D", value);
+        maps.Apply(batch);
+    }
+    EXPECT_TRUE(std::signbit(maps.doubles.Find(L"D", maps.Hash(L"D"))->value));
+}
+
+} // namespace
+} // namespace zq::test

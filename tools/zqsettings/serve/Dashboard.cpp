@@ -1,0 +1,345 @@
+#include "serve/Dashboard.h"
+
+#include "Failure.h"
+#include "FileBytes.h"
+#include "PrivateFiles.h"
+#include "Text.h"
+#include "TimeText.h"
+#include "serve/Message.h"
+
+#include "check/FileCheck.h"
+#include "config/ConfigFile.h"
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <utility>
+
+#include <windows.h>
+
+namespace zq::tool {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::chrono::milliseconds kLookEvery(40);
+// A file that is refused may be half written: it is judged after it has not changed for so many looks.
+constexpr int kSteadyLooks = 3;
+constexpr int kLooksBeforeTouch = 5;
+constexpr int kTouches = 10;
+constexpr size_t kMostProblems = 50;
+constexpr double kLongestReloadMilliseconds = 1000;
+
+fs::path MakeDataFolder(const ScratchFolder& scratch) {
+    const fs::path folder = scratch.Path() / L"ZQserver";
+    fs::create_directory(folder);
+    return folder;
+}
+
+void WriteInPlace(const fs::path& path, const std::string& bytes) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+const Problem* FirstError(const FileCheck& check) {
+    const auto found = std::find_if(check.All().begin(), check.All().end(), [](const Problem& problem) {
+        return problem.severity == Severity::Error;
+    });
+    return found == check.All().end() ? nullptr : &*found;
+}
+
+std::string MissingMessage(ConfigFile file) {
+    return Message("refusal")
+        .Text("file", NameOf(file))
+        .Text("reason", "the file does not exist")
+        .Text("outcome", "missing")
+        .Take();
+}
+
+} // namespace
+
+std::string RefusalMessage(ConfigFile file, std::string_view bytes, const char* outcome,
+                           const std::string& copyId) {
+    const FileCheck check(file, bytes, {});
+    Message message("refusal");
+    message.Text("file", NameOf(file));
+    const Problem* const error = FirstError(check);
+    if (error) {
+        const TextPosition position = check.Source().PositionOf(error->begin);
+        message.Integer("line", position.line).Integer("column", position.column);
+    }
+    message.Text("reason", error ? error->text : "the module refuses it")
+        .Text("fix", error ? error->fix : "");
+    message.Text("outcome", outcome);
+    if (!copyId.empty()) {
+        message.Text("copy", copyId);
+    }
+    message.With("problems", [&](MessageWriter& writer) {
+        WriteProblems(writer, check.Source(), check.All(), kMostProblems);
+    });
+    return message.Take();
+}
+
+Dashboard::Dashboard(const DashboardOptions& options)
+    : m_options(options),
+      m_ownFolder(options.module.data.empty() ? std::optional<ScratchFolder>(std::in_place) : std::nullopt),
+      m_files(m_ownFolder ? MakeDataFolder(*m_ownFolder) : DataFolderOf(options.module.data)),
+      m_defaults(DefaultsFolderOf(options.module.defaults)),
+      m_state(Utf8FromPath(m_files.Folder()), Utf8FromPath(m_defaults.Folder())),
+      m_refused(m_files, m_defaults) {
+    m_changes.emplace();
+    if (m_ownFolder) {
+        for (const ConfigFile file : kConfigFiles) {
+            fs::copy_file(m_defaults.PathOf(file), m_files.PathOf(file));
+        }
+    }
+    if (m_options.isReplaceRefused) {
+        RepairFiles();
+    }
+    for (const ConfigFile file : kConfigFiles) {
+        m_state.UpdateFile(m_files.StateOf(file));
+    }
+    Start();
+    m_follower = std::thread([this] { Follow(); });
+}
+
+Dashboard::~Dashboard() {
+    {
+        const std::lock_guard lock(m_endMutex);
+        m_isEnding = true;
+    }
+    m_end.notify_all();
+    m_follower.join();
+    {
+        const std::lock_guard lock(m_runMutex);
+        m_run.reset();
+    }
+    m_changes.reset();
+}
+
+bool Dashboard::WithLiveModule(const std::function<void(ModuleRun&)>& work) {
+    const std::lock_guard lock(m_runMutex);
+    if (!m_run || m_copy) {
+        return false;
+    }
+    work(*m_run);
+    return true;
+}
+
+void Dashboard::RepairFiles() const {
+    for (const PrivateFile& file : LookAtPrivateFiles(m_files.Folder())) {
+        PrintRepair(file, Repair(file, m_defaults.Folder()));
+    }
+}
+
+// Nothing where the module may run on the folder itself.
+std::string Dashboard::ReasonForCopy() const {
+    if (m_options.isLook) {
+        return "--look was given: the module works on a copy, and this page writes nothing";
+    }
+    if (_wcsicmp(m_files.Folder().filename().c_str(), kDataFolderName) != 0) {
+        return std::string("the folder is not named ZQserver: the module works on a copy");
+    }
+    if (m_options.isReplaceRefused) {
+        return "";
+    }
+    for (const ConfigFile file : kConfigFiles) {
+        const DataFileState state = m_files.StateOf(file);
+        if (!state.isAccepted) {
+            return NameOf(file) + (state.exists ? " is refused" : " is missing") +
+                   ": the module works on a copy, with the default in its place, until that is fixed";
+        }
+    }
+    return "";
+}
+
+void Dashboard::Start() {
+    const std::lock_guard lock(m_runMutex);
+    m_run.reset();
+    {
+        const std::lock_guard changeLock(m_changeMutex);
+        m_unseenWrites.fill({}); // a new module reads the files anyway
+    }
+    const std::string reason = ReasonForCopy();
+    if (!reason.empty()) {
+        StartOnCopy(reason);
+        return;
+    }
+    m_copy.reset();
+    ModuleOptions options = m_options.module;
+    options.data = Utf8FromPath(m_files.Folder());
+    m_run = std::make_unique<ModuleRun>(options, MakeEvents());
+    const std::string scratch =
+        m_ownFolder ? "no data folder was given: this is a copy of the default files, removed at the end"
+                    : "";
+    m_state.SetRun({!m_ownFolder, true, scratch}, m_run->Variables());
+}
+
+void Dashboard::StartOnCopy(const std::string& reason) {
+    m_copy.emplace();
+    const DataFiles copy(MakeDataFolder(*m_copy));
+    for (const ConfigFile file : kConfigFiles) {
+        const std::optional<std::string> bytes = m_files.Read(file);
+        if (bytes && WouldLoad(file, *bytes)) {
+            WriteInPlace(copy.PathOf(file), *bytes);
+        }
+    }
+    ModuleOptions options = m_options.module;
+    options.data = Utf8FromPath(copy.Folder());
+    m_run = std::make_unique<ModuleRun>(options, MakeEvents());
+    m_state.SetRun({false, !m_options.isLook, reason}, m_run->Variables());
+}
+
+ModuleRun::Events Dashboard::MakeEvents() {
+    return {[this](int32_t level, const std::string& tag, const std::string& text) {
+                m_state.AddLog(level, tag, text);
+            },
+            [this] { OnModuleChange(true); }, [this] { OnModuleChange(false); }};
+}
+
+// The module's thread goes on; notices that come while variables are listed are answered by one more listing.
+void Dashboard::OnModuleChange(bool isReload) {
+    const std::lock_guard lock(m_changeMutex);
+    if (isReload && !m_isReloadWanted) {
+        const double milliseconds = MillisecondsSinceLastWrite(m_files.Folder());
+        // A default copy carries the old time of its file, which says nothing.
+        m_milliseconds =
+            milliseconds < kLongestReloadMilliseconds ? std::optional(milliseconds) : std::nullopt;
+    }
+    m_isReloadWanted = m_isReloadWanted || isReload;
+    if (!m_isChangeWanted) {
+        m_isChangeWanted = m_changes->Add([this] { TakeChanges(); });
+    }
+}
+
+void Dashboard::TakeChanges() {
+    bool isReload = false;
+    std::optional<double> milliseconds;
+    {
+        const std::lock_guard lock(m_changeMutex);
+        isReload = std::exchange(m_isReloadWanted, false);
+        milliseconds = std::exchange(m_milliseconds, std::nullopt);
+        m_isChangeWanted = false;
+        if (isReload) {
+            m_unseenWrites.fill({});
+        }
+    }
+    if (isReload) {
+        ReportRefused();
+    }
+    const std::lock_guard lock(m_runMutex);
+    if (!m_run) {
+        return;
+    }
+    m_state.UpdateVariables(m_run->Variables(), isReload, milliseconds);
+    if (isReload) {
+        // As a server does: the headset in use may be another one now.
+        m_run->Settings().UpdateDefaultDeviceName();
+        m_state.UpdateVariables(m_run->Variables(), false, {});
+    }
+}
+
+void Dashboard::ReportRefused() {
+    for (const RefusedTexts::Refused& refused : m_refused.Take()) {
+        KeepBeside(refused);
+        m_state.Add(RefusalMessage(refused.file, refused.bytes, "replaced", refused.id));
+    }
+}
+
+// Where the folder has a sub-folder "rejected", the module itself has moved the file there.
+void Dashboard::KeepBeside(const RefusedTexts::Refused& refused) {
+    const fs::path path = m_files.PathOf(refused.file).native() + L".refused-" + WideFromUtf8(UtcFileStamp());
+    try {
+        if (!fs::exists(m_files.Folder() / L"rejected")) {
+            WriteNewFile(path, refused.bytes);
+        }
+    } catch (const std::exception& error) {
+        m_state.Add(Message("notice").Text("text", error.what()).Take());
+    }
+}
+
+void Dashboard::Follow() {
+    std::unique_lock lock(m_endMutex);
+    while (!m_end.wait_for(lock, kLookEvery, [this] { return m_isEnding; })) {
+        lock.unlock();
+        m_state.UpdateFolder(m_files.HasFolder());
+        m_refused.Look();
+        for (const ConfigFile file : kConfigFiles) {
+            FollowFile(file);
+        }
+        TouchUnseenWrites();
+        if (m_copy && ReasonForCopy().empty()) {
+            try {
+                Start();
+            } catch (const std::exception& error) {
+                m_state.Add(Message("notice").Text("text", error.what()).Take());
+            }
+        }
+        lock.lock();
+    }
+}
+
+void Dashboard::FollowFile(ConfigFile file) {
+    Followed& followed = m_followed[static_cast<size_t>(file)];
+    const auto stamp = m_files.Stamp(file);
+    if (stamp != followed.stamp) {
+        followed.stamp = stamp;
+        followed.steadyLooks = 0;
+    } else if (followed.steadyLooks > kSteadyLooks) {
+        return;
+    }
+    ++followed.steadyLooks;
+    const DataFileState state = m_files.StateOf(file);
+    if (state.isAccepted) {
+        m_state.UpdateFile(state);
+        if (std::exchange(followed.isReported, false)) {
+            m_state.Add(Message("accept").Text("file", NameOf(file)).Take());
+        }
+        if (followed.steadyLooks == 1) {
+            CopyIntoRun(file);
+        }
+    } else if (followed.steadyLooks == kSteadyLooks) {
+        m_state.UpdateFile(state);
+        ReportUnusable(state);
+        followed.isReported = true;
+    }
+}
+
+void Dashboard::Write(ConfigFile file, std::string_view bytes) {
+    m_files.Write(file, bytes);
+    const std::lock_guard lock(m_changeMutex);
+    m_unseenWrites[static_cast<size_t>(file)] = {kLooksBeforeTouch, kTouches};
+}
+
+// The module's watcher may look at the first name only of several changes that come together, and that is the
+// temporary file's: a later change of the file's time is one of its own.
+void Dashboard::TouchUnseenWrites() {
+    const std::lock_guard lock(m_changeMutex);
+    for (const ConfigFile file : kConfigFiles) {
+        UnseenWrite& write = m_unseenWrites[static_cast<size_t>(file)];
+        if (write.touchesLeft > 0 && --write.looksLeft <= 0) {
+            m_files.Touch(file);
+            write = {kLooksBeforeTouch, write.touchesLeft - 1};
+        }
+    }
+}
+
+void Dashboard::ReportUnusable(const DataFileState& state) {
+    const std::optional<std::string> bytes = m_files.Read(state.file);
+    m_state.Add(bytes ? RefusalMessage(state.file, *bytes, "kept", "") : MissingMessage(state.file));
+}
+
+void Dashboard::CopyIntoRun(ConfigFile file) {
+    const std::lock_guard lock(m_runMutex);
+    const std::optional<std::string> bytes = m_files.Read(file);
+    if (!m_copy || !bytes || !WouldLoad(file, *bytes)) {
+        return;
+    }
+    const DataFiles copy(m_run->DataFolder());
+    if (copy.Read(file) != bytes) {
+        WriteInPlace(copy.PathOf(file), *bytes);
+    }
+}
+
+} // namespace zq::tool

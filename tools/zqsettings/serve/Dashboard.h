@@ -1,0 +1,115 @@
+// The dashboard without its network: runs the module on the data folder, or on a copy of it as long as a file
+// there is refused or missing, follows the files, and keeps the state that the pages show.
+#pragma once
+
+#include "DataFolder.h"
+#include "ModuleSession.h"
+#include "ScratchFolder.h"
+#include "serve/DataFiles.h"
+#include "serve/LiveState.h"
+#include "serve/ModuleRun.h"
+#include "serve/RefusedTexts.h"
+#include "serve/WorkQueue.h"
+
+#include <array>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+
+namespace zq::tool {
+
+struct DashboardOptions {
+    ModuleOptions module;
+    bool isLook = false; // always a copy, and no page writes
+    bool isReplaceRefused =
+        false; // the module may replace what it refuses; the refused file is kept beside it
+};
+
+class Dashboard {
+public:
+    // Loads the files. Raises Failure for a folder or DLL that is missing.
+    explicit Dashboard(const DashboardOptions& options);
+    ~Dashboard();
+    Dashboard(const Dashboard&) = delete;
+    Dashboard& operator=(const Dashboard&) = delete;
+
+    LiveState& State() { return m_state; }
+    // Of the folder that the pages show and write.
+    const DataFiles& Files() const { return m_files; }
+    const DataFiles& Defaults() const { return m_defaults; }
+    const ModuleOptions& Module() const { return m_options.module; }
+    std::vector<RefusedTexts::Refused> KeptTexts() const { return m_refused.Kept(); }
+
+    // Writes one of the files for a page, and sees to it that the module notices. Raises Failure.
+    void Write(ConfigFile file, std::string_view bytes);
+
+    // Runs `work` on the module while it is not exchanged. Nothing is called on a copy.
+    bool WithLiveModule(const std::function<void(ModuleRun&)>& work);
+
+private:
+    struct Followed {
+        std::pair<uint64_t, uint64_t> stamp{1, 1}; // of the last look, an impossible one before the first
+        int steadyLooks = 0;
+        bool isReported = false; // as refused or missing
+    };
+
+    void RepairFiles() const;
+    std::string ReasonForCopy() const;
+    void Start();
+    void StartOnCopy(const std::string& reason);
+    ModuleRun::Events MakeEvents();
+
+    void OnModuleChange(bool isReload);
+    void TakeChanges();
+    void ReportRefused();
+    void KeepBeside(const RefusedTexts::Refused& refused);
+
+    void Follow();
+    void FollowFile(ConfigFile file);
+    void TouchUnseenWrites();
+    void ReportUnusable(const DataFileState& state);
+    void CopyIntoRun(ConfigFile file);
+
+    const DashboardOptions m_options;
+    std::optional<ScratchFolder> m_ownFolder; // where no data folder is given
+    DataFiles m_files;
+    DataFiles m_defaults;
+    LiveState m_state;
+    RefusedTexts m_refused;
+
+    std::mutex m_runMutex;
+    std::optional<ScratchFolder> m_copy;
+    std::unique_ptr<ModuleRun> m_run;
+
+    std::mutex m_changeMutex;
+    bool m_isChangeWanted = false;
+    bool m_isReloadWanted = false;
+    std::optional<double> m_milliseconds;
+
+    // Looks until the next touch of a file that this program wrote; 0 once the module has read its files
+    // again.
+    struct UnseenWrite {
+        int looksLeft = 0;
+        int touchesLeft = 0;
+    };
+    std::array<UnseenWrite, 3> m_unseenWrites; // under m_changeMutex
+
+    std::mutex m_endMutex;
+    std::condition_variable m_end;
+    bool m_isEnding = false;
+    std::array<Followed, 3> m_followed;
+    // The last members: their threads use all of the above.
+    std::optional<WorkQueue> m_changes;
+    std::thread m_follower;
+};
+
+// The one sentence and position for a file that the module refuses, as a message.
+std::string RefusalMessage(ConfigFile file, std::string_view bytes, const char* outcome,
+                           const std::string& copyId);
+
+} // namespace zq::tool

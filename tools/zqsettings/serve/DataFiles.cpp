@@ -1,0 +1,208 @@
+#include "serve/DataFiles.h"
+
+#include "Failure.h"
+#include "FileArguments.h"
+#include "Text.h"
+#include "serve/RandomText.h"
+
+#include "check/FileCheck.h"
+#include "config/ConfigFile.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <system_error>
+
+#include <windows.h>
+
+namespace zq::tool {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr uint64_t kLargestFile = 16 * 1024 * 1024;
+constexpr std::array<const wchar_t*, 2> kCopyFolders = {L"rejected", L"kept"};
+
+struct CloseOpenHandle {
+    void operator()(HANDLE handle) const { CloseHandle(handle); }
+};
+using OpenHandle = std::unique_ptr<void, CloseOpenHandle>;
+
+OpenHandle Open(const fs::path& path, DWORD access, DWORD creation, DWORD flags) {
+    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const HANDLE handle = CreateFileW(path.c_str(), access, kShareAll, nullptr, creation, flags, nullptr);
+    return OpenHandle(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
+}
+
+std::wstring FinalPath(const fs::path& folder) {
+    const OpenHandle handle = Open(folder, FILE_READ_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
+    std::wstring path(32768, L'\0');
+    path.resize(handle
+                    ? GetFinalPathNameByHandleW(handle.get(), path.data(), static_cast<DWORD>(path.size()), 0)
+                    : 0);
+    return path;
+}
+
+// A sub-folder that is a link leads elsewhere and counts as absent.
+bool IsOwnSubFolder(const fs::path& folder, const wchar_t* name) {
+    const std::wstring parent = FinalPath(folder);
+    const std::wstring final = FinalPath(folder / name);
+    return !parent.empty() && final.size() == parent.size() + 1 + std::wstring_view(name).size() &&
+           final.starts_with(parent);
+}
+
+uint64_t Joined(DWORD high, DWORD low) { return uint64_t{high} << 32U | low; }
+
+std::optional<std::string> ReadBounded(const fs::path& path) {
+    const OpenHandle handle = Open(path, GENERIC_READ, OPEN_EXISTING, 0);
+    LARGE_INTEGER size{};
+    if (!handle || !GetFileSizeEx(handle.get(), &size) ||
+        static_cast<uint64_t>(size.QuadPart) > kLargestFile) {
+        return {};
+    }
+    // One more than the size that was seen, to notice a file that is growing; whoever reads it looks again
+    // then.
+    std::string bytes(static_cast<size_t>(size.QuadPart) + 1, '\0');
+    DWORD read = 0;
+    if (!ReadFile(handle.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr)) {
+        return {};
+    }
+    bytes.resize(read);
+    return bytes;
+}
+
+void WriteNew(const fs::path& path, std::string_view bytes) {
+    const OpenHandle handle = Open(path, GENERIC_WRITE, CREATE_NEW, FILE_ATTRIBUTE_NORMAL);
+    DWORD written = 0;
+    if (!handle ||
+        !WriteFile(handle.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) ||
+        written != bytes.size() || !FlushFileBuffers(handle.get())) {
+        throw Failure("the folder " + Utf8FromPath(path.parent_path()) + " cannot be written");
+    }
+}
+
+} // namespace
+
+std::string NameOf(ConfigFile file) { return Utf8FromWide(NameOfConfigFile(file)); }
+
+std::optional<ConfigFile> ConfigFileOf(std::string_view name) {
+    for (const ConfigFile file : kConfigFiles) {
+        if (NameOf(file) == name) {
+            return file;
+        }
+    }
+    return {};
+}
+
+// FNV-1a: a content is told from another one, nobody is kept out by it.
+uint64_t HashOf(std::string_view bytes) {
+    uint64_t hash = 0xCBF29CE484222325;
+    for (const char byte : bytes) {
+        hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001B3;
+    }
+    return hash;
+}
+
+std::string HashText(uint64_t hash) {
+    char text[17];
+    std::snprintf(text, sizeof(text), "%016llx", static_cast<unsigned long long>(hash));
+    return text;
+}
+
+fs::path DataFiles::PathOf(ConfigFile file) const { return m_folder / NameOfConfigFile(file); }
+
+bool DataFiles::HasFolder() const {
+    std::error_code error;
+    return fs::is_directory(m_folder, error);
+}
+
+std::optional<std::string> DataFiles::Read(ConfigFile file) const { return ReadBounded(PathOf(file)); }
+
+std::pair<uint64_t, uint64_t> DataFiles::Stamp(ConfigFile file) const {
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    if (!GetFileAttributesExW(PathOf(file).c_str(), GetFileExInfoStandard, &data)) {
+        return {0, 0};
+    }
+    return {Joined(data.nFileSizeHigh, data.nFileSizeLow),
+            Joined(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime)};
+}
+
+DataFileState DataFiles::StateOf(ConfigFile file) const {
+    DataFileState state;
+    state.file = file;
+    const auto [size, modified] = Stamp(file);
+    state.exists = modified != 0;
+    state.size = size;
+    state.modified = modified;
+    if (const std::optional<std::string> bytes = Read(file)) {
+        state.isAccepted = WouldLoad(file, *bytes);
+        state.hash = HashOf(*bytes);
+    }
+    return state;
+}
+
+void DataFiles::Write(ConfigFile file, std::string_view bytes) const {
+    const fs::path path = PathOf(file);
+    const fs::path part = path.native() + L"." + WideFromUtf8(RandomHex()) + L".part";
+    std::error_code ignored;
+    try {
+        WriteNew(part, bytes);
+        if (!MoveFileExW(part.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+            throw Failure("the file " + Utf8FromPath(path) +
+                          " cannot be replaced: it is in use or read-only");
+        }
+    } catch (const Failure&) {
+        fs::remove(part, ignored);
+        throw;
+    }
+}
+
+void DataFiles::Touch(ConfigFile file) const {
+    const OpenHandle handle = Open(PathOf(file), FILE_WRITE_ATTRIBUTES, OPEN_EXISTING, 0);
+    FILETIME now{};
+    GetSystemTimePreciseAsFileTime(&now);
+    if (handle) {
+        SetFileTime(handle.get(), nullptr, nullptr, &now);
+    }
+}
+
+std::vector<FileCopy> DataFiles::Copies() const {
+    std::vector<FileCopy> copies;
+    for (const wchar_t* name : kCopyFolders) {
+        const fs::path folder = m_folder / name;
+        if (!IsOwnSubFolder(m_folder, name)) {
+            continue;
+        }
+        std::error_code error;
+        for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+             entry.increment(error)) {
+            const std::optional<ConfigFile> file = FileOfName(entry->path());
+            WIN32_FILE_ATTRIBUTE_DATA data{};
+            if (!file || !GetFileAttributesExW(entry->path().c_str(), GetFileExInfoStandard, &data) ||
+                (data.dwFileAttributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)) != 0) {
+                continue;
+            }
+            const std::optional<std::string> bytes = ReadBounded(entry->path());
+            copies.push_back({Utf8FromWide(name) + '/' + Utf8FromPath(entry->path().filename()), *file,
+                              Joined(data.nFileSizeHigh, data.nFileSizeLow),
+                              Joined(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime),
+                              bytes && WouldLoad(*file, *bytes)});
+        }
+    }
+    std::sort(copies.begin(), copies.end(),
+              [](const FileCopy& a, const FileCopy& b) { return a.modified > b.modified; });
+    return copies;
+}
+
+std::optional<std::string> DataFiles::ReadCopy(std::string_view id) const {
+    for (const FileCopy& copy : Copies()) {
+        if (copy.id == id) {
+            return ReadBounded(m_folder / WideFromUtf8(copy.id));
+        }
+    }
+    return {};
+}
+
+} // namespace zq::tool

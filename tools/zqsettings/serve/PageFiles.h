@@ -1,0 +1,12 @@
+// The files of the page, generated from web/ by the build.
+#pragma once
+
+#include "serve/WebServer.h"
+
+#include <span>
+
+namespace zq::tool {
+
+std::span<const WebFile> PageFiles();
+
+} // namespace zq::tool
