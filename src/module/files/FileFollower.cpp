@@ -40,10 +40,13 @@ bool FileFollower::LookAndReload(Selection selection) {
         if (!LookAt(selection, looks)) {
             return false;
         }
+        const uint32_t troubleLeft = TroubleLeft(looks);
+        if (troubleLeft == 0) {
+            LeaveToWriters(looks);
+        }
         const bool isChanged = std::any_of(looks.begin(), looks.end(), [](const FileLook& look) {
             return IsTrouble(look.verdict) || look.verdict == FileVerdict::Accepted;
         });
-        const uint32_t troubleLeft = TroubleLeft(looks);
         const bool isPassDue = troubleLeft == 0 && (m_isPassOwed || isChanged);
         if (isPassDue && selection != kAll) {
             selection = kAll;
@@ -85,6 +88,15 @@ bool FileFollower::LookAt(const Selection& selection, ReloadLooks& looks) {
         return true;
     } catch (const Cancelled&) {
         return false;
+    }
+}
+
+// A refused file that others have open for writing is on its way to another content, however long it takes.
+void FileFollower::LeaveToWriters(ReloadLooks& looks) const {
+    for (size_t i = 0; i < looks.size(); ++i) {
+        if (looks[i].verdict == FileVerdict::Refused && m_files[i].IsBeingWritten()) {
+            looks[i].verdict = FileVerdict::Held;
+        }
     }
 }
 

@@ -58,6 +58,7 @@ private:
     bool LookAndReload(Selection selection);
     // Returns false when a look was given up.
     bool LookAt(const Selection& selection, ReloadLooks& looks);
+    void LeaveToWriters(ReloadLooks& looks) const;
     uint32_t TroubleLeft(const ReloadLooks& looks);
     void PlanNextLook(const ReloadLooks& looks, uint32_t troubleLeft);
     uint32_t UntilNextLook() const;

@@ -29,7 +29,8 @@ std::vector<Record> ReadRecords(std::span<const std::byte> bytes) {
         records.push_back(
             {header.Action,
              {reinterpret_cast<const wchar_t*>(bytes.data() + kNameOffset), nameBytes / sizeof(wchar_t)}});
-        if (header.NextEntryOffset == 0 || header.NextEntryOffset > bytes.size()) {
+        if (header.NextEntryOffset == 0 || header.NextEntryOffset > bytes.size() ||
+            header.NextEntryOffset % alignof(wchar_t) != 0) {
             break;
         }
         bytes = bytes.subspan(header.NextEntryOffset);

@@ -57,6 +57,11 @@ FileLook PrivateFile::LookIfChanged(const Clock& clock, const Cancellation* canc
     return look;
 }
 
+bool PrivateFile::IsBeingWritten() const {
+    MutexLock lock(m_mutex);
+    return IsOpenForWriting(m_path);
+}
+
 void PrivateFile::Record(const FileSnapshot& file, const Clock& clock) {
     RecordTime(file.lastWrite);
     if (clock.FileTicks() < file.lastWrite.ticks + kDoubtMilliseconds * kTicksPerMillisecond) {

@@ -56,6 +56,10 @@ public:
     // Whether the file is missing or its time is not the recorded one.
     bool HasOtherTime() const { return LastWriteTime(m_path) != m_time; }
 
+    // Whether another program has the file open for writing: asked about a refused file only (see
+    // IsOpenForWriting).
+    bool IsBeingWritten() const;
+
     // Records the time of a file that is about to be loaded. A time so recent that another write could get
     // the same one is not trusted: the file is doubted, and its bytes are kept, until a look at ConfirmAt()
     // finds them unchanged.

@@ -56,7 +56,8 @@ Fault FaultOf(const char* dll, const char* function, Result (*)(Arguments...),
 
 enum class FaultThreads { All, Calling };
 
-// While it lives, call number `call` of the DLL to the function fails, counted from 0. One at a time.
+// While it lives, call number `call` of the DLL to the function fails, counted from 0; in a test program that
+// holds the module's components itself, a call of the program. One at a time.
 class ArmedFault {
 public:
     ArmedFault(const Fault& fault, int call, FaultThreads threads = FaultThreads::All);

@@ -1,0 +1,175 @@
+// Threads that are terminated at any moment of what hosts do in a callback, beside other threads that use the
+// same heap. Nothing stalls, and nothing is left damaged.
+//
+// ZQ_TEST_LONG in the environment runs the long forms.
+#include "base/HostLog.h"
+#include "platform/Event.h"
+#include "platform/Mutex.h"
+#include "platform/Thread.h"
+#include "save/SaveOperations.h"
+#include "support/win32/Folders.h"
+#include "support/win32/LongForm.h"
+#include "support/win32/Waiting.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <memory>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace zq::test {
+namespace {
+
+// What a thread does between two uses of the heap. One that does nothing else is inside the system's library
+// nearly all the time, where no moment is a good one for a termination.
+void Work() {
+    for (int turns = 500; turns > 0; --turns) {
+        YieldProcessor();
+    }
+}
+
+// Allocates and frees as long as it lives.
+class HeapUser {
+public:
+    HeapUser() : m_thread([this] { Run(); }) {}
+    ~HeapUser() {
+        m_isOver = true;
+        m_thread.join();
+    }
+    long Rounds() const { return m_rounds; }
+
+private:
+    void Run() {
+        std::vector<std::unique_ptr<std::string>> texts(64);
+        for (size_t i = 0; !m_isOver; ++i) {
+            texts[i % texts.size()] = std::make_unique<std::string>(i % 3000 + 1, 'x');
+            ++m_rounds;
+            Work();
+        }
+    }
+
+    std::atomic<bool> m_isOver{false};
+    std::atomic<long> m_rounds{0};
+    std::thread m_thread;
+};
+
+class Termination : public testing::Test {
+protected:
+    // Starts `routine` and terminates it at a random moment, many times.
+    template <class AfterEach>
+    void Repeat(Thread::Routine routine, void* argument, std::span<const Mutex* const> guards,
+                AfterEach afterEach) {
+        constexpr unsigned kSeed = 4711;
+        std::mt19937 random(kSeed);
+        const std::array<HeapUser, 2> users;
+        for (int round = 0; round < Long(300, 20); ++round) {
+            SCOPED_TRACE(round);
+            Thread victim;
+            entered.Reset();
+            victim.Start(routine, argument, {entered.Get()});
+            ASSERT_TRUE(entered.Wait(20'000));
+            for (unsigned spins = random() % 200'000; spins > 0; --spins) {
+                YieldProcessor();
+            }
+
+            const ULONGLONG start = GetTickCount64();
+            victim.Terminate(guards);
+            EXPECT_LT(GetTickCount64() - start, 2000U);
+
+            EXPECT_FALSE(victim.IsRunning());
+            for (const HeapUser& user : users) {
+                const long rounds = user.Rounds();
+                ASSERT_TRUE(WaitFor([&] { return user.Rounds() > rounds; })) << "stalled";
+            }
+            ASSERT_TRUE(EndsOnAnotherThread([&] { afterEach(); }));
+        }
+        EXPECT_TRUE(HeapValidate(GetProcessHeap(), 0, nullptr));
+    }
+
+    Event entered{EventReset::Manual};
+};
+
+class InsideTheHeap : public Termination {
+protected:
+    static DWORD WINAPI Run(void* self) {
+        static_cast<InsideTheHeap*>(self)->entered.Set();
+        for (;;) {
+            const std::unique_ptr<std::string> text = std::make_unique<std::string>(5000, 'x');
+            text->append(5000, 'y');
+            Work();
+        }
+    }
+};
+
+TEST_F(InsideTheHeap, NobodyStalls) {
+    Repeat(Run, this, {}, [] { std::make_unique<std::string>(5000, 'x'); });
+}
+
+class InsideARaise : public Termination {
+protected:
+    static void Raise() {
+        try {
+            throw std::runtime_error("raised again and again");
+        } catch (const std::runtime_error&) {
+        }
+    }
+    static DWORD WINAPI Run(void* self) {
+        Raise();
+        static_cast<InsideARaise*>(self)->entered.Set();
+        for (;;) {
+            Raise();
+            Work();
+        }
+    }
+};
+
+TEST_F(InsideARaise, OthersCanRaiseAfterwards) { Repeat(Run, this, {}, Raise); }
+
+class InsideASave : public Termination {
+protected:
+    void Save(int64_t value) const {
+        const std::wstring path = Path();
+        SaveSetting({path, mutex, log}, {L"Level", false, std::nullopt},
+                    [value](auto& member) { member.SetInt64(value); });
+    }
+    static DWORD WINAPI Run(void* argument) {
+        const auto* self = static_cast<InsideASave*>(argument);
+        self->entered.Set();
+        for (int64_t value = 0;; ++value) {
+            self->Save(value);
+        }
+    }
+    std::wstring Path() const { return (m_folder.Path() / L"settings.json").wstring(); }
+    // As a save writes it.
+    bool IsWhole() const {
+        const std::string content = ReadBytes(Path());
+        return content.starts_with("{\n    \"Level\": ") && content.ends_with(m_padding + "\"\n}");
+    }
+
+    Mutex mutex;
+    HostLog log;
+    TempFolder m_folder;
+    const std::string m_padding = "\"Padding\": \"" + std::string(40'000, 'x');
+};
+
+TEST_F(InsideASave, TheFileStaysWholeAndTheNextSaveSucceeds) {
+    WriteBytes(Path(), "{\"Level\":1," + m_padding + "\"}");
+    Save(1);
+    ASSERT_TRUE(IsWhole());
+    const Mutex* const guards[] = {&mutex};
+
+    Repeat(Run, this, guards, [this] {
+        EXPECT_TRUE(IsWhole());
+        Save(-5);
+        EXPECT_TRUE(IsWhole());
+        EXPECT_TRUE(ReadBytes(Path()).starts_with("{\n    \"Level\": -5,"));
+    });
+}
+
+} // namespace
+} // namespace zq::test
