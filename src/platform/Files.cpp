@@ -1,4 +1,4 @@
-#define _CRT_RAND_S
+#define _CRT_RAND_S // NOLINT(bugprone-reserved-identifier): asks the library for rand_s
 #include "platform/Files.h"
 
 #include "platform/Handle.h"
