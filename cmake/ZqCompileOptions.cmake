@@ -42,7 +42,8 @@ endif()
 
 option(ZQ_THREADS "ThreadSanitizer; native builds only" OFF)
 if(ZQ_THREADS)
-  target_compile_options(zq_options INTERFACE -fsanitize=thread -fno-omit-frame-pointer)
+  target_compile_options(zq_options INTERFACE -fsanitize=thread -fno-omit-frame-pointer
+                                              $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
   target_link_options(zq_options INTERFACE -fsanitize=thread)
 endif()
 

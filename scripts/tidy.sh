@@ -29,7 +29,7 @@ sources_with_headers() {
 }
 
 library=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-libgcc-file-name)")/include/c++
-compiler_arguments=(-std=c++20 --target=x86_64-w64-mingw32 -Wall -Wextra
+compiler_arguments=(-std=c++20 --target=x86_64-w64-mingw32 -Wall -Wextra -Wthread-safety
   -isystem "$library" -isystem "$library/x86_64-w64-mingw32" -isystem "$library/backward"
   -isystem build/release/deps -isystem /usr/src/googletest/googletest/include
   -Iinclude -Isrc -Itools/zqsettings -Itests

@@ -127,7 +127,7 @@ protected:
             m_store.RemoveBinary(NameOf(i % kWriters, i));
             m_store.RemoveBinaries();
             m_store.RemoveAll();
-            m_store.SetStringNull(L"Null" + std::to_wstring(i));
+            m_store.AddEmptyString(L"Null" + std::to_wstring(i));
         }
     }
 

@@ -42,7 +42,6 @@ HANDLE CreateThread(void* security, SIZE_T stack, DWORD (*routine)(void*), void*
                     DWORD* id);
 // Ends the process: no test needs to terminate a thread.
 BOOL TerminateThread(HANDLE thread, DWORD code);
-DWORD GetThreadId(HANDLE thread);
 DWORD GetCurrentThreadId();
 BOOL CloseHandle(HANDLE object);
 
@@ -50,9 +49,6 @@ DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds);
 // For any of them, without a time limit.
 DWORD WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL forAll, DWORD milliseconds);
 
-HANDLE GetProcessHeap();
-BOOL HeapLock(HANDLE heap);
-BOOL HeapUnlock(HANDLE heap);
 DWORD GetLastError();
 DWORD GetCurrentProcessId();
 BOOL QueryPerformanceCounter(LARGE_INTEGER* counter);
