@@ -51,8 +51,9 @@ const NamePrefix* NamePrefixes::Share(const NamePrefix& other) {
         pieces.push_back(prefix->piece);
     }
     const NamePrefix* own = nullptr;
-    for (auto piece = pieces.rbegin(); piece != pieces.rend(); ++piece) {
-        own = Share(own, *piece);
+    std::reverse(pieces.begin(), pieces.end());
+    for (const std::wstring_view piece : pieces) {
+        own = Share(own, piece);
     }
     return own;
 }

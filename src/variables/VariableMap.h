@@ -54,9 +54,10 @@ public:
         }
 
         static constexpr uint32_t kHasPrefix = 0x80000000U;
+        static constexpr size_t kPointerBytes = sizeof(void*); // of the prefix
 
         bool HasPrefix() const { return (lengthAndKind & kHasPrefix) != 0; }
-        size_t PrefixBytes() const { return HasPrefix() ? sizeof(const NamePrefix*) : 0; }
+        size_t PrefixBytes() const { return HasPrefix() ? kPointerBytes : 0; }
         size_t Bytes() const { return sizeof(Node) + PrefixBytes() + Rest().size() * sizeof(wchar_t); }
     };
 
@@ -179,7 +180,7 @@ private:
 
     Node* MakeNode(std::wstring_view name, uint32_t hash, const NamePrefix* prefix) {
         const std::wstring_view rest = name.substr(prefix ? prefix->length : 0);
-        const size_t prefixBytes = prefix ? sizeof(prefix) : 0;
+        const size_t prefixBytes = prefix ? Node::kPointerBytes : 0;
         const size_t bytes = sizeof(Node) + prefixBytes + rest.size() * sizeof(wchar_t);
         void* memory = m_pool.Allocate(bytes);
         m_loneNodes += NodePool::IsPooled(bytes) ? 0 : 1;

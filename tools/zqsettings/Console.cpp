@@ -16,7 +16,10 @@ namespace {
 // More than a screen, and less than the consoles of old systems take at once.
 constexpr size_t kMostUnitsAtOnce = 30'000;
 
-HANDLE HandleOf(std::FILE* stream) { return reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream))); }
+// The library hands handles out as numbers.
+HANDLE HandleOf(std::FILE* stream) {
+    return reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream))); // NOLINT(performance-no-int-to-ptr)
+}
 
 bool IsHighSurrogate(wchar_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
 

@@ -59,7 +59,7 @@ std::optional<fs::path> CommonDataFolder() {
 } // namespace
 
 fs::path DataFolderOf(const std::string& data) {
-    const fs::path given = ExistingFolder(WideFromUtf8(data), "data");
+    fs::path given = ExistingFolder(WideFromUtf8(data), "data");
     if (IsFolder(given / kDataFolderName)) {
         return given / kDataFolderName;
     }

@@ -131,7 +131,7 @@ public:
         std::unique_ptr<HANDLE, CloseFileHandle> file(CreateFileW(
             m_path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
         if (file.get() == INVALID_HANDLE_VALUE) {
-            file.release();
+            static_cast<void>(file.release()); // there is no handle to close
             m_path.clear();
             FailToWrite(m_target);
         }
@@ -185,7 +185,7 @@ template <class Name>
 fs::path WriteUnderFreeName(const std::string& bytes, Name name) {
     NewFile file(name(1), bytes);
     for (int number = 1;; ++number) {
-        const fs::path path = name(number);
+        fs::path path = name(number);
         if (HoldsExactly(path, bytes) || file.MoveTo(path, false)) {
             return path;
         }

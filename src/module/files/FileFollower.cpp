@@ -12,6 +12,10 @@ namespace {
 // Longer than editors pause between deleting, writing and renaming, and short enough for a repair within a
 // second.
 constexpr uint64_t kTroubleMilliseconds = 700;
+// Meanwhile it is looked at several times. Where the thread was kept from looking, the file may have been
+// whole in between: the wait starts again.
+constexpr uint32_t kTroubleLookMilliseconds = 200;
+constexpr uint64_t kUnseenMilliseconds = 400;
 constexpr uint32_t kFirstHeldPause = 10;
 constexpr uint32_t kLongestHeldPause = 250;
 
@@ -118,6 +122,10 @@ uint32_t FileFollower::TroubleLeft(const ReloadLooks& looks) {
             m_troubleSince = now;
         }
     }
+    if (isAny && now > m_troubleLook + kUnseenMilliseconds) {
+        m_troubleSince = now;
+    }
+    m_troubleLook = now;
     const uint64_t end = m_troubleSince + kTroubleMilliseconds;
     return isAny && now < end ? static_cast<uint32_t>(end - now) : 0;
 }
@@ -125,7 +133,7 @@ uint32_t FileFollower::TroubleLeft(const ReloadLooks& looks) {
 void FileFollower::PlanNextLook(const ReloadLooks& looks, uint32_t troubleLeft) {
     const uint64_t now = m_context.files.clock.Milliseconds();
     bool isAnyHeld = false;
-    m_lookAgainAt = troubleLeft == 0 ? UINT64_MAX : now + troubleLeft;
+    m_lookAgainAt = troubleLeft == 0 ? UINT64_MAX : now + std::min(troubleLeft, kTroubleLookMilliseconds);
     for (size_t i = 0; i < looks.size(); ++i) {
         const bool isHeld = looks[i].verdict == FileVerdict::Held;
         const uint64_t confirmAt = m_files[i].ConfirmAt();

@@ -68,6 +68,7 @@ private:
     bool m_isPassOwed = false; // a notice came, and its pass waits
     std::array<Trouble, 3> m_trouble;
     uint64_t m_troubleSince = 0;
+    uint64_t m_troubleLook = 0;          // the last one
     uint32_t m_heldPause = 0;            // before the next look at a held file
     uint64_t m_lookAgainAt = UINT64_MAX; // in Clock::Milliseconds()
     Selection m_lookAgain{};             // at these files

@@ -32,7 +32,7 @@ constexpr size_t kMostProblems = 50;
 constexpr double kLongestReloadMilliseconds = 1000;
 
 fs::path MakeDataFolder(const ScratchFolder& scratch) {
-    const fs::path folder = scratch.Path() / L"ZQserver";
+    fs::path folder = scratch.Path() / L"ZQserver";
     fs::create_directory(folder);
     return folder;
 }

@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr uint64_t kLargestFile = 16 * 1024 * 1024;
+constexpr uint64_t kLargestFile = uint64_t{16} * 1024 * 1024;
 constexpr std::array<const wchar_t*, 2> kCopyFolders = {L"rejected", L"kept"};
 
 struct CloseOpenHandle {

@@ -76,9 +76,10 @@ void AddEntry(const VariableBatch::Entry& entry, std::vector<Variable>& variable
 // What a file gives, as the module would list it: of one name and type the last one counts.
 std::vector<Variable> VariablesOf(const FileCheck& check) {
     std::vector<Variable> variables;
-    for (auto placed = check.Variables().rbegin(); placed != check.Variables().rend(); ++placed) {
-        AddEntry(*placed->entry, variables);
+    for (const auto& placed : check.Variables()) {
+        AddEntry(*placed.entry, variables);
     }
+    std::reverse(variables.begin(), variables.end());
     std::stable_sort(variables.begin(), variables.end(), [](const Variable& a, const Variable& b) {
         const int order = a.name.compare(b.name);
         return order != 0 ? order < 0 : a.Type() < b.Type();

@@ -8,7 +8,7 @@ namespace zq::tool {
 namespace {
 
 constexpr size_t kMostKept = 2000;
-constexpr size_t kMostKeptBytes = 4 * 1024 * 1024;
+constexpr size_t kMostKeptBytes = size_t{4} * 1024 * 1024;
 
 void WriteFileState(MessageWriter& writer, const DataFileState& file) {
     const auto truth = [&](const char* name, bool value) {
