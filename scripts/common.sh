@@ -16,8 +16,8 @@ print_help() {
   awk 'NR > 1 { if (!sub(/^# ?/, "")) exit; print }' "$0"
 }
 
-# parse_arguments SPECIFICATION ARGUMENT...
-# Answers --help, and fails with exit code 2 on what the specification, a list of words, does not have:
+# parse_arguments KNOWN ARGUMENT...
+# Answers --help, and fails with exit code 2 on what KNOWN, a list of words, does not have:
 #   --name    an option: ${options[--name]} is "yes" when it is given
 #   --name=   one with a value, in the next argument: ${options[--name]} is the value
 #   N..M      how many other arguments there may be, 0..0 without; they are in ${arguments[@]}
