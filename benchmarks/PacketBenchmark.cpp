@@ -342,7 +342,6 @@ void Compare(size_t count, int runs) {
         [&](const std::wstring& name, const void* bytes, size_t length) {
             source.Binary(name, bytes, length);
         });
-    const Mutex mutex;
     PlainSink plain;
     {
         MessagePack messages;
