@@ -39,13 +39,14 @@ export class Client {
     client.messages = [];
     client.lastId = 0;
     client.socket = new WebSocket(`ws://${server.url.host}${path}`, { headers, maxPayload: 0 });
+    // Before the socket opens: the first message may come along with the answer to the handshake.
+    client.socket.on("message", (data) => client.messages.push(JSON.parse(data)));
     client.closed = new Promise((resolve) => client.socket.on("close", (code) => resolve(code)));
     await new Promise((resolve, reject) => {
       client.socket.on("open", resolve);
       client.socket.on("unexpected-response", (_, response) => reject(new Error(`status ${response.statusCode}`)));
       client.socket.on("error", reject);
     });
-    client.socket.on("message", (data) => client.messages.push(JSON.parse(data)));
     return client;
   }
   wait(kind, fits = () => true) {
