@@ -47,7 +47,9 @@ protected:
         for (m_call = 0; m_hasFailed && !HasFailure(); ++m_call) {
             SCOPED_TRACE("allocation " + std::to_string(m_call));
             size_t left = BytesAfter(attempt);
-            if (left != bytes) { // what is made once and kept is not made again
+            // What is made once and kept is not made again, and other threads of the process come to rest;
+            // what is lost is lost each time.
+            for (int again = 0; left != bytes && again < 5; ++again) {
                 bytes = left;
                 left = BytesAfter(attempt);
             }
