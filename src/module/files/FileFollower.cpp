@@ -25,7 +25,12 @@ bool IsTrouble(FileVerdict verdict) {
 
 } // namespace
 
-FollowResult FileFollower::Follow(ReloadCause cause) {
+FollowResult FileFollower::Follow(ReloadCause cause, const NamedFiles& named) {
+    for (size_t i = 0; i < named.size(); ++i) {
+        if (named[i] && IsTrouble(m_trouble[i].verdict)) {
+            m_troubleSince = m_context.files.clock.Milliseconds();
+        }
+    }
     if (cause == ReloadCause::Start) {
         PlanNextLook({}, 0);
     }

@@ -10,6 +10,7 @@
 // Runs on the watcher's thread. Nothing here waits: Follow() says when it wants to be called again.
 #pragma once
 
+#include "module/files/FolderNotice.h"
 #include "module/files/ReloadPass.h"
 
 #include <array>
@@ -40,7 +41,10 @@ public:
 
     // Looks at the files and runs a pass where one is due. Raises std::filesystem::filesystem_error when a
     // file cannot be replaced by its default.
-    FollowResult Follow(ReloadCause cause);
+    //
+    // `named` are the files that the notice has records of: something is happening to them, so that one of
+    // them that is missing or refused is given its time anew, even where each look finds it so.
+    FollowResult Follow(ReloadCause cause, const NamedFiles& named = {});
 
 private:
     // What keeps a pass waiting, to be compared with the next look.

@@ -66,6 +66,17 @@ bool IsConfigFileName(std::wstring_view name) {
     });
 }
 
+NamedFiles FilesNamedIn(std::span<const std::byte> bytes) {
+    NamedFiles named{};
+    for (const Record& record : ReadRecords(bytes)) {
+        for (const ConfigFile file : kConfigFiles) {
+            const bool isNamed = EqualsIgnoringAsciiCase(record.name, NameOfConfigFile(file));
+            named[static_cast<size_t>(file)] = named[static_cast<size_t>(file)] || isNamed;
+        }
+    }
+    return named;
+}
+
 bool IsAboutConfigFile(std::span<const std::byte> bytes) {
     const std::vector<Record> records = ReadRecords(bytes);
     const auto first = std::find_if_not(records.begin(), records.end(), IsPassedOver);

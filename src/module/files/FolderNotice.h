@@ -9,6 +9,9 @@
 // No state, no Win32 calls.
 #pragma once
 
+#include "config/ConfigFile.h"
+
+#include <array>
 #include <cstddef>
 #include <span>
 #include <string_view>
@@ -20,5 +23,9 @@ bool IsConfigFileName(std::wstring_view name);
 
 // `records` are FILE_NOTIFY_INFORMATION records, as the system wrote them into the buffer.
 bool IsAboutConfigFile(std::span<const std::byte> records);
+
+// Which of the three files any of the records is about, hidden or not.
+using NamedFiles = std::array<bool, kConfigFiles.size()>;
+NamedFiles FilesNamedIn(std::span<const std::byte> records);
 
 } // namespace zq

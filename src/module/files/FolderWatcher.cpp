@@ -54,7 +54,7 @@ void FolderWatcher::WatchUntilStopped() {
         }
         if (const DirectoryWatch::Result result = m_watch.Fetch();
             result != DirectoryWatch::Result::Nothing) {
-            m_timer = Follow(CauseOf(result));
+            m_timer = Follow(CauseOf(result), NamedBy(result));
         }
     }
 }
@@ -76,8 +76,13 @@ ReloadCause FolderWatcher::CauseOf(DirectoryWatch::Result result) const {
                : ReloadCause::Other;
 }
 
-uint32_t FolderWatcher::Follow(ReloadCause cause) {
-    const FollowResult result = m_follower.Follow(cause);
+NamedFiles FolderWatcher::NamedBy(DirectoryWatch::Result result) const {
+    return result == DirectoryWatch::Result::Lost ? NamedFiles{true, true, true}
+                                                  : FilesNamedIn(m_watch.Records());
+}
+
+uint32_t FolderWatcher::Follow(ReloadCause cause, const NamedFiles& named) {
+    const FollowResult result = m_follower.Follow(cause, named);
     if (result.isReported) {
         m_context.onConfigReloaded();
     }

@@ -48,7 +48,8 @@ private:
     void WatchUntilStopped();
     Wake WaitForChange(uint32_t milliseconds) const;
     ReloadCause CauseOf(DirectoryWatch::Result result) const;
-    uint32_t Follow(ReloadCause cause);
+    NamedFiles NamedBy(DirectoryWatch::Result result) const;
+    uint32_t Follow(ReloadCause cause, const NamedFiles& named = {});
     bool IsRequested() const override;
 
     WatcherContext m_context;

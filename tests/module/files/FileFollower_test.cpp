@@ -534,5 +534,18 @@ TEST_F(Following, ATimerWithNothingToDoAsksForNoOther) {
     EXPECT_TRUE(host.Lines().empty());
 }
 
+TEST_F(Following, ANoticeOfTheFileStartsThe700MillisecondsAgainThoughEachLookFindsItMissing) {
+    fs::remove(PathOf(kSettings));
+    Notice();
+    for (int i = 0; i < 20; ++i) {
+        RunFor(100);
+        m_follower.Follow(ReloadCause::Notice, {true, false, false});
+    }
+    EXPECT_EQ(Times{}, m_passes);
+
+    RunFor(700);
+    EXPECT_EQ(1U, m_passes.size());
+}
+
 } // namespace
 } // namespace zq::test
