@@ -30,11 +30,11 @@ using tcp = asio::ip::tcp;
 using ErrorCode = beast::error_code;
 
 constexpr size_t kMostConnections = 256;
-constexpr size_t kMostHeaderBytes = 8 * 1024;
-constexpr size_t kMostMessageBytes = 16 * 1024 * 1024;
+constexpr size_t kMostHeaderBytes = size_t{8} * 1024;
+constexpr size_t kMostMessageBytes = size_t{16} * 1024 * 1024;
 // What may wait for one connection: of what everybody is sent, and of answers.
-constexpr size_t kMostQueuedBytes = 4 * 1024 * 1024;
-constexpr size_t kMostAnswerBytes = 64 * 1024 * 1024;
+constexpr size_t kMostQueuedBytes = size_t{4} * 1024 * 1024;
+constexpr size_t kMostAnswerBytes = size_t{64} * 1024 * 1024;
 constexpr std::chrono::seconds kHttpTimeout(15);
 
 using Request = http::request<http::empty_body>;
