@@ -32,6 +32,10 @@ if(ZQ_SANITIZE)
   target_compile_definitions(zq_options INTERFACE _GLIBCXX_ASSERTIONS)
   target_compile_options(zq_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
                                               -fno-omit-frame-pointer)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    target_compile_options(zq_options
+                           INTERFACE -fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/sanitizer-ignorelist.txt)
+  endif()
   target_link_options(zq_options INTERFACE -fsanitize=address,undefined)
 endif()
 

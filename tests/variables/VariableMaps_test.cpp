@@ -108,7 +108,7 @@ TEST(VariableMaps, BatchThatFailsHalfWayLeavesNoTrace) {
     failing.AddBool(L"New", 0);
     failing.AddString(L"Text", L"b");
     failing.AddString(L"Text", L"c");
-    failing.AddString(L"Huge", {L"x", SIZE_MAX / sizeof(wchar_t)}); // no memory can hold it
+    failing.AddString(L"Huge", {L"x", PTRDIFF_MAX / sizeof(wchar_t)}); // longer than any string may be
 
     EXPECT_THROW(maps.Apply(failing), std::exception);
 
