@@ -21,7 +21,7 @@ TEST(Text, AsciiIsTheSameInBothCodePages) {
     EXPECT_EQ(wide, DecodeFileText(kCodePageUtf8, all.data(), 0x80));
 }
 
-TEST(Text, EveryLengthAndPlaceOfAWideCharacterDecodes) {
+TEST(Text, EveryLengthAndOffsetOfAWideCharacterDecodes) {
     for (size_t length = 0; length < 70; ++length) {
         const std::string ascii(length, 'x');
         EXPECT_EQ(std::wstring(length, L'x'),

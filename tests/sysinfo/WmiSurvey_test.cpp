@@ -171,7 +171,7 @@ TEST_F(WmiSurvey, IsCompleteWhenTheHostHasSetSecurity) {
     EXPECT_EQ(6U, wbem.Calls().size());
 }
 
-TEST_F(WmiSurvey, FallsBackWithoutAWordWhenTheLocatorIsMissing) {
+TEST_F(WmiSurvey, FallsBackSilentlyWhenTheLocatorIsMissing) {
     wbem.locatorResult = REGDB_E_CLASSNOTREG;
 
     SurveyOnNewThread();

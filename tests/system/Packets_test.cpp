@@ -82,13 +82,13 @@ void ExpectEqual(const Module& expected, const Module& actual) {
     }
 }
 
-TEST(Packets, AnEmptyStoreIsTheHeaderAlone) {
+TEST(Packets, AnEmptyStoreIsOnlyTheHeader) {
     const Module module;
 
     EXPECT_EQ(kHeader, PackAll(module).Copy());
 }
 
-TEST(Packets, TheHeaderAloneUnpacksToNothing) {
+TEST(Packets, OnlyAHeaderUnpacksToNothing) {
     const Module module;
 
     EXPECT_EQ(1, Unpack(module, kHeader));
@@ -284,7 +284,7 @@ TEST(Packets, TenThousandVariablesOfAllTypesReachAnotherModule) {
     EXPECT_EQ(PackAll(source).size, PackAll(target).size);
 }
 
-TEST(Packets, UnpackingAgainTellsOfBinariesAloneAndNeverTheSource) {
+TEST(Packets, UnpackingAgainNotifiesOfBinariesOnlyAndNeverTheSource) {
     const Module module;
     SetTenThousand(module.Variables());
     NoticeHost host;
@@ -323,7 +323,7 @@ TEST(Packets, APacketIsAnOrdinaryBlockOfTheProcessHeap) {
     EXPECT_TRUE(HeapValidate(GetProcessHeap(), 0, nullptr));
 }
 
-// Memory whose last byte stands before an unreadable page.
+// Memory whose last byte lies before an unreadable page.
 class GuardedBytes {
 public:
     static constexpr size_t kPage = 4096;
@@ -377,7 +377,7 @@ bool HasHeader(const std::vector<unsigned char>& bytes) {
     return bytes.size() >= 8 && std::equal(kHeader.begin(), kHeader.begin() + 3, bytes.begin());
 }
 
-TEST(Packets, DamagedPacketsAreReadUpToTheirLastByteAtTheMost) {
+TEST(Packets, DamagedPacketsAreReadNoFurtherThanTheirLastByte) {
     const Module module;
     GuardedBytes memory;
     std::mt19937 random(3);

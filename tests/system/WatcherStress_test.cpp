@@ -75,7 +75,7 @@ TEST_F(WatcherStress, NoSlowEditIsReplacedByTheDefault) {
 
 TEST_F(WatcherStress, AnOverflowOfTheBufferBringsAPassByItself) {
     host.onReloaded = Once([this] {
-        // While the host holds the watcher more changes come than its buffer can tell.
+        // While the host holds the watcher more changes come than its buffer can hold.
         EXPECT_EQ(0U, ChildProcess(Command(L"touch", 400, 0)).ExitCode());
         WriteBytes(folders.Private(kQualityName), R"({"AfterOverflow":1})");
     });
@@ -92,7 +92,7 @@ TEST_F(WatcherStress, AmongThousandsOfOtherFilesAllThreeEndAsOnDisk) {
 
     EXPECT_EQ(0U, ChildProcess(Command(L"touch", files, 0)).ExitCode());
 
-    // A change that stands first in its completion brings all three up to date, whatever went unnoticed
+    // A change that comes first in its completion brings all three up to date, whatever went unnoticed
     // before.
     Sleep(200);
     WriteBytes(folders.Private(kQualityName), R"({"Last":1})");

@@ -147,14 +147,14 @@ TEST_F(Watcher, StoppingWithoutAPendingChangeEndsTheThreadAtOnce) {
     EXPECT_EQ(expected, host.Lines());
 }
 
-TEST_F(Watcher, AChangeBehindAnotherFilesRecordWaitsForTheNextMatchingOne) {
+TEST_F(Watcher, AChangeAfterAnotherFilesRecordWaitsForTheNextMatchingOne) {
     host.onReloaded = Once([this] {
         // While the host holds the watcher both changes arrive in one completion, the other file's first.
         WriteBytes(folders.DataDir() / L"a.tmp", "x");
         WriteBytes(folders.Private(kSettingsName), R"({"Edit":2})");
         Sleep(kRequestMilliseconds);
     });
-    // A rename is one change: nothing of it is left to stand first in the next completion.
+    // A rename is one change: nothing of it is left to come first in the next completion.
     WriteBytes(folders.Outside(L"new.json"), R"({"Edit2":1})");
     fs::rename(folders.Outside(L"new.json"), folders.Private(kQualityName));
     ASSERT_TRUE(WaitFor([&] { return host.Reloads() > 0; }));
@@ -184,7 +184,7 @@ TEST_F(Watcher, AnExactCopyOfTheRecordedTimeCountsAsUnchanged) {
     EXPECT_EQ(std::nullopt, module.Int64(L"Edit"));
 }
 
-TEST_F(Watcher, EveryHostHearsOneReloadForAFileAndNothingOfItsVariables) {
+TEST_F(Watcher, EveryHostIsNotifiedOfOneReloadForAFileAndNotOfItsVariables) {
     NoticeHost first;
     NoticeHost second;
     module.Variables().RegisterHost(&first);
