@@ -95,9 +95,9 @@ private:
     ImportPatch m_terminate;
 };
 
-class ThreadEnds : public testing::Test {
+class EndOfThreads : public testing::Test {
 protected:
-    ThreadEnds() {
+    EndOfThreads() {
         m_host.onLog = [this](const LogLine& line) {
             if (line.text == L"ThreadEntryWatchConfig begin.") {
                 m_watcherId = GetCurrentThreadId();
@@ -119,7 +119,7 @@ protected:
     int64_t m_value = 0;
 };
 
-TEST_F(ThreadEnds, ADeliveryThreadThatWasAskedToEndLeavesZero) {
+TEST_F(EndOfThreads, ADeliveryThreadThatWasAskedToEndLeavesZero) {
     NoticeHost host;
     const OpenedThread thread(ThreadOf(host));
     EXPECT_EQ(std::nullopt, thread.ExitCode());
@@ -129,7 +129,7 @@ TEST_F(ThreadEnds, ADeliveryThreadThatWasAskedToEndLeavesZero) {
     EXPECT_EQ(0U, thread.ExitCode());
 }
 
-TEST_F(ThreadEnds, ATerminatedDeliveryThreadLeavesZeroAfterAWaitOfOneSecond) {
+TEST_F(EndOfThreads, ATerminatedDeliveryThreadLeavesZeroAfterAWaitOfOneSecond) {
     const EndCalls calls;
     BlockingHost host;
     m_module.Variables().RegisterHost(&host);
@@ -143,7 +143,7 @@ TEST_F(ThreadEnds, ATerminatedDeliveryThreadLeavesZeroAfterAWaitOfOneSecond) {
     EXPECT_EQ((std::vector<DWORD>{0}), calls.TerminationCodes());
 }
 
-TEST_F(ThreadEnds, TheWatchersThreadIsWaitedForOneSecondAndLeavesZero) {
+TEST_F(EndOfThreads, TheWatchersThreadIsWaitedForOneSecondAndLeavesZero) {
     const EndCalls calls;
     ModuleFolders folders;
     InitAndWatch(m_module, m_host, folders);
@@ -158,7 +158,7 @@ TEST_F(ThreadEnds, TheWatchersThreadIsWaitedForOneSecondAndLeavesZero) {
 }
 
 // Only a wait that timed out says that the thread still runs.
-TEST_F(ThreadEnds, AThreadWhoseWaitFailsIsNotTerminated) {
+TEST_F(EndOfThreads, AThreadWhoseWaitFailsIsNotTerminated) {
     NoticeHost host;
     const OpenedThread thread(ThreadOf(host));
     {
@@ -172,7 +172,7 @@ TEST_F(ThreadEnds, AThreadWhoseWaitFailsIsNotTerminated) {
     EXPECT_TRUE(WaitFor([&] { return thread.ExitCode() == 0U; }));
 }
 
-TEST_F(ThreadEnds, TheObjectsEndLeavesBinariesToDoRelease) {
+TEST_F(EndOfThreads, TheObjectsEndLeavesBinariesToDoRelease) {
     constexpr size_t kBytes = 3 << 20;
     const std::vector<char> value(kBytes, 'b');
     const auto heldAfter = [&](bool isReleased) {

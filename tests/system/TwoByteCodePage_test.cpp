@@ -23,7 +23,7 @@ int WINAPI ToBytes(UINT codePage, DWORD flags, LPCWCH wide, int length, LPSTR by
 BOOL WINAPI PageInfo(UINT codePage, LPCPINFO info) { return GetCPInfo(Replaced(codePage), info); }
 
 // A copy of the DLL: it asks the system about the code page once.
-class DoubleByteCodePage : public testing::Test {
+class TwoByteCodePage : public testing::Test {
 protected:
     void Init(std::string_view settings) {
         WriteBytes(m_folders.Private(kSettingsName), settings);
@@ -44,14 +44,14 @@ protected:
     Module m_module{m_dll.Create()};
 };
 
-TEST_F(DoubleByteCodePage, AFileOfAsciiLoads) {
+TEST_F(TwoByteCodePage, AFileOfAsciiLoads) {
     Init(R"({"A":"text","B":1})");
 
     EXPECT_EQ(L"text", m_module.String(L"A"));
     EXPECT_EQ(1, m_module.Int64(L"B"));
 }
 
-TEST_F(DoubleByteCodePage, AFileWithACharacterOfTwoBytesIsRefused) {
+TEST_F(TwoByteCodePage, AFileWithACharacterOfTwoBytesIsRefused) {
     Init("{\"A\":\"\x82\xA0\"}");
 
     EXPECT_TRUE(host.Has(RefusalOf(9, 10)));
@@ -59,13 +59,13 @@ TEST_F(DoubleByteCodePage, AFileWithACharacterOfTwoBytesIsRefused) {
 }
 
 // Its second byte is that of a backslash, which would escape the closing quote.
-TEST_F(DoubleByteCodePage, ASecondByteIsNoCharacterOfItsOwn) {
+TEST_F(TwoByteCodePage, ASecondByteIsNoCharacterOfItsOwn) {
     Init("{\"A\":\"\x83\x5C\"}");
 
     EXPECT_TRUE(host.Has(RefusalOf(9, 10)));
 }
 
-TEST_F(DoubleByteCodePage, ACharacterOfOneByteIsOne) {
+TEST_F(TwoByteCodePage, ACharacterOfOneByteIsOne) {
     Init("{\"A\":\"\xB1\"}"); // a katakana of half width
 
     EXPECT_EQ(L"\xFF71", m_module.String(L"A"));
