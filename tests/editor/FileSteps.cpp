@@ -57,6 +57,9 @@ void Append(const std::wstring& path, std::string_view bytes) {
 
 void Delete(const std::wstring& path) {
     Until("delete the file", [&] { return DeleteFileW(path.c_str()) != 0; });
+    // While others have it open, Windows frees the name at once or refuses to open it. Wine lets it be opened
+    // and written again, and then deletes it.
+    Until("see the file gone", [&] { return GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES; });
 }
 
 void Move(const std::wstring& from, const std::wstring& to) {

@@ -49,9 +49,9 @@ INSTANTIATE_TEST_SUITE_P(
         Tool{"MoveOverInTheFolder", "sh -c 'sed s/0/7/ " ZQ_FILE " > new; mv new " ZQ_FILE "'"},
         Tool{"Redirection", "cat ../new > " ZQ_FILE}, Tool{"Tee", "tee " ZQ_FILE " < ../new"},
         Tool{"Dd", "dd if=../new of=" ZQ_FILE " bs=1 conv=notrunc"},
-        Tool{"Vim", "vim -Nu NONE -es -c 'set nofixeol backupcopy=yes' -c s/0/7/ -c wq " ZQ_FILE},
+        Tool{"Vim", "vi -Nu NONE -es -c 'set nofixeol backupcopy=yes' -c s/0/7/ -c wq " ZQ_FILE},
         Tool{"VimWithBackup",
-             "vim -Nu NONE -es -c 'set nofixeol backup backupcopy=no' -c s/0/7/ -c wq " ZQ_FILE, true},
+             "vi -Nu NONE -es -c 'set nofixeol backup backupcopy=no' -c s/0/7/ -c wq " ZQ_FILE, true},
         Tool{"Install", "install -m 644 ../new " ZQ_FILE}, Tool{"Rsync", "rsync --checksum ../new " ZQ_FILE}),
     [](const auto& test) { return std::string(test.param.name); });
 #undef ZQ_FILE
