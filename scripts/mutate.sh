@@ -72,7 +72,7 @@ build_and_test() {
 
 # What has to catch a random fault: programs and filters, the fastest first.
 tests_of() {
-  local quick='-*Stress*:*Soak*:BadMoments*' component=${1#src/}
+  local quick='-*Stress*:*Soak*:BadMoments*:*Moments*' component=${1#src/}
   component=${component%/*}
   case $component in
     base | config | config/json | variables) echo "portable *" ;;&

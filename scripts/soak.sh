@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Runs the long forms of the tests, which test.sh leaves out: scripts/soak.sh [release|debug] [GTEST_FILTER]
-# Some minutes: hundreds of edits by a second process, lifecycles, stops, saves and changes under load; then everything
-# together on eight threads, for a minute under ThreadSanitizer and for an hour under Wine, or both for as many seconds as
-# ZQ_SOAK_SECONDS says. Ends with two builds of the committed state that must give the same bytes; none with a filter.
+# Half an hour of bad moments for the files (scripts/bad-moments.sh), lifecycles, stops, saves and changes under load; then
+# everything together on eight threads, for a minute under ThreadSanitizer and for an hour under Wine, or both for as many
+# seconds as ZQ_SOAK_SECONDS says. Ends with two builds of the committed state that must give the same bytes; none with a filter.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '0..2' "$@"
 preset=${arguments[0]:-release}

@@ -156,6 +156,9 @@ uint32_t DeletePath(const std::wstring& path) {
 }
 
 bool IsLinkElsewhere(const std::wstring&) { return false; }
+bool LeadsElsewhere(void*, const std::wstring&) { return false; }
+
+PinnedFolder::PinnedFolder(const std::wstring& path) : m_folder(Open(path, O_RDONLY | O_DIRECTORY)) {}
 
 std::wstring TemporaryPath(const std::wstring& path) {
     static std::atomic<unsigned> next{0};
