@@ -92,6 +92,8 @@ const std::map<std::string, const char*> kNotFailed = {
     {"GetThreadContext", "cannot fail for a suspended thread that is owned"},
     {"GetTickCount64", "cannot fail"},
     {"HeapAlloc", "fails in turn in tests of its own"},
+    {"HeapLock", "cannot fail for the process heap"},
+    {"HeapUnlock", "cannot fail for the process heap"},
     {"HeapFree", "cannot fail for a block that is owned"},
     {"QueryPerformanceCounter", "cannot fail"},
     {"ReleaseMutex", "cannot fail for the owner"},
