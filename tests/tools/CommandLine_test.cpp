@@ -95,7 +95,8 @@ TEST(CommandLine, HelpOfACommandListsItsOptions) {
 TEST(CommandLine, VersionNamesAllVersions) {
     const std::string output = RunTool(L"--version").output;
 
-    EXPECT_TRUE(output.starts_with("zqsettings 1.0.0\nZQModSettings.dll 1.0.0 (")) << output;
+    EXPECT_TRUE(output.starts_with("zqsettings " ZQ_VERSION "\nZQModSettings.dll " ZQ_VERSION " ("))
+        << output;
     EXPECT_TRUE(output.ends_with("\nvariable packets 1\nJSON messages 1\n")) << output;
 }
 
