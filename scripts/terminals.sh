@@ -9,10 +9,11 @@ cd "$root"
 build release --target zqsettings
 
 folder=$(mktemp -d)
-socket=zqsettings-$$
+socket=
 trap 'tmux -L "$socket" kill-server 2>/dev/null || true; rm -rf "$folder"' EXIT
-mkdir "$folder/ZQserver"
+mkdir -p "$folder/ZQserver" "$folder/good/ZQserver"
 cp defaults/* "$folder/ZQserver/"
+cp defaults/* "$folder/good/ZQserver/"
 sed -e 's/"Settings.CurrentBitrate": 70/"Settings.CurrentBitrate": "90"/' -e 's/"DHI": 0,/"DHI": 0,,/' \
   defaults/ZQ2_serverSetting.setting >"$folder/ZQserver/ZQ2_serverSetting.setting"
 # What the file's text may not do to the terminal, and letters beyond ASCII.
@@ -25,6 +26,7 @@ truncate -s -1 "$folder/names.json"
 capture() {
   local columns=$1 options=$2
   shift 2
+  socket=zqsettings-$$-$RANDOM # a server that is about to end takes no new session
   tmux -L "$socket" -f /dev/null new-session -d -x "$columns" -y 70 \
     "cd '$folder'; '$root/scripts/wine-run.sh' '$root/build/release/bin/zqsettings.exe' $* ; echo; echo END-OF-RUN; sleep 60"
   for _ in $(seq 200); do
@@ -51,15 +53,17 @@ show() {
 # On a terminal
 
 What `zqsettings` prints on pseudo terminals of 80 and 200 columns, captured by `scripts/terminals.sh`. A pipe or file gets the
-same text without colours.
+same text without colours. Wine's console counts the bytes of colours as columns: a line that has some is broken earlier here
+than on Windows.
 INTRODUCTION
   for columns in 80 200; do
     printf '\n## %s columns\n' "$columns"
     show "$columns" check ZQserver
-    show "$columns" list --prefix Settings.C --data defaults
+    show "$columns" list --prefix Settings.C --data good
     show "$columns" describe Settings.CurrentBitrate
     show "$columns" set Settings.CurrentBitrate 80 --data .
-    show "$columns" chek
+    show "$columns" get Settings.CurentBitrate --data good
+    show "$columns" set Settings.CurrentBitrate "$columns" --data good
     show "$columns" check names.json --as hmd-list
   done
   cat <<'COLOURS'
@@ -73,6 +77,14 @@ sequences of the first lines of `check` above, as the terminal was sent them (`^
 ```
 COLOURS
   capture 80 -e check ZQserver | sed -e "s#$folder#data#g" -e 's#\\tmp\\tmp\.[A-Za-z0-9]*#data#g' | cat -v | head -n 5
+  cat <<'WATCH'
+```
+
+and of a line of the module in `watch`:
+
+```
+WATCH
+  capture 200 -e watch --for 1 --data good | cat -v | grep 'DoInit begin'
   cat <<'CONTRAST'
 ```
 
