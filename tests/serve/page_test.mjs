@@ -345,6 +345,17 @@ describe("the page", () => {
     assert.ok(await page.$(".log .level-2"));
   });
 
+  test("draws the chart in the colours of the theme", async () => {
+    await goTo(page, "timeline");
+    await seen(page, ".chart canvas");
+    const drawn = () => page.$eval(".chart canvas", (canvas) => canvas.toDataURL());
+    const light = await drawn();
+    await page.emulateMediaFeatures([{ name: "prefers-color-scheme", value: "dark" }]);
+    await until(async () => (await drawn()) !== light, "the chart is dark");
+    await page.emulateMediaFeatures([{ name: "prefers-color-scheme", value: "light" }]);
+    await until(async () => (await drawn()) === light, "the chart is light again");
+  });
+
   test("shows the survey with a bar for each query", async () => {
     await goTo(page, "machine");
     await untilText(page, ".bars", /Win32_VideoController.*ms/);
