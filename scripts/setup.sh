@@ -20,6 +20,8 @@ packages=(
   clang-14 lld-14 libclang-rt-14-dev clang-format-14 clang-tidy-14
   # The header of typed keys, the packages and their tests; the packet readers in Python, TypeScript and C#.
   python3 nodejs node-typescript mono-mcs mono-runtime
+  # Editors and copying tools that the tests put to work on the configuration files.
+  rsync vim-tiny
   # Symbols for Windows in the release, and what reads them back.
   llvm-14 perl
 )

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Runs the long forms of the tests, which test.sh leaves out: scripts/soak.sh [release|debug] [GTEST_FILTER]
-# Some minutes: hundreds of edits by a second process, lifecycles, stops, saves and changes under load; then
-# everything together for an hour, or for as many seconds as ZQ_SOAK_SECONDS says; each command of the tool on each of
-# 1,036 broken files, which takes another hour. Ends with two builds of the committed state
+# Half an hour of bad moments for the files (scripts/bad-moments.sh), lifecycles, stops, saves and changes under load; then
+# everything together for an hour, or for as many seconds as ZQ_SOAK_SECONDS says; each command of the tool on each of 1,036
+# broken files, which takes two hours. Ends with two builds of the committed state
 # that must give the same bytes; none with a filter.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '0..2' "$@"

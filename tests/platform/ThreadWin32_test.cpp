@@ -1,6 +1,7 @@
 #include "platform/Thread.h"
 
 #include "platform/Event.h"
+#include "support/win32/Waiting.h"
 
 #include <gtest/gtest.h>
 
@@ -175,11 +176,7 @@ TEST_F(ThreadStop, AThreadThatTerminatesItselfEndsAtOnce) {
 
     shared.entered.Set();
 
-    const ULONGLONG start = GetTickCount64();
-    while (thread.IsRunning() && GetTickCount64() - start < 5000) {
-        Sleep(1);
-    }
-    EXPECT_FALSE(thread.IsRunning());
+    EXPECT_TRUE(test::WaitFor([&] { return !thread.IsRunning(); }));
 }
 
 } // namespace

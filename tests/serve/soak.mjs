@@ -12,7 +12,7 @@ const kBatchMilliseconds = 250;
 // First, as fast as the page follows, until all that is bounded is full: history, timeline, the heaps' spare memory.
 const kWarmRounds = Math.min(4000, seconds * 7);
 // What a line through the samples may gain over their whole time.
-const kMostGrowth = 0.05;
+const kMostGrowth = 0.03;
 
 const residentMegabytes = (pid) => Number(readFileSync(`/proc/${pid}/status`, "latin1").match(/VmRSS:\s+(\d+)/)[1]) / 1024;
 const mean = (numbers) => numbers.reduce((sum, each) => sum + each, 0) / numbers.length;

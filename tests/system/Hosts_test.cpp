@@ -1,4 +1,5 @@
 // Registered hosts: who hears of which change, in which order, on which thread, and until when.
+#include "support/win32/ImportPatch.h"
 #include "support/win32/Module.h"
 #include "support/win32/ProcessResources.h"
 #include "support/win32/VariableHost.h"
@@ -25,6 +26,33 @@ void ExpectOneSecond(std::chrono::milliseconds time) {
     EXPECT_GE(time.count(), 990);
     EXPECT_LE(time.count(), 4000);
 }
+
+// The DLL's waits for a thread to end.
+class EndWaits {
+public:
+    EndWaits() : m_patch(LoadModuleDll(), "kernel32.dll", "WaitForSingleObject", AsProc(WaitAndSignal)) {
+        ResetEvent(Begun());
+    }
+
+    void WaitForOne() const { EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(Begun(), 10'000)); }
+
+private:
+    static constexpr DWORD kEndMilliseconds = 1000;
+
+    static HANDLE Begun() {
+        static const HANDLE begun = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        return begun;
+    }
+
+    static DWORD WINAPI WaitAndSignal(HANDLE object, DWORD milliseconds) {
+        if (milliseconds == kEndMilliseconds) {
+            SetEvent(Begun());
+        }
+        return WaitForSingleObject(object, milliseconds);
+    }
+
+    ImportPatch m_patch;
+};
 
 class Hosts : public testing::Test {
 protected:
@@ -200,8 +228,9 @@ TEST_F(Hosts, ABatchUnderDeliveryIsFinishedBeforeUnregisterReturns) {
     variables.SetVariableInt64(L"A", 0, nullptr, 0);
     ASSERT_TRUE(WaitFor([&] { return a.Count() == 1; }));
 
+    const EndWaits waits;
     std::thread release([&] {
-        Sleep(100);
+        waits.WaitForOne();
         SetEvent(mayGoOn);
     });
     variables.UnregisterHost(&a);
@@ -223,8 +252,9 @@ TEST_F(Hosts, UndeliveredNoticesAreDroppedByUnregister) {
         variables.SetVariableInt64(L"A", i, nullptr, 0);
     }
 
+    const EndWaits waits;
     std::thread release([&] {
-        Sleep(100);
+        waits.WaitForOne();
         SetEvent(mayGoOn);
     });
     variables.UnregisterHost(&a);

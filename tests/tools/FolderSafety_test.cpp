@@ -196,7 +196,12 @@ protected:
         SCOPED_TRACE(command.line);
         const Snapshot before = SnapshotOf(m_folders.DataDir());
 
-        const ToolRun run = RunTool(LineOf(command));
+        ToolRun run{};
+        try {
+            run = RunTool(LineOf(command));
+        } catch (const std::exception& error) {
+            ADD_FAILURE() << error.what(); // and on with the other commands
+        }
 
         EXPECT_LE(run.exitCode, 2u) << run.errors;
         for (const std::wstring& name : ChangedNames(before, SnapshotOf(m_folders.DataDir()))) {
