@@ -30,7 +30,7 @@ struct Kind {
     const char* moment;
     const wchar_t* style;
     std::array<int, 3> durations;
-    int tries = 100; // for each duration, in the long form
+    int tries = 45; // for each duration, in the long form
 };
 
 class EditedBy : public WatchedFolder, public testing::WithParamInterface<Kind> {};
