@@ -61,7 +61,7 @@ INSTANTIATE_TEST_SUITE_P(
         Kind{"InPieces", "truncated, written in pieces", L"pieces", {0, 20, 100}},
         Kind{"OverwrittenByLonger", "overwritten in pieces, longer", L"overlong", {0, 20, 100}},
         Kind{"OverwrittenByShorter", "overwritten in pieces, shorter", L"overshort", {0, 20, 100}},
-        Kind{"ByseveralOpens", "written by several opens", L"opens", {0, 60, 120}},
+        Kind{"BySeveralOpens", "written by several opens", L"opens", {0, 60, 120}},
         Kind{"ByteByByte", "written byte by byte", L"bytes", {0, 60, 200}},
         Kind{"TwiceAtOnce", "two writes one after the other", L"twice", {0, 1, 20}},
         Kind{"DeletedAndCreated", "deleted, created again", L"recreate", {0, 40, 200}},
