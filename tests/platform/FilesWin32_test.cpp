@@ -49,6 +49,18 @@ TEST_F(FileOperations, ACopyHasTheTimeAndTheContentButIsNotReadOnly) {
     SetFileAttributesW(From().c_str(), FILE_ATTRIBUTE_NORMAL);
 }
 
+// Sparse: it takes no room on the disk.
+TEST_F(FileOperations, AFileOfTwoGigabytesCannotBeRead) {
+    WriteBytes(From(), "");
+    std::filesystem::resize_file(From(), uint64_t{1} << 31U);
+
+    const FileSnapshot snapshot = ReadSnapshot(From());
+
+    EXPECT_EQ(FileAccess::Failed, snapshot.access);
+    EXPECT_EQ(DWORD{ERROR_FILE_TOO_LARGE}, snapshot.error);
+    EXPECT_TRUE(snapshot.bytes.empty());
+}
+
 TEST_F(FileOperations, ACopyReplacesNothing) {
     WriteBytes(From(), "content");
     WriteBytes(To(), "stays");
