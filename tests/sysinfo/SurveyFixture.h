@@ -73,9 +73,9 @@ protected:
         RunOnNewThread([this] { Survey(); });
     }
 
-    static FakeObject IpEnabledAdapter(std::vector<std::optional<std::wstring>> addresses,
+    static FakeObject IpEnabledAdapter(const std::vector<std::optional<std::wstring>>& addresses,
                                        const wchar_t* description) {
-        return {{L"IPAddress", TextsValue(std::move(addresses))}, {L"Description", TextValue(description)}};
+        return {{L"IPAddress", TextsValue(addresses)}, {L"Description", TextValue(description)}};
     }
 
     FakeWbem wbem;
