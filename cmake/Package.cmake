@@ -33,6 +33,7 @@ install(FILES ${microsoft_import_library} DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ TYPE INCLUDE FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
 install(FILES ${ZQ_KEYS_HEADER} TYPE INCLUDE)
 install(FILES ${CMAKE_BINARY_DIR}/ZQModSettingsConfig.cmake ${CMAKE_BINARY_DIR}/ZQModSettingsConfigVersion.cmake
+              ${CMAKE_CURRENT_LIST_DIR}/ZQModSettingsDeploy.cmake
         DESTINATION ${package_dir})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/defaults DESTINATION ${CMAKE_INSTALL_BINDIR})
 # Where the links of the guides expect them.

@@ -6,6 +6,7 @@ scripts/bench-report.md.in; the functions that its lines {{...}} call are those 
 """
 import argparse
 import collections
+import itertools
 import os
 import pathlib
 import platform
@@ -48,6 +49,11 @@ def short_value(value):
 def package_version(name):
     found = subprocess.run(["dpkg-query", "--show", "--showformat=${Version}", name], capture_output=True, text=True)
     return found.stdout or "unknown"
+
+
+# The module's line has one colour in every chart; the others stay readable on white and to colour-blind eyes.
+MODULE_COLOUR = "dark-violet"
+PEER_COLOURS = ["#009e73", "#0072b2", "#d55e00", "#56b4e9", "#8a6d00", "#cc79a7"]
 
 
 def plot(file, title, commands):
@@ -96,8 +102,9 @@ class Report:
         rows = self.group(name)
         sizes = [size for values in rows.values() for size in values]
         commands = [terminal(480), f"set xlabel '{x_label}'", f"set ylabel '{y_label}'", "set logscale xy", "set grid",
-                    "set key outside right top", "set format x '%.0s%c'", f"set xrange [{min(sizes)}:{max(sizes)}]"]
+                    "set key outside right top", "set format x '%.0s%c'", "set format y '%.12g'", f"set xrange [{min(sizes)}:{max(sizes)}]"]
         series = []
+        colours = itertools.cycle(PEER_COLOURS)
         for number, (competitor, values) in enumerate(rows.items(), 1):
             points = "\n".join(f"{size} {value}" for size, value in sorted(values.items()))
             commands.append(f"$series{number} << END\n{points}\nEND")
@@ -105,7 +112,9 @@ class Report:
             if competitor.startswith("floor:"):
                 style = "with lines dashtype 2 linecolor rgb 'gray40'"
             elif competitor in MODULE:
-                style += " linewidth 3"
+                style += f" linewidth 3 linecolor rgb '{MODULE_COLOUR}'"
+            else:
+                style += f" linecolor rgb '{next(colours)}'"
             series.append(f"$series{number} using 1:2 {style} title '{competitor}'")
         plot(CHARTS / f"{name}.svg", title, commands + ["plot " + ", ".join(series)])
         return f"![{title}](benchmarks/{name}.svg)"
@@ -117,8 +126,8 @@ class Report:
         points = "\n".join(f'{number} {value} "{competitor.replace(" ", chr(92) + "n")}" "{short_value(value)}"'
                            for number, (competitor, value) in enumerate(values.items()))
         commands = [terminal(360), f"set ylabel '{y_label}'", "set style fill solid 0.6", "set boxwidth 0.6", "set grid y",
-                    f"set yrange [0:{max(values.values()) * 1.12}]", "unset key", "set bmargin 6", f"$bars << END\n{points}\nEND",
-                    "plot $bars using 1:2:xticlabels(3) with boxes linecolor rgb 'dark-violet', "
+                    f"set yrange [0:{max(values.values()) * 1.25}]", "unset key", "set bmargin 6", f"$bars << END\n{points}\nEND",
+                    "plot $bars using 1:2:xticlabels(3) with boxes linecolor rgb '" + MODULE_COLOUR + "', "
                     "$bars using 1:2:4 with labels offset 0,0.7"]
         plot(CHARTS / f"{name}.svg", title, commands)
         return f"![{title}](benchmarks/{name}.svg)"

@@ -7,13 +7,8 @@ parse_arguments '' "$@"
 
 "$root/scripts/setup.sh"
 cd "$root"
-echo "demo.sh: building"
-mkdir -p build
-if ! { cmake --preset release && cmake --build --preset release --target zqsettings; } >build/demo.log 2>&1; then
-  tail -n 40 build/demo.log >&2
-  echo "demo.sh: the build failed; build/demo.log holds all of its output." >&2
-  exit 1
-fi
+echo "$script: building"
+build release --target zqsettings
 
 tool() {
   echo

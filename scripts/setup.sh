@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# Installs what the project needs on Debian 12 and this machine lacks: scripts/setup.sh [--benchmarks] [--coverage]
+# Installs what the project needs on Debian 12 and this machine lacks: scripts/setup.sh [--benchmarks] [--coverage] [--terminals]
 #   --benchmarks   also the libraries that the benchmarks compare with
 #   --coverage     also what counts covered lines
+#   --terminals    also the terminal that scripts/terminals.sh captures
 # Needs root and a package mirror only when something is missing.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
-parse_arguments '--benchmarks --coverage' "$@"
+parse_arguments '--benchmarks --coverage --terminals' "$@"
 
 packages=(
   # Cross-compiler, build, and what runs the result.
@@ -19,6 +20,8 @@ packages=(
   clang-14 lld-14 libclang-rt-14-dev clang-format-14 clang-tidy-14
   # The header of typed keys, the packages and their tests; the packet readers in Python, TypeScript and C#.
   python3 nodejs node-typescript mono-mcs mono-runtime
+  # Editors and copying tools that the tests put to work on the configuration files.
+  rsync vim-tiny
   # Symbols for Windows in the release, and what reads them back.
   llvm-14 perl
 )
@@ -26,6 +29,7 @@ benchmark_packages=(python3 nlohmann-json3-dev libcereal-dev robin-map-dev
   gnuplot-nox)
 
 [[ -z ${options[--coverage]:-} ]] || packages+=(gcovr)
+[[ -z ${options[--terminals]:-} ]] || packages+=(tmux)
 [[ -z ${options[--benchmarks]:-} ]] || packages+=("${benchmark_packages[@]}")
 
 # The dashboard's page; any node from 18 on will do. Debian's npm needs Debian's node.

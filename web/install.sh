@@ -1,24 +1,20 @@
 #!/usr/bin/env bash
-# Fetches the page's packages as the lock file names them: web/install.sh
-set -euo pipefail
+# Fetches the npm packages of a folder as its lock file names them: web/install.sh [FOLDER]
+# FOLDER is this one, with the page's packages, or tests/serve.
+source "$(dirname "${BASH_SOURCE[0]}")/../scripts/common.sh"
+parse_arguments '0..1' "$@"
 
-web=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
-if [[ ${1:-} == --help ]]; then
-  sed -n '2s/^# //p' "${BASH_SOURCE[0]}"
-  exit 0
-fi
-cd "$web"
+cd "${arguments[0]:-$root/web}"
 # Two presets may be built at once.
 exec 9<package-lock.json
 flock 9
-if [[ node_modules/.installed -nt package-lock.json && node_modules/.installed -nt install.sh ]]; then
+if [[ node_modules/.installed -nt package-lock.json && node_modules/.installed -nt "$root/web/install.sh" ]]; then
   exit 0
 fi
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 if ! npm ci --ignore-scripts --no-audit --no-fund --loglevel=error >"$log" 2>&1; then
   tail -n 5 "$log" >&2
-  echo "web/install.sh: the page's packages cannot be fetched; is the npm registry reachable? Configure with -DZQ_PAGE=OFF for a zqsettings without its page." >&2
-  exit 1
+  fail "the packages of $PWD cannot be fetched; is the npm registry reachable? Configure with -DZQ_PAGE=OFF for a zqsettings without its page."
 fi
 touch node_modules/.installed

@@ -10,6 +10,9 @@ EditableFile::EditableFile(const std::wstring& path)
                                          FILE_ATTRIBUTE_NORMAL, nullptr))) {
     if (!m_file) {
         m_access = AccessOf(GetLastError());
+    } else if (LeadsElsewhere(m_file.get(), path)) {
+        m_file.reset();
+        m_access = FileAccess::Failed;
     }
 }
 

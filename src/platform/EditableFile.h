@@ -15,7 +15,7 @@ namespace zq {
 class EditableFile {
 public:
     // Opens an existing file; others may read it, rename it and delete it, but not write. Access() says how
-    // it went.
+    // it went: Failed also where the path leads to a file in another folder.
     explicit EditableFile(const std::wstring& path);
 
     FileAccess Access() const { return m_access; }

@@ -1,7 +1,6 @@
 #define _CRT_RAND_S // NOLINT(bugprone-reserved-identifier): asks the library for rand_s
 #include "platform/Files.h"
 
-#include "platform/Handle.h"
 #include "platform/TemporaryName.h"
 
 #include <cstdlib>
@@ -67,6 +66,13 @@ std::wstring FinalPath(HANDLE file) {
 std::wstring_view FolderOf(std::wstring_view path) {
     const size_t backslash = path.rfind(L'\\');
     return path.substr(0, backslash == std::wstring_view::npos ? 0 : backslash);
+}
+
+bool IsFolderItself(HANDLE file) {
+    BY_HANDLE_FILE_INFORMATION information{};
+    return GetFileInformationByHandle(file, &information) &&
+           (information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
+           (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
 }
 
 std::error_code SystemError(uint32_t error) { return {static_cast<int>(error), std::system_category()}; }
@@ -193,12 +199,22 @@ uint32_t DeletePath(const std::wstring& path) {
 
 bool IsLinkElsewhere(const std::wstring& path) {
     const UniqueHandle file = OpenExisting(path, 0, kShareAll, FILE_FLAG_BACKUP_SEMANTICS);
-    if (!file) {
-        return false;
-    }
+    return file && LeadsElsewhere(file.get(), path);
+}
+
+bool LeadsElsewhere(void* file, const std::wstring& path) {
     const UniqueHandle folder =
         OpenExisting(std::wstring(FolderOf(path)) + L"\\", 0, kShareAll, FILE_FLAG_BACKUP_SEMANTICS);
-    return folder && FolderOf(FinalPath(file.get())) != FinalPath(folder.get());
+    return folder && FolderOf(FinalPath(file)) != FinalPath(folder.get());
+}
+
+// The link itself is opened where the system can do that; Wine follows it, which its final path shows.
+PinnedFolder::PinnedFolder(const std::wstring& path)
+    : m_folder(OpenExisting(path, FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                            FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT)) {
+    if (m_folder && (!IsFolderItself(m_folder.get()) || LeadsElsewhere(m_folder.get(), path))) {
+        m_folder.reset();
+    }
 }
 
 std::wstring TemporaryPath(const std::wstring& path) {

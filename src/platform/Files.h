@@ -1,10 +1,12 @@
-// Files as the module uses them: whole, by path, and without disturbing others. Every open here lets others
-// read, write, rename and delete at the same time.
+// Files as the module uses them: whole, by path, and without disturbing others. Every open of a file here
+// lets others read, write, rename and delete it at the same time.
 //
 // A file that another program holds open without sharing is not broken: every operation reports it as held,
 // and the caller tries again later. Errors are the system's codes; 0 is success. Any thread may call; nothing
 // is logged.
 #pragma once
+
+#include "platform/Handle.h"
 
 #include <cstdint>
 #include <optional>
@@ -81,6 +83,23 @@ uint32_t DeletePath(const std::wstring& path);
 // Whether the path leads to a file or folder outside the folder that it names: a link to somewhere else.
 // False when nothing is there.
 bool IsLinkElsewhere(const std::wstring& path);
+
+// The same of a file that has been opened by that path. What is then done with the handle cannot be led
+// elsewhere any more. `file` is a HANDLE.
+bool LeadsElsewhere(void* file, const std::wstring& path);
+
+// A folder that is a folder itself and no link. As long as the object lives nobody can rename or delete it,
+// so that paths through it lead where they led.
+class PinnedFolder {
+public:
+    explicit PinnedFolder(const std::wstring& path);
+
+    // Whether there is such a folder.
+    explicit operator bool() const { return static_cast<bool>(m_folder); }
+
+private:
+    UniqueHandle m_folder;
+};
 
 // A path beside `path` that does not exist yet and that nobody can guess. IsTemporaryName recognises its
 // name.

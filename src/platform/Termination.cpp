@@ -1,5 +1,7 @@
 #include "platform/Termination.h"
 
+#include "platform/Handle.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -10,6 +12,10 @@ namespace {
 constexpr ULONGLONG kWatchMilliseconds = 100;
 // A thread that has not moved in so many looks is waiting inside the system's library, not working there.
 constexpr int kLooksWithoutMove = 20;
+// After so long without a look outside that library a moment inside it will do, if it harms nobody.
+constexpr ULONGLONG kInsideAfterMilliseconds = 80;
+constexpr DWORD kProbeMilliseconds = 10;
+constexpr SIZE_T kProbeStack = 64 * 1024;
 
 // Where the system's library is mapped: the code that holds the locks of the process heap.
 struct CodeRange {
@@ -38,24 +44,85 @@ uintptr_t InstructionOf(HANDLE thread) {
     return GetThreadContext(thread, &context) ? static_cast<uintptr_t>(context.Rip) : 0;
 }
 
+DWORD WINAPI LockHeap(void* /*unused*/) {
+    const HANDLE heap = GetProcessHeap();
+    return HeapLock(heap) && HeapUnlock(heap) ? 0 : 1;
+}
+
+// A thread that takes the lock of the loader, as every new thread does, and then that of the process heap. It
+// ends only when no suspended thread holds one of them or has just been woken to take it.
+class Probe {
+public:
+    Probe() : m_thread(CreateThread(nullptr, kProbeStack, LockHeap, nullptr, 0, nullptr)) {}
+
+    bool HasEnded(DWORD milliseconds) const {
+        return m_thread && WaitForSingleObject(m_thread.get(), milliseconds) == WAIT_OBJECT_0;
+    }
+
+private:
+    UniqueHandle m_thread;
+};
+
+// Whether the rest of the process can go on though the thread is suspended. If not, the thread is let go on
+// for a moment.
+bool OthersCanGoOn(HANDLE suspended) {
+    const Probe probe;
+    if (probe.HasEnded(kProbeMilliseconds)) {
+        return true;
+    }
+    ResumeThread(suspended);
+    probe.HasEnded(kProbeMilliseconds);
+    SuspendThread(suspended);
+    return false;
+}
+
+// A thread inside a call of the kernel is about to return from a stub. It may be queued for a lock, and then
+// must not die: the wake-up that is meant for the next in the queue would be lost.
+bool IsInsideKernel(uintptr_t instruction) {
+    constexpr uint8_t kReturn = 0xC3;
+    return *reinterpret_cast<const uint8_t*>(instruction) == kReturn;
+}
+
+// What is known of a thread from one look to the next.
+class ThreadLooks {
+public:
+    explicit ThreadLooks(HANDLE thread) : m_thread(thread) {}
+
+    // REQUIRES: the thread is suspended.
+    bool IsGoodMoment() {
+        const uintptr_t instruction = InstructionOf(m_thread);
+        m_unmoved = instruction == m_last ? m_unmoved + 1 : 0;
+        m_last = instruction;
+        const ULONGLONG elapsed = GetTickCount64() - m_start;
+        if (!m_system.Contains(instruction) || elapsed >= kWatchMilliseconds) {
+            return true;
+        }
+        const bool isWaiting = m_unmoved >= kLooksWithoutMove;
+        const bool isInsideDue = elapsed >= kInsideAfterMilliseconds && !IsInsideKernel(instruction);
+        return (isWaiting || isInsideDue) && OthersCanGoOn(m_thread);
+    }
+
+    bool HasMoved() const { return m_unmoved == 0; }
+
+private:
+    HANDLE m_thread;
+    CodeRange m_system = SystemLibrary();
+    ULONGLONG m_start = GetTickCount64();
+    uintptr_t m_last = 0;
+    int m_unmoved = 0;
+};
+
 } // namespace
 
 void SuspendOutsideSystemLibrary(HANDLE thread) {
-    const CodeRange system = SystemLibrary();
-    const ULONGLONG start = GetTickCount64();
-    uintptr_t last = 0;
-    int unmoved = 0;
+    ThreadLooks looks(thread);
     while (SuspendThread(thread) != static_cast<DWORD>(-1)) {
-        const uintptr_t instruction = InstructionOf(thread);
-        unmoved = instruction == last ? unmoved + 1 : 0;
-        last = instruction;
-        if (!system.Contains(instruction) || unmoved >= kLooksWithoutMove ||
-            GetTickCount64() - start >= kWatchMilliseconds) {
+        if (looks.IsGoodMoment()) {
             return;
         }
         ResumeThread(thread);
         // On a busy machine a thread that has not moved may only be waiting for a processor.
-        if (unmoved == 0) {
+        if (looks.HasMoved()) {
             SwitchToThread();
         } else {
             Sleep(1);

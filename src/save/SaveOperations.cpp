@@ -56,7 +56,8 @@ SaveResult RewriteOpenFile(const EditableFile& file, const Edit& edit) {
                                                                                   : SaveResult::CannotWrite;
 }
 
-// For a file that can be read at most: what would have been saved is reported as not written.
+// For a file that may not be written, or can only be read: what would have been saved is reported as not
+// written.
 SaveResult TryOnReadOnlyFile(const std::wstring& path, const Edit& edit) {
     DocumentBuffer text;
     const SaveResult result = EditText(ReadSnapshot(path).bytes, edit, text);
@@ -66,14 +67,12 @@ SaveResult TryOnReadOnlyFile(const std::wstring& path, const Edit& edit) {
 // Nothing when another program holds the file and there is time to wait for it.
 std::optional<SaveResult> TryRewrite(const SaveTarget& target, const Edit& edit, bool isLastTry) {
     MutexLock lock(target.fileMutex);
-    if (!IsLinkElsewhere(target.path)) {
-        const EditableFile file(target.path);
-        if (file.Access() == FileAccess::Read) {
-            return RewriteOpenFile(file, edit);
-        }
-        if (file.Access() == FileAccess::Held && !isLastTry) {
-            return std::nullopt;
-        }
+    const EditableFile file(target.path);
+    if (file.Access() == FileAccess::Read) {
+        return RewriteOpenFile(file, edit);
+    }
+    if (file.Access() == FileAccess::Held && !isLastTry) {
+        return std::nullopt;
     }
     return TryOnReadOnlyFile(target.path, edit);
 }

@@ -20,7 +20,7 @@ package=$(echo "$work"/ZQModSettings-*-win64)
 "$root/tests/package/packages_test.py" "$work/made" "$package" >packages.log 2>&1 || fail "$(cat packages.log)"
 
 for file in bin/ZQModSettings.dll bin/zqsettings.exe bin/defaults/ZQ2_HmdList.json include/CZQModSettings.h include/ZQSettings.hpp include/ZQSettingsKeys.hpp \
-  lib/libZQModSettings.dll.a lib/ZQModSettings.lib lib/cmake/ZQModSettings/ZQModSettingsConfig.cmake \
+  lib/libZQModSettings.dll.a lib/ZQModSettings.lib lib/cmake/ZQModSettings/ZQModSettingsConfig.cmake lib/cmake/ZQModSettings/ZQModSettingsDeploy.cmake \
   schemas/ZQ2_HmdList.schema.json docs/integrating.md README.md THIRD-PARTY.md licences/rapidjson-dev.txt; do
   [[ -s $package/$file ]] || fail "the package has no $file"
 done

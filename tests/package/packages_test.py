@@ -335,8 +335,11 @@ class ConanTest(unittest.TestCase):
         for file in ("bin/ZQModSettings.dll", "include/CZQModSettings.h", "lib/ZQModSettings.lib", "symbols/ZQModSettings.pdb",
                      "licenses/NOTICE", "licenses/rapidjson-dev.txt", "bin/defaults/ZQ2_HmdList.json"):
             self.assertTrue((Path(recipe.package_folder) / file).is_file(), file)
-        recipe.cpp_info = types.SimpleNamespace(set_property=lambda *_: None)
+        properties: dict = {}
+        recipe.cpp_info = types.SimpleNamespace(set_property=properties.__setitem__)
         recipe.package_info()
+        for module in properties["cmake_build_modules"]:
+            self.assertTrue((Path(recipe.package_folder) / module).is_file(), module)
         self.assertEqual(recipe.cpp_info.libs, ["ZQModSettings"])
         self.assertEqual((recipe.name, recipe.version, recipe.license), ("zqmodsettings", VERSION, "NOASSERTION"))
 

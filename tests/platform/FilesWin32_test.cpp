@@ -225,6 +225,62 @@ TEST_F(FileOperations, AFolderThatIsALinkItselfStaysUsable) {
     EXPECT_FALSE(IsLinkElsewhere(Path(L"junction") + L"\\file.json"));
 }
 
+TEST_F(FileOperations, AFolderIsPinnedOnlyWhereItIsOneItself) {
+    fs::create_directory(Path(L"folder"));
+    WriteBytes(From(), "a file");
+
+    EXPECT_TRUE(PinnedFolder(Path(L"folder")));
+    EXPECT_FALSE(PinnedFolder(From()));
+    EXPECT_FALSE(PinnedFolder(Path(L"nothing")));
+}
+
+TEST_F(FileOperations, APinnedFolderCanBeFilledButNeitherRenamedNorRemoved) {
+    fs::create_directory(Path(L"folder"));
+    {
+        const PinnedFolder pinned(Path(L"folder"));
+        WriteBytes(fs::path(Path(L"folder")) / L"file", "content");
+        fs::remove(fs::path(Path(L"folder")) / L"file");
+
+        EXPECT_FALSE(MoveFileExW(Path(L"folder").c_str(), Path(L"other").c_str(), 0));
+        EXPECT_FALSE(RemoveDirectoryW(Path(L"folder").c_str()));
+    }
+    EXPECT_TRUE(RemoveDirectoryW(Path(L"folder").c_str()));
+}
+
+// The function itself, past the patches of this program.
+template <class Function>
+Function* Unpatched(Function* /*type*/, const char* name) {
+    return reinterpret_cast<Function*>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), name)));
+}
+
+DWORD g_flags = 0;
+
+// A junction as Windows opens it with that flag: the link itself, where Wine follows it.
+HANDLE WINAPI OpenNotingFlags(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
+                              DWORD disposition, DWORD flags, HANDLE pattern) {
+    g_flags |= flags;
+    return Unpatched(CreateFileW, "CreateFileW")(path, access, share, security, disposition, flags, pattern);
+}
+
+BOOL WINAPI QueryJunction(HANDLE file, LPBY_HANDLE_FILE_INFORMATION information) {
+    const BOOL result =
+        Unpatched(GetFileInformationByHandle, "GetFileInformationByHandle")(file, information);
+    information->dwFileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
+    return result;
+}
+
+TEST_F(FileOperations, AJunctionIsOpenedItselfAndNotPinned) {
+    fs::create_directory(Path(L"folder"));
+    const ImportPatch open(nullptr, "kernel32.dll", "CreateFileW", AsProc(OpenNotingFlags));
+    const ImportPatch query(nullptr, "kernel32.dll", "GetFileInformationByHandle", AsProc(QueryJunction));
+    g_flags = 0;
+
+    EXPECT_FALSE(PinnedFolder(Path(L"folder")));
+
+    EXPECT_NE(0U, g_flags & FILE_FLAG_OPEN_REPARSE_POINT);
+}
+
 TEST_F(FileOperations, ALinkThatIsReplacedLeavesItsTarget) {
     if (!HasUnixCommands()) {
         GTEST_SKIP();

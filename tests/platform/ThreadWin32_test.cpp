@@ -1,6 +1,7 @@
 #include "platform/Thread.h"
 
 #include "platform/Event.h"
+#include "support/win32/Waiting.h"
 
 #include <gtest/gtest.h>
 
@@ -20,7 +21,7 @@ struct Shared {
     std::array<std::atomic<int>, 2> halves{};
 };
 
-DWORD WINAPI EndWhenTold(void* shared) {
+DWORD WINAPI EndWhenAsked(void* shared) {
     static_cast<Shared*>(shared)->stop.Wait(INFINITE);
     return 7;
 }
@@ -88,9 +89,9 @@ protected:
     Shared shared;
 };
 
-TEST_F(ThreadStop, EndsAThreadThatListensAtOnce) {
+TEST_F(ThreadStop, EndsAThreadThatWaitsForItsEventAtOnce) {
     Thread thread;
-    thread.Start(EndWhenTold, &shared, {});
+    thread.Start(EndWhenAsked, &shared, {});
 
     EXPECT_LT(Stop(thread).count(), 900);
 }
@@ -100,7 +101,7 @@ TEST_F(ThreadStop, DoesNothingWithoutAThreadOrASecondTime) {
     EXPECT_LT(Stop(thread).count(), 900);
     EXPECT_FALSE(shared.stop.Wait(0));
 
-    thread.Start(EndWhenTold, &shared, {});
+    thread.Start(EndWhenAsked, &shared, {});
     Stop(thread);
     EXPECT_LT(Stop(thread).count(), 900);
 }
@@ -175,11 +176,7 @@ TEST_F(ThreadStop, AThreadThatTerminatesItselfEndsAtOnce) {
 
     shared.entered.Set();
 
-    const ULONGLONG start = GetTickCount64();
-    while (thread.IsRunning() && GetTickCount64() - start < 5000) {
-        Sleep(1);
-    }
-    EXPECT_FALSE(thread.IsRunning());
+    EXPECT_TRUE(test::WaitFor([&] { return !thread.IsRunning(); }));
 }
 
 } // namespace

@@ -100,20 +100,28 @@ describe("the page", () => {
       const look = () => window.drawn.push([Date.now(), document.querySelector(".value")?.textContent ?? ""]);
       new MutationObserver(look).observe(document.body, { subtree: true, childList: true, characterData: true });
     });
-    const times = [];
-    for (const number of [81, 82, 83, 84, 85, 86, 87]) {
+    const shown = async (number, write) => {
       const written = Date.now();
-      folder.edit(kSettings, ...bitrate(number));
+      write(folder.read(kSettings).replace(...bitrate(number)));
       const [drawn] = await until(
         () => page.evaluate((wanted) => window.drawn.find(([, shown]) => shown.includes(`→ ${wanted}`)), number),
         `${number} is shown`,
       );
-      times.push(drawn - written);
+      return drawn - written;
+    };
+    // Rewritten and renamed over in turn. Three rounds: others use this machine too, and hold one up now and then.
+    let number = 80;
+    const rounds = [];
+    while (rounds.length < 3 && !rounds.some((times) => Math.max(...times) < 100)) {
+      const times = [];
+      for (let i = 0; i < 10; i++) {
+        times.push(await shown(++number, (text) => (i % 2 === 0 ? folder.write(kSettings, text) : folder.replace(kSettings, text))));
+      }
+      console.log(`# edit to page: ${times.sort((a, b) => a - b).join(", ")} ms`);
+      rounds.push(times);
     }
-    times.sort((a, b) => a - b);
-    console.log(`# edit to page: ${times.join(", ")} ms`);
-    assert.match(await value(page, "Settings.CurrentBitrate"), /86 → 87/);
-    assert.ok(times[3] < 100, `the median of ${times} ms`);
+    assert.match(await value(page, "Settings.CurrentBitrate"), new RegExp(`${number - 1} → ${number}`));
+    assert.ok(rounds.some((times) => Math.max(...times) < 100), `the longest of each round: ${rounds.map((times) => Math.max(...times))}`);
   });
 
   test("marks what differs from the default, and puts it back", async () => {
@@ -337,6 +345,17 @@ describe("the page", () => {
     assert.ok(await page.$(".log .level-2"));
   });
 
+  test("draws the chart in the colours of the theme", async () => {
+    await goTo(page, "timeline");
+    await seen(page, ".chart canvas");
+    const drawn = () => page.$eval(".chart canvas", (canvas) => canvas.toDataURL());
+    const light = await drawn();
+    await page.emulateMediaFeatures([{ name: "prefers-color-scheme", value: "dark" }]);
+    await until(async () => (await drawn()) !== light, "the chart is dark");
+    await page.emulateMediaFeatures([{ name: "prefers-color-scheme", value: "light" }]);
+    await until(async () => (await drawn()) === light, "the chart is light again");
+  });
+
   test("shows the survey with a bar for each query", async () => {
     await goTo(page, "machine");
     await untilText(page, ".bars", /Win32_VideoController.*ms/);
@@ -402,20 +421,18 @@ describe("the page", () => {
   });
 
   test("is shown in 50 tabs at once", async () => {
-    const clients = await Promise.all(Array.from({ length: 46 }, () => Client.open(server)));
-    const tabs = [page];
-    for (let i = 0; i < 3; i++) {
-      tabs.push(await openPage(browser, server, "#variables"));
+    const tabs = [];
+    for (let i = 0; i < 50; i++) {
+      tabs.push(await openPage(browser, server, "#variables/Settings.CurrentBitrate"));
     }
-    await goTo(page, "variables");
-    await Promise.all(tabs.map((tab) => search(tab, "Settings.CurrentBitrate")));
+    const opened = await Promise.all(tabs.map((tab) => seen(tab, ".editor input")));
+    assert.equal(opened.length, 50);
+    const edited = Date.now();
     folder.edit(kSettings, ...bitrate(55));
-    await Promise.all([
-      ...clients.map((client) => client.wait("reload", (message) => message.changes.some((change) => change.new === 55))),
-      ...tabs.map((tab) => untilText(tab, "[data-name]", /→ 55/)),
-    ]);
-    clients.forEach((client) => client.close());
-    await Promise.all(tabs.slice(1).map((tab) => tab.close()));
+    await Promise.all(tabs.map((tab) => until(() => tab.$eval(".editor input", (input) => input.value === "55"), "the tab shows 55")));
+    console.log(`# 50 tabs show an edit after ${Date.now() - edited} ms`);
+    tabs.forEach((tab) => assert.deepEqual(tab.faults, []));
+    await Promise.all(tabs.map((tab) => tab.close()));
   });
 
   test("keeps up with 1,000 changes a second", async () => {

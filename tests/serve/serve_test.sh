@@ -17,7 +17,7 @@ if [[ ! -x $chromium ]]; then
   echo "serve_test.sh: $chromium is missing; run scripts/setup.sh, which installs it." >&2
   exit 1
 fi
-"$here/install.sh"
+"$here/../../web/install.sh" "$here"
 [[ $# -gt 0 ]] || set -- "$here"/*_test.mjs
 # One after the other: two processors are few for a browser and two servers.
 exec node --test --test-concurrency=1 "$@"

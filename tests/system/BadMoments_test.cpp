@@ -1,240 +1,323 @@
-// What can happen to a configuration file while the module watches it: editors of every style, several
-// processes at once, programs that hold the file, full disks and writers that die. The last complete content
-// is what the variables hold, nothing complete is replaced by the default, and no mixture of two contents
-// stays.
+// What can happen to a configuration file while the module watches it, one kind of moment at a time, each
+// with three durations: editors of every style, programs that hold the file, writers that die, full disks.
+// The last complete content is what the variables hold, nothing complete is replaced by the default, and no
+// mixture of two contents stays.
 //
-// ZQ_TEST_LONG in the environment runs the long forms; ZQ_TEST_SEED sets the seed of the mixed ones.
-#include "support/win32/ChildProcess.h"
+// ZQ_TEST_LONG in the environment runs the long forms.
+#include "support/win32/ImportFault.h"
 #include "support/win32/LongForm.h"
-#include "support/win32/Module.h"
-#include "support/win32/UnixCommand.h"
 #include "support/win32/Waiting.h"
+#include "support/win32/WatchedFolder.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstdlib>
-#include <random>
+#include <array>
+#include <thread>
 
 namespace zq::test {
 namespace {
 
 namespace fs = std::filesystem;
 
-unsigned Seed() {
-    const char* const seed = std::getenv("ZQ_TEST_SEED");
-    return seed ? static_cast<unsigned>(std::strtoul(seed, nullptr, 10)) : 4711;
-}
+// Milliseconds; the short form waits 300 at most.
+int Duration(int milliseconds) { return Long(milliseconds, std::min(milliseconds, 300)); }
 
-class BadMoments : public testing::Test {
-protected:
-    void SetUp() override {
-        WriteBytes(folders.Private(kSettingsName), R"({"Edit":0})");
-        InitAndWatch(module, host, folders);
+std::string Text(int milliseconds) { return std::to_string(milliseconds) + " ms"; }
+
+// One kind of edit by a second process.
+struct Kind {
+    const char* name;
+    const char* moment;
+    const wchar_t* style;
+    std::array<int, 3> durations;
+    int tries = 45; // for each duration, in the long form
+};
+
+class EditedBy : public WatchedFolder, public testing::WithParamInterface<Kind> {};
+
+TEST_P(EditedBy, TheLastEditIsInForceAndNoneIsReplaced) {
+    const Kind& kind = GetParam();
+    WriteBytes(folders.Private(kSettingsName), R"({"Edit":0,"FollowEveryChange":true})");
+    ASSERT_TRUE(WaitFor([&] { return module.Bool(L"FollowEveryChange").has_value(); }));
+    for (const int duration : kind.durations) {
+        SCOPED_TRACE(Text(duration));
+        const int tries = Long(duration > 1000 ? 3 : kind.tries, 2);
         host.Clear();
+
+        EXPECT_EQ(0U, ChildProcess(Editor(kind.style, tries, Duration(duration))).ExitCode());
+
+        ExpectEdit(tries);
+        ReportMoments(kind.moment, Text(duration), tries, OutcomeOf(tries));
     }
-
-    // A second process: see tests/editor/FileEditor.cpp.
-    std::wstring Editor(const std::wstring& mode, int count, int pause, unsigned seed) const {
-        return L"file_editor.exe " + mode + L" \"" + folders.Private(kSettingsName).wstring() + L"\" \"" +
-               folders.Outside((L"new-" + mode + L".json").c_str()).wstring() + L"\" " +
-               std::to_wstring(count) + L" " + std::to_wstring(pause) + L" " + std::to_wstring(seed);
-    }
-
-    int CountRepairs() const {
-        int count = 0;
-        for (const LogLine& line : host.Lines()) {
-            const bool isRepair = line.text.find(L" again OK ") != std::wstring::npos ||
-                                  line.text.find(L"not found copy") != std::wstring::npos;
-            count += isRepair ? 1 : 0;
-        }
-        return count;
-    }
-
-    void ExpectEdit(int64_t edit) {
-        EXPECT_TRUE(WaitFor([&] { return module.Int64(L"Edit") == edit; }))
-            << "variable " << module.Int64(L"Edit").value_or(-1) << ", expected " << edit;
-        const std::string file = ReadBytes(folders.Private(kSettingsName));
-        EXPECT_NE(std::string::npos, file.find(std::to_string(edit))) << file.substr(0, 60);
-        EXPECT_EQ(0, CountRepairs());
-    }
-
-    ModuleFolders folders;
-    RecordingHost host;
-    Module module;
-};
-
-struct Style {
-    const wchar_t* mode;
-    int shortEdits;
-    int longEdits;
-};
-
-class EditStyle : public BadMoments, public testing::WithParamInterface<Style> {};
-
-TEST_P(EditStyle, TheLastEditIsInForceAndNoneIsReplaced) {
-    const Style& style = GetParam();
-    const int edits = Long(style.longEdits, style.shortEdits);
-
-    EXPECT_EQ(0U, ChildProcess(Editor(style.mode, edits, 60, Seed())).ExitCode());
-
-    ExpectEdit(edits);
 }
 
-// 3,000 edits in the long form, 115 in the short one.
-INSTANTIATE_TEST_SUITE_P(Styles, EditStyle,
-                         testing::Values(Style{L"rewrite", 20, 500}, Style{L"rename", 20, 500},
-                                         Style{L"pieces", 10, 300}, Style{L"overlong", 10, 300},
-                                         Style{L"overshort", 10, 300}, Style{L"recreate", 15, 500},
-                                         Style{L"backup", 10, 300}, Style{L"mapped", 10, 300}),
-                         [](const auto& test) {
-                             const std::wstring mode = test.param.mode;
-                             return std::string(mode.begin(), mode.end());
-                         });
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, EditedBy,
+    testing::Values(
+        Kind{"Rewritten", "truncated and written in one go", L"rewrite", {0, 20, 200}},
+        Kind{"RenamedOver", "written elsewhere, renamed over", L"rename", {0, 20, 200}},
+        Kind{"RenamedOverInTheFolder", "written beside, renamed over", L"rename-inside", {0, 20, 200}},
+        Kind{"TruncatedAndWritten", "truncated, written after a pause", L"slow", {0, 60, 200}},
+        Kind{"InPieces", "truncated, written in pieces", L"pieces", {0, 20, 100}},
+        Kind{"OverwrittenByLonger", "overwritten in pieces, longer", L"overlong", {0, 20, 100}},
+        Kind{"OverwrittenByShorter", "overwritten in pieces, shorter", L"overshort", {0, 20, 100}},
+        Kind{"BySeveralOpens", "written by several opens", L"opens", {0, 60, 120}},
+        Kind{"ByteByByte", "written byte by byte", L"bytes", {0, 60, 200}},
+        Kind{"TwiceAtOnce", "two writes one after the other", L"twice", {0, 1, 20}},
+        Kind{"DeletedAndCreated", "deleted, created again", L"recreate", {0, 40, 200}},
+        Kind{"MovedAwayAndRenamed", "renamed to a backup, new file renamed in", L"backup", {0, 20, 200}},
+        Kind{"Mapped", "written through a mapping", L"mapped", {0, 20, 200}},
+        Kind{"RefusedFirst", "refused, then written whole", L"refused", {0, 60, 200}},
+        Kind{"ZerosFirst", "full of zero bytes, then written whole", L"zeros", {0, 60, 200}},
+        Kind{"HalfFirst", "half written by a program that crashes and starts again", L"half", {0, 60, 200}},
+        Kind{"KeptOpenUnfinished", "kept open half written", L"unfinished", {50, 500, 5500}, 20},
+        Kind{"KeptOpenComplete", "kept open after it was written", L"complete", {50, 500, 5500}, 20},
+        Kind{"HeldUnshared", "held without sharing", L"held", {50, 500, 6500}, 20},
+        Kind{"HeldForReading", "held by a reader", L"read", {50, 500, 6500}, 20},
+        Kind{"Locked", "locked by byte range", L"locked", {50, 500, 6500}, 20},
+        Kind{"ReadOnly", "made read-only for a while", L"read-only", {0, 60, 200}},
+        Kind{"AFolderFirst", "a folder in its place for a while", L"folder", {0, 60, 200}},
+        Kind{"AllThreeDeleted", "all three deleted, written again", L"three", {0, 60, 200}},
+        Kind{"TwoFilesAtOnce", "two files written at once", L"two", {0, 60, 200}},
+        Kind{"AmongOtherFiles",
+             "among writes of other files, with `FollowEveryChange`",
+             L"others",
+             {0, 20, 60}}),
+    [](const auto& test) { return std::string(test.param.name); });
 
-// Appends within the document: the file grows by members until it is closed again.
-TEST_F(BadMoments, AFileThatGrowsByAppendingIsLoadedWhenItIsComplete) {
-    for (int edit = 1; edit <= Long(100, 5); ++edit) {
-        const std::string content = R"({"Edit":)" + std::to_string(edit) + R"(,"More":[1,2,3]})";
-        std::ofstream file(folders.Private(kSettingsName), std::ios::binary | std::ios::trunc);
-        for (const char c : content) {
-            file.put(c).flush();
+class BadMoments : public WatchedFolder {};
+
+TEST_F(BadMoments, AScannerInTheMiddleOfEditsLosesNothing) {
+    for (const int duration : {5, 20, 60}) {
+        const int tries = Long(100, 3);
+        host.Clear();
+        {
+            ChildProcess scanner(Editor(L"scan", tries, duration));
+            EXPECT_EQ(0U, ChildProcess(Editor(L"rename", tries, duration)).ExitCode());
         }
-    }
 
-    ExpectEdit(Long(100, 5));
+        ExpectEdit(tries);
+        ReportMoments("scanned among edits", Text(duration), tries, OutcomeOf(tries));
+    }
 }
 
-TEST_F(BadMoments, TwoFilesAtOnceAreBothLoaded) {
-    const int edits = Long(100, 10);
-    for (int edit = 1; edit <= edits; ++edit) {
-        std::ofstream settings(folders.Private(kSettingsName), std::ios::binary | std::ios::trunc);
-        std::ofstream quality(folders.Private(kQualityName), std::ios::binary | std::ios::trunc);
-        settings << R"({"Edit":)" << edit << std::flush;
-        quality << R"({"Quality":)" << edit << std::flush;
-        settings << "}" << std::flush;
-        quality << "}" << std::flush;
-    }
+TEST_F(BadMoments, SavesOfTheModuleInTheMiddleOfEditsLoseNothing) {
+    for (const int duration : {0, 5, 20}) {
+        const int tries = Long(100, 10);
+        host.Clear();
+        {
+            ChildProcess editor(Editor(L"rename", tries, duration));
+            for (int i = 0; i < tries; ++i) {
+                module->SaveConfigInt64(L"Saved", i, 0);
+            }
+            EXPECT_EQ(0U, editor.ExitCode());
+        }
 
-    ExpectEdit(edits);
-    EXPECT_TRUE(WaitFor([&] { return module.Int64(L"Quality") == edits; }));
+        ExpectEdit(tries);
+        ReportMoments("saved by the module among edits", Text(duration), tries, OutcomeOf(tries));
+    }
 }
 
-TEST_F(BadMoments, ASaveInTheMiddleOfEditsNeverLosesTheFile) {
-    const int edits = Long(200, 20);
-    {
-        ChildProcess editor(Editor(L"rename", edits, 20, Seed()));
-        for (int i = 0; i < edits; ++i) {
-            module->SaveConfigInt64(L"Saved", i, 0);
+TEST_F(BadMoments, SavesOfASecondServerInTheMiddleOfEditsLoseNothing) {
+    for (const int duration : {0, 5, 20}) {
+        const int tries = Long(100, 10);
+        host.Clear();
+        {
+            RunningSaver saver(
+                [&](const std::wstring& event) { return Saver(event, L"Saved", tries, duration); });
+            EXPECT_EQ(0U, ChildProcess(Editor(L"rename", tries, duration)).ExitCode());
+            EXPECT_EQ(0U, saver.Process().ExitCode());
         }
-        EXPECT_EQ(0U, editor.ExitCode());
-    }
 
-    ExpectEdit(edits);
+        ExpectEdit(tries);
+        ReportMoments("saved by a second server among edits", Text(duration), tries, OutcomeOf(tries));
+    }
+}
+
+TEST_F(BadMoments, OfTwoServersThatSaveAtOnceNoValueIsLost) {
+    for (const int duration : {0, 1, 5}) {
+        const int tries = Long(300, 20);
+        WriteBytes(folders.Private(kSettingsName), R"({"Edit":0,"First":0,"Second":0})");
+        ASSERT_TRUE(WaitFor([&] { return module.Int64(L"Second") == 0; }));
+        host.Clear();
+        {
+            RunningSaver first(
+                [&](const std::wstring& event) { return Saver(event, L"First", tries, duration); });
+            RunningSaver second(
+                [&](const std::wstring& event) { return Saver(event, L"Second", tries, duration); });
+            EXPECT_EQ(0U, first.Process().ExitCode());
+            EXPECT_EQ(0U, second.Process().ExitCode());
+        }
+
+        EXPECT_TRUE(WaitFor([&] { return module.Int64(L"First") == 1000 + tries; }));
+        EXPECT_TRUE(WaitFor([&] { return module.Int64(L"Second") == 1000 + tries; }));
+        ExpectEdit(0);
+        ReportMoments("saved by two servers at once", Text(duration), 2 * tries, OutcomeOf(0));
+    }
+}
+
+TEST_F(BadMoments, AServerThatIsKilledWhileItSavesLeavesAWholeFile) {
+    for (const int duration : {5, 20, 60}) {
+        const int tries = Long(50, 2);
+        for (int i = 1; i <= tries; ++i) {
+            WriteBytes(folders.Private(kSettingsName), R"({"Edit":)" + std::to_string(i) + R"(,"Saved":0})");
+            ExpectEdit(i);
+            RunningSaver saver([&](const std::wstring& event) { return Saver(event, L"Saved", 100'000, 0); });
+            saver.Process().KillAfter(static_cast<DWORD>(duration));
+        }
+        const std::string saved = ReadBytes(folders.Private(kSettingsName));
+        EXPECT_TRUE(saved.starts_with("{") && saved.ends_with("}")) << saved;
+        ExpectEdit(tries);
+        ReportMoments("a server killed while it saves", "after " + Text(duration), tries, OutcomeOf(tries));
+    }
+}
+
+TEST_F(BadMoments, AnEditorThatIsKilledAndStartedAgainLosesNothing) {
+    for (const int duration : {5, 20, 60}) {
+        const int tries = Long(50, 2);
+        for (int i = 0; i < tries; ++i) {
+            ChildProcess(Editor(L"pieces", 1000, 5, Seed() + static_cast<unsigned>(i)))
+                .KillAfter(static_cast<DWORD>(duration));
+            EXPECT_EQ(0U, ChildProcess(Editor(L"rewrite", 1, 0)).ExitCode());
+        }
+        ExpectEdit(1);
+        ReportMoments("an editor killed and started again", "after " + Text(duration), tries, OutcomeOf(1));
+    }
 }
 
 TEST_F(BadMoments, AWriterThatDiesHalfWayCostsTheDefaultAfterASecondAndNoMixture) {
-    EXPECT_EQ(3U, ChildProcess(Editor(L"die", 1, 0, Seed())).ExitCode());
+    EXPECT_EQ(3U, ChildProcess(Editor(L"die", 1, 0)).ExitCode());
 
     EXPECT_TRUE(WaitFor([&] { return module.String(L"Source") == L"default"; }));
     EXPECT_EQ(ReadBytes(folders.Default(kSettingsName)), ReadBytes(folders.Private(kSettingsName)));
 }
 
-TEST_F(BadMoments, AHeldFileIsReadWhenItIsFreeForEachDuration) {
-    for (const DWORD duration : {DWORD{5}, DWORD{50}, static_cast<DWORD>(Long(6500, 300))}) {
-        const int64_t edit = 1000 + static_cast<int64_t>(duration);
-        const fs::path fresh = folders.Outside(L"new.json");
-        WriteBytes(fresh, R"({"Edit":)" + std::to_string(edit) + "}");
-        const HANDLE scanner =
-            CreateFileW(fresh.c_str(), GENERIC_READ, FILE_SHARE_DELETE, nullptr, OPEN_EXISTING, 0, nullptr);
-        const int before = host.Reloads();
-        fs::rename(fresh, folders.Private(kSettingsName));
-        ASSERT_TRUE(WaitFor([&] { return host.Reloads() > before; }));
-        Sleep(duration); // what another program does with the file
-        EXPECT_NE(edit, module.Int64(L"Edit"));
-        CloseHandle(scanner);
+// What is replaced after all is in "rejected".
+TEST_F(BadMoments, WhatStaysRefusedIsMovedWhereTheUserWantsIt) {
+    fs::create_directory(folders.DataDir() / L"rejected");
+    for (const int duration : {800, 1500, 3000}) {
+        const std::string mine = R"({"Mine":)" + std::to_string(duration) + "}}";
+        host.Clear();
 
-        ExpectEdit(edit);
-    }
-}
+        WriteBytes(folders.Private(kSettingsName), mine);
 
-// All at once: editors of four styles take turns with a scanner, a second module and saves.
-TEST_F(BadMoments, MixedAtRandomTheLastEditIsInForce) {
-    const int moments = Long(3000, 300);
-    std::mt19937 random(Seed());
-    const wchar_t* const modes[] = {L"rewrite", L"rename", L"pieces", L"overlong", L"overshort", L"recreate"};
-    std::printf("seed %u, %d moments\n", Seed(), moments);
-    RecordingHost secondHost;
-    for (int done = 0; done < moments;) {
-        const int edits = 1 + static_cast<int>(random() % 20);
-        const wchar_t* const mode = modes[random() % std::size(modes)];
-        SCOPED_TRACE(testing::Message() << "after " << done << " moments");
-        {
-            // Before the edits: what is missing when a module starts is provided at once.
-            Module second;
-            second.Init(secondHost, folders);
-            ChildProcess editor(Editor(mode, edits, 10, random()));
-            ChildProcess scanner(Editor(L"scan", edits, 10, random()));
-            done += 2 * edits + 1;
-            for (int i = 0; i < 5; ++i, ++done) {
-                (i % 2 == 0 ? module : second)->SaveConfigInt64(L"Saved", done, 0);
-            }
-            EXPECT_EQ(0U, editor.ExitCode());
-            EXPECT_EQ(0U, scanner.ExitCode());
+        ASSERT_TRUE(WaitFor([&] { return CountRepairs() == 1; })) << LastMessages();
+        int found = 0;
+        for (const fs::directory_entry& entry : fs::directory_iterator(folders.DataDir() / L"rejected")) {
+            found += ReadBytes(entry.path()) == mine ? 1 : 0;
         }
-        ExpectEdit(edits);
-        ASSERT_FALSE(HasFailure());
-        WriteBytes(folders.Private(kSettingsName), R"({"Edit":0})");
-        ExpectEdit(0);
+        EXPECT_EQ(1, found);
+        ReportMoments("refused for good, with a folder `rejected`", "content " + std::to_string(duration), 1,
+                      {1 - found, 0});
     }
 }
 
-struct Tool {
-    const char* name;
-    const char* command;        // run in the data folder; makes "Edit":7 of "Edit":0
-    bool touchesOthers = false; // another file first, whose record hides what follows
-};
+// Opens the settings file as soon as nobody has it open in a way that forbids that.
+HANDLE HoldFile(const fs::path& file, DWORD share) {
+    HANDLE held = INVALID_HANDLE_VALUE;
+    WaitFor([&] {
+        held = CreateFileW(file.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, 0, nullptr);
+        return held != INVALID_HANDLE_VALUE;
+    });
+    return held;
+}
 
-class RealTool : public BadMoments, public testing::WithParamInterface<Tool> {};
+// A server starts while another program holds the file for so long.
+TEST_F(BadMoments, AServerThatStartsWaitsForAHeldFile) {
+    for (const int duration : {100, 1000, 4000}) {
+        const int tries = Long(5, 1);
+        WriteBytes(folders.Private(kSettingsName), R"({"Edit":3})");
+        ExpectEdit(3);
+        for (int i = 0; i < tries; ++i) {
+            const HANDLE held = HoldFile(folders.Private(kSettingsName), 0);
+            std::thread release([held, duration] {
+                Sleep(static_cast<DWORD>(Duration(duration))); // what the other program does with the file
+                CloseHandle(held);
+            });
+            RecordingHost secondHost;
+            Module second;
 
-TEST_P(RealTool, AnEditOnTheFolderItselfIsSeenEachOfThreeTimes) {
-    if (!HasUnixCommands()) {
-        GTEST_SKIP();
-    }
-    const std::string command = GetParam().command;
-    const std::string program = command.substr(0, command.find(' '));
-    if (RunUnix(folders.DataDir(), "command -v " + program) != 0) {
-        GTEST_SKIP() << program << " is not installed";
-    }
-    const std::string before =
-        GetParam().touchesOthers ? R"({"Edit":0,"FollowEveryChange":true})" : R"({"Edit":0})";
-    WriteBytes(folders.Private(kSettingsName), before);
-    ExpectEdit(0);
-    for (int i = 0; i < 3; ++i) {
-        WriteBytes(folders.CommonDataDir() + L"\\new", R"({"Edit":7})");
-        ASSERT_EQ(0, RunUnix(folders.DataDir(), command));
-        ExpectEdit(7);
-        WriteBytes(folders.Private(kSettingsName), before);
-        ExpectEdit(0);
+            second.Init(secondHost, folders);
+
+            release.join();
+            EXPECT_EQ(3, second.Int64(L"Edit"));
+        }
+        ReportMoments("held while a server starts", Text(duration), tries, OutcomeOf(3));
     }
 }
 
-#define ZQ_FILE "ZQ2_serverSetting.setting"
-// What follows the last bracket refuses a file, a line break too: the editors are told to add none.
-INSTANTIATE_TEST_SUITE_P(
-    Tools, RealTool,
-    testing::Values(
-        Tool{"SedInPlace", "sed -i s/0/7/ " ZQ_FILE}, Tool{"PerlInPlace", "perl -pi -e s/0/7/ " ZQ_FILE},
-        Tool{"CopyOver", "cp ../new " ZQ_FILE}, Tool{"MoveOver", "mv ../new " ZQ_FILE},
-        Tool{"MoveOverInTheFolder", "sh -c 'sed s/0/7/ " ZQ_FILE " > new; mv new " ZQ_FILE "'"},
-        Tool{"Redirection", "cat ../new > " ZQ_FILE}, Tool{"Tee", "tee " ZQ_FILE " < ../new"},
-        Tool{"Dd", "dd if=../new of=" ZQ_FILE " bs=1 conv=notrunc"},
-        Tool{"Vim", "vim -Nu NONE -es -c 'set nofixeol backupcopy=yes' -c s/0/7/ -c wq " ZQ_FILE},
-        Tool{"VimWithBackup",
-             "vim -Nu NONE -es -c 'set nofixeol backup backupcopy=no' -c s/0/7/ -c wq " ZQ_FILE, true},
-        Tool{"Install", "install -m 644 ../new " ZQ_FILE}, Tool{"Rsync", "rsync --checksum ../new " ZQ_FILE}),
-    [](const auto& test) { return std::string(test.param.name); });
-#undef ZQ_FILE
+// The disk is full after so many bytes, for whoever writes.
+DWORD bytesLeft = 0;
+
+BOOL WINAPI WriteUntilFull(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) {
+    const DWORD part = std::min(size, bytesLeft);
+    bytesLeft -= part;
+    if (part != 0 && !WriteFile(file, bytes, part, written, overlapped)) {
+        return FALSE;
+    }
+    if (part < size) {
+        SetLastError(ERROR_DISK_FULL);
+        return FALSE;
+    }
+    return TRUE;
+}
+
+TEST_F(BadMoments, ASaveOnAFullDiskLeavesTheOldContent) {
+    const std::string content = R"({"Edit":1,"Saved":"short","Padding":")" + std::string(4000, 'x') + "\"}";
+    for (const DWORD room : {0U, 100U, 4000U}) {
+        const int tries = Long(50, 2);
+        for (int i = 0; i < tries; ++i) {
+            WriteBytes(folders.Private(kSettingsName), content);
+            ExpectEdit(1);
+            bytesLeft = room;
+            const ImportPatch patch(LoadModuleDll(), "kernel32.dll", "WriteFile", AsProc(WriteUntilFull));
+
+            module->SaveConfigString(L"Saved", std::string(8000, 'y').c_str(), 0);
+
+            EXPECT_EQ(content, ReadBytes(folders.Private(kSettingsName)));
+        }
+        ReportMoments("saved on a full disk", "after " + std::to_string(room) + " bytes", tries,
+                      OutcomeOf(1));
+    }
+}
+
+// Another program has the file open for so long while the module saves.
+TEST_F(BadMoments, ASaveWaitsHalfASecondForAFileThatIsHeld) {
+    for (const int duration : {20, 100, 350}) {
+        const int tries = Long(20, 1);
+        WriteBytes(folders.Private(kSettingsName), R"({"Edit":2,"Saved":0})");
+        ExpectEdit(2);
+        for (int i = 1; i <= tries; ++i) {
+            const HANDLE held = HoldFile(folders.Private(kSettingsName), FILE_SHARE_READ);
+            std::thread release([held, duration] {
+                Sleep(static_cast<DWORD>(duration)); // what the other program does with the file
+                CloseHandle(held);
+            });
+
+            module->SaveConfigInt64(L"Saved", i, 0);
+
+            release.join();
+            EXPECT_TRUE(WaitFor([&] { return module.Int64(L"Saved") == i; }));
+        }
+        ReportMoments("held while the module saves", Text(duration), tries, OutcomeOf(2));
+    }
+}
+
+TEST_F(BadMoments, AStopInTheMiddleOfEditsLosesNothing) {
+    for (const int duration : {0, 5, 20}) {
+        const int tries = Long(20, 2);
+        for (int i = 1; i <= tries; ++i) {
+            RecordingHost secondHost;
+            Module second;
+            InitAndWatch(second, secondHost, folders);
+            ChildProcess editor(Editor(L"rename", 10, duration, Seed() + static_cast<unsigned>(i)));
+            second.Destroy();
+            EXPECT_EQ(0U, editor.ExitCode());
+            ExpectEdit(10);
+        }
+        ReportMoments("a server stopped among edits", Text(duration), 10 * tries, OutcomeOf(10));
+    }
+}
 
 } // namespace
 } // namespace zq::test

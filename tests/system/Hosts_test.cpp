@@ -1,4 +1,5 @@
-// Registered hosts: who hears of which change, in which order, on which thread, and until when.
+// Registered hosts: who is notified of which change, in which order, on which thread, and until when.
+#include "support/win32/ImportPatch.h"
 #include "support/win32/Module.h"
 #include "support/win32/ProcessResources.h"
 #include "support/win32/VariableHost.h"
@@ -25,6 +26,33 @@ void ExpectOneSecond(std::chrono::milliseconds time) {
     EXPECT_GE(time.count(), 990);
     EXPECT_LE(time.count(), 4000);
 }
+
+// The DLL's waits for a thread to end.
+class EndWaits {
+public:
+    EndWaits() : m_patch(LoadModuleDll(), "kernel32.dll", "WaitForSingleObject", AsProc(WaitAndSignal)) {
+        ResetEvent(Begun());
+    }
+
+    void WaitForOne() const { EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(Begun(), 10'000)); }
+
+private:
+    static constexpr DWORD kEndMilliseconds = 1000;
+
+    static HANDLE Begun() {
+        static const HANDLE begun = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        return begun;
+    }
+
+    static DWORD WINAPI WaitAndSignal(HANDLE object, DWORD milliseconds) {
+        if (milliseconds == kEndMilliseconds) {
+            SetEvent(Begun());
+        }
+        return WaitForSingleObject(object, milliseconds);
+    }
+
+    ImportPatch m_patch;
+};
 
 class Hosts : public testing::Test {
 protected:
@@ -55,7 +83,7 @@ protected:
     CZQVariable& variables = module.Variables();
 };
 
-TEST_F(Hosts, AHostRegisteredTwiceHearsOnce) {
+TEST_F(Hosts, AHostRegisteredTwiceIsNotifiedOnce) {
     variables.RegisterHost(&a);
     variables.RegisterHost(&a);
     variables.RegisterHost(&b);
@@ -71,7 +99,7 @@ TEST_F(Hosts, AHostRegisteredTwiceHearsOnce) {
     EXPECT_EQ(2u, a.Count());
 }
 
-TEST_F(Hosts, TheSourceAloneDoesNotHear) {
+TEST_F(Hosts, OnlyTheSourceIsNotNotified) {
     variables.RegisterHost(&a);
     variables.RegisterHost(&b);
 
@@ -112,7 +140,7 @@ TEST_F(Hosts, AVariableWithAnEmptyNameIsNoReload) {
     EXPECT_EQ((std::vector<Notice>{{L"", VariableTypeInt64, nullptr}}), a.Notices());
 }
 
-TEST_F(Hosts, ANewHostHearsNothingOfWhatExists) {
+TEST_F(Hosts, ANewHostIsNotNotifiedOfWhatExists) {
     variables.SetVariableInt64(L"Old", 1, nullptr, 0);
     variables.RegisterHost(&a);
 
@@ -122,7 +150,7 @@ TEST_F(Hosts, ANewHostHearsNothingOfWhatExists) {
     EXPECT_EQ((Expected{{L"New", 2, nullptr}}), a.Notices());
 }
 
-TEST_F(Hosts, EachHostHearsOnOneThreadOfItsOwn) {
+TEST_F(Hosts, EachHostIsNotifiedOnAThreadOfItsOwn) {
     variables.RegisterHost(&a);
     variables.RegisterHost(&b);
 
@@ -200,8 +228,9 @@ TEST_F(Hosts, ABatchUnderDeliveryIsFinishedBeforeUnregisterReturns) {
     variables.SetVariableInt64(L"A", 0, nullptr, 0);
     ASSERT_TRUE(WaitFor([&] { return a.Count() == 1; }));
 
+    const EndWaits waits;
     std::thread release([&] {
-        Sleep(100);
+        waits.WaitForOne();
         SetEvent(mayGoOn);
     });
     variables.UnregisterHost(&a);
@@ -223,8 +252,9 @@ TEST_F(Hosts, UndeliveredNoticesAreDroppedByUnregister) {
         variables.SetVariableInt64(L"A", i, nullptr, 0);
     }
 
+    const EndWaits waits;
     std::thread release([&] {
-        Sleep(100);
+        waits.WaitForOne();
         SetEvent(mayGoOn);
     });
     variables.UnregisterHost(&a);
@@ -265,7 +295,7 @@ TEST_F(Hosts, AThreadThatDiesInsideAGetterLeavesTheModuleAnswering) {
     EXPECT_TRUE(Answers());
 }
 
-// Each round dies at another place: in the maps, in the list, in a queue, in the heap.
+// Each round dies somewhere else: in the maps, in the list, in a queue, in the heap.
 TEST_F(Hosts, AThreadThatDiesInsideASetterLeavesTheModuleAnswering) {
     variables.RegisterHost(&a);
     for (int round = 0; round < 3; ++round) {
@@ -324,7 +354,7 @@ TEST_F(Hosts, DestroyingTheModuleEndsTheHostsInTheOrderOfTheirRegistration) {
     size_t threadsAfterOneSecond = 0;
     DWORD lastAfterOneSecond = WAIT_FAILED;
     std::thread watcher([&] {
-        WaitFor([&] { return ThreadCount() == threads; }); // this thread in place of the first host's
+        WaitFor([&] { return ThreadCount() == threads; }); // this thread instead of the first host's
         threadsAfterOneSecond = ThreadCount();
         lastAfterOneSecond = WaitForSingleObject(last, 0);
     });

@@ -1,6 +1,7 @@
-// The save slots through the DLL: what stands in the file afterwards, and what is said.
+// The save slots through the DLL: what the file holds afterwards, and what is logged.
 #include "support/win32/LongForm.h"
 #include "support/win32/Module.h"
+#include "support/win32/UnixCommand.h"
 #include "support/win32/Waiting.h"
 
 #include <atomic>
@@ -12,6 +13,8 @@
 
 namespace zq::test {
 namespace {
+
+namespace fs = std::filesystem;
 
 class Save : public testing::Test {
 protected:
@@ -109,7 +112,7 @@ TEST_F(Save, ACountOfZeroOrLessRewritesTheHeadsetList) {
     }
 }
 
-TEST_F(Save, AnUnknownHeadsetIsToldAndNothingSaved) {
+TEST_F(Save, AnUnknownHeadsetIsLoggedAndNothingSaved) {
     InitWith("{}");
     const std::string before = ReadBytes(folders.Private(kHmdListName));
     const int64_t value = 1;
@@ -179,7 +182,7 @@ TEST_F(Save, ANameThatTheCodePageCannotExpressIsComparedByItsBestFit) {
     EXPECT_EQ("{\n    \"?\": 9\n}", Settings());
 }
 
-TEST_F(Save, AMemberThatOccursTwiceIsSavedInBothPlaces) {
+TEST_F(Save, AMemberThatOccursTwiceIsSavedTwice) {
     InitWith(R"({"A":1,"A":2})");
 
     module->SaveConfigInt64(L"A", 9, 0);
@@ -209,6 +212,62 @@ TEST_F(Save, AFileThatCannotBeOpenedForWritingKeepsItsBytes) {
     EXPECT_TRUE(host.Has(Done(1, kSettingsName)));
 }
 
+// What would have been saved is said not to be written; what would not, is as it always is.
+TEST_F(Save, AFileThatOthersLetOnlyBeReadIsReadAllTheSame) {
+    const std::string text = R"({"A":1})";
+    InitWith(text);
+    const std::string headsets = ReadBytes(folders.Private(kHmdListName));
+    const auto hold = [&](const wchar_t* name) {
+        return CreateFileW(folders.Private(name).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                           OPEN_EXISTING, 0, nullptr);
+    };
+    const HANDLE readers[] = {hold(kSettingsName), hold(kHmdListName)};
+    const int64_t value = 1;
+
+    module->SaveConfigInt64(L"A", 9, 0);
+    module->SaveConfigInt64(L"Unknown", 9, 0);
+    module->SaveConfigHmdListIntArray(L"NOBODY", 1, 2, 0, &value, 1);
+
+    for (const HANDLE reader : readers) {
+        CloseHandle(reader);
+    }
+    const std::vector<LogLine> expected = {
+        {2, Done(1, kSettingsName)}, {2, L"SaveConfigHmdListIntArray() No HmdList condfig for HMD NOBODY"}};
+    EXPECT_EQ(expected, host.Lines());
+    EXPECT_EQ(text, Settings());
+    EXPECT_EQ(headsets, ReadBytes(folders.Private(kHmdListName)));
+}
+
+TEST_F(Save, AFileThatIsALinkToAnotherFolderIsNotSaved) {
+    if (!HasUnixCommands()) {
+        GTEST_SKIP();
+    }
+    const std::string text = R"({"A":1})";
+    WriteBytes(folders.Outside(L"target.json"), text);
+    fs::create_directory(folders.DataDir());
+    MakeLink(folders.Outside(L"target.json"), folders.Private(kSettingsName));
+    module.Init(host, folders);
+    EXPECT_EQ(1, module.Int64(L"A"));
+    host.Clear();
+
+    module->SaveConfigInt64(L"A", 9, 0);
+
+    EXPECT_EQ(text, ReadBytes(folders.Outside(L"target.json")));
+    EXPECT_EQ((std::vector<LogLine>{{2, Done(1, kSettingsName)}}), host.Lines());
+}
+
+TEST_F(Save, AFolderOfTheFilesNameIsSilentlyLeft) {
+    InitWith(R"({"A":1})");
+    const fs::path file = folders.Private(kSettingsName);
+    fs::remove(file);
+    fs::create_directory(file);
+
+    module->SaveConfigInt64(L"A", 9, 0);
+
+    EXPECT_TRUE(host.Lines().empty());
+    EXPECT_TRUE(fs::is_directory(file));
+}
+
 TEST_F(Save, ThreadsThatSaveDifferentMembersLoseNone) {
     InitWith(R"({"T0":0,"T1":0,"T2":0,"T3":0})");
     const int saves = Long(1000, 100);
@@ -233,7 +292,7 @@ TEST_F(Save, ThreadsThatSaveDifferentMembersLoseNone) {
     EXPECT_EQ(0, host.Count(Done(1, kSettingsName)));
 }
 
-TEST_F(Save, FromInsideTheHostsLogNeitherBlocksNorRecursesForEver) {
+TEST_F(Save, FromInsideTheHostsLogNeitherBlocksNorRecursesEndlessly) {
     InitWith(R"({"A":1,"B":1})");
     host.onLog = Once([this] { module->SaveConfigInt64(L"B", 2, 0); });
 

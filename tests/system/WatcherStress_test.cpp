@@ -1,82 +1,26 @@
 // Many edits by a second process: none is lost, none is replaced by the default.
 //
 // ZQ_TEST_LONG in the environment runs the long forms.
-#include "support/win32/ChildProcess.h"
 #include "support/win32/ImportPatch.h"
 #include "support/win32/LongForm.h"
 #include "support/win32/Module.h"
 #include "support/win32/ProcessResources.h"
 #include "support/win32/Waiting.h"
+#include "support/win32/WatchedFolder.h"
 
 #include <gtest/gtest.h>
+
+#include <atomic>
 
 namespace zq::test {
 namespace {
 
-namespace fs = std::filesystem;
-
-class WatcherStress : public testing::Test {
-protected:
-    void SetUp() override {
-        WriteBytes(folders.Private(kSettingsName), R"({"Edit":0})");
-        InitAndWatch(module, host, folders);
-        host.Clear();
-    }
-
-    std::wstring Command(const wchar_t* mode, int count, int pause) const {
-        return std::wstring(L"file_editor.exe ") + mode + L" \"" + folders.Private(kSettingsName).wstring() +
-               L"\" \"" + folders.Outside(L"new.json").wstring() + L"\" " + std::to_wstring(count) + L" " +
-               std::to_wstring(pause) + L" 4711";
-    }
-
-    void ExpectLastEdit(int edit) {
-        EXPECT_TRUE(WaitFor([&] { return module.Int64(L"Edit") == edit; })) << *module.Int64(L"Edit");
-        const std::string file = ReadBytes(folders.Private(kSettingsName));
-        EXPECT_TRUE(file.starts_with("{\"Edit\":" + std::to_string(edit) + ",")) << file.substr(0, 40);
-        EXPECT_EQ(0, CountRepairs());
-    }
-
-    int CountRepairs() const {
-        int count = 0;
-        for (const LogLine& line : host.Lines()) {
-            count += line.text.find(L" again OK ") != std::wstring::npos ? 1 : 0;
-        }
-        return count;
-    }
-
-    ModuleFolders folders;
-    RecordingHost host;
-    Module module;
-};
-
-TEST_F(WatcherStress, TheLastOfManyRewritesIsLoaded) {
-    const int edits = Long(300, 60);
-
-    EXPECT_EQ(0U, ChildProcess(Command(L"rewrite", edits, 50)).ExitCode());
-
-    ExpectLastEdit(edits);
-}
-
-TEST_F(WatcherStress, TheLastOfManyRenamesIsLoaded) {
-    const int edits = Long(300, 60);
-
-    EXPECT_EQ(0U, ChildProcess(Command(L"rename", edits, 50)).ExitCode());
-
-    ExpectLastEdit(edits);
-}
-
-TEST_F(WatcherStress, NoSlowEditIsReplacedByTheDefault) {
-    const int edits = Long(200, 20);
-
-    EXPECT_EQ(0U, ChildProcess(Command(L"slow", edits, 200)).ExitCode());
-
-    ExpectLastEdit(edits);
-}
+class WatcherStress : public WatchedFolder {};
 
 TEST_F(WatcherStress, AnOverflowOfTheBufferBringsAPassByItself) {
     host.onReloaded = Once([this] {
-        // While the host holds the watcher more changes come than its buffer can tell.
-        EXPECT_EQ(0U, ChildProcess(Command(L"touch", 400, 0)).ExitCode());
+        // While the host holds the watcher more changes come than its buffer can hold.
+        EXPECT_EQ(0U, ChildProcess(Editor(L"touch", 400, 0)).ExitCode());
         WriteBytes(folders.Private(kQualityName), R"({"AfterOverflow":1})");
     });
 
@@ -84,20 +28,21 @@ TEST_F(WatcherStress, AnOverflowOfTheBufferBringsAPassByItself) {
 
     EXPECT_TRUE(WaitFor([&] { return host.Count(L"ReloadPrivateConfigFile begin") >= 2; }));
     EXPECT_TRUE(WaitFor([&] { return module.Int64(L"AfterOverflow") == 1; }));
-    ExpectLastEdit(1);
+    ExpectEdit(1);
 }
 
 TEST_F(WatcherStress, AmongThousandsOfOtherFilesAllThreeEndAsOnDisk) {
     const int files = Long(20'000, 2000);
 
-    EXPECT_EQ(0U, ChildProcess(Command(L"touch", files, 0)).ExitCode());
+    EXPECT_EQ(0U, ChildProcess(Editor(L"touch", files, 0)).ExitCode());
 
-    // A change that stands first in its completion brings all three up to date, whatever went unnoticed
-    // before.
-    Sleep(200);
-    WriteBytes(folders.Private(kQualityName), R"({"Last":1})");
-    EXPECT_TRUE(WaitFor([&] { return module.Int64(L"Last") == 1; }));
-    ExpectLastEdit(files / 500 + 1);
+    // A change whose record comes first brings all three up to date, whatever went unnoticed before. It comes
+    // first as soon as no record of the other files is left.
+    EXPECT_TRUE(WaitFor([&, last = 0]() mutable {
+        WriteBytes(folders.Private(kQualityName), R"({"Last":)" + std::to_string(++last) + "}");
+        return WaitFor([&] { return module.Int64(L"Last") == last; }, std::chrono::milliseconds(200));
+    }));
+    ExpectEdit(files / 500 + 1);
 }
 
 HRESULT WINAPI RefuseCom(void*, DWORD) { return E_FAIL; }
@@ -138,8 +83,16 @@ TEST(LifecycleStress, StoppingWhileAReloadIsUnderWayReturnsWithinASecond) {
         RecordingHost host;
         Module module;
         InitAndWatch(module, host, folders);
+        // Stopped at the n-th message of the pass.
+        std::atomic<int> messagesLeft = 1 + i % 5;
+        const HANDLE reached = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        host.onLog = [&](const LogLine&) {
+            if (--messagesLeft == 0) {
+                SetEvent(reached);
+            }
+        };
         WriteBytes(folders.Private(kSettingsName), "{\"Edit\":" + std::to_string(i) + "}");
-        Sleep(static_cast<DWORD>(i % 40));
+        EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(reached, 10'000));
 
         const ULONGLONG start = GetTickCount64();
         module->DoStop();
@@ -148,6 +101,8 @@ TEST(LifecycleStress, StoppingWhileAReloadIsUnderWayReturnsWithinASecond) {
         EXPECT_TRUE(host.Has(L"ThreadEntryWatchConfig end."));
         EXPECT_TRUE(module.Int64(L"Settings.PerformanceLevel"));
         EXPECT_EQ("{\"Edit\":" + std::to_string(i) + "}", ReadBytes(folders.Private(kSettingsName)));
+        module.Destroy();
+        CloseHandle(reached);
     }
 }
 

@@ -1,7 +1,9 @@
 // The folder watcher on a real folder: what brings a reload pass, and what a pass does and says.
+#include "support/win32/ChangeLog.h"
 #include "support/win32/Module.h"
 #include "support/win32/VariableHost.h"
 #include "support/win32/Waiting.h"
+#include "support/win32/WatchRequests.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +14,11 @@ namespace fs = std::filesystem;
 
 constexpr const wchar_t* kEnd = L"ThreadEntryWatchConfig end.";
 
+void BackdateDefault(const ModuleFolders& folders, const wchar_t* name) {
+    fs::last_write_time(folders.Default(name),
+                        fs::last_write_time(folders.Default(name)) - std::chrono::hours(1));
+}
+
 // A module that watches its folder.
 class Watcher : public testing::Test {
 protected:
@@ -20,31 +27,27 @@ protected:
         host.Clear();
     }
 
-    // Writes a file as an editor does, and waits for the pass that follows to end.
+    // Renames a new file over the other: one change, with one notice.
+    void Edit(const wchar_t* name, std::string_view bytes) {
+        WriteBytes(folders.Outside(L"new.json"), bytes);
+        fs::rename(folders.Outside(L"new.json"), folders.Private(name));
+    }
+
+    // Waits until the pass that follows has ended and the next change is waited for.
     void EditAndWait(const wchar_t* name, std::string_view bytes) {
-        const int before = host.Reloads();
-        WriteBytes(folders.Private(name), bytes);
-        ASSERT_TRUE(WaitFor([&] { return host.Reloads() > before; }));
+        const int reloads = host.Reloads();
+        const int requests = WatchRequests();
+        Edit(name, bytes);
+        ASSERT_TRUE(WaitFor([&] { return host.Reloads() > reloads && WatchRequests() > requests; }));
     }
 
-    // Two writes of one edit may arrive as two completions: waits until no further pass comes.
-    void WaitUntilQuiet() {
-        int seen = -1;
-        ASSERT_TRUE(WaitFor([&] {
-            const bool isQuiet = host.Reloads() == seen;
-            seen = host.Reloads();
-            Sleep(kQuietMilliseconds);
-            return isQuiet && host.Reloads() == seen;
-        }));
+    // The notice of what `change` does has been handled when this returns.
+    template <class Change>
+    void ChangeAndWait(Change change) {
+        const int requests = WatchRequests();
+        change();
+        ASSERT_TRUE(WaitFor([&] { return WatchRequests() > requests; }));
     }
-
-    void BackdateDefault(const wchar_t* name) {
-        fs::last_write_time(folders.Default(name),
-                            fs::last_write_time(folders.Default(name)) - std::chrono::hours(1));
-    }
-
-    static constexpr DWORD kRequestMilliseconds = 50;
-    static constexpr DWORD kQuietMilliseconds = 150;
 
     ModuleFolders folders;
     RecordingHost host;
@@ -82,10 +85,9 @@ TEST_F(Watcher, ANameInOtherLetterCaseCountsAsTheFile) {
 }
 
 TEST_F(Watcher, OtherFilesAndSubfoldersTriggerNothing) {
-    WriteBytes(folders.DataDir() / L"other.json", "{}");
-    fs::create_directory(folders.DataDir() / L"below");
+    ChangeAndWait([&] { Edit(L"other.json", "{}"); });
+    ChangeAndWait([&] { fs::create_directory(folders.DataDir() / L"below"); });
     WriteBytes(folders.DataDir() / L"below" / kSettingsName, "{}");
-    Sleep(kQuietMilliseconds);
     EXPECT_FALSE(host.Has(L"ReloadPrivateConfigFile begin"));
 
     EditAndWait(kSettingsName, R"({"Edit":1})");
@@ -105,7 +107,6 @@ TEST_F(Watcher, ADeletedUneditedFileIsCopiedInAndReportedNotChanged) {
 
 TEST_F(Watcher, ADeletedEditedFileIsCopiedInAndLoaded) {
     EditAndWait(kSettingsName, R"({"Source":"edited"})");
-    WaitUntilQuiet();
     host.Clear();
 
     fs::remove(folders.Private(kSettingsName));
@@ -125,15 +126,14 @@ TEST_F(Watcher, ADeletedHeadsetListIsCopiedInWithItsOwnMessage) {
 }
 
 TEST_F(Watcher, InvalidJsonIsReplacedByTheDefaultWhichTheNextPassLoadsOnceMore) {
-    BackdateDefault(kSettingsName);
+    BackdateDefault(folders, kSettingsName);
     EditAndWait(kSettingsName, R"({"Source":"broken",)");
-    WaitUntilQuiet();
 
     EXPECT_EQ(L"default", module.String(L"Source"));
     EXPECT_EQ(1, host.Count(L"ReloadPrivateConfigFile() copy " + folders.Private(kSettingsName).wstring() +
                             L" again OK , exist:0."));
     // Removing and copying are changes of the file too, so the next pass has come by itself.
-    EXPECT_EQ(2, host.Count(L"Private settings file changed."));
+    EXPECT_TRUE(WaitFor([&] { return host.Count(L"Private settings file changed.") == 2; }));
     EXPECT_EQ(ReadBytes(folders.Default(kSettingsName)), ReadBytes(folders.Private(kSettingsName)));
 }
 
@@ -147,26 +147,30 @@ TEST_F(Watcher, StoppingWithoutAPendingChangeEndsTheThreadAtOnce) {
     EXPECT_EQ(expected, host.Lines());
 }
 
-TEST_F(Watcher, AChangeBehindAnotherFilesRecordWaitsForTheNextMatchingOne) {
+TEST_F(Watcher, AChangeAfterAnotherFilesRecordWaitsForTheNextMatchingOne) {
     host.onReloaded = Once([this] {
-        // While the host holds the watcher both changes arrive in one completion, the other file's first.
+        // While the host holds the watcher both changes arrive in one completion, the other file's first. A
+        // second watch sees them as they come.
+        ChangeLog changes(folders.DataDir());
         WriteBytes(folders.DataDir() / L"a.tmp", "x");
-        WriteBytes(folders.Private(kSettingsName), R"({"Edit":2})");
-        Sleep(kRequestMilliseconds);
+        Edit(kSettingsName, R"({"Edit":2})");
+        EXPECT_TRUE(changes.WaitForName(kSettingsName));
     });
-    // A rename is one change: nothing of it is left to stand first in the next completion.
-    WriteBytes(folders.Outside(L"new.json"), R"({"Edit2":1})");
-    fs::rename(folders.Outside(L"new.json"), folders.Private(kQualityName));
-    ASSERT_TRUE(WaitFor([&] { return host.Reloads() > 0; }));
-    WaitUntilQuiet();
+    const int requests = WatchRequests();
+    Edit(kQualityName, R"({"Edit2":1})");
+    ASSERT_TRUE(WaitFor([&] { return WatchRequests() >= requests + 2; }));
     EXPECT_EQ(std::nullopt, module.Int64(L"Edit"));
 
     EditAndWait(kQualityName, R"({"Edit2":2})");
     EXPECT_TRUE(WaitFor([&] { return module.Int64(L"Edit") == 2; }));
 }
 
-TEST_F(Watcher, AnExactCopyOfTheRecordedTimeCountsAsUnchanged) {
-    Sleep(2 * kQuietMilliseconds); // the recorded time has to be an older one
+TEST(WatcherStart, AnExactCopyOfTheRecordedTimeCountsAsUnchanged) {
+    ModuleFolders folders;
+    RecordingHost host;
+    Module module;
+    BackdateDefault(folders, kSettingsName); // the recorded time has to be an older one
+    InitAndWatch(module, host, folders);
     WIN32_FILE_ATTRIBUTE_DATA recorded{};
     ASSERT_TRUE(
         GetFileAttributesExW(folders.Private(kSettingsName).c_str(), GetFileExInfoStandard, &recorded));
@@ -184,17 +188,14 @@ TEST_F(Watcher, AnExactCopyOfTheRecordedTimeCountsAsUnchanged) {
     EXPECT_EQ(std::nullopt, module.Int64(L"Edit"));
 }
 
-TEST_F(Watcher, EveryHostHearsOneReloadForAFileAndNothingOfItsVariables) {
+TEST_F(Watcher, EveryHostIsNotifiedOfOneReloadForAFileAndNotOfItsVariables) {
     NoticeHost first;
     NoticeHost second;
     module.Variables().RegisterHost(&first);
     module.Variables().RegisterHost(&second);
-    WriteBytes(folders.Outside(L"new.json"), R"({"Edit":3,"Other":"text"})");
-
-    fs::rename(folders.Outside(L"new.json"), folders.Private(kSettingsName));
+    EditAndWait(kSettingsName, R"({"Edit":3,"Other":"text"})");
 
     ASSERT_TRUE(WaitFor([&] { return first.Count() > 0 && second.Count() > 0 && host.Reloads() > 0; }));
-    WaitUntilQuiet();
     const std::vector<Notice> expected = {{L"", VariableTypeNone, nullptr}};
     EXPECT_EQ(expected, first.Notices());
     EXPECT_EQ(expected, second.Notices());
@@ -243,7 +244,12 @@ TEST(WatcherStart, WithoutAnEditNoPassRuns) {
     RecordingHost host;
     Module module;
     InitAndWatch(module, host, folders);
-    Sleep(100);
+
+    // The look at the start comes before the first change is handled.
+    const int requests = WatchRequests();
+    WriteBytes(folders.DataDir() / L"other", "");
+    ASSERT_TRUE(WaitFor([&] { return WatchRequests() > requests; }));
+
     EXPECT_FALSE(host.Has(L"ReloadPrivateConfigFile begin"));
 }
 
@@ -253,9 +259,8 @@ TEST(WatcherStart, AFolderThatIsMovedAwayWhileWatchedBringsNoPass) {
     Module module;
     InitAndWatch(module, host, folders);
     host.Clear();
-    fs::rename(folders.DataDir(), folders.Outside(L"elsewhere"));
-    Sleep(100);
 
+    fs::rename(folders.DataDir(), folders.Outside(L"elsewhere"));
     module->DoStop();
 
     EXPECT_TRUE(host.Has(kEnd));

@@ -2,6 +2,7 @@
 #include "tools/RunTool.h"
 
 #include "support/win32/Folders.h"
+#include "support/win32/HeldFile.h"
 
 #include <gtest/gtest.h>
 
@@ -28,6 +29,63 @@ TEST(CommandLine, NamesTheOptionThatAMistypedOneMayMean) {
     ExpectEnd(L"get", 3, "zqsettings: NAME is required; see \"zqsettings help get\".\n");
 }
 
+TEST(CommandLine, SaysWhatIsWrongWithAValue) {
+    ExpectEnd(L"watch --for abc", 3,
+              "zqsettings: --for: \"abc\" is no number; see \"zqsettings help watch\".\n");
+    ExpectEnd(L"watch --for -1", 3,
+              "zqsettings: --for: -1 is not within 0 to 4000000; see \"zqsettings help watch\".\n");
+    ExpectEnd(L"serve --port 65536", 3,
+              "zqsettings: --port: 65536 is not within 0 to 65535; see \"zqsettings help serve\".\n");
+    ExpectEnd(L"set-hmd A 1.5 1 0 1", 3,
+              "zqsettings: MAIN: \"1.5\" is no whole number; see \"zqsettings help set-hmd\".\n");
+    ExpectEnd(L"set-hmd A 1 1 0 99999999999999999999", 3,
+              "zqsettings: VALUE: \"99999999999999999999\" is beyond what can be held; see \"zqsettings help "
+              "set-hmd\".\n");
+    ExpectEnd(
+        L"completion zsh", 3,
+        "zqsettings: SHELL: \"zsh\" is none of bash, powershell; see \"zqsettings help completion\".\n");
+}
+
+TEST(CommandLine, SaysWhatIsMissingOrTooMuch) {
+    ExpectEnd(L"list --data", 3, "zqsettings: --data needs a value; see \"zqsettings help list\".\n");
+    ExpectEnd(L"list --data a --data b", 3,
+              "zqsettings: --data was given more than once; see \"zqsettings help list\".\n");
+    ExpectEnd(L"list -x", 3, "zqsettings: -x was not expected; see \"zqsettings help list\".\n");
+    ExpectEnd(L"-x", 3, "zqsettings: no command was given; see \"zqsettings help\".\n");
+    ExpectEnd(L"help set get", 3, "zqsettings: \"get\" was not expected: help takes one command.\n");
+}
+
+TEST(CommandLine, SaysThatAFolderHasTheNameOfAFile) {
+    const ModuleFolders folders;
+    std::filesystem::create_directory(folders.Private(kHmdListName));
+    const std::string sentence =
+        "zqsettings: " + folders.Private(kHmdListName).string() + " is a folder, where a file is expected.\n";
+
+    for (const wchar_t* command : {L"list", L"diff", L"show", L"set A 1", L"watch --for 0.1"}) {
+        ExpectEnd(command + (L" --data \"" + folders.CommonDataDir() + L'"'), 2, sentence);
+    }
+    ExpectEnd(L"check \"" + folders.CommonDataDir() + L'"', 2, sentence);
+}
+
+TEST(CommandLine, SaysThatAFileIsHeld) {
+    const ModuleFolders folders;
+    for (const wchar_t* name : {kSettingsName, kHmdListName, kQualityName}) {
+        WriteBytes(folders.Private(name), ReadBytes(folders.Default(name)));
+    }
+    const HeldFile held(folders.Private(kSettingsName));
+    const std::string sentence = "zqsettings: the file " + folders.Private(kSettingsName).string() +
+                                 " cannot be read: Sharing violation (Windows error 32).\n";
+
+    for (const wchar_t* command :
+         {L"list --json", L"get DHI", L"diff", L"explain DHI", L"show", L"set DHI 1", L"watch --for 0.1"}) {
+        ExpectEnd(command + (L" --data \"" + folders.CommonDataDir() + L'"'), 2, sentence);
+    }
+    const ToolRun check = RunTool(L"check \"" + folders.CommonDataDir() + L'"');
+    EXPECT_EQ(2u, check.exitCode);
+    EXPECT_EQ(sentence, check.errors);
+    EXPECT_NE(std::string::npos, check.output.find("ZQ2_HmdList.json: accepted")) << check.output;
+}
+
 TEST(CommandLine, HelpOfACommandListsItsOptions) {
     EXPECT_EQ(RunTool(L"list --help").output, RunTool(L"help list").output);
     EXPECT_EQ(RunTool(L"--help").output, RunTool(L"help").output);
@@ -37,7 +95,8 @@ TEST(CommandLine, HelpOfACommandListsItsOptions) {
 TEST(CommandLine, VersionNamesAllVersions) {
     const std::string output = RunTool(L"--version").output;
 
-    EXPECT_TRUE(output.starts_with("zqsettings 1.0.0\nZQModSettings.dll 1.0.0 (")) << output;
+    EXPECT_TRUE(output.starts_with("zqsettings " ZQ_VERSION "\nZQModSettings.dll " ZQ_VERSION " ("))
+        << output;
     EXPECT_TRUE(output.ends_with("\nvariable packets 1\nJSON messages 1\n")) << output;
 }
 

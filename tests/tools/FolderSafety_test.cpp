@@ -18,8 +18,9 @@ using Snapshot = std::map<std::wstring, std::string>;
 
 Snapshot SnapshotOf(const std::filesystem::path& folder) {
     Snapshot files;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        files[entry.path().filename().wstring()] = ReadBytes(entry.path());
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+        files[entry.path().lexically_relative(folder).wstring()] =
+            entry.is_directory() ? "a folder" : ReadBytes(entry.path());
     }
     return files;
 }
@@ -97,6 +98,13 @@ TEST_P(FolderSafety, ReplacingKeepsTheRefusedFile) {
     const ToolRun run = Run(L"watch --for 0.1 --replace-refused --provision");
 
     EXPECT_EQ(0u, run.exitCode) << run.errors;
+    const std::string file = m_folders.Private(GetParam().file).string();
+    const std::string note = "zqsettings: note: " + file +
+                             (GetParam().bytes ? " was refused and is a copy of the default file now; the "
+                                                 "refused file is kept as " +
+                                                     file + ".refused-"
+                                               : " did not exist; it is a copy of the default file now.\n");
+    EXPECT_TRUE(run.errors.starts_with(note)) << run.errors;
     Snapshot now = Now();
     EXPECT_EQ(ReadBytes(m_folders.Default(GetParam().file)), now[GetParam().file]);
     std::string kept = "none";
@@ -127,20 +135,39 @@ const wchar_t* PrivateNameOf(const std::filesystem::path& mistake) {
                                                     : kSettingsName;
 }
 
-// None of these may change anything; the last may only change the file that it names, and only if it says so.
-const wchar_t* const kCommands[] = {
-    L"list",
-    L"get DHI --json",
-    L"list --long",
-    L"diff --json",
-    L"explain DHI",
-    L"describe DHI",
-    L"show --json",
-    L"show",
-    L"watch --for 0.05",
-    L"restore --list",
-    L"set-hmd ALPHA1 9 9 9 1",
-    L"set Settings.CurrentBitrate 71",
+// A command, and what it prints where it changes the folder: null for one that changes nothing, and "" for
+// one that names each file that it writes.
+struct LoopCommand {
+    const wchar_t* line;
+    const char* said;
+    const wchar_t* only = nullptr; // the file that it may change
+};
+
+const LoopCommand kCommands[] = {
+    {L"check", nullptr},
+    {L"check --strict --all --json", nullptr},
+    {L"check --fix", ""},
+    {L"check --in-place", ""},
+    {L"list", nullptr},
+    {L"list --long --json", nullptr},
+    {L"get DHI --json", nullptr},
+    {L"get *", nullptr},
+    {L"diff --json", nullptr},
+    {L"diff --exit-code", nullptr},
+    {L"explain * --json", nullptr},
+    {L"explain DHI", nullptr},
+    {L"describe DHI", nullptr},
+    {L"show --json", nullptr},
+    {L"show", nullptr},
+    {L"watch --for 0.05", nullptr},
+    {L"watch --for 0.05 --json", nullptr},
+    {L"serve --for 0.05", nullptr},
+    {L"serve --for 0.05 --look", nullptr},
+    {L"restore --list", nullptr},
+    {L"restore ZQ2_HmdList.json.20260102T030405.678Z", nullptr},
+    {L"set-hmd MERIN5 1 2 0 91 92", "MERIN5", kHmdListName},
+    {L"set Settings.CurrentBitrate 71", "Settings.CurrentBitrate", kSettingsName},
+    {L"set CL.MERIN5.Bitrate 71 --device", "CL.MERIN5.Bitrate", kSettingsName},
 };
 
 class FolderLoop : public testing::Test {
@@ -155,40 +182,81 @@ protected:
         }
     }
 
-    void ExpectUnchanged(const std::wstring& command) {
-        Snapshot before = SnapshotOf(m_folders.DataDir());
-
-        const ToolRun run = RunTool(
-            command + L" --data \"" + m_folders.CommonDataDir() + L'"' +
-            (command.starts_with(L"restore") ? L"" : L" --defaults \"" + m_folders.DefaultDir() + L'"'));
-
-        Snapshot after = SnapshotOf(m_folders.DataDir());
-        EXPECT_LE(run.exitCode, 2u) << run.errors;
-        if (command.starts_with(L"set Settings") && run.exitCode == 0) {
-            EXPECT_NE("", run.output);
-            before.erase(kSettingsName);
-            after.erase(kSettingsName);
+    std::wstring LineOf(const LoopCommand& command) const {
+        const std::wstring line = command.line;
+        if (line.starts_with(L"check")) {
+            return line + L" \"" + m_folders.DataDir().wstring() + L"\" --defaults \"" +
+                   m_folders.DefaultDir() + L'"';
         }
-        EXPECT_EQ(before, after) << run.output << run.errors;
+        return line + L" --data \"" + m_folders.CommonDataDir() + L'"' +
+               (line.starts_with(L"restore") ? L"" : L" --defaults \"" + m_folders.DefaultDir() + L'"');
+    }
+
+    void ExpectNothingChangedUnsaid(const LoopCommand& command) {
+        SCOPED_TRACE(command.line);
+        const Snapshot before = SnapshotOf(m_folders.DataDir());
+
+        ToolRun run{};
+        try {
+            run = RunTool(LineOf(command));
+        } catch (const std::exception& error) {
+            ADD_FAILURE() << error.what(); // and on with the other commands
+        }
+
+        EXPECT_LE(run.exitCode, 2u) << run.errors;
+        for (const std::wstring& name : ChangedNames(before, SnapshotOf(m_folders.DataDir()))) {
+            ASSERT_NE(nullptr, command.said) << run.output << run.errors;
+            const std::string said = *command.said ? command.said : std::string(name.begin(), name.end());
+            EXPECT_NE(std::string::npos, run.output.find(said)) << run.output << run.errors;
+            EXPECT_TRUE(!command.only || name == command.only) << run.output << run.errors;
+            ++m_changes;
+        }
+    }
+
+    static std::vector<std::wstring> ChangedNames(Snapshot before, Snapshot after) {
+        std::vector<std::wstring> names;
+        for (const auto& [name, bytes] : before) {
+            if (!after.contains(name) || after[name] != bytes) {
+                names.push_back(name);
+            }
+        }
+        for (const auto& [name, bytes] : after) {
+            if (!before.contains(name)) {
+                names.push_back(name);
+            }
+        }
+        return names;
+    }
+
+    // All commands in the long form, one of `step` otherwise.
+    void RunCommands(const wchar_t* name, const std::string& bytes, size_t step) {
+        for (const LoopCommand& command : kCommands) {
+            if (m_turn++ % step == 0) {
+                Clear();
+                WriteDefaults();
+                WriteBytes(m_folders.Private(name), bytes);
+                ExpectNothingChangedUnsaid(command);
+            }
+        }
+    }
+
+    void Clear() const {
+        for (const auto& entry : std::filesystem::directory_iterator(m_folders.DataDir())) {
+            std::filesystem::remove_all(entry.path());
+        }
     }
 
     ModuleFolders m_folders;
+    size_t m_turn = 0;
+    size_t m_changes = 0; // that were said
 };
 
 TEST_F(FolderLoop, NoMistakeMakesACommandChangeTheFolder) {
-    const size_t step = static_cast<size_t>(Long(1, 19)); // of how many commands one is run
     const std::vector<std::filesystem::path> mistakes = Mistakes();
     EXPECT_EQ(36u, mistakes.size());
-    size_t turn = 0;
     for (const std::filesystem::path& mistake : mistakes) {
-        for (const wchar_t* command : kCommands) {
-            if (turn++ % step == 0) {
-                SCOPED_TRACE(mistake.string());
-                WriteDefaults();
-                WriteBytes(m_folders.Private(PrivateNameOf(mistake)), ReadBytes(mistake));
-                ExpectUnchanged(command);
-            }
-        }
+        SCOPED_TRACE(mistake.string());
+        RunCommands(PrivateNameOf(mistake), ReadBytes(mistake), static_cast<size_t>(Long(1, 61)));
     }
 }
 
@@ -212,12 +280,22 @@ std::string Mutated(std::string text, std::mt19937& random) {
 TEST_F(FolderLoop, NoMutationOfTheDefaultFilesMakesACommandChangeTheFolder) {
     std::mt19937 random(20260102);
     const wchar_t* const names[] = {kSettingsName, kHmdListName, kQualityName};
-    for (int i = 0; i < Long(1000, 24); ++i) {
+    for (int i = 0; i < 1000; ++i) {
         SCOPED_TRACE(i);
-        WriteDefaults();
         const wchar_t* const name = names[i % 3];
-        WriteBytes(m_folders.Private(name), Mutated(DefaultBytes(name), random));
-        ExpectUnchanged(kCommands[static_cast<size_t>(i) % std::size(kCommands)]);
+        RunCommands(name, Mutated(DefaultBytes(name), random), static_cast<size_t>(Long(1, 1999)));
+    }
+}
+
+// Or the loop above would compare nothing.
+TEST_F(FolderLoop, SeesWhatACommandChanges) {
+    for (const LoopCommand& command : kCommands) {
+        if (command.only) {
+            m_changes = 0;
+            WriteDefaults();
+            ExpectNothingChangedUnsaid(command);
+            EXPECT_EQ(1u, m_changes) << command.line;
+        }
     }
 }
 

@@ -30,21 +30,29 @@ protected:
                        m_folders.DefaultDir() + L'"');
     }
 
-    static void ExpectValid(const std::string& json, const char* name) {
+    static testing::AssertionResult IsValid(const std::string& json, const char* name) {
         rapidjson::Document schema;
         const std::string text = ReadBytes(std::filesystem::path(ZQ_SOURCE_DIR) / "schemas" / "output" /
                                            (std::string(name) + ".schema.json"));
-        ASSERT_FALSE(schema.Parse(text.c_str()).HasParseError()) << name;
+        if (schema.Parse(text.c_str()).HasParseError()) {
+            return testing::AssertionFailure() << name << " is no JSON";
+        }
         rapidjson::Document document;
-        ASSERT_FALSE(document.Parse(json.c_str()).HasParseError()) << json;
+        if (document.Parse(json.c_str()).HasParseError()) {
+            return testing::AssertionFailure() << "no JSON: " << json;
+        }
         const rapidjson::SchemaDocument compiled(schema);
         rapidjson::SchemaValidator validator(compiled);
+        if (document.Accept(validator)) {
+            return testing::AssertionSuccess();
+        }
         rapidjson::StringBuffer at;
-        const bool isValid = document.Accept(validator);
         validator.GetInvalidDocumentPointer().Stringify(at);
-        EXPECT_TRUE(isValid) << name << ": " << validator.GetInvalidSchemaKeyword() << " at "
-                             << at.GetString() << " of " << json;
+        return testing::AssertionFailure() << name << ": " << validator.GetInvalidSchemaKeyword() << " at "
+                                           << at.GetString() << " of " << json;
     }
+
+    static void ExpectValid(const std::string& json, const char* name) { EXPECT_TRUE(IsValid(json, name)); }
 
     ModuleFolders m_folders;
 };
@@ -64,6 +72,34 @@ TEST_F(OutputSchemas, DescribeWhatIsLookedUp) {
     ExpectValid(Run(L"describe Settings.CurrentBitrate Level DefaultDeviceName --json").output, "describe");
     ExpectValid(RunTool(L"survey --json").output, "survey");
     ExpectValid(RunTool(L"check --json \"" + m_folders.DataDir().wstring() + L'"').output, "check");
+}
+
+// Errors, warnings, files that are mended and one that is not there.
+TEST_F(OutputSchemas, DescribeTheCheckOfEachMistake) {
+    const std::filesystem::path mistakes = std::filesystem::path(ZQ_SOURCE_DIR) / "tests" / "mistakes";
+    const std::wstring copies = m_folders.Outside(L"mistakes").wstring();
+    std::filesystem::create_directory(copies);
+    for (const auto& entry : std::filesystem::directory_iterator(mistakes)) {
+        if (entry.is_regular_file()) {
+            std::filesystem::copy_file(entry.path(), copies / entry.path().filename());
+        }
+    }
+    const std::wstring line = L"check --json \"" + copies + L"\\*.*\"";
+
+    const std::string plain = RunTool(line).output;
+    ExpectValid(plain, "check");
+    ExpectValid(RunTool(line + L" --strict --all").output, "check");
+    ExpectValid(RunTool(line + L" missing.json").output, "check");
+    ExpectValid(RunTool(line + L" --fix").output, "check");
+    rapidjson::Document files;
+    files.Parse(plain.c_str());
+    EXPECT_EQ(36u, files.Size());
+}
+
+TEST_F(OutputSchemas, RefuseOtherForms) {
+    EXPECT_FALSE(IsValid(R"([{"name":"A","type":"integer"}])", "variables"));
+    EXPECT_FALSE(IsValid(R"({"version":1,"kind":"reload","time":"2026-01-02T03:04:05.678Z"})", "watch"));
+    EXPECT_FALSE(IsValid(R"([{"file":"ZQ2_HmdList.json","accepted":"yes"}])", "check"));
 }
 
 TEST_F(OutputSchemas, DescribeWhatIsChanged) {

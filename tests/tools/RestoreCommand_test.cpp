@@ -1,6 +1,7 @@
 #include "tools/RunTool.h"
 
 #include "support/win32/Folders.h"
+#include "support/win32/HeldFile.h"
 
 #include <gtest/gtest.h>
 
@@ -33,7 +34,7 @@ protected:
 
 TEST_F(RestoreCommand, ListsTheCopiesOfTheModulesOwnForm) {
     EXPECT_EQ("rejected  refused   ZQ2_serverSetting.setting.20260203T040506.789Z\n"
-              "kept  accepted  ZQ2_serverSetting.setting.20260102T030405.678Z\n"
+              "kept      accepted  ZQ2_serverSetting.setting.20260102T030405.678Z\n"
               "2 copies\n",
               Run(L"--list").output);
     EXPECT_EQ("0 copies\n", Run(L"--list ZQ2_HmdList.json").output);
@@ -68,6 +69,45 @@ TEST_F(RestoreCommand, SaysThatThereIsNoSuchCopy) {
     EXPECT_TRUE(run.errors.starts_with("zqsettings: there is no copy ..\\ZQ2_serverSetting.setting in "))
         << run.errors;
     EXPECT_EQ(3u, Run(L"").exitCode);
+}
+
+TEST_F(RestoreCommand, FailsWithJsonAsItFailsWithout) {
+    for (const std::wstring& arguments : {std::wstring(kNew), std::wstring(L"nothing"), std::wstring()}) {
+        const ToolRun plain = Run(arguments);
+        const ToolRun json = Run(arguments + L" --json");
+
+        EXPECT_EQ(plain.exitCode, json.exitCode);
+        EXPECT_EQ("", json.output);
+        EXPECT_EQ(plain.errors, json.errors);
+    }
+}
+
+TEST_F(RestoreCommand, SaysThatACopyOrAFileIsHeld) {
+    const HeldFile copy(Kept(kOld));
+    for (const wchar_t* arguments : {L"--list", L"--list --json", kOld}) {
+        const ToolRun run = Run(arguments);
+
+        EXPECT_EQ(2u, run.exitCode);
+        EXPECT_EQ("", run.output);
+        EXPECT_EQ("zqsettings: the file " + Kept(kOld).string() +
+                      " cannot be read: Sharing violation (Windows error 32).\n",
+                  run.errors);
+    }
+}
+
+TEST_F(RestoreCommand, LeavesAFileThatIsHeld) {
+    ToolRun run;
+    {
+        const HeldFile file(m_folders.Private(kSettingsName), FILE_SHARE_READ);
+        run = Run(kOld);
+    }
+
+    EXPECT_EQ(2u, run.exitCode);
+    EXPECT_TRUE(run.errors.starts_with("zqsettings: the file " + m_folders.Private(kSettingsName).string() +
+                                       " cannot be replaced: "))
+        << run.errors;
+    EXPECT_EQ(R"({"Level":3})", ReadBytes(m_folders.Private(kSettingsName)));
+    EXPECT_EQ("2 copies\n", Run(L"--list").output.substr(Run(L"--list").output.size() - 9));
 }
 
 TEST_F(RestoreCommand, PutsACopyWhereTheFileIsMissing) {

@@ -45,7 +45,9 @@ ToolRun RunTool(const std::wstring& arguments) {
         CloseHandle(handle);
     }
     if (!hasEnded) {
-        throw std::runtime_error("zqsettings.exe did not end");
+        throw std::runtime_error("this did not end: zqsettings " + std::filesystem::path(arguments).string() +
+                                 "; it printed: " + ReadBytes(folder.Path() / L"output") +
+                                 ReadBytes(folder.Path() / L"errors"));
     }
     return {exitCode, ReadBytes(folder.Path() / L"output"), ReadBytes(folder.Path() / L"errors")};
 }

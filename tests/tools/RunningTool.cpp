@@ -1,5 +1,7 @@
 #include "tools/RunningTool.h"
 
+#include "support/win32/UnixCommand.h"
+
 #include <stdexcept>
 
 namespace zq::test {
@@ -22,8 +24,10 @@ RunningTool::RunningTool(const std::wstring& arguments) {
     startup.hStdError = startup.hStdOutput;
     const std::filesystem::path program = ProgramFolder() / L"zqsettings.exe";
     std::wstring line = L"zqsettings " + arguments;
-    const BOOL isStarted = CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr,
-                                          nullptr, &startup, &m_process);
+    // A group of its own can be sent Ctrl+Break, which does not reach the tests then; it takes no Ctrl+C.
+    const DWORD flags = HasUnixCommands() ? 0 : CREATE_NEW_PROCESS_GROUP;
+    const BOOL isStarted = CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, flags,
+                                          nullptr, nullptr, &startup, &m_process);
     CloseHandle(startup.hStdOutput);
     if (!isStarted) {
         throw std::runtime_error("zqsettings.exe does not start");
@@ -35,6 +39,25 @@ RunningTool::~RunningTool() {
     WaitForSingleObject(m_process.hProcess, INFINITE);
     CloseHandle(m_process.hProcess);
     CloseHandle(m_process.hThread);
+}
+
+// Wine has no console to send Ctrl+C from where there is no terminal; its processes take the system's signal
+// for it.
+void RunningTool::Interrupt(const std::string& mark) const {
+    if (!HasUnixCommands()) {
+        GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, m_process.dwProcessId);
+        return;
+    }
+    const std::string others = mark.substr(1); // so that it does not find the search itself
+    RunUnix(m_folder.Path(), "for process in /proc/[0-9]*; do grep -aqs '[" + mark.substr(0, 1) + "]" +
+                                 others + "' $process/cmdline && kill -INT ${process#/proc/}; done");
+}
+
+DWORD RunningTool::ExitCode() const {
+    WaitForSingleObject(m_process.hProcess, kTries * kPauseMilliseconds);
+    DWORD code = 0;
+    GetExitCodeProcess(m_process.hProcess, &code);
+    return code;
 }
 
 // The program flushes each line; a file has no event for that.

@@ -20,6 +20,10 @@ public:
 
     // Waits until its output holds `text`, up to 20 seconds. Returns whether it came.
     bool WaitFor(const std::string& text) const;
+    // As Ctrl+C in its console. `mark` is a part of its arguments that no other process has.
+    void Interrupt(const std::string& mark) const;
+    // Waits until it has ended, up to 20 seconds, and returns its exit code, STILL_ACTIVE where it goes on.
+    DWORD ExitCode() const;
     std::string Output() const { return ReadBytes(m_folder.Path() / L"output"); }
 
 private:

@@ -103,6 +103,28 @@ TEST_F(WatchCommand, PrintsTheMessagesOfTheLiveProtocol) {
     EXPECT_TRUE(watch.WaitFor("\"kind\":\"accept\"")) << watch.Output();
 }
 
+TEST_F(WatchCommand, EndsWellWhenItIsInterrupted) {
+    LARGE_INTEGER count{};
+    QueryPerformanceCounter(&count);
+    const std::string mark = "Mark" + std::to_string(count.QuadPart);
+    const std::wstring arguments = Arguments(L"Level " + std::wstring(mark.begin(), mark.end()));
+    const RunningTool watch(arguments);
+    const RunningTool json(arguments + L" --json");
+    ASSERT_TRUE(watch.WaitFor("; Ctrl+C ends\n")) << watch.Output();
+    ASSERT_TRUE(json.WaitFor("\"kind\":\"state\"")) << json.Output();
+
+    watch.Interrupt(mark); // and the other
+
+    EXPECT_EQ(0u, watch.ExitCode());
+    EXPECT_EQ(0u, json.ExitCode());
+    EXPECT_TRUE(watch.Output().ends_with(" ended (Ctrl+C): 0 reloads, 0 changes, 0 notices\n"))
+        << watch.Output();
+    const char* const end = R"("kind":"end","time":")";
+    EXPECT_NE(std::string::npos, json.Output().find(end)) << json.Output();
+    EXPECT_TRUE(json.Output().ends_with("\"reason\":\"Ctrl+C\",\"reloads\":0,\"changes\":0,\"notices\":0}\n"))
+        << json.Output();
+}
+
 TEST_F(WatchCommand, EndsAfterItsTimeWithASummary) {
     const ToolRun run = RunTool(Arguments(L"--for 0.1"));
 

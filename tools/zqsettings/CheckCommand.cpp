@@ -145,21 +145,6 @@ std::string TextOf(const CheckedFile& file, const CheckOptions& options, bool ha
     return text + (file.fix ? file.fix->text : "");
 }
 
-void WriteProblem(JsonWriter& writer, const SourceText& source, const Problem& problem) {
-    const TextPosition begin = source.PositionOf(problem.begin);
-    const TextPosition end = source.PositionOf(std::max(problem.begin, problem.end));
-    writer.StartObject();
-    WriteMember(writer, "severity", problem.severity == Severity::Error ? "error" : "warning");
-    WriteMember(writer, "code", problem.code);
-    WriteMember(writer, "line", int64_t{begin.line});
-    WriteMember(writer, "column", int64_t{begin.column});
-    WriteMember(writer, "endLine", int64_t{end.line});
-    WriteMember(writer, "endColumn", int64_t{end.column});
-    WriteMember(writer, "text", problem.text);
-    WriteMember(writer, "fix", problem.fix);
-    writer.EndObject();
-}
-
 void WriteFile(JsonWriter& writer, const CheckedFile& file) {
     writer.StartObject();
     WriteMember(writer, "file", file.argument.shown);

@@ -16,6 +16,9 @@ class Option;
 
 namespace zq::tool {
 
+// For --for: 46 days, as many milliseconds as a wait of the system takes.
+inline constexpr double kLongestRunSeconds = 4'000'000;
+
 class Option {
 public:
     explicit Option(CLI::Option* option) : m_option(option) {}
@@ -23,7 +26,8 @@ public:
     Option Required();
     Option OneOf(const std::vector<std::string>& values);
     Option SeparatedBy(char separator);
-    Option NotNegative();
+    // For a number; both ends are allowed.
+    Option Within(double least, double most);
     // Makes of the text what the command wants; returns a sentence for a text that it refuses, else nothing.
     Option Transformed(const std::function<std::string(std::string&)>& transform);
 

@@ -37,6 +37,10 @@ UniqueHandle OpenToRead(const fs::path& path) {
         if (file) {
             return file;
         }
+        // The system says no more than that access is denied.
+        if (fs::is_directory(path)) {
+            throw Failure(Utf8FromPath(path) + " is a folder, where a file is expected");
+        }
         if (!IsHeld(error) || attempt == kHeldTries) {
             Fail(path, "cannot be read", error);
         }

@@ -5,6 +5,8 @@
 #include "VariableDifference.h"
 #include "VariableListing.h"
 
+#include "check/Problem.h"
+#include "check/SourceText.h"
 #include "save/RapidJson.h"
 
 #include <rapidjson/prettywriter.h>
@@ -13,6 +15,7 @@
 
 #include <cmath>
 #include <string>
+#include <string_view>
 
 namespace zq::tool {
 
@@ -21,12 +24,12 @@ using JsonWriter = rapidjson::PrettyWriter<rapidjson::StringBuffer>;
 using LineWriter = rapidjson::Writer<rapidjson::StringBuffer>;
 
 template <class Writer>
-void WriteText(Writer& writer, const std::string& text) {
+void WriteText(Writer& writer, std::string_view text) {
     writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
 }
 
 template <class Writer>
-void WriteMember(Writer& writer, const char* name, const std::string& text) {
+void WriteMember(Writer& writer, const char* name, std::string_view text) {
     writer.Key(name);
     WriteText(writer, text);
 }
@@ -46,7 +49,7 @@ void WriteMember(Writer& writer, const char* name, bool truth) {
 // As in a literal, which would otherwise become a bool.
 template <class Writer>
 void WriteMember(Writer& writer, const char* name, const char* text) {
-    WriteMember(writer, name, std::string(text));
+    WriteMember(writer, name, std::string_view(text));
 }
 
 // A value as JSON's own type. Binary values are hexadecimal digits; a double that JSON cannot hold is the
@@ -55,9 +58,13 @@ void WriteValue(JsonWriter& writer, const VariableValue& value);
 void WriteValue(LineWriter& writer, const VariableValue& value);
 
 // {"name", "types", "old", "new"}; `oldName` and `newName` are those of the last two. What is not known is
-// left out.
+// left out. A message has an integer that readers round as a string too, as "oldText" or the like.
 void WriteChange(JsonWriter& writer, const VariableChange& change, const char* oldName, const char* newName);
 void WriteChange(LineWriter& writer, const VariableChange& change, const char* oldName, const char* newName);
+
+// A finding of the checker.
+void WriteProblem(JsonWriter& writer, const SourceText& source, const Problem& problem);
+void WriteProblem(LineWriter& writer, const SourceText& source, const Problem& problem);
 
 // What `write(writer)` writes, as text with a line end.
 template <class Write>

@@ -3,10 +3,14 @@
 #include "FileBytes.h"
 
 #include "check/FileCheck.h"
+#include "platform/Handle.h"
 
 #include <algorithm>
 #include <cwctype>
 #include <optional>
+#include <system_error>
+
+#include <windows.h>
 
 namespace zq::tool {
 
@@ -38,32 +42,60 @@ std::optional<ConfigFile> FileOf(std::wstring_view name) {
     return std::nullopt;
 }
 
-bool IsRealFolder(const fs::path& folder) {
-    std::error_code ignored;
-    return fs::symlink_status(folder, ignored).type() == fs::file_type::directory;
+std::wstring FinalPath(const fs::path& folder) {
+    const UniqueHandle handle = AdoptFileHandle(CreateFileW(
+        folder.c_str(), FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    std::wstring path(32768, L'\0');
+    path.resize(handle
+                    ? GetFinalPathNameByHandleW(handle.get(), path.data(), static_cast<DWORD>(path.size()), 0)
+                    : 0);
+    return path;
+}
+
+// Not a link, which leads elsewhere.
+bool IsOwnSubFolder(const fs::path& folder, const wchar_t* name) {
+    const std::wstring parent = FinalPath(folder);
+    return !parent.empty() && FinalPath(folder / name) == parent + L'\\' + name;
+}
+
+bool IsPlainFile(const fs::path& path) {
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES &&
+           (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)) == 0;
 }
 
 } // namespace
 
-std::vector<KeptFile> KeptFilesOf(const fs::path& folder) {
-    std::vector<KeptFile> files;
+std::vector<KeptName> KeptNamesOf(const fs::path& folder) {
+    std::vector<KeptName> names;
     for (const wchar_t* const subfolder : kFolders) {
-        if (!IsRealFolder(folder / subfolder)) {
+        if (!IsOwnSubFolder(folder, subfolder)) {
             continue;
         }
-        for (const auto& entry : fs::directory_iterator(folder / subfolder)) {
-            const std::wstring name = entry.path().filename().wstring();
+        std::error_code error;
+        for (fs::directory_iterator entry(folder / subfolder, error), end; !error && entry != end;
+             entry.increment(error)) {
+            const std::wstring name = entry->path().filename().wstring();
             const std::optional<ConfigFile> file = FileOf(name);
-            if (file && entry.is_regular_file()) {
-                std::string bytes = ReadBytes(entry.path());
-                const bool isAccepted = WouldLoad(*file, bytes);
-                files.push_back({name, subfolder, *file, std::move(bytes), isAccepted});
+            if (file && IsPlainFile(entry->path())) {
+                names.push_back({name, subfolder, *file});
             }
         }
     }
-    std::sort(files.begin(), files.end(), [](const KeptFile& left, const KeptFile& right) {
+    std::sort(names.begin(), names.end(), [](const KeptName& left, const KeptName& right) {
         return TimeOf(left.name) > TimeOf(right.name);
     });
+    return names;
+}
+
+std::vector<KeptFile> KeptFilesOf(const fs::path& folder) {
+    std::vector<KeptFile> files;
+    for (KeptName& kept : KeptNamesOf(folder)) {
+        std::string bytes = ReadBytes(folder / kept.folder / kept.name);
+        const bool isAccepted = WouldLoad(kept.file, bytes);
+        files.push_back({std::move(kept), std::move(bytes), isAccepted});
+    }
     return files;
 }
 

@@ -11,16 +11,21 @@
 
 namespace zq::tool {
 
-struct KeptFile {
+struct KeptName {
     std::wstring name;
     std::wstring folder; // "kept" or "rejected"
     ConfigFile file;
+};
+
+struct KeptFile : KeptName {
     std::string bytes;
     bool isAccepted; // the module would load it
 };
 
-// The newest first. A sub-folder that is a link counts as absent. Raises Failure for a file that cannot be
-// read.
+// The newest first. A sub-folder or file that is a link counts as absent.
+std::vector<KeptName> KeptNamesOf(const std::filesystem::path& folder);
+
+// The same with their content. Raises Failure for a file that cannot be read.
 std::vector<KeptFile> KeptFilesOf(const std::filesystem::path& folder);
 
 // Whether it is the copy of that name, or a copy of the file of that name.

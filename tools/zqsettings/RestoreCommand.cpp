@@ -29,11 +29,14 @@ struct RestoreOptions {
     bool isJson = false;
 };
 
+constexpr size_t kFolderWidth = std::string_view("rejected  ").size();
+
 std::string TextOf(const std::vector<KeptFile>& files) {
     std::string text;
     for (const KeptFile& file : files) {
-        text += Utf8FromWide(file.folder) + "  " + (file.isAccepted ? "accepted" : "refused ") + "  " +
-                Utf8FromWide(file.name) + '\n';
+        std::string folder = Utf8FromWide(file.folder);
+        folder.resize(kFolderWidth, ' ');
+        text += folder + (file.isAccepted ? "accepted" : "refused ") + "  " + Utf8FromWide(file.name) + '\n';
     }
     return text + Counted(files.size(), "copy", "copies") + '\n';
 }

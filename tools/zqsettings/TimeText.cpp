@@ -30,23 +30,23 @@ std::string UtcText(const SYSTEMTIME& time) {
                      time.wMinute, time.wSecond, time.wMilliseconds);
 }
 
-FILETIME LastWrite(const std::filesystem::path& file) {
-    WIN32_FILE_ATTRIBUTE_DATA data{};
-    GetFileAttributesExW(file.c_str(), GetFileExInfoStandard, &data);
-    return data.ftLastWriteTime;
-}
-
 uint64_t Ticks(const FILETIME& time) { return uint64_t{time.dwHighDateTime} << 32U | time.dwLowDateTime; }
 
 } // namespace
 
 std::string UtcText() { return UtcText(Now()); }
 
-std::string UtcTextOfWrite(const std::filesystem::path& file) {
-    const FILETIME written = LastWrite(file);
+std::string UtcText(uint64_t fileTime) {
+    const FILETIME parts = {static_cast<DWORD>(fileTime), static_cast<DWORD>(fileTime >> 32U)};
     SYSTEMTIME time{};
-    FileTimeToSystemTime(&written, &time);
+    FileTimeToSystemTime(&parts, &time);
     return UtcText(time);
+}
+
+uint64_t TimeOfWrite(const std::filesystem::path& file) {
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    GetFileAttributesExW(file.c_str(), GetFileExInfoStandard, &data);
+    return Ticks(data.ftLastWriteTime);
 }
 
 std::string UtcFileStamp() {
@@ -65,7 +65,7 @@ double MillisecondsSinceLastWrite(const std::filesystem::path& folder) {
     constexpr double kTicksPerMillisecond = 10'000;
     uint64_t newest = 0;
     for (const ConfigFile file : kConfigFiles) {
-        newest = std::max(newest, Ticks(LastWrite(folder / NameOfConfigFile(file))));
+        newest = std::max(newest, TimeOfWrite(folder / NameOfConfigFile(file)));
     }
     FILETIME now{};
     GetSystemTimePreciseAsFileTime(&now);

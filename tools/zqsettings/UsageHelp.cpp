@@ -43,6 +43,27 @@ const CLI::App* FindCommand(const CLI::App& app, const std::string& name) {
     return found == commands.end() ? nullptr : *found;
 }
 
+// The parser's sentences for some mistakes, in plain words.
+std::string PlainText(std::string text) {
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    text.erase(text.find_last_not_of(". ") + 1);
+    const std::string option = text.substr(0, text.find(':'));
+    const auto has = [&](const char* part) { return text.find(part) != std::string::npos; };
+    if (has(": At Most 1 required but received")) {
+        return option + " was given more than once";
+    }
+    if (has(" missing") && has(" required ")) {
+        return option + " needs a value";
+    }
+    for (const std::string beginning :
+         {"The following argument was not expected: ", "The following arguments were not expected: "}) {
+        if (text.starts_with(beginning)) {
+            return text.substr(beginning.size()) + " was not expected";
+        }
+    }
+    return text == "A subcommand is required" ? "no command was given" : text;
+}
+
 const CLI::App& CommandOf(const CLI::App& app, const std::vector<std::string>& arguments) {
     const CLI::App* const command = arguments.empty() ? nullptr : FindCommand(app, arguments.front());
     return command ? *command : app;
@@ -53,7 +74,10 @@ const CLI::App& CommandOf(const CLI::App& app, const std::vector<std::string>& a
 void TurnHelpAround(std::vector<std::string>& arguments) {
     if (!arguments.empty() && arguments.front() == "help") {
         arguments.erase(arguments.begin());
-        arguments.resize(std::min<size_t>(arguments.size(), 1));
+        if (arguments.size() > 1) {
+            throw Failure('"' + arguments[1] + "\" was not expected: help takes one command",
+                          ExitCode::Usage);
+        }
         arguments.emplace_back("--help");
     }
 }
@@ -82,9 +106,6 @@ std::string UsageText(const CLI::App& app, const std::string& error,
     const CLI::App& command = CommandOf(app, arguments);
     const std::string seeHelp =
         "; see \"zqsettings help" + (&command == &app ? "" : ' ' + command.get_name()) + '"';
-    std::string text = error;
-    std::replace(text.begin(), text.end(), '\n', ' ');
-    text.erase(text.find_last_not_of(". ") + 1);
     for (const std::string& argument : arguments) {
         const std::string name = argument.substr(0, argument.find('='));
         const std::vector<std::wstring> known = OptionNames(command);
@@ -94,7 +115,7 @@ std::string UsageText(const CLI::App& app, const std::string& error,
             return "there is no option " + name + (nearest.empty() ? seeHelp : nearest);
         }
     }
-    return text + seeHelp;
+    return PlainText(error) + seeHelp;
 }
 
 } // namespace zq::tool

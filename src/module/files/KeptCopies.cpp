@@ -38,12 +38,15 @@ bool IsTimeName(std::wstring_view text) {
            });
 }
 
-// The folder of copies beside a private file; empty where there is none to use.
-fs::path CopiesFolder(const fs::path& file, const wchar_t* name) {
-    fs::path folder = file.parent_path() / name;
-    std::error_code error;
-    return fs::is_directory(folder, error) && !IsLinkElsewhere(folder.wstring()) ? folder : fs::path();
-}
+// The folder of copies beside a private file, while they are worked on; false where there is none to use.
+struct CopiesFolder {
+    CopiesFolder(const fs::path& file, const wchar_t* name)
+        : path(file.parent_path() / name), pinned(path.wstring()) {}
+    explicit operator bool() const { return static_cast<bool>(pinned); }
+
+    fs::path path;
+    PinnedFolder pinned;
+};
 
 // The names of a file's copies, newest first.
 std::vector<std::wstring> CopyNames(const fs::path& folder, const std::wstring& fileName) {
@@ -95,30 +98,31 @@ bool IsCopyName(std::wstring_view name, std::wstring_view fileName) {
 
 std::wstring MoveToRejected(const std::wstring& path) {
     const fs::path file(path);
-    const fs::path folder = CopiesFolder(file, L"rejected");
-    if (folder.empty()) {
+    const CopiesFolder folder(file, L"rejected");
+    if (!folder) {
         return {};
     }
     const std::wstring name = file.filename().wstring();
-    std::wstring moved = UnderNewName(
-        folder, name, [&](const std::wstring& target) { return RenameFile(path, target, Replacing::No); });
-    KeepNewest(folder, name);
+    std::wstring moved = UnderNewName(folder.path, name, [&](const std::wstring& target) {
+        return RenameFile(path, target, Replacing::No);
+    });
+    KeepNewest(folder.path, name);
     return moved;
 }
 
 void KeepLoaded(const std::wstring& path, const std::vector<char>& bytes) {
     const fs::path file(path);
-    const fs::path folder = CopiesFolder(file, L"kept");
-    if (folder.empty()) {
+    const CopiesFolder folder(file, L"kept");
+    if (!folder) {
         return;
     }
     const std::wstring name = file.filename().wstring();
-    const std::vector<std::wstring> copies = CopyNames(folder, name);
-    if (!copies.empty() && ReadSnapshot((folder / copies.front()).wstring()).bytes == bytes) {
+    const std::vector<std::wstring> copies = CopyNames(folder.path, name);
+    if (!copies.empty() && ReadSnapshot((folder.path / copies.front()).wstring()).bytes == bytes) {
         return;
     }
-    UnderNewName(folder, name, [&](const std::wstring& target) { return WriteNewFile(target, bytes); });
-    KeepNewest(folder, name);
+    UnderNewName(folder.path, name, [&](const std::wstring& target) { return WriteNewFile(target, bytes); });
+    KeepNewest(folder.path, name);
 }
 
 } // namespace zq

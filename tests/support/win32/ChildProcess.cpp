@@ -40,4 +40,11 @@ DWORD ChildProcess::ExitCode() {
     return code;
 }
 
+void ChildProcess::KillAfter(DWORD milliseconds) {
+    if (WaitForSingleObject(m_process.hProcess, milliseconds) != WAIT_OBJECT_0) {
+        TerminateProcess(m_process.hProcess, 98);
+        WaitForSingleObject(m_process.hProcess, kCapMilliseconds);
+    }
+}
+
 } // namespace zq::test

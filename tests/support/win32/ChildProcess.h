@@ -19,6 +19,9 @@ public:
     // minutes.
     DWORD ExitCode();
 
+    // Terminates the process after so long, unless it has ended by then.
+    void KillAfter(DWORD milliseconds);
+
 private:
     PROCESS_INFORMATION m_process{};
 };

@@ -1,6 +1,7 @@
 #include "support/win32/Module.h"
 
 #include "support/win32/Waiting.h"
+#include "support/win32/WatchRequests.h"
 
 #include <stdexcept>
 
@@ -13,6 +14,7 @@ HMODULE LoadModuleDll() {
     if (!dll) {
         throw std::runtime_error("ZQModSettings.dll is not beside the test program");
     }
+    CountWatchRequests(dll);
     return dll;
 }
 
@@ -65,14 +67,12 @@ std::optional<std::vector<unsigned char>> Module::Binary(const wchar_t* name) co
 }
 
 void InitAndWatch(Module& module, RecordingHost& host, const ModuleFolders& folders) {
-    // The message comes before the first request is made.
-    constexpr DWORD kRequestMilliseconds = 50;
     module.Init(host, folders);
+    const int requests = WatchRequests();
     module->DoStart();
-    if (!WaitFor([&] { return host.Has(L"CreateFile to programdata folder success."); })) {
+    if (!WaitFor([&] { return WatchRequests() > requests; })) {
         throw std::runtime_error("the watcher does not start");
     }
-    Sleep(kRequestMilliseconds);
 }
 
 } // namespace zq::test

@@ -28,21 +28,20 @@ void WriteOrigins(MessageWriter& writer, const char* name, const std::vector<Var
     writer.StartArray();
     for (const VariableOrigin& origin : origins) {
         writer.StartObject();
-        WriteTextMember(writer, "file", Utf8FromPath(origin.file.filename()));
+        WriteMember(writer, "file", Utf8FromPath(origin.file.filename()));
         writer.Key("line");
         writer.Int(origin.line);
         writer.Key("column");
         writer.Int(origin.column);
         // The text of a duplicate is its value as it is in the file.
-        WriteTextMember(writer, "text",
-                        origin.fate == OriginFate::KeyTwice ? Printable(std::get<std::wstring>(origin.value))
-                                                            : ValueText(origin.value));
-        WriteTextMember(writer, "type",
-                        VariableTypeName(static_cast<VariableType>(origin.value.index() + 1)));
-        WriteTextMember(writer, "fate",
-                        origin.fate == OriginFate::Counts        ? "counts"
-                        : origin.fate == OriginFate::WrittenOver ? "written over"
-                                                                 : "the key comes again");
+        WriteMember(writer, "text",
+                    origin.fate == OriginFate::KeyTwice ? Printable(std::get<std::wstring>(origin.value))
+                                                        : ValueText(origin.value));
+        WriteMember(writer, "type", VariableTypeName(static_cast<VariableType>(origin.value.index() + 1)));
+        WriteMember(writer, "fate",
+                    origin.fate == OriginFate::Counts        ? "counts"
+                    : origin.fate == OriginFate::WrittenOver ? "written over"
+                                                             : "the key comes again");
         writer.EndObject();
     }
     writer.EndArray();
@@ -52,7 +51,7 @@ void AnswerExplain(Dashboard& dashboard, const Arguments& arguments, MessageWrit
     const std::wstring name = WideFromUtf8(arguments.Text("name"));
     const std::filesystem::path& defaults = dashboard.Defaults().Folder();
     const std::vector<VariableOrigin> places = OriginsOf(name, dashboard.Files().Folder(), defaults);
-    WriteTextMember(writer, "name", arguments.Text("name"));
+    WriteMember(writer, "name", arguments.Text("name"));
     WriteOrigins(writer, "places", places);
     WriteOrigins(writer, "defaults", OriginsOf(name, {}, defaults));
     writer.Key("save");
@@ -90,8 +89,8 @@ void AnswerSurvey(Dashboard&, const Arguments&, MessageWriter& writer) {
     writer.StartArray();
     const auto fact = [&](const std::string& name, const std::string& value) {
         writer.StartObject();
-        WriteTextMember(writer, "name", name);
-        WriteTextMember(writer, "value", value);
+        WriteMember(writer, "name", name);
+        WriteMember(writer, "value", value);
         writer.EndObject();
     };
     fact("Machine type", Utf8FromAnsi(machine.machineType));
@@ -105,7 +104,7 @@ void AnswerSurvey(Dashboard&, const Arguments&, MessageWriter& writer) {
     writer.StartArray();
     for (const WmiQueryReport& report : queries) {
         writer.StartObject();
-        WriteTextMember(writer, "query", Utf8FromWide(report.query));
+        WriteMember(writer, "query", Utf8FromWide(report.query));
         writer.Key("result");
         writer.Int(report.result);
         writer.Key("objects");
@@ -176,7 +175,7 @@ void AnswerPacket(MessageWriter& writer, std::string_view packet) {
         writer.StartObject();
         writer.Key("offset");
         writer.Uint64(problem.offset);
-        WriteTextMember(writer, "text", problem.text);
+        WriteMember(writer, "text", problem.text);
         writer.EndObject();
     }
     writer.EndArray();

@@ -1,8 +1,8 @@
 // The answers to the questions of a page, one function a question.
 #pragma once
 
+#include "LiveMessage.h"
 #include "serve/Dashboard.h"
-#include "serve/Message.h"
 
 #include "save/RapidJson.h"
 

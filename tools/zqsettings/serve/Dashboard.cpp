@@ -2,10 +2,11 @@
 
 #include "Failure.h"
 #include "FileBytes.h"
+#include "FolderNotice.h"
+#include "LiveMessage.h"
 #include "PrivateFiles.h"
 #include "Text.h"
 #include "TimeText.h"
-#include "serve/Message.h"
 
 #include "check/FileCheck.h"
 #include "config/ConfigFile.h"
@@ -23,12 +24,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::chrono::milliseconds kLookEvery(40);
-// A file that is refused may be half written: it is judged after it has not changed for so many looks.
-constexpr int kSteadyLooks = 3;
-constexpr int kLooksBeforeTouch = 5;
-constexpr int kTouches = 10;
-constexpr size_t kMostProblems = 50;
+// Where the system gives no notice of a change; and as often as a refused file has to be looked at.
+constexpr DWORD kLookEveryMilliseconds = 40;
+// A file that is refused may be half written: it is judged after it has not changed for so long.
+constexpr std::chrono::milliseconds kSteady(120);
 constexpr double kLongestReloadMilliseconds = 1000;
 
 fs::path MakeDataFolder(const ScratchFolder& scratch) {
@@ -42,44 +41,7 @@ void WriteInPlace(const fs::path& path, const std::string& bytes) {
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
-const Problem* FirstError(const FileCheck& check) {
-    const auto found = std::find_if(check.All().begin(), check.All().end(), [](const Problem& problem) {
-        return problem.severity == Severity::Error;
-    });
-    return found == check.All().end() ? nullptr : &*found;
-}
-
-std::string MissingMessage(ConfigFile file) {
-    return Message("refusal")
-        .Text("file", NameOf(file))
-        .Text("reason", "the file does not exist")
-        .Text("outcome", "missing")
-        .Take();
-}
-
 } // namespace
-
-std::string RefusalMessage(ConfigFile file, std::string_view bytes, const char* outcome,
-                           const std::string& copyId) {
-    const FileCheck check(file, bytes, {});
-    Message message("refusal");
-    message.Text("file", NameOf(file));
-    const Problem* const error = FirstError(check);
-    if (error) {
-        const TextPosition position = check.Source().PositionOf(error->begin);
-        message.Integer("line", position.line).Integer("column", position.column);
-    }
-    message.Text("reason", error ? error->text : "the module refuses it")
-        .Text("fix", error ? error->fix : "");
-    message.Text("outcome", outcome);
-    if (!copyId.empty()) {
-        message.Text("copy", copyId);
-    }
-    message.With("problems", [&](MessageWriter& writer) {
-        WriteProblems(writer, check.Source(), check.All(), kMostProblems);
-    });
-    return message.Take();
-}
 
 Dashboard::Dashboard(const DashboardOptions& options)
     : m_options(options),
@@ -105,11 +67,7 @@ Dashboard::Dashboard(const DashboardOptions& options)
 }
 
 Dashboard::~Dashboard() {
-    {
-        const std::lock_guard lock(m_endMutex);
-        m_isEnding = true;
-    }
-    m_end.notify_all();
+    SetEvent(m_end.get());
     m_follower.join();
     {
         const std::lock_guard lock(m_runMutex);
@@ -157,10 +115,6 @@ std::string Dashboard::ReasonForCopy() const {
 void Dashboard::Start() {
     const std::lock_guard lock(m_runMutex);
     m_run.reset();
-    {
-        const std::lock_guard changeLock(m_changeMutex);
-        m_unseenWrites.fill({}); // a new module reads the files anyway
-    }
     const std::string reason = ReasonForCopy();
     if (!reason.empty()) {
         StartOnCopy(reason);
@@ -221,9 +175,6 @@ void Dashboard::TakeChanges() {
         isReload = std::exchange(m_isReloadWanted, false);
         milliseconds = std::exchange(m_milliseconds, std::nullopt);
         m_isChangeWanted = false;
-        if (isReload) {
-            m_unseenWrites.fill({});
-        }
     }
     if (isReload) {
         ReportRefused();
@@ -243,7 +194,7 @@ void Dashboard::TakeChanges() {
 void Dashboard::ReportRefused() {
     for (const RefusedTexts::Refused& refused : m_refused.Take()) {
         KeepBeside(refused);
-        m_state.Add(RefusalMessage(refused.file, refused.bytes, "replaced", refused.id));
+        m_state.Add(RefusalMessage(refused.file, refused.bytes, "replaced", {"", refused.id}));
     }
 }
 
@@ -260,74 +211,59 @@ void Dashboard::KeepBeside(const RefusedTexts::Refused& refused) {
 }
 
 void Dashboard::Follow() {
-    std::unique_lock lock(m_endMutex);
-    while (!m_end.wait_for(lock, kLookEvery, [this] { return m_isEnding; })) {
-        lock.unlock();
-        m_state.UpdateFolder(m_files.HasFolder());
-        m_refused.Look();
-        for (const ConfigFile file : kConfigFiles) {
-            FollowFile(file);
+    const FolderNotice notice(m_files.Folder());
+    const std::array<HANDLE, 2> events = {m_end.get(), notice.Get()};
+    const DWORD count = notice.Get() ? 2 : 1;
+    while (WaitForMultipleObjects(count, events.data(), FALSE, kLookEveryMilliseconds) != WAIT_OBJECT_0) {
+        notice.Renew();
+        Look();
+    }
+}
+
+void Dashboard::Look() {
+    m_state.UpdateFolder(m_files.HasFolder());
+    m_refused.Look();
+    for (const ConfigFile file : kConfigFiles) {
+        FollowFile(file);
+    }
+    if (m_copy && ReasonForCopy().empty()) {
+        try {
+            Start();
+        } catch (const std::exception& error) {
+            m_state.Add(Message("notice").Text("text", error.what()).Take());
         }
-        TouchUnseenWrites();
-        if (m_copy && ReasonForCopy().empty()) {
-            try {
-                Start();
-            } catch (const std::exception& error) {
-                m_state.Add(Message("notice").Text("text", error.what()).Take());
-            }
-        }
-        lock.lock();
     }
 }
 
 void Dashboard::FollowFile(ConfigFile file) {
     Followed& followed = m_followed[static_cast<size_t>(file)];
     const auto stamp = m_files.Stamp(file);
+    const auto now = std::chrono::steady_clock::now();
     if (stamp != followed.stamp) {
         followed.stamp = stamp;
-        followed.steadyLooks = 0;
-    } else if (followed.steadyLooks > kSteadyLooks) {
+        followed.since = now;
+        followed.isJudged = false;
+    } else if (followed.isJudged) {
         return;
     }
-    ++followed.steadyLooks;
+    followed.isJudged = now - followed.since >= kSteady;
     const DataFileState state = m_files.StateOf(file);
     if (state.isAccepted) {
         m_state.UpdateFile(state);
         if (std::exchange(followed.isReported, false)) {
-            m_state.Add(Message("accept").Text("file", NameOf(file)).Take());
+            m_state.Add(AcceptMessage(file));
         }
-        if (followed.steadyLooks == 1) {
-            CopyIntoRun(file);
-        }
-    } else if (followed.steadyLooks == kSteadyLooks) {
+        CopyIntoRun(file);
+    } else if (followed.isJudged) {
         m_state.UpdateFile(state);
-        ReportUnusable(state);
+        ReportUnusable(file);
         followed.isReported = true;
     }
 }
 
-void Dashboard::Write(ConfigFile file, std::string_view bytes) {
-    m_files.Write(file, bytes);
-    const std::lock_guard lock(m_changeMutex);
-    m_unseenWrites[static_cast<size_t>(file)] = {kLooksBeforeTouch, kTouches};
-}
-
-// The module's watcher may look at the first name only of several changes that come together, and that is the
-// temporary file's: a later change of the file's time is one of its own.
-void Dashboard::TouchUnseenWrites() {
-    const std::lock_guard lock(m_changeMutex);
-    for (const ConfigFile file : kConfigFiles) {
-        UnseenWrite& write = m_unseenWrites[static_cast<size_t>(file)];
-        if (write.touchesLeft > 0 && --write.looksLeft <= 0) {
-            m_files.Touch(file);
-            write = {kLooksBeforeTouch, write.touchesLeft - 1};
-        }
-    }
-}
-
-void Dashboard::ReportUnusable(const DataFileState& state) {
-    const std::optional<std::string> bytes = m_files.Read(state.file);
-    m_state.Add(bytes ? RefusalMessage(state.file, *bytes, "kept", "") : MissingMessage(state.file));
+void Dashboard::ReportUnusable(ConfigFile file) {
+    const std::optional<std::string> bytes = m_files.Read(file);
+    m_state.Add(bytes ? RefusalMessage(file, *bytes, "kept") : MissingMessage(file, "missing"));
 }
 
 void Dashboard::CopyIntoRun(ConfigFile file) {

@@ -11,14 +11,15 @@
 #include "serve/RefusedTexts.h"
 #include "serve/WorkQueue.h"
 
+#include "platform/Handle.h"
+
 #include <array>
-#include <condition_variable>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <thread>
 
 namespace zq::tool {
@@ -45,16 +46,14 @@ public:
     const ModuleOptions& Module() const { return m_options.module; }
     std::vector<RefusedTexts::Refused> KeptTexts() const { return m_refused.Kept(); }
 
-    // Writes one of the files for a page, and sees to it that the module notices. Raises Failure.
-    void Write(ConfigFile file, std::string_view bytes);
-
     // Runs `work` on the module while it is not exchanged. Nothing is called on a copy.
     bool WithLiveModule(const std::function<void(ModuleRun&)>& work);
 
 private:
     struct Followed {
         std::pair<uint64_t, uint64_t> stamp{1, 1}; // of the last look, an impossible one before the first
-        int steadyLooks = 0;
+        std::chrono::steady_clock::time_point since;
+        bool isJudged = false;   // it has not changed for long enough
         bool isReported = false; // as refused or missing
     };
 
@@ -70,9 +69,9 @@ private:
     void KeepBeside(const RefusedTexts::Refused& refused);
 
     void Follow();
+    void Look();
     void FollowFile(ConfigFile file);
-    void TouchUnseenWrites();
-    void ReportUnusable(const DataFileState& state);
+    void ReportUnusable(ConfigFile file);
     void CopyIntoRun(ConfigFile file);
 
     const DashboardOptions m_options;
@@ -91,25 +90,11 @@ private:
     bool m_isReloadWanted = false;
     std::optional<double> m_milliseconds;
 
-    // Looks until the next touch of a file that this program wrote; 0 once the module has read its files
-    // again.
-    struct UnseenWrite {
-        int looksLeft = 0;
-        int touchesLeft = 0;
-    };
-    std::array<UnseenWrite, 3> m_unseenWrites; // under m_changeMutex
-
-    std::mutex m_endMutex;
-    std::condition_variable m_end;
-    bool m_isEnding = false;
+    const UniqueHandle m_end{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
     std::array<Followed, 3> m_followed;
     // The last members: their threads use all of the above.
     std::optional<WorkQueue> m_changes;
     std::thread m_follower;
 };
-
-// The one sentence and position for a file that the module refuses, as a message.
-std::string RefusalMessage(ConfigFile file, std::string_view bytes, const char* outcome,
-                           const std::string& copyId);
 
 } // namespace zq::tool

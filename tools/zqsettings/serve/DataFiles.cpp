@@ -1,16 +1,13 @@
 #include "serve/DataFiles.h"
 
 #include "Failure.h"
-#include "FileArguments.h"
+#include "KeptFiles.h"
 #include "Text.h"
 #include "serve/RandomText.h"
 
 #include "check/FileCheck.h"
 #include "config/ConfigFile.h"
 
-#include <algorithm>
-#include <array>
-#include <cstdio>
 #include <memory>
 #include <system_error>
 
@@ -23,7 +20,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr uint64_t kLargestFile = uint64_t{16} * 1024 * 1024;
-constexpr std::array<const wchar_t*, 2> kCopyFolders = {L"rejected", L"kept"};
 
 struct CloseOpenHandle {
     void operator()(HANDLE handle) const { CloseHandle(handle); }
@@ -34,23 +30,6 @@ OpenHandle Open(const fs::path& path, DWORD access, DWORD creation, DWORD flags)
     constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     const HANDLE handle = CreateFileW(path.c_str(), access, kShareAll, nullptr, creation, flags, nullptr);
     return OpenHandle(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
-}
-
-std::wstring FinalPath(const fs::path& folder) {
-    const OpenHandle handle = Open(folder, FILE_READ_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
-    std::wstring path(32768, L'\0');
-    path.resize(handle
-                    ? GetFinalPathNameByHandleW(handle.get(), path.data(), static_cast<DWORD>(path.size()), 0)
-                    : 0);
-    return path;
-}
-
-// A sub-folder that is a link leads elsewhere and counts as absent.
-bool IsOwnSubFolder(const fs::path& folder, const wchar_t* name) {
-    const std::wstring parent = FinalPath(folder);
-    const std::wstring final = FinalPath(folder / name);
-    return !parent.empty() && final.size() == parent.size() + 1 + std::wstring_view(name).size() &&
-           final.starts_with(parent);
 }
 
 uint64_t Joined(DWORD high, DWORD low) { return uint64_t{high} << 32U | low; }
@@ -85,8 +64,6 @@ void WriteNew(const fs::path& path, std::string_view bytes) {
 
 } // namespace
 
-std::string NameOf(ConfigFile file) { return Utf8FromWide(NameOfConfigFile(file)); }
-
 std::optional<ConfigFile> ConfigFileOf(std::string_view name) {
     for (const ConfigFile file : kConfigFiles) {
         if (NameOf(file) == name) {
@@ -94,21 +71,6 @@ std::optional<ConfigFile> ConfigFileOf(std::string_view name) {
         }
     }
     return {};
-}
-
-// FNV-1a: a content is told from another one, nobody is kept out by it.
-uint64_t HashOf(std::string_view bytes) {
-    uint64_t hash = 0xCBF29CE484222325;
-    for (const char byte : bytes) {
-        hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001B3;
-    }
-    return hash;
-}
-
-std::string HashText(uint64_t hash) {
-    char text[17];
-    std::snprintf(text, sizeof(text), "%016llx", static_cast<unsigned long long>(hash));
-    return text;
 }
 
 fs::path DataFiles::PathOf(ConfigFile file) const { return m_folder / NameOfConfigFile(file); }
@@ -159,40 +121,20 @@ void DataFiles::Write(ConfigFile file, std::string_view bytes) const {
     }
 }
 
-void DataFiles::Touch(ConfigFile file) const {
-    const OpenHandle handle = Open(PathOf(file), FILE_WRITE_ATTRIBUTES, OPEN_EXISTING, 0);
-    FILETIME now{};
-    GetSystemTimePreciseAsFileTime(&now);
-    if (handle) {
-        SetFileTime(handle.get(), nullptr, nullptr, &now);
-    }
-}
-
 std::vector<FileCopy> DataFiles::Copies() const {
     std::vector<FileCopy> copies;
-    for (const wchar_t* name : kCopyFolders) {
-        const fs::path folder = m_folder / name;
-        if (!IsOwnSubFolder(m_folder, name)) {
+    for (const KeptName& kept : KeptNamesOf(m_folder)) {
+        const fs::path path = m_folder / kept.folder / kept.name;
+        WIN32_FILE_ATTRIBUTE_DATA data{};
+        if (!GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) {
             continue;
         }
-        std::error_code error;
-        for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
-             entry.increment(error)) {
-            const std::optional<ConfigFile> file = FileOfName(entry->path());
-            WIN32_FILE_ATTRIBUTE_DATA data{};
-            if (!file || !GetFileAttributesExW(entry->path().c_str(), GetFileExInfoStandard, &data) ||
-                (data.dwFileAttributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)) != 0) {
-                continue;
-            }
-            const std::optional<std::string> bytes = ReadBounded(entry->path());
-            copies.push_back({Utf8FromWide(name) + '/' + Utf8FromPath(entry->path().filename()), *file,
-                              Joined(data.nFileSizeHigh, data.nFileSizeLow),
-                              Joined(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime),
-                              bytes && WouldLoad(*file, *bytes)});
-        }
+        const std::optional<std::string> bytes = ReadBounded(path);
+        copies.push_back({Utf8FromWide(kept.folder) + '/' + Utf8FromWide(kept.name), kept.file,
+                          Joined(data.nFileSizeHigh, data.nFileSizeLow),
+                          Joined(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime),
+                          bytes && WouldLoad(kept.file, *bytes)});
     }
-    std::sort(copies.begin(), copies.end(),
-              [](const FileCopy& a, const FileCopy& b) { return a.modified > b.modified; });
     return copies;
 }
 

@@ -3,6 +3,8 @@
 // into a path.
 #pragma once
 
+#include "LiveMessage.h"
+
 #include "config/ConfigFile.h"
 
 #include <cstdint>
@@ -14,19 +16,7 @@
 
 namespace zq::tool {
 
-std::string NameOf(ConfigFile file);
 std::optional<ConfigFile> ConfigFileOf(std::string_view name);
-
-struct DataFileState {
-    ConfigFile file = ConfigFile::Settings;
-    bool exists = false;
-    bool isAccepted = false;
-    uint64_t size = 0;
-    uint64_t modified = 0; // in units of 100 ns since 1601
-    uint64_t hash = 0;     // of the content
-
-    friend bool operator==(const DataFileState&, const DataFileState&) = default;
-};
 
 struct FileCopy {
     std::string id; // "rejected/ZQ2_HmdList.json.20260102T030405.678Z"
@@ -35,9 +25,6 @@ struct FileCopy {
     uint64_t modified;
     bool isAccepted;
 };
-
-uint64_t HashOf(std::string_view bytes);
-std::string HashText(uint64_t hash);
 
 class DataFiles {
 public:
@@ -56,8 +43,6 @@ public:
     // The whole file, by a new temporary file beside it and a rename; a link in its place is replaced, not
     // followed. Raises Failure, and the file is as it was then.
     void Write(ConfigFile file, std::string_view bytes) const;
-    // Gives the file the present time.
-    void Touch(ConfigFile file) const;
 
     // The newest first.
     std::vector<FileCopy> Copies() const;

@@ -2,6 +2,7 @@
 
 #include "Failure.h"
 #include "Text.h"
+#include "TimeText.h"
 
 #include "check/DefaultFile.h"
 #include "check/FileCheck.h"
@@ -45,9 +46,9 @@ void WriteFindings(MessageWriter& writer, const FileCheck& check) {
 
 void WriteTextOf(MessageWriter& writer, ConfigFile file, const std::string& bytes, const DefaultFile& known) {
     const FileCheck check(file, bytes, known);
-    WriteTextMember(writer, "text", Utf8FromWide(check.Source().Text()));
-    WriteTextMember(writer, "encoding", EncodingName(check.Source().GetEncoding()));
-    WriteTextMember(writer, "hash", HashText(HashOf(bytes)));
+    WriteMember(writer, "text", Utf8FromWide(check.Source().Text()));
+    WriteMember(writer, "encoding", EncodingName(check.Source().GetEncoding()));
+    WriteMember(writer, "hash", HashText(HashOf(bytes)));
     WriteFindings(writer, check);
 }
 
@@ -134,19 +135,19 @@ void RequireAccepted(ConfigFile file, std::string_view bytes, bool isInsisted) {
 }
 
 void WriteAndReport(Dashboard& dashboard, ConfigFile file, const std::string& bytes, MessageWriter& writer) {
-    dashboard.Write(file, bytes);
+    dashboard.Files().Write(file, bytes);
     dashboard.State().Add(Message("save").Text("file", NameOf(file)).Text("outcome", "saved").Take());
-    WriteTextMember(writer, "hash", HashText(HashOf(bytes)));
+    WriteMember(writer, "hash", HashText(HashOf(bytes)));
 }
 
 void WriteCopy(MessageWriter& writer, const std::string& id, ConfigFile file, uint64_t size,
                const std::string& time, bool isAccepted) {
     writer.StartObject();
-    WriteTextMember(writer, "id", id);
-    WriteTextMember(writer, "file", NameOf(file));
+    WriteMember(writer, "id", id);
+    WriteMember(writer, "file", NameOf(file));
     writer.Key("bytes");
     writer.Uint64(size);
-    WriteTextMember(writer, "modified", time);
+    WriteMember(writer, "modified", time);
     writer.Key("accepted");
     writer.Bool(isAccepted);
     writer.EndObject();
@@ -178,14 +179,14 @@ CopyContent ContentOfCopy(const Dashboard& dashboard, const std::string& id) {
 void AnswerFile(Dashboard& dashboard, const Arguments& arguments, MessageWriter& writer) {
     const ConfigFile file = arguments.File();
     const std::optional<std::string> bytes = dashboard.Files().Read(file);
-    WriteTextMember(writer, "file", NameOf(file));
+    WriteMember(writer, "file", NameOf(file));
     writer.Key("exists");
     writer.Bool(bytes.has_value());
     if (bytes) {
         WriteTextOf(writer, file, *bytes, KnownOf(dashboard, file));
     } else {
-        WriteTextMember(writer, "text", dashboard.Defaults().Read(file).value_or(""));
-        WriteTextMember(writer, "hash", "");
+        WriteMember(writer, "text", dashboard.Defaults().Read(file).value_or(""));
+        WriteMember(writer, "hash", "");
     }
 }
 
@@ -206,8 +207,8 @@ void AnswerPreview(Dashboard& dashboard, const Arguments& arguments, MessageWrit
     writer.Bool(check.IsAccepted());
     writer.Key("changes");
     WriteChanges(writer, check.IsAccepted()
-                             ? ChangesBetween(PresentVariables(dashboard, file), VariablesOf(check))
-                             : std::vector<MergedChange>());
+                             ? Difference(PresentVariables(dashboard, file), VariablesOf(check))
+                             : std::vector<VariableChange>());
 }
 
 void AnswerFix(Dashboard&, const Arguments& arguments, MessageWriter& writer) {
@@ -215,7 +216,7 @@ void AnswerFix(Dashboard&, const Arguments& arguments, MessageWriter& writer) {
     if (!fixed) {
         throw Failure("what is wrong here only its author can put right");
     }
-    WriteTextMember(writer, "text", fixed->bytes);
+    WriteMember(writer, "text", fixed->bytes);
     writer.Key("changed");
     writer.Bool(fixed->isChanged);
 }
@@ -235,14 +236,14 @@ void AnswerCopies(Dashboard& dashboard, const Arguments&, MessageWriter& writer)
         WriteCopy(writer, refused.id, refused.file, refused.bytes.size(), refused.time, false);
     }
     for (const FileCopy& copy : dashboard.Files().Copies()) {
-        WriteCopy(writer, copy.id, copy.file, copy.size, TimeText(copy.modified), copy.isAccepted);
+        WriteCopy(writer, copy.id, copy.file, copy.size, UtcText(copy.modified), copy.isAccepted);
     }
     writer.EndArray();
 }
 
 void AnswerCopy(Dashboard& dashboard, const Arguments& arguments, MessageWriter& writer) {
     const CopyContent copy = ContentOfCopy(dashboard, arguments.Text("copy"));
-    WriteTextMember(writer, "file", NameOf(copy.file));
+    WriteMember(writer, "file", NameOf(copy.file));
     WriteTextOf(writer, copy.file, copy.bytes, {});
 }
 

@@ -10,22 +10,6 @@ namespace {
 constexpr size_t kMostKept = 2000;
 constexpr size_t kMostKeptBytes = size_t{4} * 1024 * 1024;
 
-void WriteFileState(MessageWriter& writer, const DataFileState& file) {
-    const auto truth = [&](const char* name, bool value) {
-        writer.Key(name);
-        writer.Bool(value);
-    };
-    WriteTextMember(writer, "file", NameOf(file.file));
-    truth("exists", file.exists);
-    if (file.exists) {
-        truth("accepted", file.isAccepted);
-        writer.Key("bytes");
-        writer.Uint64(file.size);
-        WriteTextMember(writer, "modified", TimeText(file.modified));
-        WriteTextMember(writer, "hash", HashText(file.hash));
-    }
-}
-
 } // namespace
 
 void LiveState::Shelf::Put(Kept message) {
@@ -66,20 +50,12 @@ std::vector<Variable> LiveState::Variables() const {
 void LiveState::UpdateVariables(std::vector<Variable> now, bool isReload,
                                 std::optional<double> milliseconds) {
     const std::lock_guard lock(m_mutex);
-    const std::vector<MergedChange> changes = ChangesBetween(m_variables, now);
+    const std::vector<VariableChange> changes = Difference(m_variables, now);
     m_variables = std::move(now);
     if (changes.empty() && !isReload) {
         return;
     }
-    Message message(isReload ? "reload" : "change");
-    message.With("changes", [&](MessageWriter& writer) { WriteChanges(writer, changes); });
-    if (milliseconds) {
-        message.Double("milliseconds", *milliseconds);
-    }
-    if (!isReload) {
-        message.Text("source", "module");
-    }
-    Publish(message.Take(), m_events);
+    Publish(isReload ? ReloadMessage(changes, milliseconds) : ChangeMessage(changes, "module"), m_events);
 }
 
 void LiveState::UpdateFile(const DataFileState& file) {
@@ -90,11 +66,7 @@ void LiveState::UpdateFile(const DataFileState& file) {
     }
     known = file;
     Message message("file");
-    message.With("state", [&](MessageWriter& writer) {
-        writer.StartObject();
-        WriteFileState(writer, file);
-        writer.EndObject();
-    });
+    message.With("state", [&](MessageWriter& writer) { WriteFileState(writer, file); });
     Publish(message.Take(), m_events);
 }
 
@@ -113,7 +85,7 @@ void LiveState::UpdateFolder(bool exists) {
 
 void LiveState::AddLog(int32_t level, const std::string& tag, const std::string& text) {
     const std::lock_guard lock(m_mutex);
-    Publish(Message("log").Integer("level", level).Text("tag", tag).Text("text", text).Take(), m_log);
+    Publish(LogMessage(level, tag, text), m_log);
 }
 
 void LiveState::Add(std::string message) {
@@ -174,9 +146,7 @@ std::string LiveState::BuildState() const {
         for (const ConfigFile file : kConfigFiles) {
             DataFileState state = m_files[static_cast<size_t>(file)];
             state.file = file;
-            writer.StartObject();
             WriteFileState(writer, state);
-            writer.EndObject();
         }
         writer.EndArray();
     });

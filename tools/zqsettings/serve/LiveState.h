@@ -5,9 +5,9 @@
 // Any thread. One lock covers the data and the order of the messages.
 #pragma once
 
+#include "LiveMessage.h"
 #include "VariableListing.h"
 #include "serve/DataFiles.h"
-#include "serve/Message.h"
 #include "serve/WebServer.h"
 
 #include <array>

@@ -1,8 +1,9 @@
 #include "serve/Questions.h"
 
 #include "Failure.h"
+#include "LiveMessage.h"
 #include "serve/Answers.h"
-#include "serve/Message.h"
+#include "serve/Question.h"
 
 #include <cstring>
 #include <exception>
@@ -13,34 +14,6 @@ namespace {
 
 constexpr size_t kMostWaiting = 512;
 constexpr size_t kNumberBytes = 4;
-
-// A question, or why it is none.
-struct Question {
-    EditableDocument document;
-    int64_t id = 0;
-    std::string what;
-    std::string fault;
-};
-
-Question ReadQuestion(const std::string& text) {
-    Question question;
-    // Not recursive: a page's text may be as deep as it likes.
-    question.document.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size());
-    if (question.document.HasParseError() || !question.document.IsObject()) {
-        question.fault = "the message is no JSON object";
-        return question;
-    }
-    const auto id = question.document.FindMember("id");
-    if (id != question.document.MemberEnd() && id->value.IsInt64()) {
-        question.id = id->value.GetInt64();
-    }
-    const Arguments arguments(question.document);
-    question.what = arguments.TextOr("what", "");
-    if (arguments.TextOr("kind", "") != "ask") {
-        question.fault = "only messages of the kind \"ask\" are answered";
-    }
-    return question;
-}
 
 std::string Refused(int64_t id, const std::string& reason) {
     return Message("answer").Integer("id", id).Truth("ok", false).Text("reason", reason).Take();

@@ -1,6 +1,6 @@
 #include "serve/RefusedTexts.h"
 
-#include "serve/Message.h"
+#include "TimeText.h"
 
 #include "check/FileCheck.h"
 
@@ -40,7 +40,7 @@ std::vector<RefusedTexts::Refused> RefusedTexts::Take() {
             return false;
         }
         if (now == m_defaults.Read(file)) {
-            taken.push_back({"memory/" + std::to_string(++m_lastId), file, std::move(bytes), TimeText()});
+            taken.push_back({"memory/" + std::to_string(++m_lastId), file, std::move(bytes), UtcText()});
             m_kept.push_front(taken.back());
         }
         return true;

@@ -168,7 +168,7 @@ void WriteSavability(MessageWriter& writer, Dashboard& dashboard, const std::wst
     writer.Key("possible");
     writer.Bool(savability.isPossible);
     if (!savability.isPossible) {
-        WriteTextMember(writer, "reason", savability.reason);
+        WriteMember(writer, "reason", savability.reason);
     }
     writer.EndObject();
 }

@@ -57,10 +57,6 @@ private:
 };
 
 void Serve(const ServeOptions& options) {
-    constexpr int32_t kLastPort = 65535;
-    if (options.port > kLastPort) {
-        throw Failure("a port is a number up to 65535", ExitCode::Usage);
-    }
     const StopRequest stop;
     DashboardOptions found = options.dashboard;
     if (const std::optional<std::filesystem::path> folder = FindDataFolder(found.module.data)) {
@@ -91,7 +87,7 @@ void AddServeCommand(CLI::App& app) {
                                "with the files in it. Default: what ZQ_DATA_DIR names, then the\n"
                                "machine's own, then a copy of the default files");
     command.Add("--port", options->port, "N", "The port of 127.0.0.1. Default: one that is free")
-        .NotNegative();
+        .Within(0, UINT16_MAX);
     command.AddFlag("--open", options->isOpened, "Open the page in the default browser");
     command.AddFlag("--look", options->dashboard.isLook,
                     "Work on a copy of the folder, and let no page write");
@@ -100,7 +96,7 @@ void AddServeCommand(CLI::App& app) {
                     "NAME.refused-TIME, or missing. Otherwise the module works on a\n"
                     "copy until the file is fixed");
     command.Add("--for", options->seconds, "SECONDS", "End after so many seconds instead of at Ctrl+C")
-        .NotNegative();
+        .Within(0, kLongestRunSeconds);
     command.Run([options] { Serve(*options); });
 }
 

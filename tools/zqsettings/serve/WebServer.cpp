@@ -2,6 +2,8 @@
 
 #include "Failure.h"
 #include "serve/RandomText.h"
+#include "serve/SendQueue.h"
+#include "serve/WebAccess.h"
 
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>
@@ -13,7 +15,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <deque>
 #include <map>
 #include <optional>
 #include <thread>
@@ -32,68 +33,27 @@ using ErrorCode = beast::error_code;
 constexpr size_t kMostConnections = 256;
 constexpr size_t kMostHeaderBytes = size_t{8} * 1024;
 constexpr size_t kMostMessageBytes = size_t{16} * 1024 * 1024;
-// What may wait for one connection: of what everybody is sent, and of answers.
-constexpr size_t kMostQueuedBytes = size_t{4} * 1024 * 1024;
-constexpr size_t kMostAnswerBytes = size_t{64} * 1024 * 1024;
 constexpr std::chrono::seconds kHttpTimeout(15);
 
 using Request = http::request<http::empty_body>;
 using Response = http::response<http::string_body>;
 
-// Takes the same time wherever the texts differ.
-bool IsSameSecret(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) {
-        return false;
-    }
-    unsigned difference = 0;
-    for (size_t i = 0; i < a.size(); ++i) {
-        difference |= static_cast<unsigned char>(a[i]) ^ static_cast<unsigned char>(b[i]);
-    }
-    return difference == 0;
-}
-
 std::string_view View(beast::string_view text) { return {text.data(), text.size()}; }
 
 // What all responses and connections need to know of the server.
 struct Site {
-    std::string token;
     std::span<const WebFile> files;
     WebServer::Handler& handler;
-    uint16_t port = 0;
-
-    bool IsOwnHost(std::string_view host) const {
-        const std::string suffix = ':' + std::to_string(port);
-        return host == "127.0.0.1" + suffix || host == "localhost" + suffix;
-    }
-
-    bool IsOwnOrigin(std::string_view origin) const {
-        constexpr std::string_view kScheme = "http://";
-        return origin.starts_with(kScheme) && IsOwnHost(origin.substr(kScheme.size()));
-    }
+    WebAccess access;
 };
 
 void SetSecurityHeaders(Response& response, const Site& site, const std::string& nonce) {
-    const std::string port = std::to_string(site.port);
-    response.set("Content-Security-Policy",
-                 "default-src 'none'; script-src 'self'; style-src 'self' 'nonce-" + nonce +
-                     "'; img-src 'self' data:; connect-src 'self' ws://127.0.0.1:" + port +
-                     " ws://localhost:" + port +
-                     "; base-uri 'none'; form-action 'none'; frame-ancestors 'none'");
+    response.set("Content-Security-Policy", site.access.ContentPolicy(nonce));
     response.set("X-Content-Type-Options", "nosniff");
     response.set("Referrer-Policy", "no-referrer");
     response.set("Cross-Origin-Opener-Policy", "same-origin");
     response.set("Cross-Origin-Resource-Policy", "same-origin");
     response.set(http::field::cache_control, "no-store");
-}
-
-std::string WithNonce(std::string_view text, const std::string& nonce) {
-    constexpr std::string_view kMark = "@NONCE@";
-    std::string result(text);
-    for (size_t at = result.find(kMark); at != std::string::npos;
-         at = result.find(kMark, at + nonce.size())) {
-        result.replace(at, kMark.size(), nonce);
-    }
-    return result;
 }
 
 Response MakeResponse(const Site& site, http::status status, unsigned version, bool isKept) {
@@ -114,38 +74,27 @@ Response Refusal(const Site& site, const Request& request, http::status status, 
     return response;
 }
 
-// The part of the path after the token and its slash; nothing where the token is another one.
-std::optional<std::string_view> PathAfterToken(const Site& site, std::string_view target) {
-    const std::string_view path = target.substr(0, target.find('?'));
-    const size_t slash = path.find('/', 1);
-    if (!path.starts_with('/') || slash == std::string_view::npos ||
-        !IsSameSecret(path.substr(1, slash - 1), site.token)) {
-        return {};
-    }
-    return path.substr(slash + 1);
-}
-
 // Why a request is not answered; nothing where it may be.
 std::optional<Response> RefusalOf(const Site& site, const Request& request) {
-    if (request.count(http::field::host) != 1 || !site.IsOwnHost(View(request[http::field::host]))) {
-        return Refusal(site, request, http::status::forbidden, "The Host header names another server.");
+    WebRequest asked{View(request.target()), {}, {}, false};
+    if (request.count(http::field::host) == 1) {
+        asked.host = View(request[http::field::host]);
     }
-    if (request.count(http::field::origin) != 0 && !site.IsOwnOrigin(View(request[http::field::origin]))) {
-        return Refusal(site, request, http::status::forbidden, "The Origin header names another page.");
+    if (request.count(http::field::origin) != 0) {
+        asked.origin = View(request[http::field::origin]);
     }
-    if (request.method() != http::verb::get && request.method() != http::verb::head) {
-        return Refusal(site, request, http::status::method_not_allowed, "Only GET and HEAD are answered.");
+    asked.isRead = request.method() == http::verb::get || request.method() == http::verb::head;
+    const std::optional<WebRefusal> refusal = site.access.RefusalOf(asked);
+    if (!refusal) {
+        return {};
     }
-    if (!PathAfterToken(site, View(request.target()))) {
-        return Refusal(
-            site, request, http::status::forbidden,
-            "The token in the address is missing or wrong; use the address that zqsettings printed.");
-    }
-    return {};
+    const bool isNotAllowed = refusal->reason == WebRefusal::Reason::NotAllowed;
+    return Refusal(site, request, isNotAllowed ? http::status::method_not_allowed : http::status::forbidden,
+                   refusal->sentence);
 }
 
 Response ServeFile(const Site& site, const Request& request) {
-    const std::string_view path = PathAfterToken(site, View(request.target())).value_or("");
+    const std::string_view path = site.access.PathAfterToken(View(request.target())).value_or("");
     for (const WebFile& file : site.files) {
         if (file.path != path) {
             continue;
@@ -205,28 +154,21 @@ public:
     }
 
     void Broadcast(uint64_t sequence, const WebText& message) {
-        if (m_isBehind || sequence <= m_sequence) {
-            return;
-        }
-        if (m_broadcastBytes + message->size() > kMostQueuedBytes && m_broadcastBytes > 0) {
-            FallBehind();
-            return;
-        }
-        Enqueue({message, true});
+        m_queue.AddBroadcast(sequence, message);
+        WriteNext();
     }
 
     void SendState(uint64_t sequence, const WebText& message) {
-        m_isBehind = false;
-        m_sequence = sequence;
-        Enqueue({message, true});
+        m_queue.AddState(sequence, message);
+        WriteNext();
     }
 
     void Send(const WebText& message) {
-        if (m_answerBytes + message->size() > kMostAnswerBytes && m_answerBytes > 0) {
+        if (m_queue.AddAnswer(message)) {
+            WriteNext();
+        } else {
             Close(websocket::close_code::policy_error);
-            return;
         }
-        Enqueue({message, false});
     }
 
     void Close(websocket::close_code code) {
@@ -237,11 +179,6 @@ public:
     }
 
 private:
-    struct Outgoing {
-        WebText text;
-        bool isBroadcast;
-    };
-
     void Begin() {
         m_number = ++m_connections.lastNumber;
         m_connections.live.emplace(m_number, shared_from_this());
@@ -250,7 +187,7 @@ private:
     }
 
     void Forget() {
-        m_queue.clear();
+        m_queue.Clear();
         m_connections.live.erase(m_number);
     }
 
@@ -267,49 +204,25 @@ private:
         });
     }
 
-    // What is being written stays in front; the rest of what everybody is sent goes.
-    void FallBehind() {
-        m_isBehind = true;
-        for (size_t i = m_queue.size(); i-- > 1;) {
-            if (m_queue[i].isBroadcast) {
-                m_broadcastBytes -= m_queue[i].text->size();
-                m_queue.erase(m_queue.begin() + static_cast<std::ptrdiff_t>(i));
-            }
+    void WriteNext() {
+        const WebText text = m_queue.Next();
+        if (!text) {
+            return;
         }
-        m_wantsState = true;
-    }
-
-    void Enqueue(Outgoing message) {
-        (message.isBroadcast ? m_broadcastBytes : m_answerBytes) += message.text->size();
-        m_queue.push_back(std::move(message));
-        if (m_queue.size() == 1) {
-            Write();
-        }
-    }
-
-    void Write() {
         m_stream.text(true);
-        m_stream.async_write(asio::buffer(*m_queue.front().text),
-                             [self = shared_from_this()](ErrorCode error, size_t) {
-                                 if (error) {
-                                     self->Forget();
-                                 } else {
-                                     self->OnWritten();
-                                 }
-                             });
+        m_stream.async_write(asio::buffer(*text), [self = shared_from_this(), text](ErrorCode error, size_t) {
+            if (error) {
+                self->Forget();
+            } else {
+                self->OnWritten();
+            }
+        });
     }
 
     void OnWritten() {
-        if (m_queue.empty()) {
-            return;
-        }
-        const Outgoing& written = m_queue.front();
-        (written.isBroadcast ? m_broadcastBytes : m_answerBytes) -= written.text->size();
-        m_queue.pop_front();
-        if (!m_queue.empty()) {
-            Write();
-        } else if (m_wantsState) {
-            m_wantsState = false;
+        m_queue.OnWritten();
+        WriteNext();
+        if (m_queue.TakeStateWanted()) {
             m_site.handler.OnStateWanted(m_number);
         }
     }
@@ -320,12 +233,7 @@ private:
     OpenCount m_count;
     uint64_t m_number = 0;
     beast::flat_buffer m_incoming;
-    std::deque<Outgoing> m_queue; // the first one is being written
-    size_t m_broadcastBytes = 0;
-    size_t m_answerBytes = 0;
-    uint64_t m_sequence = 0; // of the last state
-    bool m_isBehind = true;
-    bool m_wantsState = false;
+    SendQueue m_queue;
     bool m_isClosing = false;
 };
 
@@ -363,7 +271,7 @@ private:
             Answer(std::move(*refusal));
         } else if (!websocket::is_upgrade(request)) {
             Answer(ServeFile(m_site, request));
-        } else if (PathAfterToken(m_site, View(request.target())) != "live") {
+        } else if (m_site.access.PathAfterToken(View(request.target())) != "live") {
             Answer(Refusal(m_site, request, http::status::not_found, "There is no such WebSocket."));
         } else {
             m_stream.expires_never();
@@ -397,9 +305,9 @@ private:
 
 class WebServer::Implementation {
 public:
-    Implementation(const Options& options, Handler& handler)
-        : m_site{options.token, options.files, handler}, m_acceptor(m_context) {
+    Implementation(const Options& options, Handler& handler) : m_acceptor(m_context) {
         Listen(options.port);
+        m_site.emplace(Site{options.files, handler, WebAccess(options.token, Port())});
         Accept();
         m_thread = std::thread([this] { m_context.run(); });
     }
@@ -409,7 +317,7 @@ public:
         m_thread.join();
     }
 
-    uint16_t Port() const { return m_site.port; }
+    uint16_t Port() const { return m_port; }
 
     void Broadcast(uint64_t sequence, WebText message) {
         asio::post(m_context, [this, sequence, message = std::move(message)] {
@@ -441,7 +349,7 @@ private:
             m_acceptor.set_option(exclusive);
             m_acceptor.bind(endpoint);
             m_acceptor.listen();
-            m_site.port = m_acceptor.local_endpoint().port();
+            m_port = m_acceptor.local_endpoint().port();
         } catch (const boost::system::system_error&) {
             throw Failure(port == 0 ? "no port of 127.0.0.1 can be had"
                                     : "port " + std::to_string(port) +
@@ -457,7 +365,7 @@ private:
             if (!error && m_connections.open < kMostConnections) {
                 ErrorCode ignored;
                 socket.set_option(tcp::no_delay(true), ignored);
-                std::make_shared<HttpConnection>(std::move(socket), m_site, m_connections)->Read();
+                std::make_shared<HttpConnection>(std::move(socket), *m_site, m_connections)->Read();
             }
             Accept();
         });
@@ -488,7 +396,8 @@ private:
     // Before the context, whose pending operations hold connections that count themselves.
     OpenConnections m_connections;
     asio::io_context m_context{1};
-    Site m_site;
+    std::optional<Site> m_site; // once the port is known
+    uint16_t m_port = 0;
     tcp::acceptor m_acceptor;
     asio::steady_timer m_ending{m_context};
     asio::steady_timer m_look{m_context};

@@ -5,10 +5,10 @@
 // A request is answered only when its path begins with the token, its Host names this server, and its Origin,
 // if there is one, is this server's own page. Sizes, connections and times are bounded.
 //
-// Each connection has a bounded queue. One that does not keep up loses what is queued for everybody, and is
-// sent a whole state as soon as it has read what is on its way; it never delays the others. A new connection
-// begins in the same way.
+// Each connection has a bounded queue (SendQueue.h).
 #pragma once
+
+#include "serve/WebText.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -26,8 +26,6 @@ struct WebFile {
     std::string_view bytes;
     bool isGzip; // otherwise each "@NONCE@" in it is replaced for each response
 };
-
-using WebText = std::shared_ptr<const std::string>;
 
 class WebServer {
 public:

@@ -1,5 +1,5 @@
 // What happened since zqsettings was started, the newest first, with a chart of the changes.
-import { useEffect, useRef, useState } from "preact/hooks";
+import { useEffect, useMemo, useRef, useState } from "preact/hooks";
 import uPlot from "uplot";
 import type { Change, EventMessage, LogMessage } from "../protocol";
 import { goTo } from "../route";
@@ -66,7 +66,22 @@ function summaryOf(message: EventMessage): Summary {
   }
 }
 
+// The chart is drawn in the page's colours, so it is made anew with them.
+function useDark(): boolean {
+  const query = useMemo(() => matchMedia("(prefers-color-scheme: dark)"), []);
+  const [isDark, setDark] = useState(query.matches);
+  useEffect(() => {
+    const follow = () => setDark(query.matches);
+    query.addEventListener("change", follow);
+    return () => query.removeEventListener("change", follow);
+  }, [query]);
+  return isDark;
+}
+
+const clockText = (seconds: number) => new Date(seconds * 1000).toTimeString().slice(0, 8);
+
 function Chart() {
+  const isDark = useDark();
   const box = useRef<HTMLDivElement>(null);
   const plot = useRef<uPlot | null>(null);
   const { points } = useStore();
@@ -84,9 +99,9 @@ function Chart() {
         cursor: { y: false },
         legend: { show: true, live: true },
         scales: { x: { range: (_, min, max) => [Math.min(min, max - kShortestSeconds), max + 1] }, y: { range: (_, __, max) => [0, Math.max(1, max)] }, ms: { range: (_, __, max) => [0, Math.max(10, max)] } },
-        axes: [axis, { ...axis, size: 48, incrs: kWholeSteps }, { ...axis, side: 1, scale: "ms", size: 48, grid: { show: false } }],
+        axes: [{ ...axis, values: (_, times) => times.map(clockText), space: 70 }, { ...axis, size: 48, incrs: kWholeSteps }, { ...axis, side: 1, scale: "ms", size: 48, grid: { show: false } }],
         series: [
-          { label: "time" },
+          { label: "time", value: (_, time) => (time === null ? "--" : clockText(time)) },
           { label: "variables changed", stroke: () => color("--accent"), fill: () => color("--accent-soft"), paths: uPlot.paths.bars?.({ size: [0.8, 12] }), points: { show: false } },
           { label: "ms from write to reload", scale: "ms", stroke: () => color("--second"), width: 1.5, points: { show: true, size: 5 } },
         ],
@@ -101,11 +116,11 @@ function Chart() {
       observer.disconnect();
       made.destroy();
     };
-  }, []);
+  }, [isDark]);
   const last = points[points.length - 1];
   useEffect(() => {
     plot.current?.setData([points.map((p) => p.time), points.map((p) => p.changes), points.map((p) => p.milliseconds)]);
-  }, [last, points.length]);
+  }, [last, points.length, isDark]);
   const total = points.reduce((sum, point) => sum + point.changes, 0);
   return (
     <figure class="chart" aria-label={`Chart: ${count(total, "change")} in ${count(points.length, "reload")}`}>

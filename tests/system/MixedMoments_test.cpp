@@ -1,0 +1,110 @@
+// Everything at once, drawn at random: editors of many styles, a scanner, a second module, a second server
+// and saves share one folder, the disk is full for a while, and processes are killed.
+//
+// ZQ_TEST_LONG in the environment runs 3,000 moments, ZQ_TEST_SEED repeats a run.
+#include "support/win32/ImportPatch.h"
+#include "support/win32/LongForm.h"
+#include "support/win32/WatchedFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <optional>
+#include <random>
+
+namespace zq::test {
+namespace {
+
+class MixedMoments : public WatchedFolder {
+protected:
+    unsigned UpTo(unsigned last) { return static_cast<unsigned>(random() % (last + 1)); }
+
+    // One editor at work on the file, with everybody else; returns the number of moments.
+    int RunRound();
+
+    std::mt19937 random{Seed()};
+};
+
+// The disk is full after so many bytes.
+thread_local std::optional<DWORD> bytesLeft;
+
+BOOL WINAPI WriteUntilFull(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) {
+    if (!bytesLeft) {
+        return WriteFile(file, bytes, size, written, overlapped);
+    }
+    const DWORD part = std::min(size, *bytesLeft);
+    *bytesLeft -= part;
+    if ((part != 0 && !WriteFile(file, bytes, part, written, overlapped)) || part < size) {
+        SetLastError(ERROR_DISK_FULL);
+        return FALSE;
+    }
+    return TRUE;
+}
+
+int MixedMoments::RunRound() {
+    static const wchar_t* const styles[] = {L"rewrite",   L"rename", L"pieces",   L"overlong",
+                                            L"overshort", L"opens",  L"recreate", L"backup",
+                                            L"mapped",    L"held",   L"locked",   L"unfinished"};
+    static const int pauses[] = {0, 10, 60, 200};
+    const wchar_t* const style = styles[UpTo(std::size(styles) - 1)];
+    const int pause = pauses[UpTo(std::size(pauses) - 1)];
+    const int edits = 1 + static_cast<int>(UpTo(pause > 20 ? 4 : 19));
+    const bool isEditorKilled = UpTo(3) == 0;
+    const bool isDiskFull = UpTo(3) == 0;
+    SCOPED_TRACE(testing::Message() << "style " << std::string(style, style + std::wcslen(style))
+                                    << ", pause " << pause << ", " << edits << " edits"
+                                    << (isEditorKilled ? ", killed" : "")
+                                    << (isDiskFull ? ", disk full" : ""));
+    // All of them start before the edits: what is missing or refused when a module starts is replaced at
+    // once.
+    RecordingHost secondHost;
+    Module second;
+    second.Init(secondHost, folders);
+    std::optional<RunningSaver> saver;
+    if (UpTo(3) == 0) {
+        saver.emplace([&](const std::wstring& event) { return Saver(event, L"Saved", 100, 5); });
+    }
+    const int moments = 2 * edits + 5;
+    int lastEdit = edits;
+    {
+        ChildProcess editor(Editor(style, edits, pause, random()));
+        ChildProcess scanner(Editor(L"scan", edits, 10, random()));
+        for (int i = 0; i < 5; ++i) {
+            bytesLeft = isDiskFull ? std::optional<DWORD>(UpTo(5000)) : std::nullopt;
+            (i % 2 == 0 ? module : second)->SaveConfigInt64(L"Saved", static_cast<int64_t>(random()), 0);
+        }
+        bytesLeft.reset();
+        if (saver) {
+            saver->Process().KillAfter(UpTo(200));
+        }
+        if (isEditorKilled) {
+            editor.KillAfter(UpTo(200));
+            EXPECT_EQ(0U, ChildProcess(Editor(L"rewrite", 1, 0)).ExitCode());
+            lastEdit = 1;
+        } else {
+            EXPECT_EQ(0U, editor.ExitCode());
+        }
+        EXPECT_EQ(0U, scanner.ExitCode());
+    }
+    ExpectEdit(lastEdit);
+    return moments;
+}
+
+TEST_F(MixedMoments, TheLastEditIsInForceAndNoneIsReplaced) {
+    const int moments = Long(3000, 200);
+    std::printf("seed %u, %d moments\n", Seed(), moments);
+    const ImportPatch patch(LoadModuleDll(), "kernel32.dll", "WriteFile", AsProc(WriteUntilFull));
+    int done = 0;
+    while (done < moments) {
+        SCOPED_TRACE(testing::Message() << "after " << done << " moments");
+        done += RunRound();
+        ASSERT_FALSE(HasFailure());
+        WriteBytes(folders.Private(kSettingsName), R"({"Edit":0,"Saved":0})");
+        ExpectEdit(0);
+    }
+    ReportMoments("all of these mixed at random, processes killed, the disk full", "0 to 200 ms", done,
+                  OutcomeOf(0));
+}
+
+} // namespace
+} // namespace zq::test
