@@ -13,6 +13,7 @@ pattern=${arguments[0]:-.}
 faults=${options[--list]:-$root/tests/mutation/faults.txt}
 work=$root/build/mutation
 tree=$work/tree
+original=$work/original # what is planted in: the working tree may change during a run
 export ZQ_WINEPREFIX=$work/wine
 
 "$root/scripts/setup.sh"
@@ -20,6 +21,8 @@ rm -rf "$tree"
 mkdir -p "$tree"
 tar -C "$root" --exclude=./build --exclude=./.git --exclude=node_modules -c . |
   tar -C "$tree" -xm # newer than any object of a run that was cut off
+rm -rf "$original"
+cp -r "$tree" "$original"
 # Little optimised and without warnings: a fault is compiled once and run once.
 cmake -S "$tree" -B "$work/native" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG='-O1 -w' >/dev/null
 cmake -S "$tree" -B "$work/windows" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG='-O1 -w' \
@@ -29,7 +32,7 @@ cmake -S "$tree" -B "$work/windows" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CX
 suites() {
   local folder
   for folder in "$@"; do
-    sed -nE 's/^TEST(_F|_P)?\((\w+),.*/\2.*/p' "$root/tests/$folder/"*_test.cpp
+    sed -nE 's/^TEST(_F|_P)?\((\w+),.*/\2.*/p' "$original/tests/$folder/"*_test.cpp
   done | sort -u | paste -sd:
 }
 
@@ -103,12 +106,12 @@ plant() {
       }
       print
     }
-    END { exit found != 1 }' "$root/$1" >"$work/planted" && cp "$work/planted" "$tree/$1"
+    END { exit found != 1 }' "$original/$1" >"$work/planted" && cp "$work/planted" "$tree/$1"
 }
 
 # plant_line FILE NUMBER LINE
 plant_line() {
-  LINE=$3 awk -v number="$2" 'NR == number { $0 = ENVIRON["LINE"] } { print }' "$root/$1" >"$tree/$1"
+  LINE=$3 awk -v number="$2" 'NR == number { $0 = ENVIRON["LINE"] } { print }' "$original/$1" >"$tree/$1"
 }
 
 caught=0
@@ -124,7 +127,7 @@ judge() {
     build_and_test "$1" "$2" || result=$?
     shift 2
   done
-  cp "$root/$file" "$tree/$file"
+  cp "$original/$file" "$tree/$file"
   case $result in
     0)
       echo "SURVIVED  $file: $fault" | tee -a "$work/survivors.txt"
@@ -161,7 +164,7 @@ if [[ -n ${options[--random]:-} ]]; then
       programs_and_filters+=("${step%% *}" "${step#* }")
     done
     judge "$file" "$number: $kind: ${line#"${line%%[! ]*}"}" "${programs_and_filters[@]}"
-  done < <("$root/tests/mutation/mutants.py" "$root" "$seed" | awk -F '\t' -v pattern="$pattern" '
+  done < <("$root/tests/mutation/mutants.py" "$original" "$seed" | awk -F '\t' -v pattern="$pattern" '
     BEGIN { if (pattern == ".") pattern = "" } $1 ~ pattern')
   echo "$caught caught, $survived survived, $unfit did not build and were replaced"
   [[ $((100 * caught)) -ge $((95 * (caught + survived))) ]]

@@ -182,6 +182,19 @@ TEST_F(Save, ANameThatTheCodePageCannotExpressIsComparedByItsBestFit) {
     EXPECT_EQ("{\n    \"?\": 9\n}", Settings());
 }
 
+// The thread's code page may be another than the system's.
+TEST_F(Save, ANameIsConvertedByTheCodePageOfTheThread) {
+    constexpr LCID kRussian = MAKELCID(MAKELANGID(LANG_RUSSIAN, SUBLANG_DEFAULT), SORT_DEFAULT);
+    const LCID before = GetThreadLocale();
+    InitWith("{\"\xC6\":1}");
+    ASSERT_TRUE(SetThreadLocale(kRussian));
+
+    module->SaveConfigInt64(L"\u0416", 9, 0);
+
+    SetThreadLocale(before);
+    EXPECT_EQ("{\n    \"\xC6\": 9\n}", Settings());
+}
+
 TEST_F(Save, AMemberThatOccursTwiceIsSavedTwice) {
     InitWith(R"({"A":1,"A":2})");
 
