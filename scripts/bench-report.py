@@ -150,6 +150,25 @@ class Report:
         return (f"**Worst shape:** the best peer with a new parser takes {new:.2f} times as long as the module ({new_where}), "
                 f"the best peer with a kept one {kept:.2f} times ({kept_where}).")
 
+    def ratio(self, name, competitor):
+        """The range of a competitor's ratio to the first row over all sizes."""
+        rows = self.group(name)
+        first = next(iter(rows.values()))
+        ratios = [value / first[size] for size, value in rows[competitor].items()]
+        return f"{min(ratios):.1f} to {max(ratios):.1f}"
+
+    def byte_cost(self, name, competitor):
+        """What a byte costs at the largest size of a group, as a multiple of the next smaller one."""
+        (small, own_small), (large, own_large) = sorted(self.group(name)[competitor].items())[-2:]
+        return f"{own_large / large / (own_small / small):.2f}"
+
+    def unpack_bound(self):
+        """How much faster than the best peer with the same maps unpacking would be if the codec cost nothing."""
+        rows = self.group("unpack")
+        own, codec = rows["packet codec and maps"], rows["packet codec without the maps"]
+        bounds = [min(rows["msgpack-c"][size], rows["cereal"][size]) / (own[size] - codec[size]) for size in own]
+        return f"{min(bounds):.2f} to {max(bounds):.2f}"
+
     def version(self, package):
         return package_version(package)
 

@@ -124,6 +124,43 @@ std::wstring DecodeUtf8(std::string_view bytes) {
     return text;
 }
 
+bool IsAsciiKept(uint32_t codePage) {
+    std::array<char, 0x80> ascii{};
+    for (size_t i = 0; i < ascii.size(); ++i) {
+        ascii[i] = static_cast<char>(i);
+    }
+    const std::wstring text = WideFromBytes(codePage, ascii.data(), static_cast<int32_t>(ascii.size()));
+    return std::equal(text.begin(), text.end(), kIdentity.begin(), kIdentity.begin() + ascii.size());
+}
+
+// How many bytes at the front only the system can convert: up to an ASCII byte, which may be the second of a
+// character, that another one follows.
+size_t DoubleByteRun(std::string_view bytes) {
+    const auto isAscii = [&bytes](size_t i) { return static_cast<unsigned char>(bytes[i]) < 0x80; };
+    size_t count = 0;
+    while (count < bytes.size() && !(count != 0 && isAscii(count - 1) && isAscii(count))) {
+        ++count;
+    }
+    return count;
+}
+
+// No byte below 0x80 begins a character of two bytes, so what follows one always begins a character.
+std::wstring DecodeDoubleByte(uint32_t codePage, std::string_view bytes) {
+    std::wstring text;
+    text.reserve(bytes.size());
+    while (!bytes.empty()) {
+        const size_t ascii = AsciiPrefix(bytes);
+        text.append(DecodeByTable(bytes.substr(0, ascii), kIdentity.data()));
+        bytes.remove_prefix(ascii);
+        if (!bytes.empty()) {
+            const size_t run = DoubleByteRun(bytes);
+            text += WideFromBytes(codePage, bytes.data(), static_cast<int32_t>(run));
+            bytes.remove_prefix(run);
+        }
+    }
+    return text;
+}
+
 } // namespace
 
 // A static local object would leave handles of the run-time library behind each time that the DLL is
@@ -165,7 +202,8 @@ std::wstring DecodeFileText(uint32_t codePage, const char* bytes, int32_t length
             return DecodeByTable(all, AsciiCharacters());
         }
     }
-    return WideFromBytes(codePage, bytes, length);
+    return BytesPerCharacter(codePage) == 2 && IsAsciiKept(codePage) ? DecodeDoubleByte(codePage, all)
+                                                                     : WideFromBytes(codePage, bytes, length);
 }
 
 } // namespace zq

@@ -31,9 +31,10 @@ struct BatchPrefix {
 
 // The name of an entry. One that lasts outlives the batch and need not be copied.
 struct BatchName {
-    BatchName(std::wstring_view name) : text(name) {} // NOLINT(google-explicit-constructor): a name is a text
-    BatchName(const wchar_t* name) : text(name) {}    // NOLINT(google-explicit-constructor)
-    BatchName(const std::wstring& name) : text(name) {} // NOLINT(google-explicit-constructor)
+    // Not explicit: a name is a text.
+    BatchName(std::wstring_view name) : text(name) {}
+    BatchName(const wchar_t* name) : text(name) {}
+    BatchName(const std::wstring& name) : text(name) {}
     static BatchName Lasting(std::wstring_view name) {
         BatchName lasting(name);
         lasting.lasts = true;

@@ -58,6 +58,26 @@ TEST(TextWin32, BrokenUtf8DecodesAsTheSystemDoesWhateverItsNeighbours) {
     }
 }
 
+// Characters of two bytes beside each other, cut short, and with second bytes that are ASCII or none at all.
+TEST(TextWin32, RunsOfDoubleByteCharactersDecodeAsTheSystemDoes) {
+    uint64_t state = 1;
+    const auto random = [&state] {
+        return static_cast<size_t>((state = state * 6364136223846793005U + 1442695040888963407U) >> 33U);
+    };
+    for (const uint32_t codePage : InstalledCodePages()) {
+        if (BytesPerCharacter(codePage) != 2) {
+            continue;
+        }
+        for (int round = 0; round < 2000; ++round) {
+            std::string bytes;
+            for (size_t i = random() % 40; i > 0; --i) {
+                bytes += static_cast<char>(random() % 3 == 0 ? random() % 0x80 : 0x80 + random() % 0x80);
+            }
+            ExpectAsSystem(codePage, bytes);
+        }
+    }
+}
+
 TEST(TextWin32, TableOfTheAnsiPageIsTheSystems) {
     const wchar_t* table = AnsiCharacters();
     ASSERT_EQ(BytesPerCharacter(kCodePageAnsi) == 1, table != nullptr);
