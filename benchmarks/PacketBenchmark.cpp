@@ -32,8 +32,11 @@ public:
     void Int64(std::wstring_view name, int64_t value) { Entry(maps.integers, name) = value; }
     void Double(std::wstring_view name, double value) { Entry(maps.doubles, name) = value; }
     void String(std::wstring_view name, std::wstring value) { Entry(maps.strings, name) = std::move(value); }
+    void String(std::wstring_view name, std::wstring_view value) { Entry(maps.strings, name) = value; }
     void Binary(std::wstring_view name, const void* bytes, size_t length) {
-        Entry(maps.binaries, name) = BinaryBlock::Make(bytes, length);
+        BinaryBlock*& block = Entry(maps.binaries, name);
+        BinaryBlock::Free(block);
+        block = BinaryBlock::Make(bytes, length);
     }
 
     size_t Size() const {
@@ -58,6 +61,7 @@ Number NumberOf(std::span<const std::byte> bytes) {
 }
 
 void UnpackOwn(std::span<const std::byte> packet, Sink& sink) {
+    sink.maps.Reserve(CountPacketRecords(packet));
     PacketReader reader(packet);
     PacketRecord record;
     while (reader.Next(record)) {
@@ -371,6 +375,21 @@ void Compare(size_t count, int runs) {
     RunRounds(packing, runs);
     Print("Packing " + title, packing, 1e-3, "ms");
     Record("pack", size, packing, 1e-6);
+
+    // The everyday case: every variable exists, with the same value.
+    Sink full;
+    UnpackOwn(packet.Bytes(), full);
+    PlainSink fullPlain;
+    messagePack.Unpack(fullPlain);
+    std::vector<Competitor> updating = {
+        {"packet codec and maps", [&] { UnpackOwn(packet.Bytes(), full); }},
+        {"msgpack-c", [&] { messagePack.Unpack(full); }},
+        {"msgpack-c, std::unordered_map", [&] { messagePack.Unpack(fullPlain); }},
+        {"cereal", [&] { cereal.Unpack(full); }},
+    };
+    RunRounds(updating, runs);
+    Print("Unpacking " + title + " onto those that exist", updating, 1e-3, "ms");
+    Record("unpack-held", size, updating, 1e-6);
 
     const auto unpackInto = [count](const char* who, auto unpack) {
         return [who, unpack, count] {

@@ -149,8 +149,8 @@ struct Change {
     bool isReload() const noexcept { return type == VariableTypeNone; }
 };
 
-// Whether subscribers hear of a set whose value is the one already held. Binary values always count as
-// changed.
+// Whether subscribers are notified of a set whose value is the one already held. Binary values always count
+// as changed.
 enum class Notify { OnChange, Always };
 
 // Where a save writes: a member at the root of the settings file, or that member of the headset in use, for
@@ -300,7 +300,7 @@ private:
 
     Lock m_lock;
     Condition m_left;
-    std::vector<unsigned long> m_inside; // a thread stands in it once for each entry
+    std::vector<unsigned long> m_inside; // a thread is in it once for each entry
     bool m_isClosed = false;
 };
 
@@ -725,7 +725,8 @@ private:
         }
     }
 
-    // Those who subscribe during the calls hear of the next change. Entries keep their index meanwhile.
+    // Those who subscribe during the calls are notified from the next change on. Entries keep their index
+    // meanwhile.
     void callSubscribers(const Change& change) {
         size_t count = 0;
         {
@@ -1271,7 +1272,7 @@ public:
     // Loads the DLL by its full path, makes the module object, initialises it (the files, the survey of the
     // machine) and starts the folder watcher. Takes as long as the survey does.
     //
-    // Raises Error for what is wrong with the options, the DLL or the folders; nothing is left behind then.
+    // Raises Error for what is wrong with the options, the DLL or the folders; nothing remains then.
     explicit Module(const Options& options) : m_core(std::make_shared<detail::Core>(options)) {}
 
     // As close. Inside one of the module's own callbacks, where close would wait for itself, this is reported
@@ -1325,8 +1326,8 @@ public:
     }
 
     // Sets a variable of the value's type: any integer an integer, float and double a double, wide text a
-    // string, std::vector<std::byte> a binary variable. This module's own subscribers and cached values hear
-    // of it, shortly after set has returned.
+    // string, std::vector<std::byte> a binary variable. This module's own subscribers and cached values
+    // are notified shortly after set has returned.
     template <class U>
     void set(detail::Name name, const U& value, Notify notify = Notify::OnChange) const {
         store<detail::StoredType<U>>(name, value, notify);
@@ -1391,7 +1392,8 @@ public:
         return {packet, size};
     }
 
-    // Sets what a packet holds; subscribers hear of what changed. Returns false for bytes that are no packet.
+    // Sets what a packet holds; subscribers are notified of what changed. Returns false for bytes that are no
+    // packet.
     bool unpack(PacketView packet) const {
         return packet.isPacket() && variables().UnpackVariables(packet.data(), packet.size(), nullptr) != 0;
     }

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Attacks the module's files in every kind of bad moment: scripts/bad-moments.sh [--write] [SEED]
 # One kind at a time, each with three durations; then 3,000 moments mixed at random by several processes: editors, savers,
-# scanners, a second module, a full disk, kills. About half an hour. Prints the seed, which repeats a run, and a table.
+# scanners, a second module, a full disk, kills. A quarter of an hour. Prints the seed, which repeats a run, and a table.
 #   --write   also puts the table into docs/testing.md
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '--write 0..1' "$@"
@@ -21,11 +21,16 @@ scripts/wine-run.sh build/release/bin/system_tests.exe --gtest_brief=1 \
   --gtest_filter='Kinds/*:BadMoments.*:Tools/*:MixedMoments.*' | tee "$log"
 
 if [[ -n ${options[--write]:-} ]]; then
-  table=$(tr -d '\r' <"$log" | grep '^| ')
-  awk -v table="$table" '
-    /^<!-- bad moments -->$/ { print; print "| bad moment | duration | tries | files lost | edits unseen |"
-      print "|---|---|---|---|---|"; print table; isReplaced = 1; next }
-    /^<!-- end -->$/ { isReplaced = 0 }
-    !isReplaced { print }' docs/testing.md >build/testing.md
+  tr -d '\r' <"$log" | grep '^| ' >build/moments
+  awk '
+    /^<!-- bad moments -->$/ {
+      print
+      print "| bad moment | duration | tries | files lost | edits unseen |"
+      print "|---|---|---|---|---|"
+      while ((getline row < "build/moments") > 0) print row
+      isOldRow = 1
+    }
+    /^<!-- end -->$/ { isOldRow = 0 }
+    !isOldRow { print }' docs/testing.md >build/testing.md
   mv build/testing.md docs/testing.md
 fi

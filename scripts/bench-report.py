@@ -20,7 +20,7 @@ DOCUMENT = ROOT / "docs" / "benchmarks.md"
 CHARTS = ROOT / "docs" / "benchmarks"
 # The competitors that are the module itself: the thick line of a chart, whichever row they are in.
 MODULE = {"module", "VariableMap", "PackAllVariables", "packet codec and maps", "SetVariableInt64, changed",
-          "DoInit without the survey", "OnVariablesReloaded"}
+          "DoInit without the survey"}
 
 
 def read_figures(file):

@@ -1,51 +1,95 @@
 #!/usr/bin/env bash
 # Plants faults one by one and checks that the tests catch them: scripts/mutate.sh [PATTERN]
-# tests/mutation/faults.txt lists the faults; PATTERN, for grep, selects those whose file and tests match. Works on a copy in
-# build/mutation. Ends with 1 when a fault survives or no longer fits the sources.
+#   --list FILE   the faults of FILE instead of those of tests/mutation/faults.txt
+#   --random N    N faults drawn at random from all of src/ (tests/mutation/mutants.py) instead
+#   --seed S      decides which; without it the current time, which is printed
+#   --minutes M   draws no further fault after so many minutes
+# PATTERN, for grep, selects listed faults by file and tests, random ones by file. Works on a copy in build/mutation. Ends with
+# 1 when a listed fault survives or no longer fits the sources, or when less than 95 % of the random ones are caught; all that
+# survive are in build/mutation/survivors.txt.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
-parse_arguments '0..1' "$@"
+parse_arguments '--list= --random= --seed= --minutes= 0..1' "$@"
 pattern=${arguments[0]:-.}
-faults=$root/tests/mutation/faults.txt
+faults=${options[--list]:-$root/tests/mutation/faults.txt}
 work=$root/build/mutation
 tree=$work/tree
-export ZQ_WINEPREFIX=$root/build/wine
+original=$work/original # what is planted in: the working tree may change during a run
+export ZQ_WINEPREFIX=$work/wine
 
 "$root/scripts/setup.sh"
 rm -rf "$tree"
 mkdir -p "$tree"
-tar -C "$root" --exclude=./build --exclude=./.git -c . | tar -C "$tree" -xm # newer than any object of a run that was cut off
-cmake -S "$tree" -B "$work/native" -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake -S "$tree" -B "$work/windows" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+tar -C "$root" --exclude=./build --exclude=./.git --exclude=node_modules -c . |
+  tar -C "$tree" -xm # newer than any object of a run that was cut off
+rm -rf "$original"
+cp -r "$tree" "$original"
+# Little optimised and without warnings: a fault is compiled once and run once.
+cmake -S "$tree" -B "$work/native" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG='-O1 -w' >/dev/null
+cmake -S "$tree" -B "$work/windows" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG='-O1 -w' \
   -DCMAKE_TOOLCHAIN_FILE="$tree/cmake/mingw-w64-x86_64.cmake" >/dev/null
-cmake --build "$work/native" --target portable_tests >/dev/null
-cmake --build "$work/windows" --target core_tests system_tests tool_tests comfort_tests >/dev/null
 
-wine() { timeout 120 "$root/scripts/wine-run.sh" "$@"; }
+# suites FOLDER...: a filter for the test suites in these folders of tests/.
+suites() {
+  local folder
+  for folder in "$@"; do
+    sed -nE 's/^TEST(_F|_P)?\((\w+),.*/\2.*/p' "$original/tests/$folder/"*_test.cpp
+  done | sort -u | paste -sd:
+}
 
-# build_and_test TESTS FILTER: 0 when the tests pass, 1 when they fail or hang, 2 when they do not build.
-build_and_test() {
-  local quiet=(--gtest_brief=1 --gtest_fail_fast)
+# run TESTS FILTER: builds and runs test programs; 0 when the tests pass, 1 when they fail or hang, 2 when they do not build.
+run() {
+  local folder=$work/windows target=$1_tests result=0
   case $1 in
-    portable)
-      cmake --build "$work/native" --target portable_tests >"$work/log" 2>&1 || return 2
-      timeout 120 "$work/native/bin/portable_tests" "${quiet[@]}" >"$work/log" 2>&1 || return 1
-      ;;
-    core)
-      cmake --build "$work/windows" --target core_tests >"$work/log" 2>&1 || return 2
-      wine "$work/windows/bin/core_tests.exe" "${quiet[@]}" >"$work/log" 2>&1 || return 1
-      ;;
-    tool)
-      cmake --build "$work/windows" --target tool_tests >"$work/log" 2>&1 || return 2
-      wine "$work/windows/bin/tool_tests.exe" "${quiet[@]}" >"$work/log" 2>&1 || return 1
-      ;;
-    comfort)
-      cmake --build "$work/windows" --target comfort_tests >"$work/log" 2>&1 || return 2
-      wine "$work/windows/bin/comfort_tests.exe" "${quiet[@]}" --gtest_filter="$2" >"$work/log" 2>&1 || return 1
-      ;;
-    system)
-      cmake --build "$work/windows" --target ZQModSettings >"$work/log" 2>&1 || return 2
-      wine "$work/windows/bin/system_tests.exe" "${quiet[@]}" --gtest_filter="$2" >"$work/log" 2>&1 || return 1
-      ;;
+    portable) folder=$work/native ;;
+    system) target=ZQModSettings ;;
+  esac
+  cmake --build "$folder" --target "$target" >"$work/log" 2>&1 || return 2
+  local command=(timeout 60 "$folder/bin/$1_tests")
+  if [[ $1 != portable ]]; then
+    command=(timeout 180 "$root/scripts/wine-run.sh" "$folder/bin/$1_tests.exe")
+  fi
+  "${command[@]}" --gtest_brief=1 --gtest_fail_fast --gtest_filter="$2" >"$work/log" 2>&1 </dev/null || result=1
+  return $result
+}
+
+failed_test() {
+  sed -n 's/^\[  FAILED  \] \([A-Za-z]*[A-Za-z0-9_/]*\.[A-Za-z0-9_/]*\).*/\1/p' "$work/log" | head -n 1
+}
+
+# build_and_test TESTS FILTER: as run, but a test that fails has to fail twice: where the machine is busy, one that waits may
+# fail by itself.
+build_and_test() {
+  local result=0 failed
+  run "$1" "$2" || result=$?
+  [[ $result -eq 1 ]] || return $result
+  failed=$(failed_test)
+  if [[ -z $failed || $1 == portable ]] || ! run "$1" "$failed"; then
+    by=${failed:-(crashed or hung)}
+    return 1
+  fi
+  result=0
+  run "$1" "$2$([[ $2 == *-* ]] && echo : || echo -)$failed" || result=$?
+  [[ $result -eq 0 ]] || by=$(failed_test)
+  return $result
+}
+
+# What has to catch a random fault: programs and filters, the fastest first.
+tests_of() {
+  local quick='-*Stress*:*Soak*:BadMoments*:*Moments*' component=${1#src/}
+  component=${component%/*}
+  case $component in
+    base | config | config/json | variables) echo "portable *" ;;&
+    check) printf '%s\n' "portable *" "tool $(suites tools)" ;;
+    base) printf '%s\n' "core $(suites base config save sysinfo)" "system $quick" ;;
+    config | config/json) printf '%s\n' "core $(suites config)" "system $quick" ;;
+    variables) printf '%s\n' "core $(suites variables)" "system $quick" ;;
+    variables/hosts) printf '%s\n' "core $(suites variables/hosts)" "system Host*:Import*:Memory*:Lifecycle.*" ;;
+    save) printf '%s\n' "core $(suites save platform)" "system Save*:Import*:Memory*" "portable *" "tool Save*:Restore*" ;;
+    sysinfo) printf '%s\n' "core $(suites sysinfo)" "system Survey*:Import*:DoInit*" ;;
+    image) echo "system Dll*" ;;
+    platform) printf '%s\n' "core $(suites platform save module/files)" "system $quick" ;;
+    module/files) printf '%s\n' "core $(suites module/files)" "system $quick" ;;
+    module) echo "system $quick" ;;
   esac
 }
 
@@ -62,52 +106,85 @@ plant() {
       }
       print
     }
-    END { exit found != 1 }' "$root/$1" >"$work/planted" && cp "$work/planted" "$tree/$1"
+    END { exit found != 1 }' "$original/$1" >"$work/planted" && cp "$work/planted" "$tree/$1"
+}
+
+# plant_line FILE NUMBER LINE
+plant_line() {
+  LINE=$3 awk -v number="$2" 'NR == number { $0 = ENVIRON["LINE"] } { print }' "$original/$1" >"$tree/$1"
 }
 
 caught=0
 survived=0
 unfit=0
-try() {
-  local file=$1 tests=$2 filter=$3 text=$4 replacement=$5 result=0 by
-  if ! plant "$file" "$text" "$replacement"; then
-    echo "UNFIT     $file: not there exactly once: $text"
-    unfit=$((unfit + 1))
-    return
-  fi
-  build_and_test "$tests" "$filter" || result=$?
-  cp "$root/$file" "$tree/$file"
+: >"$work/survivors.txt"
+
+# judge FILE FAULT TESTS FILTER [TESTS FILTER]...: runs the tests on what is planted in FILE, and takes it out again.
+judge() {
+  local file=$1 fault=$2 result=0 by=
+  shift 2
+  while [[ $# -gt 0 && $result -eq 0 ]]; do
+    build_and_test "$1" "$2" || result=$?
+    shift 2
+  done
+  cp "$original/$file" "$tree/$file"
   case $result in
     0)
-      echo "SURVIVED  $file: $replacement"
+      echo "SURVIVED  $file: $fault" | tee -a "$work/survivors.txt"
       survived=$((survived + 1))
       ;;
     1)
-      by=$(sed -n 's/^\[  FAILED  \] \([A-Za-z]*[A-Za-z0-9_/]*\.[A-Za-z0-9_/]*\).*/\1/p' "$work/log" | head -n 1)
-      echo "caught    $file: $replacement   ${by:-(crashed or hung)}"
+      echo "caught    $file: $fault   $by"
       caught=$((caught + 1))
       ;;
     2)
-      echo "UNFIT     $file does not build with: $replacement"
+      echo "UNFIT     $file does not build with: $fault"
       unfit=$((unfit + 1))
       ;;
   esac
 }
 
 # A fault that is caught shows nothing unless everything passes without it.
-for tests in portable core tool; do
-  build_and_test $tests '' || fail "the $tests tests fail without a fault; see $work/log."
+for tests in core portable tool comfort; do
+  build_and_test $tests "*" || fail "the $tests tests fail without a fault; see $work/log."
 done
+cmake --build "$work/windows" --target system_tests >"$work/log" 2>&1 || fail "system_tests does not build; see $work/log."
+build_and_test system '-*Stress*:*Soak*' || fail "the system tests fail without a fault; see $work/log."
+
+if [[ -n ${options[--random]:-} ]]; then
+  seed=${options[--seed]:-$(date +%s)}
+  echo "seed $seed"
+  end=$((SECONDS + 60 * ${options[--minutes]:-100000}))
+  while IFS=$'\t' read -r file number kind line; do
+    [[ $((caught + survived)) -lt ${options[--random]} && $SECONDS -lt $end ]] || break
+    plant_line "$file" "$number" "$line"
+    mapfile -t steps < <(tests_of "$file")
+    programs_and_filters=()
+    for step in "${steps[@]}"; do
+      programs_and_filters+=("${step%% *}" "${step#* }")
+    done
+    judge "$file" "$number: $kind: ${line#"${line%%[! ]*}"}" "${programs_and_filters[@]}"
+  done < <("$root/tests/mutation/mutants.py" "$original" "$seed" | awk -F '\t' -v pattern="$pattern" '
+    BEGIN { if (pattern == ".") pattern = "" } $1 ~ pattern')
+  echo "$caught caught, $survived survived, $unfit did not build and were replaced"
+  [[ $((100 * caught)) -ge $((95 * (caught + survived))) ]]
+  exit
+fi
 
 while IFS= read -r line; do
   case $line in
-    'src/'*)
+    'src/'* | 'include/'*)
       read -r file tests filter <<<"$line"
       ;;
     '< '*) text=${line#< } ;;
     '> '*)
       grep -q -- "$pattern" <<<"$file $tests" || continue
-      try "$file" "$tests" "${filter:-*}" "$text" "${line#> }"
+      if plant "$file" "$text" "${line#> }"; then
+        judge "$file" "${line#> }" "$tests" "${filter:-*}"
+      else
+        echo "UNFIT     $file: not there exactly once: $text"
+        unfit=$((unfit + 1))
+      fi
       ;;
   esac
 done <"$faults"

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Runs the long forms of the tests, which test.sh leaves out: scripts/soak.sh [release|debug] [GTEST_FILTER]
-# Half an hour of bad moments for the files (scripts/bad-moments.sh), lifecycles, stops, saves and changes under load; then
-# everything together for an hour, or for as many seconds as ZQ_SOAK_SECONDS says; each command of the tool on each of 1,036
-# broken files, which takes two hours. Ends with two builds of the committed state
-# that must give the same bytes; none with a filter.
+# A quarter of an hour of bad moments for the files (scripts/bad-moments.sh), lifecycles, stops, saves and changes under load; then
+# everything together on eight threads, for a minute under ThreadSanitizer and for an hour under Wine, or both for as many
+# seconds as ZQ_SOAK_SECONDS says; each command of the tool on each of 1,036 broken files, which takes two hours. Ends with two
+# builds of the committed state that must give the same bytes; none with a filter.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '0..2' "$@"
 preset=${arguments[0]:-release}
@@ -11,6 +11,8 @@ filter=${arguments[1]:-*}
 
 "$root/scripts/setup.sh"
 cd "$root"
+build threads
+ZQ_SOAK_SECONDS=${ZQ_SOAK_SECONDS:-60} build/threads/bin/concurrency_tests --gtest_brief=1 --gtest_filter="$filter"
 build "$preset"
 export ZQ_TEST_LONG=1
 export ZQ_SOAK_SECONDS=${ZQ_SOAK_SECONDS:-3600}

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Analyses the sources of src/ and tools/ with clang-tidy: scripts/tidy.sh [--all]
+# Analyses the sources of src/, tools/ and tests/ with clang-tidy: scripts/tidy.sh [--all]
 #   --all   also those that have not changed since they were found clean
 # What was found clean is remembered in the user's cache folder, so that it survives a new clone. Needs a release build:
 # its record of what each source includes decides what has changed.
@@ -15,7 +15,7 @@ mkdir -p "$clean" build/tidy
 # A line for each source: the source, then the project's headers that it includes.
 sources_with_headers() {
   ninja -C build/release -t deps | awk -v root="$root/" '
-    function flush() { if (source ~ /^(src|tools)\/.*\.cpp$/) print source headers; source = ""; headers = "" }
+    function flush() { if (source ~ /^(src|tools|tests)\/.*\.cpp$/) print source headers; source = ""; headers = "" }
     /^[^ ]/ { flush(); next }
     /^ / {
       path = $1
@@ -57,6 +57,7 @@ changed=()
 while read -r source headers; do
   [[ -f $source ]] || continue
   configurations=(.clang-tidy)
+  [[ $source != tests/* ]] || configurations+=(tests/.clang-tidy)
   # shellcheck disable=SC2086
   hash=$( (printf '%s\n' "$source" "${compiler_arguments[@]}" && cat "${configurations[@]}" "$source" $headers) | sha256sum | cut -c1-32)
   [[ -f $clean/$hash && -z ${options[--all]:-} ]] || changed+=("$source" "$clean/$hash")

@@ -1,5 +1,5 @@
 // A whole host of the settings module: example_host DATA_FOLDER
-// DATA_FOLDER stands for the machine's common application-data folder.
+// DATA_FOLDER is the machine's common application-data folder.
 #include <ZQSettingsKeys.hpp>
 
 #include <chrono>

@@ -53,8 +53,9 @@ KeptChunks g_keptChunks;
 
 void Arena::AddChunk(size_t bytes) {
     RaiseIfCancelled(m_cancellation);
-    // A quarter of what there is keeps the unused end small beside the whole.
-    const size_t grown = std::clamp(m_chunkBytes / 4, kSmallestChunk, kLargestChunk);
+    // A part of what there is keeps the unused end small beside the whole.
+    const size_t part = m_life == Life::Short ? 16 : 4;
+    const size_t grown = std::clamp(m_chunkBytes / part, kSmallestChunk, kLargestChunk);
     const size_t size = std::max(bytes, m_life == Life::Short ? std::max(grown, kKeptChunk) : grown);
     void* memory = m_life == Life::Short && size == kKeptChunk ? g_keptChunks.Take() : nullptr;
     if (!memory) {

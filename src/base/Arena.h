@@ -17,12 +17,14 @@ class Cancellation;
 
 class Arena {
 public:
-    static constexpr size_t kAlignment = 8;
+    static constexpr size_t kLargestAlignment = 8;
 
     // What an arena is for: one that grows slowly and stays, or one that is filled at once and soon freed.
     enum class Life { Long, Short };
 
-    explicit Arena(Life life = Life::Long) : m_life(life) {}
+    // `alignment` is that of all pieces: small where they are texts.
+    explicit Arena(Life life = Life::Long, size_t alignment = kLargestAlignment)
+        : m_life(life), m_alignment(alignment) {}
     ~Arena() { Clear(); }
     Arena(const Arena&) = delete;
     Arena& operator=(const Arena&) = delete;
@@ -33,7 +35,7 @@ public:
     // Memory for `count` objects that need no destructor. Raises std::bad_alloc.
     template <class T>
     T* Allocate(size_t count) {
-        static_assert(alignof(T) <= kAlignment);
+        static_assert(alignof(T) <= kLargestAlignment);
         if (count > kMostBytes / sizeof(T)) {
             throw std::bad_alloc();
         }
@@ -43,7 +45,7 @@ public:
     }
 
     // Memory for a piece whose size is not known yet: Take then says how much of it was used, which is no
-    // more than `bytes`. Aligned to kAlignment; to 16 bytes as long as only multiples of 16 are taken. Raises
+    // more than `bytes`. Aligned to 16 bytes as long as only multiples of 16 are taken. Raises
     // std::bad_alloc.
     void* Room(size_t bytes) {
         bytes = RoundUp(bytes);
@@ -64,12 +66,11 @@ private:
 
     static constexpr size_t kMostBytes = static_cast<size_t>(-1) / 2;
 
-    static constexpr size_t RoundUp(size_t bytes) {
-        return (bytes + kAlignment - 1) / kAlignment * kAlignment;
-    }
+    size_t RoundUp(size_t bytes) const { return (bytes + m_alignment - 1) & ~(m_alignment - 1); }
     void AddChunk(size_t bytes);
 
     Life m_life;
+    size_t m_alignment; // a power of two
     const Cancellation* m_cancellation = nullptr;
     Chunk* m_chunks = nullptr;
     size_t m_chunkBytes = 0; // of all chunks

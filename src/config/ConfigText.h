@@ -33,7 +33,8 @@ class ConfigText {
 public:
     // Reading and flattening raise Cancelled where `cancellation`, which may be null, asks for it.
     explicit ConfigText(ConfigFile file, const Cancellation* cancellation = nullptr) : m_file(file) {
-        m_root.arena.StopOn(cancellation);
+        m_root.texts.StopOn(cancellation);
+        m_root.nodes.StopOn(cancellation);
     }
     ConfigText(const ConfigText&) = delete;
     ConfigText& operator=(const ConfigText&) = delete;
@@ -55,6 +56,8 @@ public:
     }
 
     const JsonValue& Root() const { return m_root; }
+    // Frees what a batch that was flattened does not point to: the root is null from now on.
+    void FreeNodes() { FreeJsonNodes(m_root); }
 
 private:
     ConfigFile m_file;

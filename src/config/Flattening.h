@@ -14,34 +14,8 @@
 
 namespace zq {
 
-inline bool AddScalarVariable(std::wstring_view name, const JsonValue& value, VariableBatch& batch) {
-    switch (value.kind) {
-    case JsonKind::Bool:
-        batch.AddBool(name, value.boolean);
-        return true;
-    case JsonKind::Integer:
-        batch.AddNumber(name, value.integer);
-        return true;
-    case JsonKind::Double:
-        batch.AddDouble(name, value.real);
-        return true;
-    case JsonKind::String:
-        batch.AddString(name, GetJsonString(value));
-        return true;
-    default:
-        return false;
-    }
-}
-
 // Adds the variables of a scalar; returns false, and adds nothing, for null and for containers.
-inline bool AddScalar(std::wstring_view name, const JsonValue& value, VariableBatch& batch,
-                      FlattenTrace* trace) {
-    if (!AddScalarVariable(name, value, batch)) {
-        return false;
-    }
-    ReportAdded(trace, value);
-    return true;
-}
+bool AddScalar(const BatchName& name, const JsonValue& value, VariableBatch& batch, FlattenTrace* trace);
 
 // The name of the node that a flattener is at: grown on the way down, cut on the way up.
 class NameBuffer {

@@ -49,7 +49,9 @@ void FlattenDevice(const JsonValue& device, VariableBatch& batch, const HostLog&
         ReportSkipped(trace, device, Skipped::Device);
         return;
     }
-    const std::wstring prefix = std::wstring(L"CL.").append(GetJsonString(*name));
+    // Up to a zero character, as a printf would take it: hosts read no name beyond one.
+    const std::wstring_view text = GetJsonString(*name);
+    const std::wstring prefix = std::wstring(L"CL.").append(text.substr(0, text.find(L'\0')));
     batch.UsePrefix(batch.PrefixFor(nullptr, prefix));
     for (const JsonValue& item : responses->Elements()) {
         if (item.Is(JsonKind::Object)) {

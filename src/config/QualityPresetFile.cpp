@@ -45,7 +45,7 @@ private:
     // One object on the way down: its name and what is left to visit of it.
     struct Level {
         std::wstring name;
-        const NamePrefix* prefix; // that the names of its members share
+        const BatchPrefix* prefix; // that the names of its members share
         std::span<const JsonMember> members;
         std::span<const JsonValue> presets; // what is left of the array under way
         std::wstring_view presetKey;        // its key
@@ -53,7 +53,7 @@ private:
     };
 
     void Enter(std::wstring name, const JsonValue& object) {
-        const NamePrefix* prefix = m_batch.PrefixFor(nullptr, name);
+        const BatchPrefix* prefix = m_batch.PrefixFor(nullptr, name);
         m_levels.push_back({std::move(name), prefix, object.Members(), {}, {}, 0});
         UseNameOfLevel();
     }

@@ -45,15 +45,21 @@ private:
     // One object on the way down: what is left to visit of it.
     struct Level {
         size_t nameLength;
-        const NamePrefix* prefix; // that the names of its members share
+        const BatchPrefix* prefix; // that the names of its members share
         std::span<const JsonMember> members;
         std::span<const JsonValue> headers; // what is left of the header list under way
         std::wstring_view headerKey;        // and its key
         std::vector<const JsonValue*> headerNames;
+
+        bool IsOver() const { return members.empty() && headers.empty() && headerNames.empty(); }
     };
 
     void Enter(const JsonValue& object) {
-        const NamePrefix* outer = m_levels.empty() ? nullptr : m_levels.back().prefix;
+        const BatchPrefix* outer = m_levels.empty() ? nullptr : m_levels.back().prefix;
+        // Nesting in the last member costs no memory.
+        if (m_levels.size() > 1 && m_levels.back().IsOver()) {
+            m_levels.pop_back();
+        }
         m_levels.push_back(
             {m_name.Length(), m_batch.PrefixFor(outer, m_name.View()), object.Members(), {}, {}, {}});
     }
@@ -71,9 +77,11 @@ private:
             return;
         }
         m_name.AppendKey(member.key);
+        const bool isAtTop = m_name.Length() == member.key.size();
+        const BatchName name = isAtTop ? BatchName::Lasting(member.key) : BatchName(m_name.View());
         if (member.value.Is(JsonKind::Object)) {
             Enter(member.value);
-        } else if (!AddScalar(m_name.View(), member.value, m_batch, m_trace)) {
+        } else if (!AddScalar(name, member.value, m_batch, m_trace)) {
             ReportSkipped(m_trace, member.value,
                           member.value.Is(JsonKind::Array) ? Skipped::IgnoredArray : Skipped::Null);
         }
@@ -96,12 +104,19 @@ private:
         }
     }
 
-    // Every level does this when it ends, the outermost last: only a top-level header list stays known.
+    // Every level does this when it ends, the outermost last: of the counts only its own stays known.
     void PublishHeaderNames(const std::vector<const JsonValue*>& names) {
+        constexpr std::wstring_view kList = L"HmdNameList.";
         m_batch.UsePrefix(nullptr);
-        m_batch.AddInt64(L"HmdNameSize", static_cast<int32_t>(names.size()));
+        if (m_levels.size() == 1) {
+            m_batch.AddInt64(L"HmdNameSize", static_cast<int32_t>(names.size()));
+        }
+        if (!names.empty() && !m_listPrefix) {
+            m_listPrefix = m_batch.MakePrefix(kList);
+        }
+        m_batch.UsePrefix(m_listPrefix);
         for (size_t i = 0; i < names.size(); ++i) {
-            const std::wstring variable = L"HmdNameList." + std::to_wstring(i);
+            const std::wstring variable = std::wstring(kList) + std::to_wstring(i);
             const std::wstring_view name = GetJsonString(*names[i]);
             m_batch.AddString(variable, name);
             ReportAdded(m_trace, *names[i]);
@@ -115,6 +130,7 @@ private:
     const HostLog& m_log;
     FlattenTrace* m_trace;
     std::vector<Level> m_levels;
+    const BatchPrefix* m_listPrefix = nullptr; // of the header names
 };
 
 } // namespace

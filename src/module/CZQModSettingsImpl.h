@@ -83,7 +83,7 @@ private:
     // Sets a string variable and notifies the hosts, for the components that know no store.
     StringPublisher VariablePublisher();
 
-    void UnpackRecord(const PacketReader& reader, const PacketRecord& record, CZQVariableHost* source);
+    void UnpackRecord(PacketReader& reader, const PacketRecord& record, CZQVariableHost* source);
     void AddEmptyString(std::wstring_view name, CZQVariableHost* source);
     template <class Set>
     void SetAndNotify(const wchar_t* name, uint32_t type, CZQVariableHost* source, int32_t force, Set set);

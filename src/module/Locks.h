@@ -1,11 +1,11 @@
 // Every mutex of one module object, and how they may be taken together.
 //
-//   lifecycle   DoStart and DoStop exclude each other      held while DoStop waits for the watcher's thread
-//   hostList    the list of registered hosts               held for one change of the list, or while a change
-//   is queued store       the five maps of variables                 held for one look-up, one change or one
-//   batch file, three the bytes of one private file on disk      held for one read, one replacement or one
-//   read-change-write queue       one host's queue of changes (in its agent) held for one append, or to take
-//   everything
+// - lifecycle: DoStart and DoStop exclude each other. Held while DoStop waits for the watcher's thread.
+// - hostList: the list of registered hosts. Held for one change of the list, or while a change is queued.
+// - store: the five maps of variables. Held for one look-up, one change or one batch.
+// - files, three: the bytes of one private file on disk. Held for one read, one replacement or one
+//   read-change-write.
+// - queue: one host's queue of changes, in its agent. Held for one append, or to take everything.
 //
 // The order is the order of this list. In the ordinary course two are held together in one case only:
 // hostList, then a queue. No mutex is held while the host is called, except lifecycle by DoStop, whose wait
@@ -13,9 +13,8 @@
 //
 // A thread that does not stop in time is terminated while its guards are held, in the same order: hostList,
 // store, the three files, and for a delivery thread its queue. So it is in none of them when it dies. There
-// is no cycle, since nobody waits for a mutex of this list while he holds one that comes after it. A mutex
-// whose owner was terminated all the same (a thread that stops itself) is taken over by the next thread that
-// locks it.
+// is no cycle, since nobody waits for a mutex of this list while holding a later one. A mutex whose owner was
+// terminated all the same (a thread that stops itself) is taken over by the next thread that locks it.
 #pragma once
 
 #include "config/ConfigFile.h"

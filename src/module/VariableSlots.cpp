@@ -10,6 +10,7 @@
 
 #include <cstring>
 #include <new>
+#include <span>
 #include <stdexcept>
 
 namespace zq {
@@ -74,10 +75,13 @@ void* CZQModSettingsImpl::PackAllVariables(size_t* packetSize) {
 
 int32_t CZQModSettingsImpl::UnpackVariables(const void* packet, size_t packetSize, CZQVariableHost* source) {
     return RaiseCleanly([&] {
-        PacketReader reader({static_cast<const std::byte*>(packet), packet ? packetSize : 0});
+        const std::span<const std::byte> bytes(static_cast<const std::byte*>(packet),
+                                               packet ? packetSize : 0);
+        PacketReader reader(bytes);
         if (!reader.IsPacket()) {
             return 0;
         }
+        m_store.ReserveFor(bytes);
         PacketRecord record;
         while (reader.Next(record)) {
             UnpackRecord(reader, record, source);
@@ -87,7 +91,7 @@ int32_t CZQModSettingsImpl::UnpackVariables(const void* packet, size_t packetSiz
 }
 
 // A record of another type, or too short for its type, is skipped.
-void CZQModSettingsImpl::UnpackRecord(const PacketReader& reader, const PacketRecord& record,
+void CZQModSettingsImpl::UnpackRecord(PacketReader& reader, const PacketRecord& record,
                                       CZQVariableHost* source) {
     const std::span<const std::byte> value = record.value;
     bool isChanged = false;

@@ -14,7 +14,7 @@
 
 namespace zq {
 
-// How long a thread may take to end after it was told to.
+// How long a thread may take to end after it was asked to.
 inline constexpr DWORD kThreadStopMilliseconds = 1000;
 
 class Thread {

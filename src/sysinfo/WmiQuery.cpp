@@ -10,7 +10,7 @@ namespace {
 
 using Microsoft::WRL::ComPtr;
 
-// A null BSTR stands for the empty text.
+// A null BSTR is the empty text.
 std::wstring TextOf(const wchar_t* text) { return text ? text : L""; }
 
 bool IsInteger(VARTYPE type) {

@@ -24,30 +24,39 @@ bool IsSameValue(double held, double given) {
 }
 bool IsSameValue(const std::wstring& held, std::wstring_view given) { return IsSameName(held, given); }
 
-} // namespace
-
-template <class Value>
-void BatchWrite::Writes<Value>::Undo(VariableMap<Value>& map) noexcept {
-    for (auto write = replaced.rbegin(); write != replaced.rend(); ++write) {
-        write->node->value = std::move(write->value);
-    }
-    for (Node* node : added) {
-        map.Remove(node);
+// Appends the pieces from below `outer`, which may be null, to `prefix`.
+[[gnu::noinline]] void AppendPieces(std::wstring& out, const BatchPrefix* prefix, const BatchPrefix* outer) {
+    const size_t units = (prefix ? prefix->length : 0) - (outer ? outer->length : 0);
+    out.resize(out.size() + units);
+    wchar_t* end = out.data() + out.size();
+    for (; prefix != outer; prefix = prefix->parent) {
+        end -= prefix->pieceLength;
+        CopyShort(end, prefix->piece, prefix->pieceLength * sizeof(wchar_t));
     }
 }
 
-BatchWrite::BatchWrite(const VariableBatch& batch, uint64_t hashSeed) : m_batch(batch) {
+} // namespace
+
+template <class Value>
+void BatchWrite::Replacements<Value>::Undo() noexcept {
+    for (auto replaced = all.rbegin(); replaced != all.rend(); ++replaced) {
+        replaced->node->value = std::move(replaced->value);
+    }
+}
+
+BatchWrite::BatchWrite(const VariableBatch& batch, uint64_t hashSeed)
+    : m_batch(batch), m_hashSeed(hashSeed), m_hasher(hashSeed) {
     // A large batch goes bucket by bucket: the maps' memory is visited from one end to the other then, and
     // new nodes lie in the order in which they are packed later.
     constexpr size_t kWorthSorting = 4096;
     const VariableBatch::EntryList& entries = batch.Entries();
-    assert(entries.size() <= UINT32_MAX); // an entry takes at least one byte of a file
+    assert(entries.size() <= kLargestEntry); // an entry takes at least two bytes of a file
     m_items.reserve(entries.size());
     for (const VariableBatch::Entry& entry : entries) {
         if (m_items.size() % kEntriesBetweenLooks == 0) {
             RaiseIfCancelled(batch.CancelledBy());
         }
-        m_items.push_back({HashName(WholeName(entry), hashSeed), static_cast<uint32_t>(m_items.size())});
+        m_items.push_back({HashOf(entry), static_cast<uint32_t>(m_items.size())});
     }
     if (m_items.size() >= kWorthSorting) {
         SortByBucket();
@@ -55,47 +64,171 @@ BatchWrite::BatchWrite(const VariableBatch& batch, uint64_t hashSeed) : m_batch(
 }
 
 // By the upper half of the hash, and within that in the order of the batch: the order of the maps' buckets.
+// Items go in runs, so that the second copy that the sort needs stays small.
 void BatchWrite::SortByBucket() {
-    constexpr unsigned kDigitBits = 8;
-    std::vector<Item> sorted(m_items.size());
-    for (const unsigned shift : {16U, 24U}) {
-        const auto digitOf = [shift](const Item& item) { return item.hash >> shift & 0xFFU; };
-        std::array<size_t, 1U << kDigitBits> starts{};
-        for (const Item& item : m_items) {
-            ++starts[digitOf(item)];
-        }
-        std::exclusive_scan(starts.begin(), starts.end(), starts.begin(), size_t{0});
-        for (const Item& item : m_items) {
-            sorted[starts[digitOf(item)]++] = item;
-        }
-        m_items.swap(sorted);
+    constexpr size_t kRun = 32768;
+    std::vector<Item> sorted(std::min(kRun, m_items.size()));
+    for (size_t first = 0; first < m_items.size(); first += kRun) {
+        SortRun(std::span(m_items).subspan(first, std::min(kRun, m_items.size() - first)), sorted);
     }
 }
 
-std::wstring_view BatchWrite::WholeName(const VariableBatch::Entry& entry) {
+void BatchWrite::SortRun(std::span<Item> run, std::span<Item> sorted) {
+    constexpr unsigned kDigitBits = 8;
+    const auto distribute = [](std::span<const Item> from, std::span<Item> to, unsigned shift) {
+        const auto digitOf = [shift](const Item& item) { return item.hash >> shift & 0xFFU; };
+        std::array<size_t, 1U << kDigitBits> starts{};
+        for (const Item& item : from) {
+            ++starts[digitOf(item)];
+        }
+        std::exclusive_scan(starts.begin(), starts.end(), starts.begin(), size_t{0});
+        for (const Item& item : from) {
+            to[starts[digitOf(item)]++] = item;
+        }
+    };
+    distribute(run, sorted, 16);
+    distribute(sorted.first(run.size()), run, 24);
+}
+
+// Makes the buffer begin with the prefix.
+void BatchWrite::UsePrefix(const BatchPrefix* prefix) {
+    if (prefix == m_prefix) {
+        return;
+    }
+    m_prefix = nullptr; // until all is done
+    const BatchPrefix* outer = prefix ? prefix->shared : nullptr;
+    m_name.clear();
+    m_hasher = NameHasher(m_hashSeed);
+    if (outer) {
+        const SharedPrefix& shared = Shared(outer);
+        m_name = shared.open;
+        m_hasher = shared.hasher;
+    }
+    m_sharedUnits = m_name.size();
+    AppendPieces(m_name, prefix, outer);
+    m_prefixUnits = m_name.size();
+    m_hashedUnits = m_hasher.Take(m_name);
+    m_prefix = prefix;
+}
+
+BatchWrite::SharedPrefix& BatchWrite::Shared(const BatchPrefix* prefix) {
+    const auto outerOf = [](const BatchPrefix* inner) {
+        return inner->parent ? inner->parent->shared : nullptr;
+    };
+    std::vector<const BatchPrefix*> unknown;
+    for (const BatchPrefix* inner = prefix; inner && !m_shared.contains(inner); inner = outerOf(inner)) {
+        unknown.push_back(inner);
+    }
+    for (; !unknown.empty(); unknown.pop_back()) {
+        const BatchPrefix* inner = unknown.back();
+        const BatchPrefix* outer = outerOf(inner);
+        SharedPrefix made{NameHasher(m_hashSeed), {}};
+        if (outer) {
+            const SharedPrefix& known = m_shared.at(outer);
+            made = {known.hasher, known.open};
+        }
+        AppendPieces(made.open, inner, outer);
+        made.open.erase(0, made.hasher.Take(made.open));
+        m_shared.emplace(inner, std::move(made));
+    }
+    return m_shared.find(prefix)->second;
+}
+
+uint32_t BatchWrite::HashOf(const VariableBatch::Entry& entry) {
+    if (entry.prefix == 0) {
+        return HashName(VariableBatch::NameOf(entry), m_hashSeed);
+    }
+    NameOf(entry);
+    return m_hasher.Finish(std::wstring_view(m_name).substr(m_hashedUnits));
+}
+
+std::wstring_view BatchWrite::NameOf(const VariableBatch::Entry& entry) {
     const std::wstring_view rest = VariableBatch::NameOf(entry);
-    if (!entry.prefix) {
+    if (entry.prefix == 0) {
         return rest;
     }
-    const size_t length = entry.prefix->length;
-    if (m_namePrefix != entry.prefix) {
-        m_name.resize(length);
-        entry.prefix->CopyTo(m_name.data());
-        m_namePrefix = entry.prefix;
+    UsePrefix(m_batch.PrefixOf(entry));
+    m_name.resize(m_prefixUnits);
+    m_name.append(rest);
+    return std::wstring_view(m_name).substr(m_sharedUnits);
+}
+
+const NamePrefix* BatchWrite::StoredPrefix(VariableMaps& maps, const BatchPrefix* prefix) {
+    const NamePrefix* stored = Shared(prefix).stored;
+    if (stored) {
+        return stored;
     }
-    m_name.resize(length);
-    return m_name.append(rest);
+    std::vector<const BatchPrefix*> missing; // of the prefix and those around it
+    for (const BatchPrefix* inner = prefix; inner; inner = inner->parent ? inner->parent->shared : nullptr) {
+        missing.push_back(inner);
+    }
+    std::wstring piece;
+    const BatchPrefix* outer = nullptr;
+    for (; !missing.empty(); missing.pop_back()) {
+        const BatchPrefix* inner = missing.back();
+        SharedPrefix& shared = Shared(inner);
+        if (!shared.stored) {
+            piece.clear();
+            AppendPieces(piece, inner, outer);
+            shared.stored = maps.prefixes.Share(stored, piece);
+        }
+        stored = shared.stored;
+        outer = inner;
+    }
+    return stored;
 }
 
 void BatchWrite::ApplyTo(VariableMaps& maps) {
     try {
         WriteAll(maps);
     } catch (...) {
-        m_bools.Undo(maps.bools);
-        m_integers.Undo(maps.integers);
-        m_doubles.Undo(maps.doubles);
-        m_strings.Undo(maps.strings);
+        Undo(maps);
         throw;
+    }
+}
+
+// A batch of names in pieces may need the buffers, which have held each of them before.
+void BatchWrite::Undo(VariableMaps& maps) noexcept {
+    m_bools.Undo();
+    m_integers.Undo();
+    m_doubles.Undo();
+    m_strings.Undo();
+    for (const Item& item : m_items) {
+        if (item.IsNew()) {
+            RemoveNew(maps, item);
+        }
+    }
+}
+
+// Allocates nothing: the buffers had this very name before.
+void BatchWrite::RemoveNew(VariableMaps& maps, const Item& item) noexcept {
+    using Kind = VariableBatch::Kind;
+    const VariableBatch::Entry& entry = m_batch.Entries()[item.Entry()];
+    const std::wstring_view name = NameOf(entry);
+    const BatchPrefix* used = m_batch.PrefixOf(entry);
+    const BatchPrefix* shared = used ? used->shared : nullptr;
+    const NamePrefix* prefix = shared ? Shared(shared).stored : nullptr;
+    const auto remove = [&](auto& map) { map.Remove(map.Find(name, item.hash, prefix)); };
+    if ((item.entryAndMarks & kNewDouble) != 0) {
+        remove(maps.doubles);
+    }
+    if ((item.entryAndMarks & kNewName) == 0) {
+        return;
+    }
+    switch (entry.kind) {
+    case Kind::Bool:
+        remove(maps.bools);
+        break;
+    case Kind::Int64:
+    case Kind::Number:
+        remove(maps.integers);
+        break;
+    case Kind::Double:
+        remove(maps.doubles);
+        break;
+    case Kind::String:
+        remove(maps.strings);
+        break;
     }
 }
 
@@ -121,64 +254,63 @@ void BatchWrite::WriteAll(VariableMaps& maps) {
             RaiseIfCancelled(m_batch.CancelledBy());
         }
         if (i + 2 * kAhead < m_items.size()) {
-            __builtin_prefetch(&entries[m_items[i + 2 * kAhead].entry]);
-            __builtin_prefetch(entries[m_items[i + kAhead].entry].name);
+            __builtin_prefetch(&entries[m_items[i + 2 * kAhead].Entry()]);
+            __builtin_prefetch(entries[m_items[i + kAhead].Entry()].name);
         }
-        Write(maps, entries[m_items[i].entry], m_items[i].hash);
+        Write(maps, m_items[i]);
     }
 }
 
-void BatchWrite::Write(VariableMaps& maps, const VariableBatch::Entry& entry, uint32_t hash) {
+void BatchWrite::Write(VariableMaps& maps, Item& item) {
     using Kind = VariableBatch::Kind;
+    const VariableBatch::Entry& entry = m_batch.Entries()[item.Entry()];
+    const uint32_t hash = item.hash;
+    bool isNew = false;
     switch (entry.kind) {
     case Kind::Bool:
-        Set(maps, maps.bools, m_bools, entry, hash, entry.boolean);
+        isNew = Set(maps, maps.bools, m_bools, entry, hash, entry.boolean);
         break;
     case Kind::Number:
-        Set(maps, maps.doubles, m_doubles, entry, hash, static_cast<double>(entry.integer));
+        if (Set(maps, maps.doubles, m_doubles, entry, hash, static_cast<double>(entry.integer))) {
+            item.entryAndMarks |= kNewDouble;
+        }
         [[fallthrough]];
     case Kind::Int64:
-        Set(maps, maps.integers, m_integers, entry, hash, entry.integer);
+        isNew = Set(maps, maps.integers, m_integers, entry, hash, entry.integer);
         break;
     case Kind::Double:
-        Set(maps, maps.doubles, m_doubles, entry, hash, entry.real);
+        isNew = Set(maps, maps.doubles, m_doubles, entry, hash, entry.real);
         break;
     case Kind::String:
-        Set(maps, maps.strings, m_strings, entry, hash, VariableBatch::TextOf(entry));
+        isNew = Set(maps, maps.strings, m_strings, entry, hash, VariableBatch::TextOf(entry));
         break;
     }
+    if (isNew) {
+        item.entryAndMarks |= kNewName;
+    }
 }
 
+// What may fail comes before each change.
 template <class Value, class Given>
-void BatchWrite::Set(VariableMaps& maps, VariableMap<Value>& map, Writes<Value>& writes,
+bool BatchWrite::Set(VariableMaps& maps, VariableMap<Value>& map, Replacements<Value>& replacements,
                      const VariableBatch::Entry& entry, uint32_t hash, const Given& given) {
-    const std::wstring_view name = WholeName(entry);
-    auto* node = map.Find(name, hash);
+    const std::wstring_view name = NameOf(entry);
+    const BatchPrefix* used = m_batch.PrefixOf(entry);
+    const BatchPrefix* shared = used ? used->shared : nullptr;
+    const NamePrefix* prefix = shared ? StoredPrefix(maps, shared) : nullptr;
+    auto* node = map.Find(name, hash, prefix);
     if (!node) {
         Value value(given);
-        const NamePrefix* prefix = entry.prefix ? StoredPrefix(maps, entry.prefix) : nullptr;
-        writes.added.push_back(nullptr); // what may fail comes before the change
-        try {
-            node = map.Add(name, hash, prefix);
-        } catch (...) {
-            writes.added.pop_back();
-            throw;
-        }
-        writes.added.back() = node;
+        node = map.Add(name, hash, prefix);
         node->value = std::move(value);
-    } else if (!IsSameValue(node->value, given)) {
+        return true;
+    }
+    if (!IsSameValue(node->value, given)) {
         Value value(given);
-        writes.replaced.push_back({node, Value()});
-        writes.replaced.back().value = std::exchange(node->value, std::move(value));
+        replacements.all.push_back({node, Value()});
+        replacements.all.back().value = std::exchange(node->value, std::move(value));
     }
-}
-
-const NamePrefix* BatchWrite::StoredPrefix(VariableMaps& maps, const NamePrefix* prefix) {
-    const auto [stored, isNew] = m_storedPrefixes.try_emplace(prefix, nullptr);
-    if (!stored->second) {
-        stored->second = maps.prefixes.Share(*prefix);
-    }
-    return stored->second;
+    return false;
 }
 
 } // namespace zq

@@ -7,10 +7,12 @@
 // Portable, no locks.
 #pragma once
 
+#include "variables/NameHash.h"
 #include "variables/VariableBatch.h"
 #include "variables/VariableMaps.h"
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -24,53 +26,79 @@ public:
     BatchWrite(const BatchWrite&) = delete;
     BatchWrite& operator=(const BatchWrite&) = delete;
 
-    // Writes the whole batch in its order, or, when memory runs out (std::bad_alloc) or the
-    // batch is cancelled (Cancelled), nothing of it. Called
-    // once, for maps of the same seed.
+    // Writes the whole batch in its order, or, when memory runs out (std::bad_alloc) or the batch is
+    // cancelled (Cancelled), nothing of it. Called once, for maps of the same seed.
     void ApplyTo(VariableMaps& maps);
 
 private:
+    static constexpr uint32_t kLargestEntry = 0x3FFFFFFF;
+    static constexpr uint32_t kNewName = 0x40000000;   // in the map of its type
+    static constexpr uint32_t kNewDouble = 0x80000000; // and a number's in that of doubles
+
     struct Item {
         uint32_t hash;
-        uint32_t entry; // its index
+        uint32_t entryAndMarks; // the entry's index; its top bits are set where names are added
+
+        uint32_t Entry() const { return entryAndMarks & kLargestEntry; }
+        bool IsNew() const { return (entryAndMarks & ~kLargestEntry) != 0; }
     };
 
-    // What was done to one map.
+    // A prefix that names in the maps share.
+    struct SharedPrefix {
+        NameHasher hasher;                  // with all of it but
+        std::wstring open;                  // its last units
+        const NamePrefix* stored = nullptr; // the maps' own
+    };
+
+    // The values of one map that were replaced.
     template <class Value>
-    struct Writes {
+    struct Replacements {
         using Node = typename VariableMap<Value>::Node;
         struct Replaced {
             Node* node;
             Value value; // before
         };
 
-        void Undo(VariableMap<Value>& map) noexcept;
+        void Undo() noexcept;
 
-        std::vector<Node*> added;
-        std::vector<Replaced> replaced;
+        std::vector<Replaced> all;
     };
 
     void SortByBucket();
-    std::wstring_view WholeName(const VariableBatch::Entry& entry);
-    const NamePrefix* StoredPrefix(VariableMaps& maps, const NamePrefix* prefix);
+    static void SortRun(std::span<Item> run, std::span<Item> sorted);
+    void UsePrefix(const BatchPrefix* prefix);
+    [[gnu::cold]] SharedPrefix& Shared(const BatchPrefix* prefix);
+    uint32_t HashOf(const VariableBatch::Entry& entry);
+    // The name after the prefix that the maps share.
+    std::wstring_view NameOf(const VariableBatch::Entry& entry);
+    [[gnu::cold]] const NamePrefix* StoredPrefix(VariableMaps& maps, const BatchPrefix* prefix);
     void Reserve(VariableMaps& maps) const;
     void WriteAll(VariableMaps& maps);
-    void Write(VariableMaps& maps, const VariableBatch::Entry& entry, uint32_t hash);
+    void Write(VariableMaps& maps, Item& item);
+    // Returns whether the name is new.
     template <class Value, class Given>
-    void Set(VariableMaps& maps, VariableMap<Value>& map, Writes<Value>& writes,
+    bool Set(VariableMaps& maps, VariableMap<Value>& map, Replacements<Value>& replacements,
              const VariableBatch::Entry& entry, uint32_t hash, const Given& given);
+    [[gnu::cold]] void Undo(VariableMaps& maps) noexcept;
+    [[gnu::cold]] void RemoveNew(VariableMaps& maps, const Item& item) noexcept;
 
     const VariableBatch& m_batch;
+    const uint64_t m_hashSeed;
     std::vector<Item> m_items;
-    Writes<uint8_t> m_bools;
-    Writes<int64_t> m_integers;
-    Writes<double> m_doubles;
-    Writes<std::wstring> m_strings;
+    Replacements<uint8_t> m_bools;
+    Replacements<int64_t> m_integers;
+    Replacements<double> m_doubles;
+    Replacements<std::wstring> m_strings;
+    std::unordered_map<const BatchPrefix*, SharedPrefix> m_shared;
 
-    std::wstring m_name;                      // the last name with a prefix, whole
-    const NamePrefix* m_namePrefix = nullptr; // and its prefix
-    std::unordered_map<const NamePrefix*, const NamePrefix*>
-        m_storedPrefixes; // the maps' own, by the batch's
+    // The prefix in use, and a buffer that begins with what of it is not hashed yet, the units that follow
+    // the shared prefix among them.
+    const BatchPrefix* m_prefix = nullptr;
+    std::wstring m_name;
+    size_t m_sharedUnits = 0; // at the front of the buffer: the end of the shared prefix
+    size_t m_prefixUnits = 0; // in front of an entry's name
+    NameHasher m_hasher;      // with what of the prefix fills whole blocks
+    size_t m_hashedUnits = 0; // of the buffer
 };
 
 } // namespace zq

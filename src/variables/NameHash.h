@@ -46,22 +46,53 @@ inline TwoWords LoadUpTo16(const char* bytes, size_t count) {
 
 } // namespace detail
 
-inline uint32_t HashName(std::wstring_view name, uint64_t seed) {
-    constexpr uint64_t kFirst = 0xA0761D6478BD642FULL;
-    constexpr uint64_t kSecond = 0xE7037ED1A0B428DBULL;
-    constexpr size_t kWord = sizeof(uint64_t);
+// The hash of a name that is given in parts: what many names begin with is hashed once for all of them.
+class NameHasher {
+public:
+    explicit NameHasher(uint64_t seed) : m_seed(seed), m_state(seed) {}
 
-    const char* bytes = reinterpret_cast<const char*>(name.data());
-    size_t left = name.size() * sizeof(wchar_t);
-    uint64_t state = seed ^ (left * kFirst);
-    for (; left > 2 * kWord; left -= 2 * kWord, bytes += 2 * kWord) {
-        const detail::TwoWords words = detail::LoadUpTo16(bytes, 2 * kWord);
-        state = detail::MixMultiply(words.low ^ kFirst, words.high ^ state);
+    // Hashes the front of a part that more may follow, in whole blocks. Returns how many units that were: the
+    // others are given again, in front of what follows.
+    size_t Take(std::wstring_view part) {
+        const size_t bytes = part.size() * sizeof(wchar_t);
+        const size_t taken = bytes == 0 ? 0 : (bytes - 1) / kBlock * kBlock;
+        m_state = HashBlocks(reinterpret_cast<const char*>(part.data()), taken);
+        m_taken += taken;
+        return taken / sizeof(wchar_t);
     }
-    const detail::TwoWords last = detail::LoadUpTo16(bytes, left);
-    state = detail::MixMultiply(last.low ^ kSecond, last.high ^ state);
-    return static_cast<uint32_t>(detail::MixMultiply(state ^ kFirst, seed ^ kSecond) >> 32U);
-}
+
+    // The hash of the name whose units after those taken are `rest`.
+    uint32_t Finish(std::wstring_view rest) const {
+        const char* bytes = reinterpret_cast<const char*>(rest.data());
+        const size_t size = rest.size() * sizeof(wchar_t);
+        const size_t whole = size == 0 ? 0 : (size - 1) / kBlock * kBlock;
+        const uint64_t state = HashBlocks(bytes, whole);
+        const detail::TwoWords last = detail::LoadUpTo16(bytes + whole, size - whole);
+        const uint64_t mixed = detail::MixMultiply(last.low ^ kSecond, last.high ^ state);
+        const uint64_t length = m_taken + size;
+        return static_cast<uint32_t>(detail::MixMultiply(mixed ^ kFirst ^ length, m_seed ^ kSecond) >> 32U);
+    }
+
+private:
+    static constexpr uint64_t kFirst = 0xA0761D6478BD642FULL;
+    static constexpr uint64_t kSecond = 0xE7037ED1A0B428DBULL;
+    static constexpr size_t kBlock = 2 * sizeof(uint64_t);
+
+    uint64_t HashBlocks(const char* bytes, size_t count) const {
+        uint64_t state = m_state;
+        for (const char* const end = bytes + count; bytes != end; bytes += kBlock) {
+            const detail::TwoWords words = detail::LoadUpTo16(bytes, kBlock);
+            state = detail::MixMultiply(words.low ^ kFirst, words.high ^ state);
+        }
+        return state;
+    }
+
+    uint64_t m_seed;
+    uint64_t m_state;
+    size_t m_taken = 0; // bytes
+};
+
+inline uint32_t HashName(std::wstring_view name, uint64_t seed) { return NameHasher(seed).Finish(name); }
 
 // Whether both names have the same units. The library's comparison of wide text goes unit by unit here.
 inline bool IsSameName(std::wstring_view a, std::wstring_view b) {

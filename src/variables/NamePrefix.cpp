@@ -5,18 +5,29 @@
 #include <algorithm>
 #include <functional>
 #include <new>
-#include <vector>
 
 namespace zq {
 
-bool NamePrefix::Is(std::wstring_view text) const {
-    for (const NamePrefix* prefix = this; prefix; prefix = prefix->parent) {
-        if (!IsSameName(text.substr(text.size() - prefix->piece.size()), prefix->piece)) {
+bool IsSameName(const NamePrefix* a, std::wstring_view aRest, const NamePrefix* b, std::wstring_view bRest) {
+    const auto step = [](const NamePrefix*& prefix, std::wstring_view& rest) {
+        while (rest.empty() && prefix) {
+            rest = prefix->piece;
+            prefix = prefix->parent;
+        }
+    };
+    for (;;) {
+        step(a, aRest);
+        step(b, bRest);
+        const size_t units = std::min(aRest.size(), bRest.size());
+        if (units == 0) {
+            return aRest.size() == bRest.size();
+        }
+        if (!IsSameName(aRest.substr(aRest.size() - units), bRest.substr(bRest.size() - units))) {
             return false;
         }
-        text.remove_suffix(prefix->piece.size());
+        aRest.remove_suffix(units);
+        bRest.remove_suffix(units);
     }
-    return true;
 }
 
 void NamePrefix::CopyTo(wchar_t* out) const {
@@ -43,19 +54,6 @@ const NamePrefix* NamePrefixes::Share(const NamePrefix* parent, std::wstring_vie
         new (m_arena.Allocate<NamePrefix>(1)) NamePrefix{parent, {copy, piece.size()}, length};
     m_prefixes.emplace(Key{parent, prefix->piece}, prefix);
     return prefix;
-}
-
-const NamePrefix* NamePrefixes::Share(const NamePrefix& other) {
-    std::vector<std::wstring_view> pieces;
-    for (const NamePrefix* prefix = &other; prefix; prefix = prefix->parent) {
-        pieces.push_back(prefix->piece);
-    }
-    const NamePrefix* own = nullptr;
-    std::reverse(pieces.begin(), pieces.end());
-    for (const std::wstring_view piece : pieces) {
-        own = Share(own, piece);
-    }
-    return own;
 }
 
 void NamePrefixes::Clear() noexcept {

@@ -23,18 +23,17 @@ struct NamePrefix {
     std::wstring_view piece;
     size_t length; // of all pieces
 
-    // Whether `text`, which is as long as the prefix, is the prefix.
-    bool Is(std::wstring_view text) const;
     // Writes `length` characters.
     void CopyTo(wchar_t* out) const;
 };
+
+// Whether two names are the same, each of which is a prefix, which may be null, and a rest.
+bool IsSameName(const NamePrefix* a, std::wstring_view aRest, const NamePrefix* b, std::wstring_view bRest);
 
 class NamePrefixes {
 public:
     // The prefix of that content, made where there is none. Raises std::bad_alloc.
     const NamePrefix* Share(const NamePrefix* parent, std::wstring_view piece);
-    // The same prefix, made of the pieces of another owner's. Raises std::bad_alloc.
-    const NamePrefix* Share(const NamePrefix& other);
 
     void Clear() noexcept;
 

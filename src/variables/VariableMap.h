@@ -44,13 +44,9 @@ public:
             return {reinterpret_cast<const wchar_t*>(start), lengthAndKind & ~kHasPrefix};
         }
         size_t NameLength() const { return Rest().size() + (HasPrefix() ? Prefix()->length : 0); }
-        bool IsNamed(std::wstring_view name) const {
-            const std::wstring_view rest = Rest();
-            if (!HasPrefix()) {
-                return IsSameName(rest, name);
-            }
-            return NameLength() == name.size() && IsSameName(rest, name.substr(Prefix()->length)) &&
-                   Prefix()->Is(name.substr(0, Prefix()->length));
+        // Whether the name is `prefix`, which may be null, and `rest`, however either is kept.
+        bool IsNamed(const NamePrefix* prefix, std::wstring_view rest) const {
+            return Prefix() == prefix ? IsSameName(Rest(), rest) : IsSameName(Prefix(), Rest(), prefix, rest);
         }
 
         static constexpr uint32_t kHasPrefix = 0x80000000U;
@@ -71,13 +67,13 @@ public:
     size_t NameUnits() const { return m_nameUnits; }
 
     // `hash` is HashName(name, seed) with the seed that the owner uses for all calls. Null when there is no
-    // such name.
-    Node* Find(std::wstring_view name, uint32_t hash) const {
+    // such name. With a prefix, `name` is what follows it.
+    Node* Find(std::wstring_view name, uint32_t hash, const NamePrefix* prefix = nullptr) const {
         if (!m_buckets) {
             return nullptr;
         }
         Node* node = m_buckets[BucketOf(hash)];
-        while (node && !(node->hash == hash && node->IsNamed(name))) {
+        while (node && !(node->hash == hash && node->IsNamed(prefix, name))) {
             node = node->next;
         }
         return node;
@@ -95,9 +91,8 @@ public:
         return {Add(name, hash), true};
     }
 
-    // A new entry with an empty value. `prefix`, where it is not null, is the beginning of the name and
-    // outlives the entry. REQUIRES: there is no such name. Raises std::bad_alloc, and has changed nothing
-    // then.
+    // A new entry with an empty value. With a prefix, which outlives the entry, `name` is what follows it.
+    // REQUIRES: there is no such name. Raises std::bad_alloc, and has changed nothing then.
     Node* Add(std::wstring_view name, uint32_t hash, const NamePrefix* prefix = nullptr) {
         GrowFor(m_size + 1);
         Node* node = MakeNode(name, hash, prefix);
@@ -178,8 +173,7 @@ private:
         head = node;
     }
 
-    Node* MakeNode(std::wstring_view name, uint32_t hash, const NamePrefix* prefix) {
-        const std::wstring_view rest = name.substr(prefix ? prefix->length : 0);
+    Node* MakeNode(std::wstring_view rest, uint32_t hash, const NamePrefix* prefix) {
         const size_t prefixBytes = prefix ? Node::kPointerBytes : 0;
         const size_t bytes = sizeof(Node) + prefixBytes + rest.size() * sizeof(wchar_t);
         void* memory = m_pool.Allocate(bytes);
@@ -189,7 +183,7 @@ private:
         auto* after = reinterpret_cast<std::byte*>(node + 1);
         std::memcpy(after, &prefix, prefixBytes);
         CopyShort(after + prefixBytes, rest.data(), rest.size() * sizeof(wchar_t));
-        m_nameUnits += name.size();
+        m_nameUnits += node->NameLength();
         return node;
     }
 
@@ -214,9 +208,12 @@ private:
     // Keeps at most one entry a bucket on average. Where there is no memory for a larger table the smaller
     // one serves on, with longer chains.
     void GrowFor(size_t size) {
-        if (size <= m_bucketCount) {
-            return;
+        if (size > m_bucketCount) {
+            Grow(size);
         }
+    }
+
+    [[gnu::noinline]] void Grow(size_t size) {
         size_t count = m_bucketCount == 0 ? kFirstBucketCount : 2 * m_bucketCount;
         while (count < size) {
             count *= 2;

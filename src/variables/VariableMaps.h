@@ -7,6 +7,7 @@
 #include "variables/BinaryBlock.h"
 #include "variables/NamePrefix.h"
 #include "variables/VariableMap.h"
+#include "variables/VariablePacket.h"
 
 #include <cstdint>
 #include <string>
@@ -24,6 +25,9 @@ struct VariableMaps {
 
     // Writes a whole batch in its order, or, when memory runs out (std::bad_alloc), nothing of it.
     void Apply(const VariableBatch& batch);
+
+    // Makes the tables large enough for so many variables of each type code, as far as memory allows.
+    void Reserve(const PacketCounts& counts) noexcept;
 
     // Frees the binary blocks and empties the binary map. The maps' destructor frees no block: whoever ends
     // the maps' life calls this before, or leaves the blocks to the end of the process.

@@ -150,6 +150,23 @@ void PacketWriter::AppendText(uint32_t type, std::wstring_view name, std::wstrin
     PutUtf16(AppendHeader(type, name, Utf16Bytes(text)), text);
 }
 
+PacketCounts CountPacketRecords(std::span<const std::byte> packet) {
+    PacketCounts counts{};
+    size_t offset = kPacketHeaderBytes;
+    while (offset < packet.size() && packet.size() - offset >= kPacketRecordHeaderBytes) {
+        const std::byte* record = packet.data() + offset;
+        const auto type = Get<uint32_t>(record);
+        const auto nameBytes = Get<int32_t>(record + 4);
+        const auto valueBytes = Get<int32_t>(record + 8);
+        if (nameBytes <= 0 || valueBytes < 0) {
+            break;
+        }
+        ++counts[type < counts.size() ? type : 0];
+        offset += kPacketRecordHeaderBytes + static_cast<size_t>(nameBytes) + static_cast<size_t>(valueBytes);
+    }
+    return counts;
+}
+
 PacketReader::PacketReader(std::span<const std::byte> packet)
     : m_packet(packet), m_isPacket(packet.size() >= kPacketHeaderBytes &&
                                    std::equal(kMagic.begin(), kMagic.end(), packet.begin())),
@@ -197,12 +214,12 @@ bool PacketReader::Next(PacketRecord& record) {
     return true;
 }
 
-std::wstring PacketReader::Decode(std::span<const std::byte> bytes) const {
-    std::wstring text;
+std::wstring_view PacketReader::Decode(std::span<const std::byte> bytes) {
+    m_text.clear();
     if (!bytes.empty()) {
-        AssignText(text, m_encoding, bytes);
+        AssignText(m_text, m_encoding, bytes);
     }
-    return text;
+    return m_text;
 }
 
 } // namespace zq

@@ -4,6 +4,7 @@
 // Portable, no locks: knows neither the store nor the system.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -52,6 +53,12 @@ struct PacketRecord {
     size_t offset; // in the packet
 };
 
+// Records by type code; those of no known type count as code 0.
+using PacketCounts = std::array<size_t, 6>;
+
+// What a reader will read of the packet, found without a look at names and values.
+PacketCounts CountPacketRecords(std::span<const std::byte> packet);
+
 // Why a reader stops.
 enum class PacketStop { End, Truncated, BadLength, EmptyName };
 
@@ -71,8 +78,9 @@ public:
     PacketStop Stop() const { return m_stop; }
     size_t Offset() const { return m_offset; }
 
-    // A text in the packet's encoding, up to a zero character; empty where the encoding is not known.
-    std::wstring Decode(std::span<const std::byte> bytes) const;
+    // A text in the packet's encoding, up to a zero character; empty where the encoding is not known. Valid
+    // until the next one is decoded.
+    std::wstring_view Decode(std::span<const std::byte> bytes);
 
 private:
     bool StopWith(PacketStop reason);
@@ -85,6 +93,7 @@ private:
     size_t m_offset = kPacketHeaderBytes;
     PacketStop m_stop = PacketStop::End;
     std::wstring m_name;
+    std::wstring m_text;
 };
 
 } // namespace zq

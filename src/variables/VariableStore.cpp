@@ -92,6 +92,15 @@ void VariableStore::Apply(const VariableBatch& batch) {
     write.ApplyTo(m_maps);
 }
 
+void VariableStore::ReserveFor(std::span<const std::byte> packet) {
+    constexpr size_t kWorthCounting = 16384;
+    if (packet.size() >= kWorthCounting) {
+        const PacketCounts counts = CountPacketRecords(packet);
+        MutexLock lock(m_mutex);
+        m_maps.Reserve(counts);
+    }
+}
+
 void VariableStore::RemoveAll() {
     MutexLock lock(m_mutex);
     m_maps.RemoveAll();

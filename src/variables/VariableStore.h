@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 namespace zq {
@@ -26,6 +27,10 @@ public:
 
     void RemoveAll();
     void RemoveBinaries();
+
+    // Makes room for the variables of a packet that is about to be written, where there are many of them: the
+    // tables then grow once. Nothing else changes.
+    void ReserveFor(std::span<const std::byte> packet);
 
     // The getters return false, and leave the outputs as they are, when there is no such variable.
     bool GetBool(std::wstring_view name, uint8_t* value) const;

@@ -241,7 +241,7 @@ void SurviveWhatIsRaised() {
     }
     wchar_t text[8];
     ZQ_CHECK(variables.GetVariableString(L"Text", text, 8) == 1 && Equals(L"kept", text));
-    // No lock was left behind.
+    // No lock remained held.
     void* const thread = CreateThread(nullptr, 0, SetOnAnotherThread, &variables, 0, nullptr);
     ZQ_CHECK(WaitForSingleObject(thread, 5000) == 0);
     int64_t integer = 0;

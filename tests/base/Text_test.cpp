@@ -21,7 +21,7 @@ TEST(Text, AsciiIsTheSameInBothCodePages) {
     EXPECT_EQ(wide, DecodeFileText(kCodePageUtf8, all.data(), 0x80));
 }
 
-TEST(Text, EveryLengthAndPlaceOfAWideCharacterDecodes) {
+TEST(Text, EveryLengthAndOffsetOfAWideCharacterDecodes) {
     for (size_t length = 0; length < 70; ++length) {
         const std::string ascii(length, 'x');
         EXPECT_EQ(std::wstring(length, L'x'),
@@ -33,9 +33,9 @@ TEST(Text, EveryLengthAndPlaceOfAWideCharacterDecodes) {
 }
 
 TEST(Text, LengthOfMinusOneReadsUpToTheZeroByte) {
-    const std::wstring text = DecodeFileText(kCodePageUtf8, "ab\xC3\xA9", -1);
-
-    EXPECT_EQ(L"ab\xE9"sv, std::wstring_view(text.c_str()));
+    EXPECT_EQ(L"ab\xE9\0"sv, DecodeFileText(kCodePageUtf8, "ab\xC3\xA9\0cd", -1));
+    EXPECT_EQ(L"\0"sv, DecodeFileText(kCodePageUtf8, "", -1));
+    EXPECT_EQ(L"ab\0"sv, DecodeFileText(kCodePageAnsi, "ab\0cd", -1));
 }
 
 TEST(Text, NothingDecodesToNothing) {

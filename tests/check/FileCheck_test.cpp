@@ -317,7 +317,7 @@ TEST(FileCheck, PlacesEveryVariable) {
             std::string(name.begin(), name.end()) + ' ' +
             (variable.node ? std::to_string(position.line) + ':' + std::to_string(position.column) : "-"));
     }
-    EXPECT_EQ(Lines({"A 1:2", "CL.X.HD 2:8", "HmdNameSize -", "HmdNameSize -", "HmdNameList.0 2:8"}), places);
+    EXPECT_EQ(Lines({"A 1:2", "CL.X.HD 2:8", "HmdNameSize -", "HmdNameList.0 2:8"}), places);
 }
 
 TEST(FileCheck, StaysQuickOnDocumentsMadeToBeSlow) {

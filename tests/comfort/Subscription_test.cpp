@@ -38,7 +38,7 @@ protected:
     }
 };
 
-TEST_F(Subscriptions, ANameHearsOfItselfOnly) {
+TEST_F(Subscriptions, ASubscriberToANameIsNotifiedOfThatNameOnly) {
     const Subscription token = module.subscribe(L"A", Hear());
     module.set(L"A", 1);
     module.set(L"AB", 1);
@@ -47,7 +47,7 @@ TEST_F(Subscriptions, ANameHearsOfItselfOnly) {
     EXPECT_EQ((Names{L"A", L"A"}), heard.Names());
 }
 
-TEST_F(Subscriptions, APrefixHearsOfEveryNameThatBeginsWithIt) {
+TEST_F(Subscriptions, ASubscriberToAPrefixIsNotifiedOfEveryNameThatBeginsWithIt) {
     const Subscription token = module.subscribe(Prefix{L"Video."}, Hear());
     for (const wchar_t* name : {L"Video.A", L"Video", L"Video.", L"video.B", L"Video.C"}) {
         module.set(name, 1);
@@ -68,7 +68,7 @@ TEST_F(Subscriptions, AChangeHasItsTypeAndASilentSetRaisesNone) {
     EXPECT_EQ(133u, types);
 }
 
-TEST_F(Subscriptions, EverybodyHearsOfAReload) {
+TEST_F(Subscriptions, EverySubscriberIsNotifiedOfAReload) {
     const Subscription byName = module.subscribe(L"A", Hear());
     const Subscription byPrefix = module.subscribe(Prefix{L"B"}, Hear());
     EditSettings(R"({"Level":2})");
@@ -77,7 +77,7 @@ TEST_F(Subscriptions, EverybodyHearsOfAReload) {
     EXPECT_EQ(2, module.get<int64_t>(L"Level"));
 }
 
-TEST_F(Subscriptions, AKeyHearsValuesAndOfAReloadThatChangedIt) {
+TEST_F(Subscriptions, ASubscriberToAKeyGetsValuesAndAReloadThatChangedIt) {
     std::mutex mutex;
     std::vector<int64_t> values;
     const Subscription token = module.subscribe(Key<int64_t>{L"Level"}, [&](int64_t value) {
@@ -147,7 +147,7 @@ TEST_F(Subscriptions, ASubscriberMayDropTheNextOne) {
     EXPECT_EQ(1u, heard.Count());
 }
 
-TEST_F(Subscriptions, ASubscriberMaySubscribeAndHearsOfTheNextChange) {
+TEST_F(Subscriptions, ASubscriberMaySubscribeAndIsNotifiedOfTheNextChange) {
     Subscription second;
     const Subscription first = module.subscribe(L"A", [&](const Change&) {
         if (!second) {

@@ -7,6 +7,7 @@
 #include "variables/hosts/HostRegistry.h"
 
 #include "CZQVariable.h"
+#include "Threads.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +15,6 @@
 #include <cwchar>
 #include <functional>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace zq::test {
@@ -24,20 +24,6 @@ constexpr int kWriters = 3;
 constexpr int kChanges = 5000;
 constexpr int kRounds = 300; // of packets, loads and visits
 constexpr int kNames = 16;
-
-// Threads that run side by side; the destructor waits for them.
-class Threads {
-public:
-    ~Threads() {
-        for (std::thread& thread : m_threads) {
-            thread.join();
-        }
-    }
-    void Add(std::function<void()> work) { m_threads.emplace_back(std::move(work)); }
-
-private:
-    std::vector<std::thread> m_threads;
-};
 
 // Keeps its counts without a lock: the module calls it on one thread, and is done with it when it has been
 // unregistered.

@@ -21,7 +21,7 @@ struct Shared {
     std::array<std::atomic<int>, 2> halves{};
 };
 
-DWORD WINAPI EndWhenTold(void* shared) {
+DWORD WINAPI EndWhenAsked(void* shared) {
     static_cast<Shared*>(shared)->stop.Wait(INFINITE);
     return 7;
 }
@@ -89,9 +89,9 @@ protected:
     Shared shared;
 };
 
-TEST_F(ThreadStop, EndsAThreadThatListensAtOnce) {
+TEST_F(ThreadStop, EndsAThreadThatWaitsForItsEventAtOnce) {
     Thread thread;
-    thread.Start(EndWhenTold, &shared, {});
+    thread.Start(EndWhenAsked, &shared, {});
 
     EXPECT_LT(Stop(thread).count(), 900);
 }
@@ -101,7 +101,7 @@ TEST_F(ThreadStop, DoesNothingWithoutAThreadOrASecondTime) {
     EXPECT_LT(Stop(thread).count(), 900);
     EXPECT_FALSE(shared.stop.Wait(0));
 
-    thread.Start(EndWhenTold, &shared, {});
+    thread.Start(EndWhenAsked, &shared, {});
     Stop(thread);
     EXPECT_LT(Stop(thread).count(), 900);
 }

@@ -57,7 +57,7 @@ TEST(DocumentEdit, WithoutAHeaderListTheRootsMemberIsChanged) {
     ExpectDevice({R"({"CL.0.K":1})", "CL.0.K", std::nullopt}, SaveResult::Saved, R"({"CL.0.K":7})");
 }
 
-TEST(DocumentEdit, TheThirdComponentIsTheKeyWhateverStandsBehindIt) {
+TEST(DocumentEdit, TheThirdComponentIsTheKeyWhateverFollows) {
     ExpectDevice({R"({"CL":[{"K":1}]})", "a.b.K.more", 0}, SaveResult::Saved, R"({"CL":[{"K":7}]})");
     ExpectDevice({R"({"CL":[{"K":1}]})", "..K", 0}, SaveResult::Saved, R"({"CL":[{"K":7}]})");
     ExpectDevice({R"({"CL":[{"":1}]})", "a.b..", 0}, SaveResult::Saved, R"({"CL":[{"":7}]})");

@@ -338,7 +338,7 @@ private:
             Say(4, L"Invalid hmd list item : " + Printed(prefix));
             return;
         }
-        const std::wstring name = prefix + L"." + std::to_wstring(mainRequest->integer) + L"." +
+        const std::wstring name = Printed(prefix) + L"." + std::to_wstring(mainRequest->integer) + L"." +
                                   std::to_wstring(subRequest->integer) + L"." +
                                   std::to_wstring(index->integer);
         if (value->second->kind != Node::Array) {

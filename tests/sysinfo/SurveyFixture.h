@@ -53,6 +53,7 @@ protected:
         com.onUninitialize = [this] {
             liveAtUninitialize = wbem.LiveObjects();
             adapterCallsAtUninitialize = adapters.lengths.size();
+            publishedAtUninitialize = published.Entries().size();
         };
     }
     ~SurveyFixture() override {
@@ -87,6 +88,7 @@ protected:
     WmiQueryObserver observe;
     int liveAtUninitialize = -1;
     size_t adapterCallsAtUninitialize = 99;
+    size_t publishedAtUninitialize = 99;
 };
 
 } // namespace zq::test

@@ -77,7 +77,7 @@ FakeValue NullArray(VARTYPE type) {
 }
 
 // An array whose property says another element type than the array itself.
-FakeValue Mislabelled(FakeValue array, VARTYPE type) {
+FakeValue Mislabelled(const FakeValue& array, VARTYPE type) {
     return [array, type](VARIANT& value) {
         array(value);
         V_VT(&value) = static_cast<VARTYPE>(VT_ARRAY | type);
@@ -86,7 +86,7 @@ FakeValue Mislabelled(FakeValue array, VARTYPE type) {
 }
 
 // An array that is locked so often that no element can be fetched. Freed by the test.
-FakeValue Unfetchable(FakeValue array, SAFEARRAY*& kept) {
+FakeValue Unfetchable(const FakeValue& array, SAFEARRAY*& kept) {
     return [array, &kept](VARIANT& value) {
         array(value);
         kept = V_ARRAY(&value);

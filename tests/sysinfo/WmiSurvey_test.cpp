@@ -106,6 +106,28 @@ TEST_F(WmiSurvey, ReleasesEverythingBeforeItLeavesCom) {
     EXPECT_TRUE(com.argumentsAsExpected);
 }
 
+TEST_F(WmiSurvey, PutsTheSameBlanketOnBothServices) {
+    SurveyOnNewThread();
+
+    EXPECT_EQ(2, com.proxyBlankets);
+    EXPECT_TRUE(com.argumentsAsExpected);
+}
+
+TEST_F(WmiSurvey, LeavesComBeforeItPublishesTheAddresses) {
+    IpEnabled().objects = {IpEnabledAdapter({L"10.0.0.1"}, L"Wired")};
+    size_t linesAtUninitialize = 0;
+    com.onUninitialize = [&, before = com.onUninitialize] {
+        before();
+        linesAtUninitialize = host.Lines().size();
+    };
+
+    SurveyOnNewThread();
+
+    EXPECT_EQ(1U, publishedAtUninitialize); // the device
+    EXPECT_EQ(2U, published.Entries().size());
+    EXPECT_EQ(host.Lines().size() - 1, linesAtUninitialize);
+}
+
 // COM, security and locator
 
 TEST_F(WmiSurvey, FallsBackAndStillLeavesComWhenComFails) {
@@ -149,7 +171,7 @@ TEST_F(WmiSurvey, IsCompleteWhenTheHostHasSetSecurity) {
     EXPECT_EQ(6U, wbem.Calls().size());
 }
 
-TEST_F(WmiSurvey, FallsBackWithoutAWordWhenTheLocatorIsMissing) {
+TEST_F(WmiSurvey, FallsBackSilentlyWhenTheLocatorIsMissing) {
     wbem.locatorResult = REGDB_E_CLASSNOTREG;
 
     SurveyOnNewThread();

@@ -4,6 +4,7 @@
 // mixture of two contents stays.
 //
 // ZQ_TEST_LONG in the environment runs the long forms.
+#include "support/win32/HeldFile.h"
 #include "support/win32/ImportFault.h"
 #include "support/win32/LongForm.h"
 #include "support/win32/Waiting.h"
@@ -12,7 +13,9 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <memory>
 #include <thread>
+#include <utility>
 
 namespace zq::test {
 namespace {
@@ -30,7 +33,7 @@ struct Kind {
     const char* moment;
     const wchar_t* style;
     std::array<int, 3> durations;
-    int tries = 100; // for each duration, in the long form
+    int tries = 45; // for each duration, in the long form
 };
 
 class EditedBy : public WatchedFolder, public testing::WithParamInterface<Kind> {};
@@ -61,7 +64,7 @@ INSTANTIATE_TEST_SUITE_P(
         Kind{"InPieces", "truncated, written in pieces", L"pieces", {0, 20, 100}},
         Kind{"OverwrittenByLonger", "overwritten in pieces, longer", L"overlong", {0, 20, 100}},
         Kind{"OverwrittenByShorter", "overwritten in pieces, shorter", L"overshort", {0, 20, 100}},
-        Kind{"ByseveralOpens", "written by several opens", L"opens", {0, 60, 120}},
+        Kind{"BySeveralOpens", "written by several opens", L"opens", {0, 60, 120}},
         Kind{"ByteByByte", "written byte by byte", L"bytes", {0, 60, 200}},
         Kind{"TwiceAtOnce", "two writes one after the other", L"twice", {0, 1, 20}},
         Kind{"DeletedAndCreated", "deleted, created again", L"recreate", {0, 40, 200}},
@@ -212,14 +215,13 @@ TEST_F(BadMoments, WhatStaysRefusedIsMovedWhereTheUserWantsIt) {
     }
 }
 
-// Opens the settings file as soon as nobody has it open in a way that forbids that.
-HANDLE HoldFile(const fs::path& file, DWORD share) {
-    HANDLE held = INVALID_HANDLE_VALUE;
-    WaitFor([&] {
-        held = CreateFileW(file.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, 0, nullptr);
-        return held != INVALID_HANDLE_VALUE;
+// What another program does with the settings file: has it open for so long.
+std::thread HoldFor(const fs::path& file, DWORD share, int milliseconds) {
+    auto held = std::make_unique<HeldFile>(file, share);
+    return std::thread([held = std::move(held), milliseconds]() mutable {
+        Sleep(static_cast<DWORD>(milliseconds));
+        held.reset();
     });
-    return held;
 }
 
 // A server starts while another program holds the file for so long.
@@ -229,17 +231,13 @@ TEST_F(BadMoments, AServerThatStartsWaitsForAHeldFile) {
         WriteBytes(folders.Private(kSettingsName), R"({"Edit":3})");
         ExpectEdit(3);
         for (int i = 0; i < tries; ++i) {
-            const HANDLE held = HoldFile(folders.Private(kSettingsName), 0);
-            std::thread release([held, duration] {
-                Sleep(static_cast<DWORD>(Duration(duration))); // what the other program does with the file
-                CloseHandle(held);
-            });
+            std::thread other = HoldFor(folders.Private(kSettingsName), 0, Duration(duration));
             RecordingHost secondHost;
             Module second;
 
             second.Init(secondHost, folders);
 
-            release.join();
+            other.join();
             EXPECT_EQ(3, second.Int64(L"Edit"));
         }
         ReportMoments("held while a server starts", Text(duration), tries, OutcomeOf(3));
@@ -288,15 +286,11 @@ TEST_F(BadMoments, ASaveWaitsHalfASecondForAFileThatIsHeld) {
         WriteBytes(folders.Private(kSettingsName), R"({"Edit":2,"Saved":0})");
         ExpectEdit(2);
         for (int i = 1; i <= tries; ++i) {
-            const HANDLE held = HoldFile(folders.Private(kSettingsName), FILE_SHARE_READ);
-            std::thread release([held, duration] {
-                Sleep(static_cast<DWORD>(duration)); // what the other program does with the file
-                CloseHandle(held);
-            });
+            std::thread other = HoldFor(folders.Private(kSettingsName), FILE_SHARE_READ, duration);
 
             module->SaveConfigInt64(L"Saved", i, 0);
 
-            release.join();
+            other.join();
             EXPECT_TRUE(WaitFor([&] { return module.Int64(L"Saved") == i; }));
         }
         ReportMoments("held while the module saves", Text(duration), tries, OutcomeOf(2));

@@ -30,7 +30,7 @@ TEST_F(DeviceName, IsTheFixedNameWithoutADeviceIndex) {
     EXPECT_TRUE(host.Has(L"Use default device name MERIN5 because get DHI failed"));
 }
 
-TEST_F(DeviceName, IsTheFixedNameWhenTheIndexIsBehindTheList) {
+TEST_F(DeviceName, IsTheFixedNameWhenTheIndexIsBeyondTheList) {
     InitWith(R"({"DHI":2,"CL":[{"HD":"ALPHA1"},{"HD":"BETA2"}]})");
 
     EXPECT_EQ(L"MERIN5", module.String(L"DefaultDeviceName"));
@@ -109,10 +109,10 @@ TEST_F(DeviceName, DefaultSettingsGiveWayToTheFile) {
     EXPECT_EQ(L"Mine", module.String(L"Settings.ServerName"));
 }
 
-// A computer of a given name, as the system tells it: into a buffer that has room for the terminator too.
+// A computer of a given name, as the system reports it: into a buffer that also has room for the terminator.
 const wchar_t* computerName = nullptr;
 
-BOOL WINAPI TellComputerName(LPWSTR buffer, LPDWORD size) {
+BOOL WINAPI ReportComputerName(LPWSTR buffer, LPDWORD size) {
     const auto length = static_cast<DWORD>(std::wcslen(computerName));
     if (*size <= length) {
         *size = length + 1;
@@ -129,7 +129,7 @@ protected:
     void InitOn(const wchar_t* computer, const char* settings) {
         computerName = computer;
         const ImportPatch patch(LoadModuleDll(), "kernel32.dll", "GetComputerNameW",
-                                AsProc(TellComputerName));
+                                AsProc(ReportComputerName));
         InitWith(settings);
     }
 };

@@ -41,7 +41,7 @@ public:
         for (DWORD i = 0; i < directory->NumberOfNames; ++i) {
             names.emplace_back(At<char>(At<DWORD>(directory->AddressOfNames)[i]));
         }
-        // One without a name would be an export too; an empty place in the table is none.
+        // One without a name would be an export too; an empty entry of the table is none.
         const DWORD* functions = At<DWORD>(directory->AddressOfFunctions);
         EXPECT_EQ(directory->NumberOfNames,
                   directory->NumberOfFunctions -

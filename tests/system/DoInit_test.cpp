@@ -1,4 +1,4 @@
-// DoInit as a host sees it: what is copied, loaded, repaired and said.
+// DoInit as a host sees it: what is copied, loaded, repaired and logged.
 #include "support/win32/Module.h"
 
 #include <gtest/gtest.h>

@@ -51,7 +51,7 @@ private:
     std::atomic<bool> m_isGone{false};
 };
 
-// Hears of anything while registered, of nothing afterwards.
+// Is notified of anything while registered, of nothing afterwards.
 class GuestHost final : public CZQVariableHost {
 public:
     void OnVariableChanged(const wchar_t*, uint32_t, CZQVariableHost*) override { Arrive(); }
@@ -98,7 +98,7 @@ public:
         }
     }
 
-    // Every host hears of all changes but those of the one writer that writes on its behalf.
+    // Every host is notified of all changes but those of the one writer that writes on its behalf.
     long Expected() const { return (kWriters - 1) * m_changes; }
 
     std::array<OrderedHost, kHosts> hosts;
@@ -166,7 +166,7 @@ bool RunsWithoutLeavingHandles(long changesOfWriter) {
     return false;
 }
 
-TEST(HostStress, EveryHostHearsEachChangeOnceAndInOrderAndNothingStaysBehind) {
+TEST(HostStress, EveryHostIsNotifiedOfEachChangeOnceAndInOrderAndNothingLeaks) {
     RunTraffic(20); // what the run-time library makes once
     const size_t threads = ThreadCount();
     const size_t bytes = HeapBytes();

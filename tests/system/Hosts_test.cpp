@@ -1,4 +1,4 @@
-// Registered hosts: who hears of which change, in which order, on which thread, and until when.
+// Registered hosts: who is notified of which change, in which order, on which thread, and until when.
 #include "support/win32/ImportPatch.h"
 #include "support/win32/Module.h"
 #include "support/win32/ProcessResources.h"
@@ -83,7 +83,7 @@ protected:
     CZQVariable& variables = module.Variables();
 };
 
-TEST_F(Hosts, AHostRegisteredTwiceHearsOnce) {
+TEST_F(Hosts, AHostRegisteredTwiceIsNotifiedOnce) {
     variables.RegisterHost(&a);
     variables.RegisterHost(&a);
     variables.RegisterHost(&b);
@@ -99,7 +99,7 @@ TEST_F(Hosts, AHostRegisteredTwiceHearsOnce) {
     EXPECT_EQ(2u, a.Count());
 }
 
-TEST_F(Hosts, TheSourceAloneDoesNotHear) {
+TEST_F(Hosts, OnlyTheSourceIsNotNotified) {
     variables.RegisterHost(&a);
     variables.RegisterHost(&b);
 
@@ -140,7 +140,7 @@ TEST_F(Hosts, AVariableWithAnEmptyNameIsNoReload) {
     EXPECT_EQ((std::vector<Notice>{{L"", VariableTypeInt64, nullptr}}), a.Notices());
 }
 
-TEST_F(Hosts, ANewHostHearsNothingOfWhatExists) {
+TEST_F(Hosts, ANewHostIsNotNotifiedOfWhatExists) {
     variables.SetVariableInt64(L"Old", 1, nullptr, 0);
     variables.RegisterHost(&a);
 
@@ -150,7 +150,7 @@ TEST_F(Hosts, ANewHostHearsNothingOfWhatExists) {
     EXPECT_EQ((Expected{{L"New", 2, nullptr}}), a.Notices());
 }
 
-TEST_F(Hosts, EachHostHearsOnOneThreadOfItsOwn) {
+TEST_F(Hosts, EachHostIsNotifiedOnAThreadOfItsOwn) {
     variables.RegisterHost(&a);
     variables.RegisterHost(&b);
 
@@ -295,7 +295,7 @@ TEST_F(Hosts, AThreadThatDiesInsideAGetterLeavesTheModuleAnswering) {
     EXPECT_TRUE(Answers());
 }
 
-// Each round dies at another place: in the maps, in the list, in a queue, in the heap.
+// Each round dies somewhere else: in the maps, in the list, in a queue, in the heap.
 TEST_F(Hosts, AThreadThatDiesInsideASetterLeavesTheModuleAnswering) {
     variables.RegisterHost(&a);
     for (int round = 0; round < 3; ++round) {
@@ -354,7 +354,7 @@ TEST_F(Hosts, DestroyingTheModuleEndsTheHostsInTheOrderOfTheirRegistration) {
     size_t threadsAfterOneSecond = 0;
     DWORD lastAfterOneSecond = WAIT_FAILED;
     std::thread watcher([&] {
-        WaitFor([&] { return ThreadCount() == threads; }); // this thread in place of the first host's
+        WaitFor([&] { return ThreadCount() == threads; }); // this thread instead of the first host's
         threadsAfterOneSecond = ThreadCount();
         lastAfterOneSecond = WaitForSingleObject(last, 0);
     });

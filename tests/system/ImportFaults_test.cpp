@@ -238,7 +238,7 @@ public:
         try {
             LiveThrough();
         } catch (const std::exception&) {
-            // Told to the host: which error it is stands in the tests of each room.
+            // Reported to the host: the tests of each component check which error it is.
         }
         return armed.HasFailed();
     }
@@ -350,7 +350,7 @@ TEST(ImportFaults, AHostWithoutAMutexForItsQueueIsNotRegistered) {
     module.Variables().UnregisterHost(&host);
 }
 
-TEST(ImportFaults, AHostWithoutItsEventsHearsNothingAndLeavesAtOnce) {
+TEST(ImportFaults, AHostWithoutItsEventsIsNeverNotifiedAndLeavesAtOnce) {
     Module module;
     for (int event = 0; event < 2; ++event) {
         NoticeHost host;
@@ -367,7 +367,7 @@ TEST(ImportFaults, AHostWithoutItsEventsHearsNothingAndLeavesAtOnce) {
     }
 }
 
-TEST(ImportFaults, AWatcherWithoutItsEventSaysSoAndEnds) {
+TEST(ImportFaults, AWatcherWithoutItsEventLogsThatAndEnds) {
     RecordingHost host;
     ModuleFolders folders;
     Module module;

@@ -166,6 +166,19 @@ TEST(Lifecycle, AnInstallationFolderOfMoreThan511CharactersIsAnInvalidParameter)
         std::invalid_argument);
 }
 
+TEST(Lifecycle, AHostPathWithoutABackslashHasAnEmptyInstallationFolder) {
+    ModuleFolders folders;
+    RecordingHost host;
+    Module module;
+    module->DoInit(&host, L"host.exe", folders.DefaultDir().c_str(), folders.CommonDataDir().c_str());
+
+    module->DoStart();
+
+    EXPECT_TRUE(
+        host.Has(L"[GetLocalClientAPKVersion] Client version txt (\\ZQClient\\Version.txt) is not exist, "
+                 L"just pass false to checker function"));
+}
+
 TEST(Lifecycle, ANullHostIsSilent) {
     ModuleFolders folders;
     Module module;

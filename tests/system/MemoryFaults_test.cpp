@@ -29,7 +29,7 @@ protected:
         m_wbem.namespaces[L"root\\StandardCimv2"].result = E_FAIL;
     }
 
-    // What runs without memory; returns whether it was told so.
+    // What runs without memory; returns whether that was raised.
     bool RaisesBadAlloc(const std::function<void()>& operation) {
         const ArmedFault fault(NoMemory(), m_call, FaultThreads::Calling);
         bool isRaised = false;

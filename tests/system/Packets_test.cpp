@@ -82,13 +82,13 @@ void ExpectEqual(const Module& expected, const Module& actual) {
     }
 }
 
-TEST(Packets, AnEmptyStoreIsTheHeaderAlone) {
+TEST(Packets, AnEmptyStoreIsOnlyTheHeader) {
     const Module module;
 
     EXPECT_EQ(kHeader, PackAll(module).Copy());
 }
 
-TEST(Packets, TheHeaderAloneUnpacksToNothing) {
+TEST(Packets, OnlyAHeaderUnpacksToNothing) {
     const Module module;
 
     EXPECT_EQ(1, Unpack(module, kHeader));
@@ -124,6 +124,78 @@ TEST(Packets, OneLargeValueFits) {
     EXPECT_EQ(1, Unpack(module, packet.Copy()));
 
     EXPECT_EQ(value, module.Binary(L"A"));
+}
+
+// The bytes of the block that holds a packet.
+size_t BlockBytes(const Packet& packet) { return HeapSize(GetProcessHeap(), 0, packet.bytes.get()); }
+
+TEST(Packets, TheirBlockHas8192BytesOrTwiceAsManyUntilTheyFit) {
+    const Module module;
+    // The header of the packet, that of the record and the name.
+    constexpr size_t kAround = 8 + 12 + 2;
+    const std::vector<unsigned char> value(100'000, 0xA5);
+
+    for (const auto& [length, block] : {std::pair<size_t, size_t>{0, 8192},
+                                        {8192 - kAround, 8192},
+                                        {8193 - kAround, 16384},
+                                        {16384 - kAround, 16384},
+                                        {16385 - kAround, 32768},
+                                        {100'000, 131'072}}) {
+        const Packet one = Pack(module, L"A", VariableTypeBinary, value.data(), length);
+        EXPECT_EQ(block, BlockBytes(one)) << length;
+        EXPECT_EQ(kAround + length, one.size);
+        EXPECT_EQ(0, std::memcmp(one.bytes.get() + kAround, value.data(), length));
+
+        module.Variables().SetVariableBinary(L"A", length, value.data(), nullptr, 0);
+        const Packet all = PackAll(module);
+        EXPECT_EQ(block, BlockBytes(all)) << length;
+        EXPECT_EQ(one.Copy(), all.Copy());
+    }
+}
+
+uint64_t BitsOf(double value) {
+    uint64_t bits = 0;
+    std::memcpy(&bits, &value, sizeof(bits));
+    return bits;
+}
+
+TEST(Packets, DoublesThatAreNoNumbersArriveBitByBit) {
+    const Module module;
+    double odd = std::numeric_limits<double>::quiet_NaN();
+    uint64_t bits = BitsOf(odd) | 0xABC; // what a NaN carries
+    std::memcpy(&odd, &bits, sizeof(odd));
+    for (const double value : {odd, -odd, std::numeric_limits<double>::infinity(),
+                               -std::numeric_limits<double>::infinity(), -0.0, 5e-324}) {
+        module.Variables().RemoveAllVariables();
+        module.Variables().SetVariableDouble(L"A", value, nullptr, 0);
+        const Packet packet = PackAll(module);
+        const Module other;
+
+        EXPECT_EQ(1, Unpack(other, packet.Copy()));
+
+        const auto arrived = other.Double(L"A");
+        ASSERT_TRUE(arrived.has_value());
+        EXPECT_EQ(BitsOf(value), BitsOf(*arrived));
+        EXPECT_EQ(packet.Copy(), PackAll(other).Copy());
+    }
+}
+
+TEST(Packets, UnpackedMinusZeroOverZeroChangesNothingAndNaNOverNaNNotifies) {
+    const Module module;
+    NoticeHost host;
+    module.Variables().SetVariableDouble(L"Zero", 0.0, nullptr, 0);
+    module.Variables().SetVariableDouble(L"NaN", std::numeric_limits<double>::quiet_NaN(), nullptr, 0);
+    module.Variables().RegisterHost(&host);
+    const double zero = -0.0;
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+
+    Unpack(module, Pack(module, L"Zero", VariableTypeDouble, &zero, sizeof(zero)).Copy());
+    Unpack(module, Pack(module, L"NaN", VariableTypeDouble, &nan, sizeof(nan)).Copy());
+
+    EXPECT_TRUE(WaitFor([&] { return host.Count() == 1; }));
+    EXPECT_EQ(L"NaN", host.Notices().front().name);
+    EXPECT_EQ(BitsOf(0.0), BitsOf(*module.Double(L"Zero")));
+    module.Variables().UnregisterHost(&host);
 }
 
 TEST(Packets, MapsFollowOneAnotherByType) {
@@ -212,7 +284,7 @@ TEST(Packets, TenThousandVariablesOfAllTypesReachAnotherModule) {
     EXPECT_EQ(PackAll(source).size, PackAll(target).size);
 }
 
-TEST(Packets, UnpackingAgainTellsOfBinariesAloneAndNeverTheSource) {
+TEST(Packets, UnpackingAgainNotifiesOfBinariesOnlyAndNeverTheSource) {
     const Module module;
     SetTenThousand(module.Variables());
     NoticeHost host;
@@ -251,7 +323,7 @@ TEST(Packets, APacketIsAnOrdinaryBlockOfTheProcessHeap) {
     EXPECT_TRUE(HeapValidate(GetProcessHeap(), 0, nullptr));
 }
 
-// Memory whose last byte stands before an unreadable page.
+// Memory whose last byte lies before an unreadable page.
 class GuardedBytes {
 public:
     static constexpr size_t kPage = 4096;
@@ -305,7 +377,7 @@ bool HasHeader(const std::vector<unsigned char>& bytes) {
     return bytes.size() >= 8 && std::equal(kHeader.begin(), kHeader.begin() + 3, bytes.begin());
 }
 
-TEST(Packets, DamagedPacketsAreReadUpToTheirLastByteAtTheMost) {
+TEST(Packets, DamagedPacketsAreReadNoFurtherThanTheirLastByte) {
     const Module module;
     GuardedBytes memory;
     std::mt19937 random(3);

@@ -1,4 +1,4 @@
-// The save slots through the DLL: what stands in the file afterwards, and what is said.
+// The save slots through the DLL: what the file holds afterwards, and what is logged.
 #include "support/win32/LongForm.h"
 #include "support/win32/Module.h"
 #include "support/win32/UnixCommand.h"
@@ -112,7 +112,7 @@ TEST_F(Save, ACountOfZeroOrLessRewritesTheHeadsetList) {
     }
 }
 
-TEST_F(Save, AnUnknownHeadsetIsToldAndNothingSaved) {
+TEST_F(Save, AnUnknownHeadsetIsLoggedAndNothingSaved) {
     InitWith("{}");
     const std::string before = ReadBytes(folders.Private(kHmdListName));
     const int64_t value = 1;
@@ -182,7 +182,20 @@ TEST_F(Save, ANameThatTheCodePageCannotExpressIsComparedByItsBestFit) {
     EXPECT_EQ("{\n    \"?\": 9\n}", Settings());
 }
 
-TEST_F(Save, AMemberThatOccursTwiceIsSavedInBothPlaces) {
+// The thread's code page may be another than the system's.
+TEST_F(Save, ANameIsConvertedByTheCodePageOfTheThread) {
+    constexpr LCID kRussian = MAKELCID(MAKELANGID(LANG_RUSSIAN, SUBLANG_DEFAULT), SORT_DEFAULT);
+    const LCID before = GetThreadLocale();
+    InitWith("{\"\xC6\":1}");
+    ASSERT_TRUE(SetThreadLocale(kRussian));
+
+    module->SaveConfigInt64(L"\u0416", 9, 0);
+
+    SetThreadLocale(before);
+    EXPECT_EQ("{\n    \"\xC6\": 9\n}", Settings());
+}
+
+TEST_F(Save, AMemberThatOccursTwiceIsSavedTwice) {
     InitWith(R"({"A":1,"A":2})");
 
     module->SaveConfigInt64(L"A", 9, 0);
@@ -292,7 +305,7 @@ TEST_F(Save, ThreadsThatSaveDifferentMembersLoseNone) {
     EXPECT_EQ(0, host.Count(Done(1, kSettingsName)));
 }
 
-TEST_F(Save, FromInsideTheHostsLogNeitherBlocksNorRecursesForEver) {
+TEST_F(Save, FromInsideTheHostsLogNeitherBlocksNorRecursesEndlessly) {
     InitWith(R"({"A":1,"B":1})");
     host.onLog = Once([this] { module->SaveConfigInt64(L"B", 2, 0); });
 

@@ -1,5 +1,6 @@
-// Everything at once, for as long as one likes: edits by a second process, saves, sets, hosts that come and
-// go, packets into another module object and another process. Nothing may be lost, nothing may grow.
+// Everything at once, for as long as one likes, on eight threads: edits by a second process, saves, sets,
+// removals, hosts that come and go, packets into another module object and another process, objects that
+// start and stop. Nothing may be lost, nothing may grow.
 //
 // Three seconds in the ordinary run; ZQ_SOAK_SECONDS in the environment sets the time.
 #include "support/win32/ChildProcess.h"
@@ -147,7 +148,30 @@ protected:
         void* packet = m_module.Variables().PackAllVariables(&size);
         EXPECT_EQ(1, m_other.Variables().UnpackVariables(packet, size, nullptr));
         HeapFree(GetProcessHeap(), 0, packet);
-        ++m_packets;
+        if (++m_packets % 16 == 0) {
+            m_other.Variables().RemoveAllVariables();
+        }
+    }
+
+    // A whole life of another object, with all that a life has.
+    void Live(long round) {
+        Module module;
+        module.Init(m_thirdHost, m_thirdFolders);
+        module->DoStart();
+        GuestHost guest;
+        guest.isRegistered = true;
+        module.Variables().RegisterHost(&guest);
+        module.Variables().SetVariableBinary(L"B", sizeof(round), &round, nullptr, 0);
+        module->SaveConfigString(L"Source", "saved", 0);
+        module.Variables().SetVariableBinary(L"B", 0, nullptr, nullptr, 0);
+        module.Variables().RemoveAllVariables();
+        EXPECT_EQ(std::nullopt, module.Int64(L"Settings.CurrentBitrate"));
+        module->DoStop();
+        module.Variables().UnregisterHost(&guest);
+        guest.isRegistered = false;
+        module->DoRelease();
+        EXPECT_EQ(0, guest.late);
+        ++m_lives;
     }
 
     // The second process; its last edit must become visible.
@@ -189,10 +213,10 @@ protected:
 
     void Print(const Resources& resources, ULONGLONG milliseconds) const {
         std::printf(
-            "%5llu s: %ld sets, %ld saves, %ld edits, %ld visits, %ld packets; %zu handles, %zu threads, "
-            "%zu KB\n",
+            "%5llu s: %ld sets, %ld saves, %ld edits, %ld visits, %ld packets, %ld lives; %zu handles, %zu "
+            "threads, %zu KB\n",
             milliseconds / 1000, m_sent.load(), m_saves.load(), m_edits.load(), m_visits.load(),
-            m_packets.load(), resources.handles, resources.threads, resources.heap / 1024);
+            m_packets.load(), m_lives.load(), resources.handles, resources.threads, resources.heap / 1024);
         std::fflush(stdout);
     }
 
@@ -207,7 +231,9 @@ protected:
     }
 
     ModuleFolders m_folders;
+    ModuleFolders m_thirdFolders;
     CountingHost m_host;
+    CountingHost m_thirdHost;
     OrderedHost m_listener;
     Module m_module;
     Module m_other; // another object, which packets go to
@@ -219,6 +245,7 @@ protected:
     std::atomic<long> m_edits{0};
     std::atomic<long> m_visits{0};
     std::atomic<long> m_packets{0};
+    std::atomic<long> m_lives{0};
     std::array<long, kSavers> m_saved{};
 };
 
@@ -234,6 +261,7 @@ TEST_F(Soak, NothingIsLostAndNothingGrows) {
     }
     Start([this, &guest](long) { Visit(guest); }, 3);
     Start([this](long) { SendPacket(); }, 10);
+    Start([this](long round) { Live(round); }, 10);
     Start([this](long round) { EditByAnother(round % 2 == 0 ? L"rewrite" : L"rename"); }, 10);
 
     const ULONGLONG start = GetTickCount64();
@@ -262,6 +290,8 @@ TEST_F(Soak, NothingIsLostAndNothingGrows) {
     EXPECT_EQ(0, m_listener.wrong);
     EXPECT_EQ(0, guest.late);
     EXPECT_EQ(0, m_host.repairs);
+    EXPECT_EQ(0, m_thirdHost.repairs);
+    EXPECT_LT(0, m_lives);
     EXPECT_LT(0, m_edits);
     EXPECT_LT(0, m_listener.reloads);
 }

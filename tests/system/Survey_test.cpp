@@ -1,6 +1,6 @@
 // What the survey and the version look-up publish through the DLL, and when.
 #include "support/win32/FakeWbem.h"
-#include "support/win32/Module.h"
+#include "support/win32/FreshDll.h"
 
 #include <gtest/gtest.h>
 
@@ -10,28 +10,6 @@ namespace zq::test {
 namespace {
 
 namespace fs = std::filesystem;
-
-// A copy of the DLL with static data of its own: the device is named once in the life of a process.
-class FreshDll {
-public:
-    FreshDll() {
-        const fs::path copy = m_folder.Path() / L"ZQModSettings.dll";
-        fs::copy_file(ProgramFolder() / L"ZQModSettings.dll", copy);
-        m_dll = LoadLibraryW(copy.c_str());
-    }
-    ~FreshDll() { FreeLibrary(m_dll); }
-    FreshDll(const FreshDll&) = delete;
-    FreshDll& operator=(const FreshDll&) = delete;
-
-    CZQModSettings* Create() const {
-        return reinterpret_cast<ZQCreateSettingsFunction>(
-            reinterpret_cast<void*>(GetProcAddress(m_dll, "CreateSettings")))();
-    }
-
-private:
-    TempFolder m_folder;
-    HMODULE m_dll;
-};
 
 class Survey : public testing::Test {
 protected:

@@ -151,7 +151,7 @@ TEST_F(VariableCosts, SilentSettersTakeOneMutexPairAndNoMemory) {
 }
 
 // One pair for the store, one for the list, one for each queue; one signal for each host that was idle.
-TEST_F(VariableCosts, AToldChangeTakesAPairForEachLockOnItsWay) {
+TEST_F(VariableCosts, AChangeThatNotifiesTakesAPairForEachLockOnItsWay) {
     const HANDLE mayGoOn = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     std::array<NoticeHost, 3> hosts;
     for (NoticeHost& host : hosts) {

@@ -15,7 +15,7 @@ namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-// A module with one registered host, and a last notice to tell that all before it have arrived.
+// A module with one registered host, and a last notice that shows that all before it have arrived.
 class Variables : public testing::Test {
 protected:
     Variables() { variables.RegisterHost(&host); }
@@ -78,7 +78,7 @@ TEST_F(Variables, ABoolKeepsItsByte) {
     EXPECT_EQ((Expected{{L"A", 1, nullptr}, {L"A", 1, nullptr}}), Notices());
 }
 
-TEST_F(Variables, RemovingAllLeavesNothingOfAnyTypeAndTellsNobody) {
+TEST_F(Variables, RemovingAllLeavesNothingOfAnyTypeAndNotifiesNobody) {
     variables.SetVariableBool(L"A", 1, &host, 0);
     variables.SetVariableInt64(L"A", 1, &host, 0);
     variables.SetVariableDouble(L"A", 1, &host, 0);
@@ -115,7 +115,7 @@ TEST_F(Variables, GettersLeaveTheirOutputsWhenThereIsNothing) {
     EXPECT_STREQ(L"untouched", text);
 }
 
-TEST_F(Variables, TheStoredIntegerTellsNobodyUnlessForced) {
+TEST_F(Variables, TheStoredIntegerNotifiesNobodyUnlessForced) {
     variables.RegisterHost(&other);
     variables.SetVariableInt64(L"A", 5, nullptr, 0);
     EXPECT_EQ((Expected{{L"A", 2, nullptr}}), Notices());
@@ -132,7 +132,7 @@ TEST_F(Variables, TheStoredIntegerTellsNobodyUnlessForced) {
     }
 }
 
-TEST_F(Variables, ForceTellsForEveryTypeEvenForAMissingBinary) {
+TEST_F(Variables, ForceNotifiesForEveryTypeEvenForAMissingBinary) {
     variables.SetVariableBool(L"A", 0, nullptr, 1);
     variables.SetVariableBool(L"A", 0, nullptr, 1);
     variables.SetVariableDouble(L"A", 0, nullptr, 1);
@@ -161,7 +161,7 @@ TEST_F(Variables, ANewVariableWithAnEmptyValueIsAChange) {
     EXPECT_EQ(L"", module.String(L"A"));
 }
 
-TEST_F(Variables, NaNOverNaNTellsEveryTime) {
+TEST_F(Variables, NaNOverNaNNotifiesEveryTime) {
     variables.SetVariableDouble(L"A", kNaN, nullptr, 0);
     variables.SetVariableDouble(L"A", kNaN, nullptr, 0);
     variables.SetVariableDouble(L"A", 1, nullptr, 0);
@@ -169,7 +169,7 @@ TEST_F(Variables, NaNOverNaNTellsEveryTime) {
     EXPECT_EQ(3u, Notices().size());
 }
 
-TEST_F(Variables, MinusZeroOverZeroTellsNobodyAndKeepsZero) {
+TEST_F(Variables, MinusZeroOverZeroNotifiesNobodyAndKeepsZero) {
     variables.SetVariableDouble(L"A", 0.0, &host, 0);
 
     variables.SetVariableDouble(L"A", -0.0, nullptr, 0);
@@ -205,7 +205,7 @@ TEST_F(Variables, ABufferOfExactlyTheLengthIsTooSmallForAString) {
     EXPECT_EQ(4, std::count(buffer, buffer + 8, L'\0'));
 }
 
-TEST_F(Variables, BinaryTellsEvenForTheSameBytes) {
+TEST_F(Variables, ABinaryNotifiesEvenForTheSameBytes) {
     variables.SetVariableBinary(L"A", 3, "abc", nullptr, 0);
     variables.SetVariableBinary(L"A", 3, "abc", nullptr, 0);
 
@@ -213,7 +213,7 @@ TEST_F(Variables, BinaryTellsEvenForTheSameBytes) {
     EXPECT_EQ((std::vector<unsigned char>{'a', 'b', 'c'}), module.Binary(L"A"));
 }
 
-TEST_F(Variables, NullDeletesABinaryAndTells) {
+TEST_F(Variables, NullDeletesABinaryAndNotifies) {
     variables.SetVariableBinary(L"A", 3, "abc", nullptr, 0);
     variables.SetVariableBinary(L"A", 3, nullptr, nullptr, 0);
     EXPECT_EQ(2u, Notices().size());

@@ -15,13 +15,11 @@
 namespace zq::test {
 namespace {
 
-namespace fs = std::filesystem;
-
 class WatcherStress : public WatchedFolder {};
 
 TEST_F(WatcherStress, AnOverflowOfTheBufferBringsAPassByItself) {
     host.onReloaded = Once([this] {
-        // While the host holds the watcher more changes come than its buffer can tell.
+        // While the host holds the watcher more changes come than its buffer can hold.
         EXPECT_EQ(0U, ChildProcess(Editor(L"touch", 400, 0)).ExitCode());
         WriteBytes(folders.Private(kQualityName), R"({"AfterOverflow":1})");
     });

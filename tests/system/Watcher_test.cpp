@@ -147,7 +147,7 @@ TEST_F(Watcher, StoppingWithoutAPendingChangeEndsTheThreadAtOnce) {
     EXPECT_EQ(expected, host.Lines());
 }
 
-TEST_F(Watcher, AChangeBehindAnotherFilesRecordWaitsForTheNextMatchingOne) {
+TEST_F(Watcher, AChangeAfterAnotherFilesRecordWaitsForTheNextMatchingOne) {
     host.onReloaded = Once([this] {
         // While the host holds the watcher both changes arrive in one completion, the other file's first. A
         // second watch sees them as they come.
@@ -188,7 +188,7 @@ TEST(WatcherStart, AnExactCopyOfTheRecordedTimeCountsAsUnchanged) {
     EXPECT_EQ(std::nullopt, module.Int64(L"Edit"));
 }
 
-TEST_F(Watcher, EveryHostHearsOneReloadForAFileAndNothingOfItsVariables) {
+TEST_F(Watcher, EveryHostIsNotifiedOfOneReloadForAFileAndNotOfItsVariables) {
     NoticeHost first;
     NoticeHost second;
     module.Variables().RegisterHost(&first);

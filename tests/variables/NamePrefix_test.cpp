@@ -28,36 +28,72 @@ TEST(NamePrefix, SamePiecesAreHeldOnce) {
     EXPECT_EQ(L"outer.inner.", TextOf(*inner));
 }
 
-TEST(NamePrefix, IsComparedOverAllItsPieces) {
+TEST(NamePrefix, NamesAreComparedOverAllTheirPieces) {
     NamePrefixes prefixes;
     const NamePrefix* inner = prefixes.Share(prefixes.Share(nullptr, L"ab"), L"cd");
+    const NamePrefix* other = prefixes.Share(prefixes.Share(nullptr, L"a"), L"bc");
 
-    EXPECT_TRUE(inner->Is(L"abcd"));
-    EXPECT_FALSE(inner->Is(L"abcx"));
-    EXPECT_FALSE(inner->Is(L"xbcd"));
-}
-
-TEST(NamePrefix, IsCopiedToAnotherOwner) {
-    NamePrefixes first;
-    NamePrefixes second;
-    const NamePrefix* inner = first.Share(first.Share(nullptr, L"ab"), L"cd");
-
-    const NamePrefix* copy = second.Share(*inner);
-
-    EXPECT_NE(inner, copy);
-    EXPECT_EQ(L"abcd", TextOf(*copy));
-    EXPECT_EQ(copy, second.Share(*inner));
+    EXPECT_TRUE(IsSameName(inner, L"e", nullptr, L"abcde"));
+    EXPECT_TRUE(IsSameName(inner, L"", other, L"d"));
+    EXPECT_TRUE(IsSameName(nullptr, L"", nullptr, L""));
+    EXPECT_FALSE(IsSameName(inner, L"e", nullptr, L"abxde"));
+    EXPECT_FALSE(IsSameName(inner, L"e", nullptr, L"xabcde"));
+    EXPECT_FALSE(IsSameName(inner, L"", other, L""));
+    EXPECT_FALSE(IsSameName(other, L"", inner, L""));
 }
 
 TEST(VariableBatch, NamesShareOnlyLongBeginnings) {
     VariableBatch batch(VariableBatch::Names::SharePrefixes);
-    const std::wstring longName(kSharedPrefixUnits, L'n');
+    const std::wstring longName(VariableBatch::kPrefixUnits, L'n');
 
     EXPECT_EQ(nullptr, batch.PrefixFor(nullptr, longName.substr(1)));
-    const NamePrefix* prefix = batch.PrefixFor(nullptr, longName);
+    const BatchPrefix* prefix = batch.PrefixFor(nullptr, longName);
     ASSERT_NE(nullptr, prefix);
+    EXPECT_EQ(nullptr, prefix->shared);
     EXPECT_EQ(prefix, batch.PrefixFor(prefix, longName + L".a"));
     EXPECT_EQ(nullptr, VariableBatch().PrefixFor(nullptr, longName));
+}
+
+TEST(VariableBatch, OnlyVeryLongBeginningsAreForTheMaps) {
+    VariableBatch batch(VariableBatch::Names::SharePrefixes);
+    const std::wstring name(2 * kSharedPrefixUnits, L'n');
+    const BatchPrefix* outer = batch.PrefixFor(nullptr, name.substr(0, kSharedPrefixUnits - 1));
+    const BatchPrefix* shared = batch.PrefixFor(outer, name.substr(0, kSharedPrefixUnits + 20));
+    const BatchPrefix* inner = batch.PrefixFor(shared, name);
+
+    EXPECT_EQ(nullptr, outer->shared);
+    EXPECT_EQ(shared, shared->shared);
+    EXPECT_EQ(shared, inner->shared);
+}
+
+// Beginnings of every length around the steps of the hash, in pieces.
+TEST(BatchWrite, NamesInPiecesAreFoundWhole) {
+    for (size_t outerUnits = 1; outerUnits < 40; ++outerUnits) {
+        for (const size_t innerUnits : {size_t{1}, size_t{17}, outerUnits, kSharedPrefixUnits + outerUnits}) {
+            const std::wstring outer = std::wstring(outerUnits, L'o') + L'.';
+            const std::wstring inner = outer + std::wstring(innerUnits, L'i') + L'.';
+            VariableBatch batch(VariableBatch::Names::SharePrefixes);
+            const BatchPrefix* first = batch.PrefixFor(nullptr, outer);
+            const BatchPrefix* second = batch.PrefixFor(first, inner);
+            batch.UsePrefix(second);
+            batch.AddInt64(inner + L"a", 1);
+            batch.AddInt64(inner + L"a longer name", 2);
+            batch.UsePrefix(first);
+            batch.AddInt64(outer + L"b", 3);
+            VariableMaps maps(7);
+
+            maps.Apply(batch);
+
+            EXPECT_EQ(TypedVariables()
+                          .Int64(inner + L"a", 1)
+                          .Int64(inner + L"a longer name", 2)
+                          .Int64(outer + L"b", 3),
+                      VariablesOf(maps));
+            for (const std::wstring& name : {inner + L"a", inner + L"a longer name", outer + L"b"}) {
+                EXPECT_NE(nullptr, maps.integers.Find(name, maps.Hash(name)));
+            }
+        }
+    }
 }
 
 // A name is found however it came into the maps: from a file under a prefix, or whole.
@@ -65,8 +101,8 @@ TEST(VariableMaps, NamesUnderAPrefixAreFoundWhole) {
     const std::wstring outer(300, L'o');
     const std::wstring inner = outer + L'.' + std::wstring(400, L'i');
     VariableBatch batch(VariableBatch::Names::SharePrefixes);
-    const NamePrefix* first = batch.PrefixFor(nullptr, outer);
-    const NamePrefix* second = batch.PrefixFor(first, inner);
+    const BatchPrefix* first = batch.PrefixFor(nullptr, outer);
+    const BatchPrefix* second = batch.PrefixFor(first, inner);
     batch.UsePrefix(first);
     batch.AddNumber(outer + L".a", 1);
     batch.UsePrefix(second);

@@ -61,7 +61,8 @@ Reading ReadAll(const Bytes& bytes) {
         if (!value.empty()) {
             std::memcpy(value.data(), record.value.data(), value.size());
         }
-        run.records.push_back({record.type, std::wstring(record.name), value, reader.Decode(record.value)});
+        run.records.push_back(
+            {record.type, std::wstring(record.name), value, std::wstring(reader.Decode(record.value))});
     }
     run.stop = reader.Stop();
     run.offset = reader.Offset();
@@ -292,6 +293,23 @@ TEST(PacketWriter, LengthsThatTheirFieldsCannotHoldAreRefusedBeforeAnythingIsWri
         EXPECT_THROW(writer.Append(5, std::wstring_view(L"n", length / 2), {}), std::bad_alloc) << length;
         EXPECT_EQ(kPacketHeaderBytes, writer.Size());
     }
+}
+
+TEST(CountPacketRecords, CountsByTypeUpToTheFirstDamage) {
+    PacketWriter writer;
+    const std::byte value[8]{};
+    for (const uint32_t type : {1U, 2U, 2U, 5U, 77U}) {
+        writer.Append(type, L"Name", value);
+    }
+    writer.AppendText(4, L"Text", L"value");
+    std::vector<std::byte> packet(writer.Bytes().begin(), writer.Bytes().end());
+
+    EXPECT_EQ((PacketCounts{1, 1, 2, 0, 1, 1}), CountPacketRecords(packet));
+    EXPECT_EQ(PacketCounts{}, CountPacketRecords({}));
+    EXPECT_EQ(PacketCounts{}, CountPacketRecords(std::span(packet).first(kPacketHeaderBytes)));
+
+    packet[kPacketHeaderBytes + 4 + 3] = std::byte{0x80}; // the first name's length is negative
+    EXPECT_EQ(PacketCounts{}, CountPacketRecords(packet));
 }
 
 } // namespace

@@ -29,7 +29,7 @@ std::vector<uint8_t> BinaryOf(Bytes bytes) {
     return binary;
 }
 
-std::optional<VariableValue> DecodeValue(const PacketReader& reader, const PacketRecord& record) {
+std::optional<VariableValue> DecodeValue(PacketReader& reader, const PacketRecord& record) {
     switch (record.type) {
     case VariableTypeBool:
         return NumberOf<ZQBool>(record.value);
@@ -38,7 +38,7 @@ std::optional<VariableValue> DecodeValue(const PacketReader& reader, const Packe
     case VariableTypeDouble:
         return NumberOf<double>(record.value);
     case VariableTypeString:
-        return reader.Decode(record.value);
+        return std::wstring(reader.Decode(record.value));
     case VariableTypeBinary:
         return BinaryOf(record.value);
     default:

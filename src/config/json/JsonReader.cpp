@@ -225,7 +225,7 @@ template <class Text, class Trace>
 class Reader {
 public:
     Reader(JsonRoot& root, const Text& text, const Trace& trace, JsonRoleOf roleOf)
-        : m_source(text), m_trace(trace), m_arena(root.arena), m_builder(root.arena, roleOf) {}
+        : m_source(text), m_trace(trace), m_texts(root.texts), m_builder(root.nodes, roleOf) {}
 
     // Reads the container at the front of the text. The result is as of ParseJsonObject.
     int32_t ReadRoot(JsonValue& result) {
@@ -347,7 +347,7 @@ private:
         }
         if constexpr (Sink::kBuilds) {
             std::wstring_view key;
-            const int32_t count = m_source.String(key, m_arena, m_offset);
+            const int32_t count = m_source.String(key, m_texts, m_offset);
             m_trace.OnKey(m_offset, m_offset + count, key);
             m_offset += count;
             sink.SetKey(key);
@@ -371,7 +371,7 @@ private:
         }
         JsonValue value;
         const int32_t offset = m_offset;
-        if (!Advance(ReadScalarAt(value, m_arena, m_source, offset))) {
+        if (!Advance(ReadScalarAt(value, m_texts, m_source, offset))) {
             return false;
         }
         m_trace.OnScalar(offset, m_offset, value);
@@ -429,7 +429,7 @@ private:
 
     Text m_source;
     Trace m_trace;
-    Arena& m_arena;
+    Arena& m_texts;
     BuildingSink m_builder;
     int32_t m_offset = 0;
     size_t m_depth = 0;               // of open containers, read or not
@@ -443,7 +443,7 @@ private:
 
 template <class Text, class Trace>
 int32_t ReadRootScalar(JsonRoot& root, JsonValue& value, const Text& text, const Trace& trace) {
-    const int32_t count = ReadScalarAt(value, root.arena, text, 0);
+    const int32_t count = ReadScalarAt(value, root.texts, text, 0);
     if (count >= 1) {
         trace.OnScalar(0, count, value);
     } else if constexpr (Trace::kReports) {

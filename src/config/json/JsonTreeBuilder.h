@@ -4,10 +4,10 @@
 // Portable, one thread.
 #pragma once
 
+#include "base/PagedStack.h"
 #include "config/json/JsonValue.h"
 
 #include <string_view>
-#include <vector>
 
 namespace zq {
 
@@ -19,14 +19,19 @@ public:
     void Open(bool isObject, uint8_t role);
     // The key of the value that is added, or of the container that is opened, next.
     void SetKey(std::wstring_view key) { m_key = key; }
-    void Add(const JsonValue& value) { m_members.push_back({m_key, value}); }
+    void Add(const JsonValue& value) {
+        if (IsInObject() && m_members.Size() > m_open.Top().first && m_members.Top().key == m_key) {
+            m_members.CutTo(m_members.Size() - 1); // of equal keys the last one counts
+        }
+        m_members.Push({m_key, value});
+    }
     // Closes the innermost container and returns it. It is no member of the one around it until it is added;
     // its key is the next one's again.
     JsonValue Close();
 
-    size_t Depth() const { return m_open.size(); }
-    bool IsInObject() const { return m_open.back().isObject; }
-    uint8_t Role() const { return m_open.back().role; }
+    size_t Depth() const { return m_open.Size(); }
+    bool IsInObject() const { return m_open.Top().isObject; }
+    uint8_t Role() const { return m_open.Top().role; }
     std::wstring_view Key() const { return m_key; }
 
 private:
@@ -42,8 +47,8 @@ private:
 
     Arena& m_arena;
     std::wstring_view m_key;
-    std::vector<OpenContainer> m_open;
-    std::vector<JsonMember> m_members; // of all open containers, innermost last
+    PagedStack<OpenContainer> m_open;
+    PagedStack<JsonMember> m_members; // of all open containers, innermost last
 };
 
 } // namespace zq

@@ -21,8 +21,13 @@ const JsonValue* JsonValue::Member(std::wstring_view key) const {
 }
 
 void FreeJsonValue(JsonRoot& root) {
+    FreeJsonNodes(root);
+    root.texts.Clear();
+}
+
+void FreeJsonNodes(JsonRoot& root) {
     static_cast<JsonValue&>(root) = JsonValue();
-    root.arena.Clear();
+    root.nodes.Clear();
 }
 
 std::wstring_view GetJsonString(const JsonValue& value) {

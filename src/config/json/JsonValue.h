@@ -52,11 +52,15 @@ struct JsonMember {
 };
 
 struct JsonRoot : JsonValue {
-    Arena arena{Arena::Life::Short};
+    Arena texts{Arena::Life::Short, alignof(wchar_t)};
+    Arena nodes{Arena::Life::Short};
 };
 
 // Frees the tree below the root, however deep, and makes it null again.
 void FreeJsonValue(JsonRoot& root);
+
+// The same, but keys and texts stay as long as the root is.
+void FreeJsonNodes(JsonRoot& root);
 
 // The text of a string, the empty text for a node of another kind.
 std::wstring_view GetJsonString(const JsonValue& value);

@@ -1,24 +1,22 @@
-#include <windows.h>
+#include "shim/Object.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <mutex>
 #include <thread>
 
 namespace {
 
+using zq::shim::AsObject;
+using zq::shim::Object;
+
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::microseconds kPause{50};
-
-class Object {
-public:
-    virtual ~Object() = default;
-    // Takes the object if it is signalled.
-    virtual bool TryTake() = 0;
-};
 
 class Event final : public Object {
 public:
@@ -58,8 +56,6 @@ private:
     std::atomic<bool> m_hasEnded{false};
     std::thread m_thread;
 };
-
-Object* AsObject(HANDLE handle) { return static_cast<Object*>(handle); }
 
 template <class Type, class... Arguments>
 HANDLE Make(Arguments... arguments) {
@@ -117,24 +113,54 @@ DWORD WaitForSingleObject(HANDLE object, DWORD milliseconds) {
     return WAIT_OBJECT_0;
 }
 
-DWORD WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL, DWORD) {
+DWORD WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL, DWORD milliseconds) {
+    const auto end = Clock::now() + std::chrono::milliseconds(milliseconds);
     for (;;) {
         for (DWORD i = 0; i < count; ++i) {
             if (AsObject(objects[i])->TryTake()) {
                 return WAIT_OBJECT_0 + i;
             }
         }
+        if (milliseconds != INFINITE && Clock::now() >= end) {
+            return WAIT_TIMEOUT;
+        }
         std::this_thread::sleep_for(kPause);
     }
 }
 
 DWORD GetLastError() { return 0; }
+void Sleep(DWORD milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
+ULONGLONG GetTickCount64() {
+    return static_cast<ULONGLONG>(
+        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now().time_since_epoch()).count());
+}
 DWORD GetCurrentProcessId() { return 1; }
 BOOL QueryPerformanceCounter(LARGE_INTEGER* counter) {
     counter->QuadPart = Clock::now().time_since_epoch().count();
     return TRUE;
 }
 void GetSystemTimeAsFileTime(FILETIME* time) { *time = {}; }
+void GetSystemTime(SYSTEMTIME* time) {
+    const auto now = std::chrono::system_clock::now();
+    const auto milliseconds =
+        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+    std::tm utc{};
+    gmtime_r(&seconds, &utc);
+    *time = {static_cast<WORD>(utc.tm_year + 1900), static_cast<WORD>(utc.tm_mon + 1),
+             static_cast<WORD>(utc.tm_mday),        static_cast<WORD>(utc.tm_hour),
+             static_cast<WORD>(utc.tm_min),         static_cast<WORD>(utc.tm_sec),
+             static_cast<WORD>(milliseconds)};
+}
+
+int WideCharToMultiByte(UINT, DWORD, const wchar_t* wide, int length, char* bytes, int size, const char*,
+                        BOOL*) {
+    if (size != 0) {
+        std::transform(wide, wide + std::min(length, size), bytes,
+                       [](wchar_t unit) { return unit < 0x80 ? static_cast<char>(unit) : '?'; });
+    }
+    return length;
+}
 
 // In the place of the component's own.
 namespace zq {

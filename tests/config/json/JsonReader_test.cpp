@@ -71,7 +71,7 @@ void ExpectSameOfBytes(std::wstring_view text, const Parsed& expected) {
 Parsed Parse(std::wstring_view text) {
     JsonRoot root;
     const int32_t count = ParseJsonValue(root, text.data(), static_cast<int32_t>(text.size()));
-    const Parsed parsed = {count, Show(root)};
+    Parsed parsed = {count, Show(root)};
     ExpectSameOfBytes(text, parsed);
     return parsed;
 }

@@ -17,6 +17,7 @@ ComCalls::ComCalls()
     : m_initialize(nullptr, "ole32.dll", "CoInitializeEx", AsProc(&ComCalls::Initialize)),
       m_initializeSecurity(nullptr, "ole32.dll", "CoInitializeSecurity",
                            AsProc(&ComCalls::InitializeSecurity)),
+      m_setProxyBlanket(nullptr, "ole32.dll", "CoSetProxyBlanket", AsProc(&ComCalls::SetProxyBlanket)),
       m_uninitialize(nullptr, "ole32.dll", "CoUninitialize", AsProc(&ComCalls::Uninitialize)) {
     current = this;
 }
@@ -51,6 +52,21 @@ HRESULT WINAPI ComCalls::InitializeSecurity(PSECURITY_DESCRIPTOR descriptor, LON
     return OriginalOf(current->m_initializeSecurity,
                       &InitializeSecurity)(descriptor, serviceCount, services, reserved1, authenticationLevel,
                                            impersonationLevel, authenticationList, capabilities, reserved3);
+}
+
+HRESULT WINAPI ComCalls::SetProxyBlanket(IUnknown* proxy, DWORD authentication, DWORD authorization,
+                                         OLECHAR* principal, DWORD authenticationLevel,
+                                         DWORD impersonationLevel, RPC_AUTH_IDENTITY_HANDLE identity,
+                                         DWORD capabilities) {
+    ++current->proxyBlankets;
+    if (!proxy || authentication != RPC_C_AUTHN_WINNT || authorization != RPC_C_AUTHZ_NONE || principal ||
+        authenticationLevel != RPC_C_AUTHN_LEVEL_CALL || impersonationLevel != RPC_C_IMP_LEVEL_IMPERSONATE ||
+        identity || capabilities != EOAC_NONE) {
+        current->argumentsAsExpected = false;
+    }
+    return OriginalOf(current->m_setProxyBlanket,
+                      &SetProxyBlanket)(proxy, authentication, authorization, principal, authenticationLevel,
+                                        impersonationLevel, identity, capabilities);
 }
 
 void WINAPI ComCalls::Uninitialize() {

@@ -1,5 +1,5 @@
-// The test program's calls of CoInitializeEx, CoInitializeSecurity and CoUninitialize, counted and on request
-// answered with another result. One at a time in a process.
+// The test program's calls of CoInitializeEx, CoInitializeSecurity, CoSetProxyBlanket and CoUninitialize,
+// counted and on request answered with another result. One at a time in a process.
 #pragma once
 
 #include "support/win32/ImportPatch.h"
@@ -27,8 +27,10 @@ public:
 
     std::atomic<int> initializations{0};
     std::atomic<int> securityCalls{0};
+    std::atomic<int> proxyBlankets{0};
     std::atomic<int> uninitializations{0};
-    // Whether all calls asked for the multithreaded apartment and for default security with impersonation.
+    // Whether all calls asked for the multithreaded apartment, for default security with impersonation, and
+    // for blankets of authenticated calls with impersonation.
     std::atomic<bool> argumentsAsExpected{true};
 
 private:
@@ -37,10 +39,15 @@ private:
                                              SOLE_AUTHENTICATION_SERVICE* services, void* reserved1,
                                              DWORD authenticationLevel, DWORD impersonationLevel,
                                              void* authenticationList, DWORD capabilities, void* reserved3);
+    static HRESULT WINAPI SetProxyBlanket(IUnknown* proxy, DWORD authentication, DWORD authorization,
+                                          OLECHAR* principal, DWORD authenticationLevel,
+                                          DWORD impersonationLevel, RPC_AUTH_IDENTITY_HANDLE identity,
+                                          DWORD capabilities);
     static void WINAPI Uninitialize();
 
     ImportPatch m_initialize;
     ImportPatch m_initializeSecurity;
+    ImportPatch m_setProxyBlanket;
     ImportPatch m_uninitialize;
 };
 

@@ -16,7 +16,7 @@ struct FakeAdapter {
     std::string address;
     bool dhcp = true;
     std::string dhcpServer = "10.0.0.1";
-    std::string secondAddress = "";
+    std::string secondAddress;
 };
 
 class FakeAdapters {

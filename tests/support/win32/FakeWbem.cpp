@@ -296,7 +296,7 @@ void PutArray(VARIANT& value, VARTYPE type, SAFEARRAY* array) {
 
 } // namespace
 
-FakeValue TextValue(std::wstring text) {
+FakeValue TextValue(const std::wstring& text) {
     return [text](VARIANT& value) {
         V_VT(&value) = VT_BSTR;
         V_BSTR(&value) = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
@@ -327,7 +327,7 @@ FakeValue IntegerValue(VARTYPE type, int64_t integer) {
     };
 }
 
-FakeValue TextsValue(std::vector<std::optional<std::wstring>> texts, LONG lowerBound) {
+FakeValue TextsValue(const std::vector<std::optional<std::wstring>>& texts, LONG lowerBound) {
     return [texts, lowerBound](VARIANT& value) {
         SAFEARRAY* array = SafeArrayCreateVector(VT_BSTR, lowerBound, static_cast<ULONG>(texts.size()));
         auto** elements = static_cast<BSTR*>(array->pvData);
@@ -339,7 +339,7 @@ FakeValue TextsValue(std::vector<std::optional<std::wstring>> texts, LONG lowerB
     };
 }
 
-FakeValue IntegersValue(VARTYPE type, std::vector<int64_t> values, LONG lowerBound) {
+FakeValue IntegersValue(VARTYPE type, const std::vector<int64_t>& values, LONG lowerBound) {
     return [type, values, lowerBound](VARIANT& value) {
         SAFEARRAY* array = SafeArrayCreateVector(type, lowerBound, static_cast<ULONG>(values.size()));
         for (size_t i = 0; i < values.size(); ++i) {

@@ -23,12 +23,12 @@ namespace zq::test {
 // Fills the variant of a property, or fails.
 using FakeValue = std::function<HRESULT(VARIANT&)>;
 
-FakeValue TextValue(std::wstring text);
+FakeValue TextValue(const std::wstring& text);
 FakeValue NullTextValue(); // a VT_BSTR without a string
 FakeValue NullValue();     // VT_NULL: what WMI gives for a property that is not set
 FakeValue IntegerValue(VARTYPE type, int64_t value);
-FakeValue TextsValue(std::vector<std::optional<std::wstring>> texts, LONG lowerBound = 0);
-FakeValue IntegersValue(VARTYPE type, std::vector<int64_t> values, LONG lowerBound = 0);
+FakeValue TextsValue(const std::vector<std::optional<std::wstring>>& texts, LONG lowerBound = 0);
+FakeValue IntegersValue(VARTYPE type, const std::vector<int64_t>& values, LONG lowerBound = 0);
 FakeValue FailingValue(HRESULT result);
 
 // The properties of one object; others fail with WBEM_E_NOT_FOUND.

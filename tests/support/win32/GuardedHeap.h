@@ -10,7 +10,7 @@
 
 namespace zq::test {
 
-// Stands for the process heap in the DLL, and in the test program where that frees what the DLL made, for as
+// Replaces the process heap in the DLL, and in the test program where that frees what the DLL made, for as
 // long as it lives. One at a time.
 class GuardedHeap {
 public:

@@ -1,6 +1,8 @@
 // A file that this process has open, so that others cannot open it as they want.
 #pragma once
 
+#include "support/win32/Waiting.h"
+
 #include <filesystem>
 #include <stdexcept>
 
@@ -10,10 +12,13 @@ namespace zq::test {
 
 class HeldFile {
 public:
-    // `share`: what others may do meanwhile, as for CreateFileW.
-    explicit HeldFile(const std::filesystem::path& path, DWORD share = 0)
-        : m_handle(CreateFileW(path.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, 0, nullptr)) {
-        if (m_handle == INVALID_HANDLE_VALUE) {
+    // `share`: what others may do meanwhile, as for CreateFileW. Waits while others have the file open in a
+    // way that forbids this.
+    explicit HeldFile(const std::filesystem::path& path, DWORD share = 0) {
+        if (!WaitFor([&] {
+                m_handle = CreateFileW(path.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, 0, nullptr);
+                return m_handle != INVALID_HANDLE_VALUE;
+            })) {
             throw std::runtime_error("the file cannot be held");
         }
     }
@@ -22,7 +27,7 @@ public:
     HeldFile& operator=(const HeldFile&) = delete;
 
 private:
-    HANDLE m_handle;
+    HANDLE m_handle = INVALID_HANDLE_VALUE;
 };
 
 } // namespace zq::test

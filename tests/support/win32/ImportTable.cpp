@@ -12,7 +12,7 @@ public:
     explicit ImportTable(HMODULE module)
         : m_base(reinterpret_cast<unsigned char*>(module ? module : GetModuleHandleW(nullptr))) {}
 
-    // Calls visit(library, function, place) for each function that is imported by name.
+    // Calls visit(library, function, slot) for each function that is imported by name.
     template <class Visit>
     void ForEach(Visit visit) const {
         const auto* dos = At<IMAGE_DOS_HEADER>(0);

@@ -9,7 +9,7 @@
 
 namespace zq::test {
 
-// The place that the loader filled with the address of an imported function; null when there is none. `dll`
+// The slot that the loader filled with the address of an imported function; null when there is none. `dll`
 // in any case; a null module is the program itself.
 FARPROC* FindImport(HMODULE module, const char* dll, const char* function);
 

@@ -48,7 +48,7 @@ public:
     std::function<void(const Notice&)> onNotice;
 
 private:
-    void Keep(Notice notice) {
+    void Keep(const Notice& notice) {
         m_threadId = GetCurrentThreadId();
         {
             const std::lock_guard lock(m_mutex);

@@ -29,7 +29,7 @@ TEST(HostAgent, DeliversInTheOrderOfQueueingWhatWasQueuedBeforeItsStartToo) {
     EXPECT_EQ(expected, host.Notices());
 }
 
-TEST(HostAgent, AHostDoesNotHearOfItsOwnChanges) {
+TEST(HostAgent, AHostIsNotNotifiedOfItsOwnChanges) {
     NoticeHost host;
     CZQVariableHostAgent agent(&host, {});
     agent.Start();
