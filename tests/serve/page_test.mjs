@@ -264,8 +264,7 @@ describe("the page", () => {
     folder.write(kHmdList, broken);
     await goTo(page, "timeline");
     const line = whole.slice(0, whole.indexOf('"SubRequest": 1,')).split("\n").length;
-    await untilText(page, ".event.bad", new RegExp(`ZQ2_HmdList.json, line ${line}`));
-    await untilText(page, ".event.bad", /default in its place/);
+    await untilText(page, ".event.bad", new RegExp(`ZQ2_HmdList.json, line ${line}.*default in its place`));
     await until(() => folder.read(kHmdList) === readFileSync(join(build, "bin/defaults", kHmdList), "latin1"), "the module has replaced it");
     const beside = readdirSync(folder.path).filter((name) => name.startsWith(`${kHmdList}.refused-`));
     assert.equal(beside.length, 1);

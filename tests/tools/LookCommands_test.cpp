@@ -6,6 +6,8 @@
 
 #include <rapidjson/document.h>
 
+#include <algorithm>
+
 #include <windows.h>
 
 namespace zq::test {
@@ -189,6 +191,22 @@ TEST_F(LookCommands, SayThatTheyUseTheDefaultFiles) {
 
     EXPECT_EQ("1\n", run.output);
     EXPECT_EQ("zqsettings: note: using the default files, as this machine has no data folder.\n", run.errors);
+}
+
+// Each file is read once, not once for each variable.
+TEST_F(LookCommands, LookAtAllVariablesInOneRun) {
+    std::string settings = "{\"Level\":1";
+    for (int i = 0; i < 5000; ++i) {
+        settings += ",\"N" + std::to_string(i) + "\":" + std::to_string(i);
+    }
+    WriteBytes(m_folders.Private(kSettingsName), settings + "}");
+
+    const ToolRun explain = Run(L"explain N*");
+    const ToolRun get = Run(L"get N*");
+
+    EXPECT_NE(std::string::npos, explain.output.find("N4999\n  integer 4999\n    set by  "))
+        << explain.errors;
+    EXPECT_EQ(5000, std::count(get.output.begin(), get.output.end(), '\n')) << get.errors;
 }
 
 TEST_F(LookCommands, ExplainNamesTheNearestOfAnUnknownName) {

@@ -137,14 +137,14 @@ std::string JsonTextOf(const std::vector<Explanation>& explanations) {
     });
 }
 
-Explanation ExplanationOf(const Variable& variable, const std::filesystem::path& data,
-                          const std::filesystem::path& defaults) {
-    const std::vector<VariableOrigin> all = OriginsOf(variable.name, data, defaults);
+Explanation ExplanationOf(const Variable& variable, const VariableOrigins& folder,
+                          const VariableOrigins& defaults) {
+    const std::vector<VariableOrigin> all = folder.Of(variable.name);
     Explanation explanation{variable, OriginsOfType(all, variable.Type()), {}, {}};
     if (explanation.origins.empty()) {
         explanation.others = all;
     }
-    explanation.defaults = OriginsOfType(OriginsOf(variable.name, {}, defaults), variable.Type());
+    explanation.defaults = OriginsOfType(defaults.Of(variable.name), variable.Type());
     return explanation;
 }
 
@@ -152,10 +152,12 @@ void Explain(const ExplainOptions& options) {
     const std::optional<std::filesystem::path> folder = FindDataFolderOrDefaults(options.module.data);
     const std::vector<Variable> all = LookAt(options.module, folder);
     RequireKnown(options.filter, all);
-    const std::filesystem::path defaults = DefaultsFolderOf(options.module.defaults);
+    const std::filesystem::path defaultsFolder = DefaultsFolderOf(options.module.defaults);
+    const VariableOrigins origins(folder.value_or(std::filesystem::path()), defaultsFolder);
+    const VariableOrigins defaults({}, defaultsFolder);
     std::vector<Explanation> explanations;
     for (const Variable& variable : options.filter.Apply(all)) {
-        explanations.push_back(ExplanationOf(variable, folder.value_or(std::filesystem::path()), defaults));
+        explanations.push_back(ExplanationOf(variable, origins, defaults));
     }
     Print(options.isJson ? JsonTextOf(explanations) : TextOf(explanations));
 }

@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* kStandardInput = "-";
-constexpr std::array<const char*, 3> kRoles = {"settings", "hmd-list", "quality"};
+constexpr std::array<const char*, kConfigFiles.size()> kRoles = {"settings", "hmd-list", "quality"};
 
 ConfigFile FileOfRole(const std::string& role) {
     for (size_t i = 0; i < kRoles.size(); ++i) {

@@ -50,7 +50,7 @@ private:
 
     std::filesystem::path m_original;
     ScratchFolder m_scratch;
-    std::array<Followed, 3> m_files;
+    std::array<Followed, kConfigFiles.size()> m_files;
 };
 
 } // namespace zq::tool

@@ -89,8 +89,9 @@ void Get(const ListOptions& options) {
     const std::vector<Variable> printed = FirstTypes(found);
     const fs::path defaults = DefaultsFolderOf(options.module.defaults);
     Print(PlainTextOf(printed, IsOneName(options.filter)));
+    const VariableOrigins origins(folder.value_or(fs::path()), defaults);
     for (const Variable& variable : printed) {
-        PrintOtherType(variable, OriginsOf(variable.name, folder.value_or(fs::path()), defaults));
+        PrintOtherType(variable, origins.Of(variable.name));
     }
 }
 

@@ -23,7 +23,7 @@ struct PrivateFile {
     std::string bytes; // empty for a missing one
 };
 
-using PrivateFiles = std::array<PrivateFile, 3>;
+using PrivateFiles = std::array<PrivateFile, kConfigFiles.size()>;
 
 // Raises Failure for a file that cannot be read.
 PrivateFile LookAtPrivateFile(const std::filesystem::path& folder, ConfigFile file);

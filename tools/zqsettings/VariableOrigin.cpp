@@ -5,6 +5,10 @@
 #include "check/FileCheck.h"
 #include "config/ConfigFile.h"
 
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+
 namespace zq::tool {
 
 namespace fs = std::filesystem;
@@ -32,15 +36,9 @@ bool Sets(Kind kind, VariableType type) {
 
 class OriginFinder {
 public:
-    explicit OriginFinder(const std::wstring& name) : m_name(name) {}
-
-    void Visit(const fs::path& path, const FileCheck& check) {
-        for (const PlacedVariable& variable : check.Variables()) {
-            if (VariableBatch::NameOf(*variable.entry) == m_name) {
-                AddDuplicates(path, check, variable);
-                Add(path, check, variable, variable.node, OriginFate::Counts);
-            }
-        }
+    void Visit(const fs::path& path, const FileCheck& check, const PlacedVariable& variable) {
+        AddDuplicates(path, check, variable);
+        Add(path, check, variable, variable.node, OriginFate::Counts);
     }
 
     std::vector<VariableOrigin> Take() { return std::move(m_origins); }
@@ -74,7 +72,6 @@ private:
             {path, place.line, place.column, ValueOf(*variable.entry), variable.entry->kind, fate});
     }
 
-    const std::wstring& m_name;
     std::vector<VariableOrigin> m_origins;
 };
 
@@ -113,23 +110,52 @@ std::vector<VariableOrigin> OriginsOfType(const std::vector<VariableOrigin>& ori
     return ofType;
 }
 
-std::vector<VariableOrigin> OriginsOf(const std::wstring& name, const fs::path& data,
-                                      const fs::path& defaults) {
-    OriginFinder finder(name);
-    for (const ConfigFile file : {ConfigFile::Settings, ConfigFile::HmdList, ConfigFile::Quality}) {
+struct VariableOrigins::File {
+    File(fs::path filePath, ConfigFile file) : path(std::move(filePath)), check(file, ReadBytes(path), {}) {
+        for (const PlacedVariable& variable : check.Variables()) {
+            byName[VariableBatch::NameOf(*variable.entry)].push_back(&variable);
+        }
+    }
+
+    fs::path path;
+    FileCheck check;
+    std::unordered_map<std::wstring_view, std::vector<const PlacedVariable*>> byName;
+};
+
+VariableOrigins::VariableOrigins(const fs::path& data, const fs::path& defaults) {
+    for (const ConfigFile file : kConfigFiles) {
         for (const fs::path& folder : {data, defaults}) {
             const fs::path path = folder / NameOfConfigFile(file);
             if (folder.empty() || !fs::exists(path)) {
                 continue;
             }
-            const FileCheck check(file, ReadBytes(path), {});
-            if (check.IsAccepted()) {
-                finder.Visit(path, check);
+            auto read = std::make_unique<File>(path, file);
+            if (read->check.IsAccepted()) {
+                m_files.push_back(std::move(read));
                 break;
             }
         }
     }
+}
+
+VariableOrigins::~VariableOrigins() = default;
+
+std::vector<VariableOrigin> VariableOrigins::Of(const std::wstring& name) const {
+    OriginFinder finder;
+    for (const auto& file : m_files) {
+        const auto found = file->byName.find(name);
+        if (found != file->byName.end()) {
+            for (const PlacedVariable* const variable : found->second) {
+                finder.Visit(file->path, file->check, *variable);
+            }
+        }
+    }
     return finder.Take();
+}
+
+std::vector<VariableOrigin> OriginsOf(const std::wstring& name, const fs::path& data,
+                                      const fs::path& defaults) {
+    return VariableOrigins(data, defaults).Of(name);
 }
 
 } // namespace zq::tool

@@ -6,6 +6,7 @@
 #include "variables/VariableBatch.h"
 
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -26,9 +27,26 @@ struct VariableOrigin {
     OriginFate fate;
 };
 
-// In the order in which the module writes them. The defaults are read for files that are missing from `data`
-// or refused, as they are by the module; an empty `data` means the defaults. Raises Failure where a file
-// cannot be read.
+// The places of a folder's files by name; each file is read once. The defaults are read for files that are
+// missing from `data` or refused, as they are by the module; an empty `data` means the defaults.
+class VariableOrigins {
+public:
+    // Raises Failure where a file cannot be read.
+    VariableOrigins(const std::filesystem::path& data, const std::filesystem::path& defaults);
+    ~VariableOrigins();
+    VariableOrigins(const VariableOrigins&) = delete;
+    VariableOrigins& operator=(const VariableOrigins&) = delete;
+
+    // In the order in which the module writes them.
+    std::vector<VariableOrigin> Of(const std::wstring& name) const;
+
+private:
+    struct File;
+
+    std::vector<std::unique_ptr<File>> m_files;
+};
+
+// For one name only.
 std::vector<VariableOrigin> OriginsOf(const std::wstring& name, const std::filesystem::path& data,
                                       const std::filesystem::path& defaults);
 

@@ -88,7 +88,7 @@ private:
     const RepairOptions& m_repair;
     fs::path m_defaults;
     WatchReport& m_report;
-    std::array<Followed, 3> m_files;
+    std::array<Followed, kConfigFiles.size()> m_files;
 };
 
 // Returns why it ended.

@@ -3,21 +3,16 @@
 #include "Failure.h"
 #include "FolderLook.h"
 #include "PacketContent.h"
+#include "Survey.h"
 #include "Text.h"
 #include "VariableOrigin.h"
 #include "VariableText.h"
 #include "serve/FileAnswers.h"
 #include "serve/SaveAnswer.h"
 
-#include "base/HostLog.h"
-#include "sysinfo/WmiSurvey.h"
-
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cmath>
-
-#include <windows.h>
 
 namespace zq::tool {
 
@@ -69,22 +64,8 @@ void AnswerDefaults(Dashboard& dashboard, const Arguments&, MessageWriter& write
     WriteVariables(writer, LookAt(dashboard.Module(), {}));
 }
 
-// The survey keeps these in the ANSI code page.
-std::string Utf8FromAnsi(const std::string& text) {
-    std::wstring wide(text.size(), L'\0');
-    const int units = MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()), wide.data(),
-                                          static_cast<int>(wide.size()));
-    return Utf8FromWide(std::wstring_view(wide).substr(0, static_cast<size_t>(units)));
-}
-
 void AnswerSurvey(Dashboard&, const Arguments&, MessageWriter& writer) {
-    MachineSurvey machine;
-    std::vector<WmiQueryReport> queries;
-    std::vector<std::pair<std::wstring, std::wstring>> published;
-    WmiServiceExectue(
-        HostLog(),
-        [&](const wchar_t* name, const std::wstring& value) { published.emplace_back(name, value); }, machine,
-        [&](const WmiQueryReport& report) { queries.push_back(report); });
+    const SurveyResult result = RunSurvey();
     writer.Key("facts");
     writer.StartArray();
     const auto fact = [&](const std::string& name, const std::string& value) {
@@ -93,16 +74,16 @@ void AnswerSurvey(Dashboard&, const Arguments&, MessageWriter& writer) {
         WriteMember(writer, "value", value);
         writer.EndObject();
     };
-    fact("Machine type", Utf8FromAnsi(machine.machineType));
-    fact("Network speed", Utf8FromAnsi(machine.networkSpeed));
-    fact("Network driver", Utf8FromAnsi(machine.networkDriverVersion));
-    for (const auto& [name, value] : published) {
+    fact("Machine type", result.machineType);
+    fact("Network speed", result.networkSpeed);
+    fact("Network driver", result.networkDriver);
+    for (const auto& [name, value] : result.variables) {
         fact(Utf8FromWide(name), Utf8FromWide(value));
     }
     writer.EndArray();
     writer.Key("queries");
     writer.StartArray();
-    for (const WmiQueryReport& report : queries) {
+    for (const WmiQueryReport& report : result.queries) {
         writer.StartObject();
         WriteMember(writer, "query", Utf8FromWide(report.query));
         writer.Key("result");
@@ -110,7 +91,7 @@ void AnswerSurvey(Dashboard&, const Arguments&, MessageWriter& writer) {
         writer.Key("objects");
         writer.Uint64(report.objects);
         writer.Key("milliseconds");
-        writer.Double(std::chrono::duration<double, std::milli>(report.elapsed).count());
+        writer.Double(MillisecondsOf(report));
         writer.EndObject();
     }
     writer.EndArray();

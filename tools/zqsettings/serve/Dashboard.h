@@ -91,7 +91,7 @@ private:
     std::optional<double> m_milliseconds;
 
     const UniqueHandle m_end{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-    std::array<Followed, 3> m_followed;
+    std::array<Followed, kConfigFiles.size()> m_followed;
     // The last members: their threads use all of the above.
     std::optional<WorkQueue> m_changes;
     std::thread m_follower;

@@ -81,7 +81,7 @@ private:
     bool m_hasFolder = true;
     RunMode m_mode;
     std::vector<Variable> m_variables;
-    std::array<DataFileState, 3> m_files;
+    std::array<DataFileState, kConfigFiles.size()> m_files;
     uint64_t m_sequence = 0;
     WebText m_state; // of the present, or null
     // Log lines have a shelf of their own: a load may write thousands.

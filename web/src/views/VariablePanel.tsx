@@ -10,15 +10,22 @@ interface Props {
   onClose: () => void;
 }
 
+const kAskAgainMilliseconds = 500;
+
 function useExplanation(name: string, value: string): Explanation | null {
   const [explanation, setExplanation] = useState<Explanation | null>(null);
   useEffect(() => {
     let isWanted = true;
-    ask<Explanation>("explain", { name })
-      .then((result) => isWanted && setExplanation(result))
-      .catch(() => undefined);
+    let timer = 0;
+    // There is no answer while a file is exchanged, or without a connection: ask again.
+    const look = () =>
+      ask<Explanation>("explain", { name })
+        .then((result) => isWanted && setExplanation(result))
+        .catch(() => isWanted && (timer = window.setTimeout(look, kAskAgainMilliseconds)));
+    look();
     return () => {
       isWanted = false;
+      clearTimeout(timer);
     };
   }, [name, value]);
   return explanation;
