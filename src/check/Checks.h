@@ -27,6 +27,9 @@ void CheckEnd(std::wstring_view text, const DocumentMap& document, Problems& pro
 
 // Numbers, literals, texts and names that are read as something else, and those that a save spoils.
 void CheckTokens(std::wstring_view text, const DocumentMap& document, Problems& problems);
+// Whether the problems of the tokens show that the reader took something else for a text than the author: a
+// quote is missing, and the text is readable only by accident.
+bool IsMisread(const Problems& tokenProblems);
 
 // Commas that are missing or surplus.
 void CheckCommas(std::wstring_view text, const DocumentMap& document, Problems& problems);

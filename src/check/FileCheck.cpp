@@ -1,6 +1,7 @@
 #include "check/FileCheck.h"
 
 #include "base/HostLog.h"
+#include "check/Checks.h"
 #include "check/FlattenNotes.h"
 #include "check/Quote.h"
 #include "check/Recovery.h"

@@ -475,17 +475,6 @@ private:
 
 } // namespace
 
-bool IsMisread(const Problems& tokenProblems) {
-    return std::any_of(tokenProblems.begin(), tokenProblems.end(), [](const Problem& problem) {
-        const std::string_view code = problem.code;
-        const auto isLineBreak = [](const TextEdit& edit) {
-            return edit.text == L"\\n" || edit.text == L"\\r";
-        };
-        return code == "lost-unit" || (code == "raw-control" &&
-                                       std::any_of(problem.edits.begin(), problem.edits.end(), isLineBreak));
-    });
-}
-
 Recovered Recover(std::wstring_view text) {
     Attempt plain(text, false);
     plain.Run();

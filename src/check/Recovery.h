@@ -20,8 +20,4 @@ struct Recovered {
 
 Recovered Recover(std::wstring_view text);
 
-// Whether the problems of the tokens show that the reader took something else for a text than the author: a
-// quote is missing, and the text is readable only by accident.
-bool IsMisread(const Problems& tokenProblems);
-
 } // namespace zq
