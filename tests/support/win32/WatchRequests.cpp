@@ -8,27 +8,36 @@ namespace zq::test {
 
 namespace {
 
-std::atomic<int> requests = 0;
+std::atomic<int> waits = 0;
+// Of a watcher's thread: it has made a request and not waited yet.
+thread_local bool hasRequested = false;
 
-BOOL WINAPI RequestAndCount(HANDLE folder, LPVOID buffer, DWORD size, BOOL isTree, DWORD filter,
-                            LPDWORD bytes, LPOVERLAPPED overlapped, LPOVERLAPPED_COMPLETION_ROUTINE routine) {
-    const BOOL result =
-        ReadDirectoryChangesW(folder, buffer, size, isTree, filter, bytes, overlapped, routine);
-    const DWORD error = GetLastError();
-    ++requests;
-    SetLastError(error);
-    return result;
+BOOL WINAPI NoteRequest(HANDLE folder, LPVOID buffer, DWORD size, BOOL isTree, DWORD filter, LPDWORD bytes,
+                        LPOVERLAPPED overlapped, LPOVERLAPPED_COMPLETION_ROUTINE routine) {
+    hasRequested = true;
+    return ReadDirectoryChangesW(folder, buffer, size, isTree, filter, bytes, overlapped, routine);
+}
+
+DWORD WINAPI CountFirstWait(DWORD count, const HANDLE* handles, BOOL isAll, DWORD milliseconds) {
+    if (hasRequested) {
+        hasRequested = false;
+        ++waits;
+    }
+    return WaitForMultipleObjects(count, handles, isAll, milliseconds);
 }
 
 } // namespace
 
-int WatchRequests() { return requests; }
+int WatchRequests() { return waits; }
 
 void CountWatchRequests(HMODULE dll) {
     // For the life of the process.
-    static const auto* const patch =
-        new ImportPatch(dll, "kernel32.dll", "ReadDirectoryChangesW", AsProc(RequestAndCount));
-    static_cast<void>(patch);
+    static const auto* const request =
+        new ImportPatch(dll, "kernel32.dll", "ReadDirectoryChangesW", AsProc(NoteRequest));
+    static const auto* const wait =
+        new ImportPatch(dll, "kernel32.dll", "WaitForMultipleObjects", AsProc(CountFirstWait));
+    static_cast<void>(request);
+    static_cast<void>(wait);
 }
 
 } // namespace zq::test

@@ -5,8 +5,8 @@
 
 namespace zq::test {
 
-// How many requests for the changes of a folder the DLL has made so far. A request is pending when it is
-// counted, and everything that was due after the notice before it has been done.
+// How many requests for the changes of a folder are pending or over, whose watcher has begun to wait:
+// everything that was due before the wait has been done, the look at the start included.
 int WatchRequests();
 
 // Counts from the first call on. LoadModuleDll() makes it.
