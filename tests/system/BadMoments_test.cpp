@@ -4,8 +4,8 @@
 // mixture of two contents stays.
 //
 // ZQ_TEST_LONG in the environment runs the long forms.
+#include "support/win32/FullDisk.h"
 #include "support/win32/HeldFile.h"
-#include "support/win32/ImportFault.h"
 #include "support/win32/LongForm.h"
 #include "support/win32/Waiting.h"
 #include "support/win32/WatchedFolder.h"
@@ -244,22 +244,6 @@ TEST_F(BadMoments, AServerThatStartsWaitsForAHeldFile) {
     }
 }
 
-// The disk is full after so many bytes, for whoever writes.
-DWORD bytesLeft = 0;
-
-BOOL WINAPI WriteUntilFull(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) {
-    const DWORD part = std::min(size, bytesLeft);
-    bytesLeft -= part;
-    if (part != 0 && !WriteFile(file, bytes, part, written, overlapped)) {
-        return FALSE;
-    }
-    if (part < size) {
-        SetLastError(ERROR_DISK_FULL);
-        return FALSE;
-    }
-    return TRUE;
-}
-
 TEST_F(BadMoments, ASaveOnAFullDiskLeavesTheOldContent) {
     const std::string content = R"({"Edit":1,"Saved":"short","Padding":")" + std::string(4000, 'x') + "\"}";
     for (const DWORD room : {0U, 100U, 4000U}) {
@@ -267,8 +251,7 @@ TEST_F(BadMoments, ASaveOnAFullDiskLeavesTheOldContent) {
         for (int i = 0; i < tries; ++i) {
             WriteBytes(folders.Private(kSettingsName), content);
             ExpectEdit(1);
-            bytesLeft = room;
-            const ImportPatch patch(LoadModuleDll(), "kernel32.dll", "WriteFile", AsProc(WriteUntilFull));
+            const FullDisk disk(room);
 
             module->SaveConfigString(L"Saved", std::string(8000, 'y').c_str(), 0);
 

@@ -2,7 +2,7 @@
 // and saves share one folder, the disk is full for a while, and processes are killed.
 //
 // ZQ_TEST_LONG in the environment runs 3,000 moments, ZQ_TEST_SEED repeats a run.
-#include "support/win32/ImportPatch.h"
+#include "support/win32/FullDisk.h"
 #include "support/win32/LongForm.h"
 #include "support/win32/WatchedFolder.h"
 
@@ -24,22 +24,6 @@ protected:
 
     std::mt19937 random{Seed()};
 };
-
-// The disk is full after so many bytes.
-thread_local std::optional<DWORD> bytesLeft;
-
-BOOL WINAPI WriteUntilFull(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) {
-    if (!bytesLeft) {
-        return WriteFile(file, bytes, size, written, overlapped);
-    }
-    const DWORD part = std::min(size, *bytesLeft);
-    *bytesLeft -= part;
-    if ((part != 0 && !WriteFile(file, bytes, part, written, overlapped)) || part < size) {
-        SetLastError(ERROR_DISK_FULL);
-        return FALSE;
-    }
-    return TRUE;
-}
 
 int MixedMoments::RunRound() {
     static const wchar_t* const styles[] = {L"rewrite",   L"rename", L"pieces",   L"overlong",
@@ -70,10 +54,12 @@ int MixedMoments::RunRound() {
         ChildProcess editor(Editor(style, edits, pause, random()));
         ChildProcess scanner(Editor(L"scan", edits, 10, random()));
         for (int i = 0; i < 5; ++i) {
-            bytesLeft = isDiskFull ? std::optional<DWORD>(UpTo(5000)) : std::nullopt;
+            std::optional<FullDisk> disk;
+            if (isDiskFull) {
+                disk.emplace(UpTo(5000));
+            }
             (i % 2 == 0 ? module : second)->SaveConfigInt64(L"Saved", static_cast<int64_t>(random()), 0);
         }
-        bytesLeft.reset();
         if (saver) {
             saver->Process().KillAfter(UpTo(200));
         }
@@ -93,7 +79,6 @@ int MixedMoments::RunRound() {
 TEST_F(MixedMoments, TheLastEditIsInForceAndNoneIsReplaced) {
     const int moments = Long(3000, 200);
     std::printf("seed %u, %d moments\n", Seed(), moments);
-    const ImportPatch patch(LoadModuleDll(), "kernel32.dll", "WriteFile", AsProc(WriteUntilFull));
     int done = 0;
     while (done < moments) {
         SCOPED_TRACE(testing::Message() << "after " << done << " moments");

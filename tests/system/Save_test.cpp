@@ -269,6 +269,17 @@ TEST_F(Save, AFileThatIsALinkToAnotherFolderIsNotSaved) {
     EXPECT_EQ((std::vector<LogLine>{{2, Done(1, kSettingsName)}}), host.Lines());
 }
 
+TEST_F(Save, AHardLinkIsSavedForAllItsNames) {
+    InitWith(R"({"A":1})");
+    const fs::path other = folders.Outside(L"other.json");
+    fs::create_hard_link(folders.Private(kSettingsName), other);
+
+    module->SaveConfigInt64(L"A", 9, 0);
+
+    EXPECT_EQ("{\n    \"A\": 9\n}", Settings());
+    EXPECT_EQ(Settings(), ReadBytes(other));
+}
+
 TEST_F(Save, AFolderOfTheFilesNameIsSilentlyLeft) {
     InitWith(R"({"A":1})");
     const fs::path file = folders.Private(kSettingsName);

@@ -134,6 +134,18 @@ TEST_F(ReplaceByDefaultTest, WithAFolderForThemTheRefusedFileIsMovedThere) {
     EXPECT_EQ(kBroken, ReadBytes(Rejected() / names[0]));
 }
 
+// A hard link is the file itself: only the name in the folder is replaced.
+TEST_F(ReplaceByDefaultTest, ARefusedFileWithAnotherNameKeepsItsContentThere) {
+    const fs::path other = folders.Outside(L"other.json");
+    Write(kFile, "broken");
+    fs::create_hard_link(PathOf(kFile), other);
+    LookNow();
+
+    ExpectReplaced();
+
+    EXPECT_EQ("broken", ReadBytes(other));
+}
+
 TEST_F(ReplaceByDefaultTest, AFileThatIsGoodByNowIsLeftAsItIs) {
     Write(kFile, kBroken);
     LookNow();
