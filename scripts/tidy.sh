@@ -37,7 +37,7 @@ library=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-libgcc-file-name)")/inc
 compiler_arguments=(-std=c++20 --target=x86_64-w64-mingw32 -Wall -Wextra -Wthread-safety -Wno-ambiguous-reversed-operator
   -isystem "$library" -isystem "$library/x86_64-w64-mingw32" -isystem "$library/backward"
   -isystem build/release/deps -isystem /usr/src/googletest/googletest/include
-  -Iinclude -Isrc -Itools/zqsettings -Itests
+  -Iinclude -Isrc -Itools/zqsettings -Itests -Ibenchmarks
   -DUNICODE -D_UNICODE -DWIN32_LEAN_AND_MEAN -DNOMINMAX -D_WIN32_WINNT=0x0A00 '-DZQ_VERSION=""' '-DZQ_SOURCE_DIR=""')
 
 # analyse COUNT SOURCE MARK COMPILER_ARGUMENT...

@@ -15,14 +15,15 @@ constexpr int kLooksWithoutMove = 20;
 // After so long without a look outside that library a moment inside it will do, if it harms nobody.
 constexpr ULONGLONG kInsideAfterMilliseconds = 80;
 constexpr DWORD kProbeMilliseconds = 10;
-constexpr SIZE_T kProbeStack = 64 * 1024;
+constexpr SIZE_T kProbeStack = SIZE_T{64} * 1024;
 
 // Where the system's library is mapped: the code that holds the locks of the process heap.
 struct CodeRange {
-    uintptr_t begin = 0;
-    uintptr_t end = 0;
+    const std::byte* begin = nullptr;
+    size_t size = 0;
 
-    bool Contains(uintptr_t address) const { return address >= begin && address < end; }
+    size_t OffsetOf(uintptr_t address) const { return address - reinterpret_cast<uintptr_t>(begin); }
+    bool Contains(uintptr_t address) const { return OffsetOf(address) < size; }
 };
 
 // Asked for before any thread is suspended: a suspended thread may hold the loader's lock.
@@ -33,8 +34,7 @@ CodeRange SystemLibrary() {
     }
     const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(image);
     const auto* headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(image + dos->e_lfanew);
-    const auto begin = reinterpret_cast<uintptr_t>(image);
-    return {begin, begin + headers->OptionalHeader.SizeOfImage};
+    return {image, headers->OptionalHeader.SizeOfImage};
 }
 
 // The next instruction of a suspended thread, or 0.
@@ -78,9 +78,9 @@ bool OthersCanGoOn(HANDLE suspended) {
 
 // A thread inside a call of the kernel is about to return from a stub. It may be queued for a lock, and then
 // must not die: the wake-up that is meant for the next in the queue would be lost.
-bool IsInsideKernel(uintptr_t instruction) {
-    constexpr uint8_t kReturn = 0xC3;
-    return *reinterpret_cast<const uint8_t*>(instruction) == kReturn;
+bool IsInsideKernel(const CodeRange& system, uintptr_t instruction) {
+    constexpr std::byte kReturn{0xC3};
+    return system.begin[system.OffsetOf(instruction)] == kReturn;
 }
 
 // What is known of a thread from one look to the next.
@@ -98,7 +98,8 @@ public:
             return true;
         }
         const bool isWaiting = m_unmoved >= kLooksWithoutMove;
-        const bool isInsideDue = elapsed >= kInsideAfterMilliseconds && !IsInsideKernel(instruction);
+        const bool isInsideDue =
+            elapsed >= kInsideAfterMilliseconds && !IsInsideKernel(m_system, instruction);
         return (isWaiting || isInsideDue) && OthersCanGoOn(m_thread);
     }
 

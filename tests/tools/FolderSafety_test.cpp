@@ -213,10 +213,10 @@ protected:
         }
     }
 
-    static std::vector<std::wstring> ChangedNames(Snapshot before, Snapshot after) {
+    static std::vector<std::wstring> ChangedNames(const Snapshot& before, const Snapshot& after) {
         std::vector<std::wstring> names;
         for (const auto& [name, bytes] : before) {
-            if (!after.contains(name) || after[name] != bytes) {
+            if (!after.contains(name) || after.at(name) != bytes) {
                 names.push_back(name);
             }
         }
