@@ -43,8 +43,8 @@ std::vector<std::byte> Buffer(const std::vector<Notice>& notices, size_t alignme
         header.FileNameLength = static_cast<DWORD>(nameBytes);
         const size_t begin = buffer.size();
         buffer.resize(begin + (i + 1 == notices.size() ? kNameOffset + nameBytes : recordBytes));
-        std::memcpy(&buffer[begin], &header, kNameOffset);
-        std::memcpy(&buffer[begin + kNameOffset], notices[i].name.data(), nameBytes);
+        std::memcpy(buffer.data() + begin, &header, kNameOffset);
+        std::memcpy(buffer.data() + begin + kNameOffset, notices[i].name.data(), nameBytes);
     }
     return buffer;
 }
