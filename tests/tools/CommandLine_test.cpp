@@ -1,4 +1,5 @@
 // What a command line may look like, and how each mistake in one ends.
+#include "tools/FolderOptions.h"
 #include "tools/RunTool.h"
 
 #include "support/win32/Folders.h"
@@ -62,7 +63,7 @@ TEST(CommandLine, SaysThatAFolderHasTheNameOfAFile) {
         "zqsettings: " + folders.Private(kHmdListName).string() + " is a folder, where a file is expected.\n";
 
     for (const wchar_t* command : {L"list", L"diff", L"show", L"set A 1", L"watch --for 0.1"}) {
-        ExpectEnd(command + (L" --data \"" + folders.CommonDataDir() + L'"'), 2, sentence);
+        ExpectEnd(command + DataOption(folders), 2, sentence);
     }
     ExpectEnd(L"check \"" + folders.CommonDataDir() + L'"', 2, sentence);
 }
@@ -78,7 +79,7 @@ TEST(CommandLine, SaysThatAFileIsHeld) {
 
     for (const wchar_t* command :
          {L"list --json", L"get DHI", L"diff", L"explain DHI", L"show", L"set DHI 1", L"watch --for 0.1"}) {
-        ExpectEnd(command + (L" --data \"" + folders.CommonDataDir() + L'"'), 2, sentence);
+        ExpectEnd(command + DataOption(folders), 2, sentence);
     }
     const ToolRun check = RunTool(L"check \"" + folders.CommonDataDir() + L'"');
     EXPECT_EQ(2u, check.exitCode);

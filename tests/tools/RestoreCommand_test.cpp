@@ -1,3 +1,4 @@
+#include "tools/FolderOptions.h"
 #include "tools/RunTool.h"
 
 #include "support/win32/Folders.h"
@@ -26,7 +27,7 @@ protected:
     std::filesystem::path Kept(const wchar_t* name) const { return m_folders.DataDir() / L"kept" / name; }
 
     ToolRun Run(const std::wstring& arguments) const {
-        return RunTool(L"restore " + arguments + L" --data \"" + m_folders.CommonDataDir() + L'"');
+        return RunTool(L"restore " + arguments + DataOption(m_folders));
     }
 
     ModuleFolders m_folders;

@@ -1,3 +1,4 @@
+#include "tools/FolderOptions.h"
 #include "tools/RunTool.h"
 
 #include "support/win32/Folders.h"
@@ -20,10 +21,7 @@ protected:
         WriteBytes(folders.Private(kQualityName), ReadBytes(folders.Default(kQualityName)));
     }
 
-    ToolRun Run(const std::wstring& arguments) const {
-        return RunTool(arguments + L" --data \"" + folders.CommonDataDir() + L"\" --defaults \"" +
-                       folders.DefaultDir() + L'"');
-    }
+    ToolRun Run(const std::wstring& arguments) const { return RunTool(arguments + FolderOptions(folders)); }
 
     ModuleFolders folders;
 };

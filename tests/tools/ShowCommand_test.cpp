@@ -1,3 +1,4 @@
+#include "tools/FolderOptions.h"
 #include "tools/RunTool.h"
 
 #include "support/win32/Folders.h"
@@ -9,18 +10,6 @@
 
 namespace zq::test {
 namespace {
-
-std::wstring DataOption(const ModuleFolders& folders) {
-    return L" --data \"" + folders.CommonDataDir() + L'"';
-}
-
-std::wstring DefaultsOption(const ModuleFolders& folders) {
-    return L" --defaults \"" + folders.DefaultDir() + L'"';
-}
-
-std::wstring FolderOptions(const ModuleFolders& folders) {
-    return DataOption(folders) + DefaultsOption(folders);
-}
 
 void ExpectOneSentence(const ToolRun& run, const std::string& part) {
     EXPECT_NE(0u, run.exitCode);

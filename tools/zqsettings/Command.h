@@ -1,7 +1,7 @@
 // One command's options and arguments, declared to the command-line parser.
 //
-// The parser's headers cost seconds in every source that includes them, so that only Command.cpp, Main.cpp
-// and the writers of manual and completions do.
+// The parser's headers cost seconds in every source that includes them, so that only Command.cpp,
+// CommandLine.cpp and the writers of manual and completions do.
 #pragma once
 
 #include <cstdint>
