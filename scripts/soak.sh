@@ -8,6 +8,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '0..2' "$@"
 preset=${arguments[0]:-release}
 filter=${arguments[1]:-*}
+[[ $preset == release || $preset == debug ]] || fail "there is no preset $preset here; it is release or debug." 2
 
 "$root/scripts/setup.sh"
 cd "$root"
