@@ -49,7 +49,7 @@ protected:
     ToolRun Check(const std::wstring& options) const {
         std::wstring line = L"check --json " + options;
         for (const auto& folder : fs::directory_iterator(m_folder.Path())) {
-            line += L" \"" + folder.path().wstring() + L'"';
+            line += L" \"" + folder.path().wstring() + L"\\*.*\"";
         }
         return RunTool(line);
     }

@@ -59,13 +59,15 @@ TEST(CommandLine, SaysWhatIsMissingOrTooMuch) {
 TEST(CommandLine, SaysThatAFolderHasTheNameOfAFile) {
     const ModuleFolders folders;
     std::filesystem::create_directory(folders.Private(kHmdListName));
+    WriteBytes(folders.Private(kSettingsName), "{}");
+    WriteBytes(folders.Private(kQualityName), "{}");
     const std::string sentence =
         "zqsettings: " + folders.Private(kHmdListName).string() + " is a folder, where a file is expected.\n";
 
     for (const wchar_t* command : {L"list", L"diff", L"show", L"set A 1", L"watch --for 0.1"}) {
         ExpectEnd(command + DataOption(folders), 2, sentence);
     }
-    ExpectEnd(L"check \"" + folders.CommonDataDir() + L'"', 2, sentence);
+    EXPECT_EQ(sentence, RunTool(L"check \"" + folders.CommonDataDir() + L'"').errors);
 }
 
 TEST(CommandLine, SaysThatAFileIsHeld) {

@@ -29,6 +29,22 @@ protected:
 
     ToolRun Run(const std::wstring& arguments) const { return RunTool(arguments + FolderOptions(m_folders)); }
 
+    // Readers ignore what they do not know; here each member that is printed has to be described.
+    static void ForbidOtherMembers(rapidjson::Value& schema) {
+        if (schema.IsArray()) {
+            for (rapidjson::Value& element : schema.GetArray()) {
+                ForbidOtherMembers(element);
+            }
+        } else if (schema.IsObject()) {
+            for (auto& [name, value] : schema.GetObject()) {
+                if (name == "additionalProperties" && value.IsTrue()) {
+                    value.SetBool(false);
+                }
+                ForbidOtherMembers(value);
+            }
+        }
+    }
+
     static testing::AssertionResult IsValid(const std::string& json, const char* name) {
         rapidjson::Document schema;
         const std::string text = ReadBytes(std::filesystem::path(ZQ_SOURCE_DIR) / "schemas" / "output" /
@@ -36,6 +52,7 @@ protected:
         if (schema.Parse(text.c_str()).HasParseError()) {
             return testing::AssertionFailure() << name << " is no JSON";
         }
+        ForbidOtherMembers(schema);
         rapidjson::Document document;
         if (document.Parse(json.c_str()).HasParseError()) {
             return testing::AssertionFailure() << "no JSON: " << json;
@@ -60,6 +77,7 @@ TEST_F(OutputSchemas, DescribeTheVariables) {
     const std::wstring packet = m_folders.Outside(L"all.packet").wstring();
 
     ExpectValid(Run(L"list --json").output, "variables");
+    ExpectValid(Run(L"list --long --json").output, "variables");
     ExpectValid(Run(L"get \"*\" --json").output, "variables");
     ExpectValid(Run(L"show --json --save-packet \"" + packet + L'"').output, "variables");
     ExpectValid(RunTool(L"packet --json \"" + packet + L'"').output, "variables");
@@ -95,7 +113,10 @@ TEST_F(OutputSchemas, DescribeTheCheckOfEachMistake) {
 TEST_F(OutputSchemas, RefuseOtherForms) {
     EXPECT_FALSE(IsValid(R"([{"name":"A","type":"integer"}])", "variables"));
     EXPECT_FALSE(IsValid(R"({"version":1,"kind":"reload","time":"2026-01-02T03:04:05.678Z"})", "watch"));
-    EXPECT_FALSE(IsValid(R"([{"file":"ZQ2_HmdList.json","accepted":"yes"}])", "check"));
+    EXPECT_FALSE(
+        IsValid(R"([{"file":"ZQ2_HmdList.json","accepted":"yes","savable":true,"problems":[]}])", "check"));
+    EXPECT_FALSE(IsValid(
+        R"([{"file":"ZQ2_HmdList.json","accepted":true,"savable":true,"problems":[],"other":1}])", "check"));
 }
 
 TEST_F(OutputSchemas, DescribeWhatIsChanged) {

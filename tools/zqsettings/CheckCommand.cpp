@@ -44,6 +44,7 @@ struct CheckedFile {
     std::string bytes;
     std::unique_ptr<FileCheck> check;
     std::optional<FixReport> fix;
+    std::string failure; // why the fix could not be written, as a sentence without its full stop
 };
 
 // Nothing is known where the default file is not at hand.
@@ -87,7 +88,7 @@ void AdviseKeptCopy(CheckedFile& file) {
 }
 
 // A file that cannot be read does not keep the others from being looked at.
-std::vector<CheckedFile> ReadFiles(const CheckOptions& options, std::vector<std::string>& failures) {
+std::vector<CheckedFile> ReadFiles(const CheckOptions& options, std::vector<FailedFile>& failures) {
     FileArguments arguments = LookUpFiles(options.files, options.as);
     failures = std::move(arguments.failures);
     std::vector<CheckedFile> files;
@@ -97,7 +98,7 @@ std::vector<CheckedFile> ReadFiles(const CheckOptions& options, std::vector<std:
         try {
             bytes = BytesOf(argument);
         } catch (const Failure& failure) {
-            failures.emplace_back(failure.what());
+            failures.push_back({argument.shown, failure.what()});
             continue;
         }
         CheckedFile& file = files.emplace_back();
@@ -160,16 +161,35 @@ void WriteFile(JsonWriter& writer, const CheckedFile& file) {
         WriteMember(writer, "fixable", file.fix->isFixable);
         WriteMember(writer, "written", file.fix->written);
     }
+    if (!file.failure.empty()) {
+        WriteMember(writer, "failure", file.failure);
+    }
     writer.EndObject();
 }
 
-void PrintFiles(const std::vector<CheckedFile>& files, const CheckOptions& options) {
+void WriteFailure(JsonWriter& writer, const FailedFile& failure) {
+    writer.StartObject();
+    WriteMember(writer, "file", failure.shown);
+    WriteMember(writer, "accepted", false);
+    WriteMember(writer, "savable", false);
+    writer.Key("problems");
+    writer.StartArray();
+    writer.EndArray();
+    WriteMember(writer, "failure", failure.text);
+    writer.EndObject();
+}
+
+void PrintFiles(const std::vector<CheckedFile>& files, const std::vector<FailedFile>& failures,
+                const CheckOptions& options) {
     std::string text;
     if (options.isJson) {
         text = JsonDocument([&](JsonWriter& writer) {
             writer.StartArray();
             for (const CheckedFile& file : files) {
                 WriteFile(writer, file);
+            }
+            for (const FailedFile& failure : failures) {
+                WriteFailure(writer, failure);
             }
             writer.EndArray();
         });
@@ -192,28 +212,50 @@ bool IsGood(const CheckedFile& file, const CheckOptions& options) {
     return now.IsAccepted() && (!options.isStrict || now.All().empty());
 }
 
+// One that cannot be written does not keep the others from being fixed.
+void Fix(std::vector<CheckedFile>& files, FixTarget target) {
+    for (CheckedFile& file : files) {
+        try {
+            file.fix = FixOne(file.argument, file.bytes, target);
+        } catch (const Failure& failure) {
+            file.failure = failure.what();
+        }
+    }
+}
+
+// Returns whether there was any.
+bool PrintFailures(const std::vector<CheckedFile>& files, const std::vector<FailedFile>& failures) {
+    bool hasFailed = !failures.empty();
+    for (const FailedFile& failure : failures) {
+        PrintFailure(failure.text);
+    }
+    for (const CheckedFile& file : files) {
+        if (!file.failure.empty()) {
+            PrintFailure(file.failure);
+            hasFailed = true;
+        }
+    }
+    return hasFailed;
+}
+
 bool Check(const CheckOptions& options) {
     const bool isFixing = options.isFix || options.isInPlace;
     if (isFixing && std::find(options.files.begin(), options.files.end(), "-") != options.files.end()) {
         throw Failure("standard input cannot be fixed; give a file", ExitCode::Usage);
     }
-    std::vector<std::string> failures;
+    std::vector<FailedFile> failures;
     std::vector<CheckedFile> files = ReadFiles(options, failures);
     CheckFolders(files);
-    for (CheckedFile& file : files) {
-        if (options.isStrict) {
+    if (options.isStrict) {
+        for (CheckedFile& file : files) {
             file.check->TreatWarningsAsErrors();
         }
-        if (isFixing) {
-            file.fix =
-                FixOne(file.argument, file.bytes, options.isInPlace ? FixTarget::InPlace : FixTarget::Beside);
-        }
     }
-    PrintFiles(files, options);
-    for (const std::string& failure : failures) {
-        PrintFailure(failure);
+    if (isFixing) {
+        Fix(files, options.isInPlace ? FixTarget::InPlace : FixTarget::Beside);
     }
-    if (!failures.empty()) {
+    PrintFiles(files, failures, options);
+    if (PrintFailures(files, failures)) {
         throw Ended{ExitCode::Cannot};
     }
     return std::all_of(files.begin(), files.end(),

@@ -21,8 +21,8 @@ void Describe(CLI::App& app) {
     // A path may begin with a slash.
     app.allow_windows_style_options(false);
     app.footer("\"zqsettings help COMMAND\" prints the options of a command.\n"
-               "Exit codes: 0 done, or yes; 1 no; 2 could not look or act; 3 usage. Other than 0\n"
-               "comes with one sentence on stderr.");
+               "Exit codes: 0 done, or yes; 1 no; 2 could not look or act; 3 usage. 2 and 3 come\n"
+               "with a sentence on stderr, and so does 1 unless the output is the answer.");
     app.get_formatter()->column_width(18);
     AddCommands(app);
 }

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cwchar>
+#include <iterator>
 #include <system_error>
 
 #include <windows.h>
@@ -34,16 +35,25 @@ ConfigFile FileOfRole(const std::string& role) {
 void AddFolder(const fs::path& given, const std::string& shown, FileArguments& found) {
     const fs::path inside = given / kDataFolderName;
     const fs::path folder = fs::is_directory(inside) ? inside : given;
-    const size_t before = found.files.size();
+    FileArguments inFolder;
     for (const ConfigFile file : kConfigFiles) {
         const fs::path path = (folder / NameOfConfigFile(file)).make_preferred();
+        const std::string name = Utf8FromPath(path);
         if (fs::exists(path)) {
-            found.files.push_back({path, Utf8FromPath(path), file});
+            inFolder.files.push_back({path, name, file});
+        } else {
+            inFolder.failures.push_back(
+                {name,
+                 "the file " + name + " does not exist; a server puts a copy of its default file there"});
         }
     }
-    if (found.files.size() == before) {
-        found.failures.push_back("the folder " + shown + " holds none of the three configuration files");
+    if (inFolder.files.empty()) {
+        found.failures.push_back(
+            {shown, "the folder " + shown + " holds none of the three configuration files"});
+        return;
     }
+    std::move(inFolder.files.begin(), inFolder.files.end(), std::back_inserter(found.files));
+    std::move(inFolder.failures.begin(), inFolder.failures.end(), std::back_inserter(found.failures));
 }
 
 bool HasWildcard(const fs::path& path) {
@@ -72,9 +82,10 @@ void AddFile(const fs::path& path, const std::string& shown, const std::string& 
     if (file) {
         found.files.push_back({path, shown, *file});
     } else {
-        found.failures.push_back("the name of " + shown +
-                                 " is none that the module reads; say which file it is with --as settings, "
-                                 "--as hmd-list or --as quality");
+        found.failures.push_back(
+            {shown, "the name of " + shown +
+                        " is none that the module reads; say which file it is with --as settings, "
+                        "--as hmd-list or --as quality"});
     }
 }
 
@@ -86,12 +97,12 @@ void AddArgument(const std::string& argument, const std::string& as, FileArgumen
             AddFile(one, Utf8FromPath(one), as, found);
         }
         if (expanded.empty()) {
-            found.failures.push_back("no file matches " + argument);
+            found.failures.push_back({argument, "no file matches " + argument});
         }
     } else if (argument == kStandardInput) {
         AddFile(path, "standard input", as, found);
     } else if (!fs::exists(path)) {
-        found.failures.push_back("the file " + argument + " does not exist");
+        found.failures.push_back({argument, "the file " + argument + " does not exist"});
     } else if (fs::is_directory(path)) {
         AddFolder(path, argument, found);
     } else {
@@ -119,14 +130,6 @@ FileArguments LookUpFiles(const std::vector<std::string>& arguments, const std::
         AddArgument(argument, as, found);
     }
     return found;
-}
-
-std::vector<FileArgument> FilesOf(const std::vector<std::string>& arguments, const std::string& as) {
-    FileArguments found = LookUpFiles(arguments, as);
-    if (!found.failures.empty()) {
-        throw Failure(found.failures.front());
-    }
-    return std::move(found.files);
 }
 
 std::string BytesOf(const FileArgument& argument) {
