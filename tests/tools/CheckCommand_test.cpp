@@ -234,6 +234,16 @@ TEST_F(CheckCommand, DoesNotWriteThroughAFileThatWasPlanted) {
     EXPECT_EQ(4, std::distance(std::filesystem::directory_iterator(m_folder.Path()), {}));
 }
 
+TEST_F(CheckCommand, DoesNotCallAFileWithWarningsFixed) {
+    const auto file = Write(kSettingsName, "[{}]");
+
+    const ToolRun run = Check(file, L"--fix");
+
+    EXPECT_EQ(0u, run.exitCode);
+    EXPECT_TRUE(run.output.ends_with(": not fixed: only its author can correct the warnings above\n"))
+        << run.output;
+}
+
 TEST_F(CheckCommand, LeavesWhatItCannotFix) {
     const auto file = Write(kSettingsName, "{\"A\":\n");
 

@@ -39,6 +39,9 @@ TEST_F(RestoreCommand, ListsTheCopiesOfTheModulesOwnForm) {
               "2 copies\n",
               Run(L"--list").output);
     EXPECT_EQ("0 copies\n", Run(L"--list ZQ2_HmdList.json").output);
+    const ToolRun misspelt = Run(L"--list HmdList.json");
+    EXPECT_EQ(3u, misspelt.exitCode);
+    EXPECT_EQ("zqsettings: \"HmdList.json\" is the name of none of the three files.\n", misspelt.errors);
 }
 
 TEST_F(RestoreCommand, PutsACopyBackAndKeepsWhatItReplaces) {

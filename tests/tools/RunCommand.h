@@ -9,4 +9,7 @@ namespace zq::test {
 // As RunTool. No other thread may print meanwhile.
 ToolRun RunCommand(const std::wstring& arguments);
 
+// With a file of the C library as its output, of which the result has nothing.
+ToolRun RunCommandInto(int output, const std::wstring& arguments);
+
 } // namespace zq::test

@@ -34,6 +34,16 @@ TEST_F(SaveCommand, SavesAMemberOfTheRootAndPrintsOldAndNewValue) {
     EXPECT_NE(std::string::npos, ReadBytes(folders.Private(kSettingsName)).find("\"Level\": 7"));
 }
 
+TEST_F(SaveCommand, SaysThatANumberIsBeyondWhatTheFileHolds) {
+    const ToolRun run = Run(L"set Level 99999999999999999999");
+
+    EXPECT_EQ(1u, run.exitCode);
+    EXPECT_EQ(
+        "zqsettings: nothing was saved: \"99999999999999999999\" is beyond 64 bits, and Level is 1 (line 1); "
+        "--type saves another type.\n",
+        run.errors);
+}
+
 TEST_F(SaveCommand, SavesTheMemberOfTheHeadsetInUse) {
     const ToolRun run = Run(L"set CL.BETA2.Bitrate 55 --device");
 

@@ -152,7 +152,7 @@ TEST(ShowCommand, SaysThatTheModuleIsNone) {
     const std::wstring file = folders.Outside(L"no.dll").wstring();
     WriteBytes(file, "not a library");
 
-    ExpectLastSentence(RunTool(L"show --dll \"" + file + L'"'), "cannot be loaded");
+    ExpectLastSentence(RunTool(L"show --dll \"" + file + L'"'), "(Windows error 193)");
     ExpectLastSentence(RunTool(L"show --dll C:\\windows\\system32\\kernel32.dll"),
                        "does not export CreateSettings");
 }
@@ -169,7 +169,8 @@ TEST(ShowCommand, TurnsAnErrorThatLeavesDoInitIntoASentence) {
 
     const ToolRun run = RunTool(L"show --json" + DefaultsOption(folders));
 
-    ExpectLastSentence(run, "DoInit failed: ");
+    ExpectLastSentence(run, "the module cannot start: " + folders.Default(kHmdListName).string() +
+                                " cannot be copied to ");
     EXPECT_EQ(2u, run.exitCode);
     EXPECT_NE(std::string::npos, run.errors.find("ZQ2_HmdList.json")) << run.errors;
     EXPECT_EQ("", run.output);

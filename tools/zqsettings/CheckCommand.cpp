@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "Command.h"
 #include "Console.h"
 #include "Failure.h"
 #include "FileArguments.h"
@@ -11,8 +12,6 @@
 
 #include "check/FolderCheck.h"
 #include "config/ConfigFile.h"
-
-#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <map>
@@ -216,7 +215,7 @@ bool IsGood(const CheckedFile& file, const CheckOptions& options) {
 void Fix(std::vector<CheckedFile>& files, FixTarget target) {
     for (CheckedFile& file : files) {
         try {
-            file.fix = FixOne(file.argument, file.bytes, target);
+            file.fix = FixOne(file.argument, file.bytes, !file.check->All().empty(), target);
         } catch (const Failure& failure) {
             file.failure = failure.what();
         }
@@ -272,35 +271,38 @@ void Run(const CheckOptions& options) {
 
 void AddCheckCommand(CLI::App& app) {
     const auto options = std::make_shared<CheckOptions>();
-    CLI::App* const command = app.add_subcommand(
-        "check", "Check whether the module would accept a file, and what is wrong with it.\n"
-                 "Exit code 0: accepted, or fixed in place; 1: refused; 2: cannot check");
+    Command command(app, "check",
+                    "Check whether the module would accept a file, and what is wrong with it.\n"
+                    "Exit code 0: accepted, or fixed in place; 1: refused; 2: cannot check");
     command
-        ->add_option("FILE", options->files,
-                     "The files, patterns of names, the folder that holds them, or\n\"-\" for standard input "
-                     "(with --as)")
-        ->required();
-    command->add_flag("--fix", options->isFix,
-                      "Write a fixed copy beside each file, NAME.fixed.EXTENSION, as far\n"
-                      "as that needs no guess: quotes, commas, brackets, comments,\n"
-                      "numbers, encoding and line breaks at the end. The exit code\n"
-                      "is still about the file itself");
-    command->add_flag("--in-place", options->isInPlace,
-                      "Fix each file itself; the old one is kept as FILE.bak");
-    command->add_flag("--strict", options->isStrict, "Treat warnings as errors");
-    command->add_flag("--all", options->isAll, "Print all problems, not the first 50 of a file");
-    command->add_flag("--json", options->isJson, "Print the result as JSON");
-    command->add_option("--as", options->as,
-                        "What the files are: settings, hmd-list or quality.\n"
-                        "Default: by their names");
+        .Add("FILE", options->files, "",
+             "The files, patterns of names, the folder that holds them, or\n\"-\" for standard input "
+             "(with --as)")
+        .Required()
+        .NotEmpty();
+    command.AddFlag("--fix", options->isFix,
+                    "Write a fixed copy beside each file, NAME.fixed.EXTENSION, as far\n"
+                    "as that needs no guess: quotes, commas, brackets, comments,\n"
+                    "numbers, encoding and line breaks at the end. The exit code\n"
+                    "is still about the file itself");
+    command.AddFlag("--in-place", options->isInPlace,
+                    "Fix each file itself; the old one is kept as FILE.bak");
+    command.AddFlag("--strict", options->isStrict, "Treat warnings as errors");
+    command.AddFlag("--all", options->isAll, "Print all problems, not the first 50 of a file");
+    command.AddFlag("--json", options->isJson, "Print the result as JSON");
     command
-        ->add_option("--defaults", options->defaults,
-                     "Folder with the default files, for known names and types.\n"
-                     "Default: \"defaults\" next to this program")
-        ->type_name("DIR");
-    command->add_option("--color", options->colour, "auto, always or never")
-        ->check(CLI::IsMember({"auto", "always", "never"}));
-    command->callback([options] { Run(*options); });
+        .Add("--as", options->as, "ROLE",
+             "What the files are: settings, hmd-list or quality.\n"
+             "Default: by their names")
+        .OneOf(FileRoles());
+    command
+        .Add("--defaults", options->defaults, "DIR",
+             "Folder with the default files, for known names and types.\n"
+             "Default: \"defaults\" beside this program")
+        .NotEmpty();
+    command.Add("--color", options->colour, "WHEN", "auto, always or never")
+        .OneOf({"auto", "always", "never"});
+    command.Run([options] { Run(*options); });
 }
 
 } // namespace zq::tool

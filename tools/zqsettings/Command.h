@@ -24,6 +24,8 @@ public:
     explicit Option(CLI::Option* option) : m_option(option) {}
 
     Option Required();
+    // An empty text is a mistake: a variable of the shell that is not set.
+    Option NotEmpty();
     Option OneOf(const std::vector<std::string>& values);
     Option SeparatedBy(char separator);
     // For a number; both ends are allowed.

@@ -3,6 +3,7 @@
 #include "Commands.h"
 #include "Console.h"
 #include "Failure.h"
+#include "Text.h"
 #include "UsageHelp.h"
 #include "Versions.h"
 
@@ -54,9 +55,7 @@ int Run(std::vector<std::string> arguments) {
     }
 }
 
-} // namespace
-
-int RunCommandLine(std::vector<std::string> arguments) {
+int RunAndReport(std::vector<std::string> arguments) {
     try {
         return Run(std::move(arguments));
     } catch (const Ended& ended) {
@@ -68,6 +67,17 @@ int RunCommandLine(std::vector<std::string> arguments) {
         PrintFailure(error.what());
         return static_cast<int>(ExitCode::Cannot);
     }
+}
+
+} // namespace
+
+int RunCommandLine(std::vector<std::string> arguments) {
+    const int exitCode = RunAndReport(std::move(arguments));
+    if (const unsigned long error = TakeOutputError()) {
+        PrintFailure("the output cannot be written: " + SystemErrorText(error));
+        return static_cast<int>(ExitCode::Cannot);
+    }
+    return exitCode;
 }
 
 } // namespace zq::tool

@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* kStandardInput = "-";
-constexpr std::array<const char*, kConfigFiles.size()> kRoles = {"settings", "hmd-list", "quality"};
+const std::array<std::string, kConfigFiles.size()> kRoles = {"settings", "hmd-list", "quality"};
 
 ConfigFile FileOfRole(const std::string& role) {
     for (size_t i = 0; i < kRoles.size(); ++i) {
@@ -29,7 +29,7 @@ ConfigFile FileOfRole(const std::string& role) {
             return kConfigFiles[i];
         }
     }
-    throw Failure("--as takes settings, hmd-list or quality, not " + role, ExitCode::Usage);
+    throw Failure("\"" + role + "\" is no role of a file", ExitCode::Usage);
 }
 
 void AddFolder(const fs::path& given, const std::string& shown, FileArguments& found) {
@@ -89,18 +89,27 @@ void AddFile(const fs::path& path, const std::string& shown, const std::string& 
     }
 }
 
+void AddStandardInput(const std::string& as, FileArguments& found) {
+    if (as.empty()) {
+        throw Failure("standard input has no name; say which file it is with --as settings, --as hmd-list or "
+                      "--as quality",
+                      ExitCode::Usage);
+    }
+    found.files.push_back({kStandardInput, "standard input", FileOfRole(as)});
+}
+
 void AddArgument(const std::string& argument, const std::string& as, FileArguments& found) {
     const fs::path path = WideFromUtf8(argument);
     if (HasWildcard(path)) {
         const std::vector<fs::path> expanded = Expanded(path);
         for (const fs::path& one : expanded) {
-            AddFile(one, Utf8FromPath(one), as, found);
+            AddFile(one, Utf8FromPath(fs::path(one).make_preferred()), as, found);
         }
         if (expanded.empty()) {
             found.failures.push_back({argument, "no file matches " + argument});
         }
     } else if (argument == kStandardInput) {
-        AddFile(path, "standard input", as, found);
+        AddStandardInput(as, found);
     } else if (!fs::exists(path)) {
         found.failures.push_back({argument, "the file " + argument + " does not exist"});
     } else if (fs::is_directory(path)) {
@@ -111,6 +120,8 @@ void AddArgument(const std::string& argument, const std::string& as, FileArgumen
 }
 
 } // namespace
+
+std::vector<std::string> FileRoles() { return {kRoles.begin(), kRoles.end()}; }
 
 std::optional<ConfigFile> FileOfName(const fs::path& path) {
     const std::wstring name = path.filename().native();

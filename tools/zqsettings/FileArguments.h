@@ -33,7 +33,10 @@ struct FileArguments {
 // Nothing for other names.
 std::optional<ConfigFile> FileOfName(const std::filesystem::path& path);
 
-// "settings", "hmd-list" or "quality", as --as takes it; empty for by name. A folder means the
+// What --as takes: "settings", "hmd-list" and "quality".
+std::vector<std::string> FileRoles();
+
+// `as` is one of the roles, or empty for by name. A folder means the
 // three files in it or in its "ZQserver"; a name with * or ? the files that match, as cmd.exe leaves that to
 // the program; "-" standard input, which needs `as`.
 FileArguments LookUpFiles(const std::vector<std::string>& arguments, const std::string& as);

@@ -139,13 +139,15 @@ fs::path FreeBackupName(const fs::path& path) {
 
 } // namespace
 
-FixReport FixOne(const FileArgument& file, const std::string& bytes, FixTarget target) {
+FixReport FixOne(const FileArgument& file, const std::string& bytes, bool hasProblems, FixTarget target) {
     const std::optional<FixedFile> fixed = FixFile(file.file, bytes);
     if (!fixed) {
         return {false, false, "", file.shown + ": not fixed: only its author can correct the errors above\n"};
     }
     if (!fixed->isChanged) {
-        return {true, true, "", file.shown + ": nothing to fix\n"};
+        return {true, true, "",
+                file.shown + (hasProblems ? ": not fixed: only its author can correct the warnings above\n"
+                                          : ": nothing to fix\n")};
     }
     const std::string done = ": " + WhatWasDone(*fixed) + '\n';
     if (target == FixTarget::Beside) {
