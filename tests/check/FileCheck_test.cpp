@@ -70,6 +70,14 @@ TEST(FileCheck, FindsByTheIndentationWhichBracketIsMissing) {
     EXPECT_EQ(Lines({"2:6 error unclosed"}), Check("{\n \"A\":{\n  \"B\":1,\n \"C\":{\n  \"D\":2\n }\n}"));
     EXPECT_EQ(Lines({"3:7 error unclosed"}), Check("{\n \"A\":{\n  \"B\":{\n   \"C\":1\n },\n \"D\":2\n}"));
     EXPECT_EQ(Lines({"2:2 error no-brace"}), Check("{\n \"A\":\n  \"B\":1\n },\n \"D\":2\n}"));
+    EXPECT_EQ(Lines({"2:2 error no-brace"}), Check("{\n \"A\"\n  \"B\":1\n },\n \"D\":2\n}"));
+    EXPECT_EQ(Lines({"1:2 error no-brace"}), Check(R"({"A" "B":1}})"));
+}
+
+TEST(FileCheck, SaysOnceThatAValueIsMissing) {
+    EXPECT_EQ(Lines({"1:2 error no-value"}), Check(R"({"A"})"));
+    EXPECT_EQ(Lines({"1:6 error no-value"}), Check(R"({"A":})"));
+    EXPECT_EQ(Lines({"1:2 error no-value"}), Check(R"({"A","B":1})"));
 }
 
 TEST(FileCheck, ShowsWhereATextIsCutShort) {
