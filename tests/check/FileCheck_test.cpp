@@ -307,6 +307,9 @@ TEST(FileCheck, RecognisesPathsWithSingleBackslashes) {
     EXPECT_EQ(Lines({"1:7 warning backslash"}), Check(R"({"A":"\\server\share"})"));
     EXPECT_EQ(Lines({"1:7 error backslash"}), Check(R"({"A":"C:\new\"})"));
     EXPECT_EQ(Lines(), Check(R"({"A":"C:\\new"})"));
+    EXPECT_EQ(Lines(), Check(R"({"A":"C:\u0041bc"})"));
+    EXPECT_EQ(Lines({"1:7 warning backslash"}), Check(R"({"A":"C:\new\u0041bc"})"));
+    EXPECT_EQ(Lines({"1:11 warning save-hazard"}), Check(R"({"A":"\\Zo\u00EB"})"));
 }
 
 TEST(FileCheck, KnowsTheKeysOfADocumentAndTheirLastParts) {
