@@ -1,5 +1,5 @@
-// The settings module as C++17 objects, over the plain interfaces and header-only: a handle that owns the
-// module, values by type, subscriptions and cached values that end with their scope.
+// The settings module as C++17 objects: a header-only layer over the plain interfaces, with a handle that
+// owns the module, typed values, and subscriptions and cached values that end with their scope.
 //
 //     zq::Options options;
 //     options.commonDataDir = L"C:\\ProgramData";               // ZQserver must exist below it
@@ -10,18 +10,19 @@
 //                                                               // the end of the scope undoes it all, in
 //                                                               order
 //
-// zq::keys is in ZQSettingsKeys.hpp, which the build makes of the schemas and the default files.
+// zq::keys is in ZQSettingsKeys.hpp, which the build generates from the schemas and the default files.
 //
-// Errors: whatever can be checked is checked here, before the module is called, and raises zq::Error. What
-// the module itself raises (lack of memory, a file that vanishes during DoInit) is an exception of its own
-// compiler: a host built with GCC catches it as std::exception, a host built with another compiler cannot.
+// Errors: this header checks what it can before it calls the module, and throws zq::Error. Exceptions of the
+// module itself (out of memory, a file that vanishes during DoInit) belong to its own compiler: a host built
+// with GCC catches them as std::exception, a host built with another compiler cannot catch them.
 //
-// Threads: Module, Packet and Subscription are handles. Every operation of Module except its end may be
-// called from any thread, callbacks included. The caller must not move, close or destroy a Module while
-// another thread uses it. Subscriptions and Cached values may end at any time, also after their Module.
+// Threads: Module, Packet and Subscription are handles. Any thread may call any operation of Module except
+// close and the destructor, callbacks included. The caller must not move, close or destroy a Module while
+// another thread uses it. Subscriptions and Cached values may be destroyed at any time, even after their
+// Module.
 //
-// Windows x64; GCC, Clang and the Microsoft compiler. No Windows header is needed or included; one that is
-// included beside this must be so with STRICT, its default.
+// Supports Windows x64 with GCC, Clang and the Microsoft compiler. Needs and includes no Windows header; a
+// host that includes one must do so with STRICT, the default.
 #pragma once
 
 #if !defined(ZQ_NO_IMPORT)
@@ -101,13 +102,13 @@ static_assert(sizeof(void*) == 8 && sizeof(wchar_t) == 2, "the settings module i
 
 // What an Error is about. Its text names the thing, the location and the fix.
 enum class Reason {
-    InvalidArgument,   // a name, a value or an option that the module cannot take
+    InvalidArgument,   // a name, a value or an option that the module cannot accept
     LibraryMissing,    // there is no file at Options::library
-    WrongArchitecture, // that file is no DLL for x64
-    LibraryNotLoaded,  // Windows did not load it; see Error::systemCode
+    WrongArchitecture, // that file is not a DLL for x64
+    LibraryNotLoaded,  // Windows failed to load it; see Error::systemCode
     NoExport,          // the DLL does not export CreateSettings
-    NoObject,          // CreateSettings returned null: no memory, or no mutex of the system
-    InitFailed,        // DoInit or DoStart raised an exception, whose text is in the message
+    NoObject,          // CreateSettings returned null: out of memory, or no mutex could be created
+    InitFailed,        // DoInit or DoStart threw an exception, whose text is in the message
     DefaultsMissing,   // a default file or its folder is missing
     DataFolderMissing, // there is no folder ZQserver below Options::commonDataDir
     Closed,            // the Module is closed, moved from, or a Subscription's or Cached's module was
@@ -120,7 +121,7 @@ public:
         : std::runtime_error(text), m_reason(reason), m_systemCode(systemCode) {}
 
     Reason reason() const noexcept { return m_reason; }
-    // The system's error number where a call to the system failed, else 0.
+    // The system's error number if a call to the system failed, else 0.
     unsigned long systemCode() const noexcept { return m_systemCode; }
 
 private:
@@ -135,12 +136,12 @@ struct Key {
     const wchar_t* name;
 };
 
-// In place of a name: every variable whose name begins with `text`. The empty text takes all.
+// Used instead of a name: every variable whose name begins with `text`. An empty text selects all.
 struct Prefix {
     std::wstring text;
 };
 
-// What a subscriber is called with. `name` is zero-terminated and valid during the call only.
+// The argument of a subscriber. `name` is zero-terminated and valid only during the call.
 struct Change {
     std::wstring_view name; // empty for a reload
     VariableType type;      // VariableTypeNone for a reload
@@ -149,22 +150,22 @@ struct Change {
     bool isReload() const noexcept { return type == VariableTypeNone; }
 };
 
-// Whether subscribers are notified of a set whose value is the one already held. Binary values always count
-// as changed.
+// Whether subscribers are notified of a set to the value that the variable already has. Binary values always
+// count as changed.
 enum class Notify { OnChange, Always };
 
-// Where a save writes: a member at the root of the settings file, or that member of the headset in use, for
-// names "CL.<anything>.<member>".
+// Where a save writes: to a member at the root of the settings file or, for names "CL.<anything>.<member>",
+// to that member of the headset in use.
 enum class SaveTo { File, Headset };
 
 struct Options {
-    // Full paths, with backslashes or slashes. Where the first three are empty: the DLL beside the program,
-    // the program itself, and the folder "defaults" beside the program.
+    // Full paths, with backslashes or slashes. If empty, the first three are the DLL beside the program, the
+    // program itself, and the folder "defaults" beside the program.
     std::wstring library;
     std::wstring hostPath; // a path inside the installation folder, 511 characters at most
     std::wstring defaultDir;
     std::wstring commonDataDir; // REQUIRES a value
-    // Make the folder ZQserver below commonDataDir when it is missing. It inherits the access list of its
+    // Creates the folder ZQserver below commonDataDir if it is missing. It inherits the access list of its
     // parent; see docs/security.md.
     bool createDataFolder = false;
 
@@ -173,8 +174,8 @@ struct Options {
     // call on the watcher's thread that is still running a second after the module is closed is terminated
     // with that thread.
     std::function<void(int level, const std::wstring& text)> log;
-    // Called after each look of the folder watcher at the files, on its thread, where nothing is watched
-    // meanwhile. An exception is reported to `log`.
+    // Called on the folder watcher's thread after each pass over the files; the folder is not watched while
+    // it runs. An exception is reported to `log`.
     std::function<void()> reloaded;
 };
 
@@ -233,7 +234,7 @@ private:
 
 class Condition {
 public:
-    // REQUIRES: this thread holds `lock`. May return early: look at the condition again.
+    // REQUIRES: this thread holds `lock`. May return early: check the condition again.
     void wait(Lock& lock) { SleepConditionVariableSRW(variable(), lock.slim(), 0xFFFFFFFF, 0); }
     void wakeAll() { WakeAllConditionVariable(variable()); }
 
@@ -243,10 +244,10 @@ private:
     void* m_state = nullptr;
 };
 
-// Knows which threads are inside one of the host's callables, and lets nobody in once it is closed.
+// Tracks which threads are inside one of the host's callables, and admits no thread once it is closed.
 class Gate {
 public:
-    // No thread enters after this. Waits for those that are inside, unless this one is among them.
+    // No thread enters after this. Waits for those inside, unless this one is among them.
     void close() {
         const Guard guard(m_lock);
         m_isClosed = true;
@@ -322,7 +323,7 @@ private:
     Gate* m_gate;
 };
 
-// Passes the module's messages on, formatted, and its looks at the files.
+// Forwards the module's messages, formatted, and its notices of a pass over the files.
 class LogHost final : public CZQModHost {
 public:
     LogHost(std::function<void(int, const std::wstring&)> log, std::function<void()> reloaded)
@@ -500,7 +501,7 @@ struct Access<std::wstring> {
         }
         module.SaveConfigString(name, bytes.c_str(), perDevice);
     }
-    // An odd last byte is left out, and the text ends at a zero character, as the module reads it.
+    // As in the module, an odd last byte is dropped, and the text ends at a zero character.
     static std::optional<std::wstring> decode(const std::byte* bytes, size_t size, uint32_t encoding) {
         std::wstring text;
         if (encoding == 65001) {
@@ -522,7 +523,7 @@ struct Access<std::vector<std::byte>> {
     static std::optional<std::vector<std::byte>> get(CZQVariable& variables, const wchar_t* name) {
         constexpr size_t kMissing = static_cast<size_t>(-1);
         std::vector<std::byte> bytes;
-        for (;;) { // the value may grow between the question for its length and the copy
+        for (;;) { // the value may grow between the query of its length and the copy
             size_t length = kMissing;
             std::byte none{};
             const bool isCopied = variables.GetVariableBinary(name, bytes.empty() ? &none : bytes.data(),
@@ -590,7 +591,7 @@ T convert(const U& value) {
     }
 }
 
-// A variable's name on its way to the module, which must not meet a null one.
+// A variable's name for the module, checked not to be null.
 class Name {
 public:
     Name(const wchar_t* name) : m_name(name) { // NOLINT: names are given as they are
@@ -620,7 +621,7 @@ struct Subscriber {
     }
 };
 
-// What a Cached value is to the dispatcher.
+// A Cached value as the dispatcher sees it.
 class CacheEntry {
 public:
     virtual void refresh(CZQVariable& variables) noexcept = 0;
@@ -654,7 +655,7 @@ public:
         m_variables = &variables;
     }
 
-    // Nothing reads the module or calls a subscriber after this.
+    // After this, nothing reads the module or calls a subscriber.
     void close() {
         gate.close();
         const Guard guard(m_cacheLock);
@@ -666,8 +667,7 @@ public:
         m_subscribers.push_back(std::move(subscriber));
     }
 
-    // The subscriber is not called after this, and not running either, unless this thread is inside that
-    // call.
+    // After this, the subscriber is neither called nor running, unless this thread is inside its call.
     void drop(Subscriber& subscriber) noexcept {
         std::function<void(const Change&)> ended; // destroyed without the lock: it may drop other tokens
         const Guard guard(m_lock);
@@ -681,7 +681,7 @@ public:
         ended.swap(subscriber.callable);
     }
 
-    // Gives the entry its first value too; the lock keeps an older one from overtaking a newer one.
+    // Also gives the entry its first value; the lock keeps an older value from overwriting a newer one.
     void add(CacheEntry& entry) {
         const Guard guard(m_cacheLock);
         if (!m_variables) {
@@ -725,8 +725,8 @@ private:
         }
     }
 
-    // Those who subscribe during the calls are notified from the next change on. Entries keep their index
-    // meanwhile.
+    // Subscribers that are added during the calls are notified from the next change on. Entries keep their
+    // index during the calls.
     void callSubscribers(const Change& change) {
         size_t count = 0;
         {
@@ -810,7 +810,7 @@ private:
     CZQVariable* m_variables = nullptr;
 };
 
-// The module object with its DLL, from loading to unloading.
+// The module object and its DLL, from loading to unloading.
 class Core {
 public:
     explicit Core(const Options& options)
@@ -818,7 +818,7 @@ public:
         const Paths paths(options);
         load(paths.library);
         create();
-        // What the DLL raised must be gone before the DLL is: its destructor lies there.
+        // An exception of the DLL must be destroyed before the DLL is unloaded: its destructor is in the DLL.
         const std::optional<std::string> failure = start(paths);
         if (failure) {
             close();
@@ -854,8 +854,8 @@ public:
         FreeLibrary(m_library);
     }
 
-    // The end of a Module that is destroyed inside one of its callbacks: nothing of the host's is called any
-    // more, and a thread of its own closes the module once the callback has returned.
+    // Ends a Module that is destroyed inside one of its callbacks: none of the host's callables is called
+    // again, and a new thread closes the module once the callback has returned.
     static void closeLater(std::shared_ptr<Core> core) noexcept {
         static constexpr const wchar_t* kText =
             L"zq::Module was destroyed inside one of its own callbacks, which cannot wait for itself; "
@@ -869,11 +869,11 @@ public:
         self->m_self = std::move(core);
         if (void* const thread = CreateThread(nullptr, 0, &closeOnThread, self, 0, nullptr)) {
             CloseHandle(thread);
-        } // else the module stays, silent, to the end of the process
+        } // else the module stays, silent, until the process ends
     }
 
 private:
-    // The options as the module takes them.
+    // The options in the form that the module takes.
     struct Paths {
         explicit Paths(const Options& options)
             : library(full(options.library, L"ZQModSettings.dll", "library")),
@@ -894,8 +894,8 @@ private:
         std::wstring data;
 
     private:
-        // `beside` is what an empty option takes from the program's folder; "" takes the program itself, null
-        // refuses.
+        // `beside` is the name in the program's folder that replaces an empty option; "" means the program
+        // itself, null refuses an empty option.
         static std::wstring full(std::wstring path, const wchar_t* beside, const char* option) {
             requireNoZero(path, "a path");
             if (path.empty() && beside) {
@@ -930,8 +930,8 @@ private:
             return attributes != 0xFFFFFFFF && (attributes & 0x10) != 0;
         }
 
-        // All three: a private file that is missing or refused now or later is replaced by its default copy,
-        // and the module could only end the process when that is missing too.
+        // All three are needed: a private file that is missing or refused, now or later, is replaced by its
+        // default, and if that were missing too, the module could only end the process.
         void requireDefaults() const {
             for (const wchar_t* name :
                  {L"ZQ2_serverSetting.setting", L"ZQ2_HmdList.json", L"ZQ2_QualityPreset.json"}) {
@@ -966,7 +966,7 @@ private:
                      "\"; put the DLL there or name its path",
                  GetLastError());
         }
-        // Its own folder and the system's are searched for what it needs, never the current folder.
+        // Its dependencies are searched in its own folder and the system's, never in the current folder.
         constexpr unsigned long kSearchDllFolderAndSystem32 = 0x100 | 0x800;
         m_library = LoadLibraryExW(path.c_str(), nullptr, kSearchDllFolderAndSystem32);
         if (m_library) {
@@ -1006,7 +1006,7 @@ private:
         m_variables = ZQVariables(m_module);
     }
 
-    // The text of the exception that stopped it, or nothing.
+    // Returns the text of the exception that stopped it, or nothing.
     std::optional<std::string> start(const Paths& paths) {
         try {
             m_module->DoInit(&m_logHost, paths.host.c_str(), paths.defaults.c_str(), paths.data.c_str());
@@ -1031,14 +1031,16 @@ private:
     HINSTANCE__* m_library = nullptr;
     CZQModSettings* m_module = nullptr;
     CZQVariable* m_variables = nullptr;
-    std::shared_ptr<Core> m_self; // held while a thread of its own closes it
+    std::shared_ptr<Core> m_self; // set while another thread closes this object
 };
 
 } // namespace detail
 
-// Ends with its scope: the callable is not called any more, and is not running on another thread, once the
-// token is gone. It may be dropped at any time and on any thread, inside its own callable too, which then
-// finishes its call. The caller must not drop it while it holds a lock that the callable takes.
+// The token of a subscription. Once it is destroyed, the callable is not called again and is not running on
+// another thread. A token may be dropped at any time and on any thread, even inside its own callable, whose
+// call then finishes.
+//
+// The caller must not drop a token while holding a lock that its callable takes.
 class [[nodiscard]] Subscription {
 public:
     Subscription() = default;
@@ -1085,8 +1087,8 @@ struct PacketVariable {
     }
 };
 
-// The bytes of a packet, as a sequence of its variables. Does not own them. Reads what the module reads: a
-// record that the module skips is skipped, and damage ends the sequence.
+// A view of a packet's bytes as a sequence of variables; does not own the bytes. Reads the same variables as
+// the module: a record that the module skips is skipped, and damage ends the sequence.
 class PacketView {
 public:
     class Iterator {
@@ -1103,7 +1105,7 @@ public:
             advance();
             return *this;
         }
-        // Two iterators of one packet are equal at the same record, and at the end.
+        // Two iterators of the same packet are equal if they are at the same record or both at the end.
         friend bool operator==(const Iterator& left, const Iterator& right) {
             return left.m_record == right.m_record;
         }
@@ -1132,7 +1134,7 @@ public:
             } while (m_record != kEnd && !hasValue());
         }
 
-        // Reads the record at m_next, or returns false where reading stops.
+        // Reads the record at m_next. Returns false if reading stops there.
         bool readRecord() {
             m_record = m_next;
             if (m_size - m_next < kRecordHeader) {
@@ -1187,13 +1189,13 @@ public:
     const std::byte* data() const { return m_packet; }
     size_t size() const { return m_size; }
 
-    // Whether the bytes begin with a packet's header. Other bytes are an empty sequence.
+    // Whether the bytes begin with a packet's header. If not, the sequence is empty.
     bool isPacket() const {
         constexpr unsigned char kMagic[3] = {0xBF, 0xFE, 0xEB};
         return m_packet && m_size >= 8 && std::memcmp(m_packet, kMagic, sizeof(kMagic)) == 0;
     }
 
-    // Whether the sequence goes on to the last byte; if not, the rest is damaged, and lost.
+    // Whether the sequence extends to the last byte; if not, the rest is damaged and lost.
     bool isWhole() const {
         if (!isPacket()) {
             return false;
@@ -1213,7 +1215,7 @@ private:
     size_t m_size = 0;
 };
 
-// A packet that the module made, owned.
+// Owns a packet that the module made.
 class Packet {
 public:
     Packet() = default;
@@ -1238,8 +1240,8 @@ private:
     size_t m_size = 0;
 };
 
-// The plain getter answers 0 for missing and for too small alike, so the buffer doubles to 65,536 characters,
-// and then a packet decides.
+// The plain getter returns 0 both for a missing variable and for a buffer that is too small, so the buffer
+// doubles up to 65,536 characters, and after that a packet decides.
 inline std::optional<std::wstring> detail::Access<std::wstring>::get(CZQVariable& variables,
                                                                      const wchar_t* name) {
     constexpr int32_t kFirst = 256;
@@ -1265,19 +1267,19 @@ inline std::optional<std::wstring> detail::Access<std::wstring>::get(CZQVariable
     return std::nullopt;
 }
 
-// Owns a module object, from the loading of its DLL to the end. There is no wrong order of calls: what is
-// open is initialised and started.
+// Owns a module object, from loading the DLL to unloading it. Calls cannot be made in the wrong order: an
+// open module is always initialised and started.
 class Module {
 public:
     // Loads the DLL by its full path, makes the module object, initialises it (the files, the survey of the
     // machine) and starts the folder watcher. Takes as long as the survey does.
     //
-    // Raises Error for what is wrong with the options, the DLL or the folders; nothing remains then.
+    // Throws Error if something is wrong with the options, the DLL or the folders; nothing stays loaded then.
     explicit Module(const Options& options) : m_core(std::make_shared<detail::Core>(options)) {}
 
-    // As close. Inside one of the module's own callbacks, where close would wait for itself, this is reported
-    // at level 4, the host's callables are not called any more, and another thread closes the module once the
-    // callback has returned. REQUIRES: the code of this header stays loaded until then.
+    // Same as close. Inside one of the module's own callbacks, where close would wait for itself, this is
+    // reported at level 4, the host's callables are not called again, and another thread closes the module
+    // once the callback has returned. REQUIRES: the code of this header stays loaded until then.
     ~Module() { end(); }
     Module(Module&&) = default;
     Module& operator=(Module&& other) noexcept {
@@ -1287,10 +1289,10 @@ public:
     }
 
     // Ends the notices, stops the watcher, and frees the object and the DLL, in this order. Waits without
-    // limit for subscribers and for Options::reloaded that are running. Closing twice does nothing.
+    // limit for a running subscriber or Options::reloaded. Closing a closed module does nothing.
     //
-    // Raises Error inside a callback of this module: a subscriber, Options::log or Options::reloaded. The
-    // module stays open then.
+    // Throws Error inside a callback of this module: a subscriber, Options::log or Options::reloaded. The
+    // module then stays open.
     void close() {
         if (!m_core) {
             return;
@@ -1308,7 +1310,7 @@ public:
     bool isOpen() const noexcept { return m_core != nullptr; }
 
     // The value of a variable, or nothing. T is bool, int64_t, double, std::wstring or
-    // std::vector<std::byte>. A string of any length comes whole; one that is missing or longer than 65,535
+    // std::vector<std::byte>. A string may have any length; one that is missing or longer than 65,535
     // characters costs a packet of all variables.
     template <class T>
     std::optional<T> get(detail::Name name) const {
@@ -1325,9 +1327,9 @@ public:
         return get<T>(detail::Name(key.name));
     }
 
-    // Sets a variable of the value's type: any integer an integer, float and double a double, wide text a
-    // string, std::vector<std::byte> a binary variable. This module's own subscribers and cached values
-    // are notified shortly after set has returned.
+    // Sets a variable of the value's type: an integer from any integer type, a double from float or double, a
+    // string from wide text, a binary variable from std::vector<std::byte>. This module's own subscribers and
+    // cached values are notified shortly after set has returned.
     template <class U>
     void set(detail::Name name, const U& value, Notify notify = Notify::OnChange) const {
         store<detail::StoredType<U>>(name, value, notify);
@@ -1341,18 +1343,18 @@ public:
         }
     }
 
-    // Deletes a binary variable, the one kind that can be deleted singly.
+    // Deletes a binary variable; variables of other types cannot be deleted singly.
     void eraseBinary(detail::Name name) const {
         variables().SetVariableBinary(name.get(), 0, nullptr, nullptr, 0);
     }
 
-    // Removes every variable. This raises no notice: subscribers are not called, and cached values keep what
+    // Removes every variable. No notices are sent: subscribers are not called, and cached values keep what
     // they hold.
     void removeAll() const { variables().RemoveAllVariables(); }
 
-    // Replaces a value in the settings file. A member that the file lacks is not made, and there is no
-    // result; the variable changes when the watcher has read the file again. Raises Error for text other than
-    // ASCII and for numbers that are not finite.
+    // Replaces a value in the settings file. A member that the file lacks is not added, and there is no
+    // result; the variable changes once the watcher has read the file again. Throws Error for non-ASCII text
+    // and for numbers that are not finite.
     template <class U>
     void save(detail::Name name, const U& value, SaveTo where = SaveTo::File) const {
         using T = detail::StoredType<U>;
@@ -1377,10 +1379,10 @@ public:
                                           static_cast<int32_t>(values.size()));
     }
 
-    // Works out "DefaultDeviceName" again, after "DHI" was set.
+    // Updates "DefaultDeviceName" after "DHI" was set.
     void updateDefaultDeviceName() const { plain().UpdateDefaultDeviceName(); }
 
-    // Every variable as one block, or a single value that need not be a variable.
+    // Packs every variable, or a single value that need not be a variable.
     Packet pack() const {
         size_t size = 0;
         void* const packet = variables().PackAllVariables(&size);
@@ -1392,23 +1394,23 @@ public:
         return {packet, size};
     }
 
-    // Sets what a packet holds; subscribers are notified of what changed. Returns false for bytes that are no
-    // packet.
+    // Sets the variables that a packet holds; subscribers are notified of what changed. Returns false if the
+    // bytes are not a packet.
     bool unpack(PacketView packet) const {
         return packet.isPacket() && variables().UnpackVariables(packet.data(), packet.size(), nullptr) != 0;
     }
 
     // Calls `callable(const Change&)` for each change of one name, of any type, or of all names with a
     // prefix, and for each reload, in the order of the changes, on a thread of the module, after the cached
-    // values were updated. Nothing is called for variables that exist already: read them. What the callable
-    // raises is reported to Options::log and dropped.
+    // values were updated. There is no call for variables that already exist: read them. An exception of the
+    // callable is reported to Options::log and dropped.
     Subscription subscribe(detail::Name name, std::function<void(const Change&)> callable) const {
         return subscribe(name.get(), false, std::move(callable));
     }
     Subscription subscribe(const Prefix& prefix, std::function<void(const Change&)> callable) const {
         return subscribe(prefix.text, true, std::move(callable));
     }
-    // Calls `callable(const T&)` with the value, when it is set and when a reload has changed it.
+    // Calls `callable(const T&)` with the value when it is set and when a reload has changed it.
     template <class T, class Callable>
     Subscription subscribe(const Key<T>& key, Callable callable) const {
         const std::wstring name = detail::Name(key.name).get();
@@ -1484,13 +1486,13 @@ private:
         m_core; // shared with tokens and cached values, which may outlive the Module
 };
 
-// The value of one variable, followed by itself and read by one atomic load: for code that reads every frame,
-// where a getter's kernel mutex is too much. T is bool, int64_t or double.
+// The value of one variable, kept up to date and read with one atomic load: for code that reads a value in
+// every frame, where a getter's kernel mutex costs too much. T is bool, int64_t or double.
 //
-// Holds `fallback` until the variable exists. A set, by whomever, and a reload arrive shortly afterwards,
-// before any subscriber of the same Module is called; removeAll raises no notice and changes nothing here.
-// Any number of threads may read. It may be destroyed at any time, inside callbacks and after its Module too;
-// once that is closed it keeps its last value.
+// Holds `fallback` until the variable exists. It is updated shortly after any set and after a reload, before
+// any subscriber of the same Module is called; removeAll sends no notice and changes nothing here. Any number
+// of threads may read. It may be destroyed at any time, even inside callbacks and after its Module; once the
+// Module is closed it keeps its last value.
 template <class T>
 class Cached final : private detail::CacheEntry {
     static_assert(std::is_same_v<T, bool> || std::is_same_v<T, int64_t> || std::is_same_v<T, double>,
@@ -1498,7 +1500,7 @@ class Cached final : private detail::CacheEntry {
     static_assert(std::atomic<T>::is_always_lock_free);
 
 public:
-    // Raises Error when the Module is closed.
+    // Throws Error if the Module is closed.
     Cached(const Module& module, const Key<T>& key, T fallback = T())
         : CacheEntry(detail::Name(key.name).get(), detail::Access<T>::kType), m_value(fallback) {
         module.opened();
