@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Draws the links between the components of src/ into docs/architecture.md: scripts/arrows.sh [--check] [BUILD_FOLDER]
-#   --check   change nothing, and end with 1 when the document shows other links
-# Reads what CMake wrote into BUILD_FOLDER, build/release without one: configure that preset first.
+#   --check   changes nothing, and exits with 1 if the document shows other links
+# Reads what CMake wrote into BUILD_FOLDER (default: build/release). Configure that preset first.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '--check 0..1' "$@"
 

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Fetches the peers that have no package for this compiler into build/peers: scripts/bench-peers.sh
-# Boost 1.81's headers and msgpack-c's, whose packages exclude each other, and simdjson's source. All from the package mirror.
+# These are the headers of Boost 1.81 and msgpack-c, whose packages exclude each other, and simdjson's source, all from the
+# package mirror.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '' "$@"
 peers=$root/build/peers

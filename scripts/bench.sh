@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Measures the module and its peers, and writes docs/benchmarks.md with its charts: scripts/bench.sh [--report]
-#   --report   writes the document again from the figures of the last run
-# Builds the release preset with the benchmarks, fetches the peers, and runs each program under Wine on one processor, where
-# the kernel's objects cost the same each time. Needs an otherwise idle machine for about ten minutes.
+#   --report   only writes the document again, from the figures of the last run
+# Builds the release preset with the benchmarks, fetches the peers, and runs each program under Wine on one processor, so that
+# kernel objects cost the same each time. Needs an otherwise idle machine for about ten minutes.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '--report' "$@"
 cd "$root"

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Measures which lines and branches of src/ the tests run under Wine: scripts/coverage.sh
-# Prints each file with its lines, branches and what is missed; ends with 1 below 97 % of the lines or 90 % of the branches.
-# Branches that only an exception takes are left out: GCC makes one of nearly every call.
+# Measures which lines and branches of src/ the tests reach under Wine: scripts/coverage.sh
+# Prints the coverage of each file and what is missed. Exits with 1 below 97 % of the lines or 90 % of the branches. Does not
+# count branches that only an exception takes: GCC makes one for nearly every call.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '' "$@"
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Shows the module at work: scripts/demo.sh
-# Installs what is missing, builds, loads the default files, then a folder with a truncated file that is replaced, and
-# follows that folder while a file in it is edited in three ways.
+# Installs what is missing, builds the module, loads the default files, then loads a folder with a truncated file, which is
+# replaced, and follows that folder while a file in it is edited in three ways.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '' "$@"
 
@@ -62,4 +62,4 @@ wait "$watcher"
 echo
 echo "--- See it in a browser"
 echo "scripts/wine-run.sh build/release/bin/zqsettings.exe serve"
-echo "prints an address; open it in a browser of this machine. --data DIR shows a folder of yours."
+echo "prints an address; open it in a browser on this machine. --data DIR shows your own folder."

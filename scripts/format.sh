@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Formats the C++ sources with clang-format: scripts/format.sh [--check]
-#   --check   change nothing, and end with 1 when a file is not formatted
+#   --check   changes nothing, and exits with 1 if a file is not formatted
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '--check' "$@"
 mode=(-i)

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Runs the fuzz targets over their kept corpus and beyond: scripts/fuzz.sh [--runs N | SECONDS] [TARGET...]
-# SECONDS for each target, 2 without; or N inputs beyond the corpus, which is the same on every machine. A TARGET is
-# check, edit, hmdlist, loader, packet, quality, reader or settings; all without. Ends with 1 when one has found something.
+# Runs the fuzz targets on their kept corpus and on new inputs: scripts/fuzz.sh [--runs N | SECONDS] [TARGET...]
+# Runs each target for SECONDS (default: 2), or on N new inputs, which takes the same inputs on every machine. A TARGET is
+# check, edit, hmdlist, loader, packet, quality, reader or settings (default: all). Exits with 1 if a target found something.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '--runs= 0..9' "$@"
 require_number --runs "${options[--runs]:-}"

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Runs the test programs with their heaps checked, which test.sh leaves out: scripts/heapcheck.sh
-# system_tests: the DLL's memory on guarded pages. tool_tests, core_tests and comfort_tests: under Wine's checks of every heap
-# call, in another Wine prefix; each suite in its own process, because the checks walk the whole heap each time. Tests that
-# start or stop threads run only on guarded pages: Wine's checks do not take the heap's lock. Takes about half an hour.
+# Runs the test programs with heap checks, which test.sh does not: scripts/heapcheck.sh
+# Runs system_tests with the DLL's memory on guarded pages. Runs tool_tests, core_tests and comfort_tests with Wine's checks on
+# every heap call, in a separate Wine prefix and each suite in its own process, because the checks walk the whole heap each
+# time. Tests that start or stop threads run only on guarded pages, because Wine's checks do not take the heap's lock. Takes
+# about half an hour.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '' "$@"
 "$root/scripts/setup.sh"

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Plants faults one by one and checks that the tests catch them: scripts/mutate.sh [PATTERN]
-#   --list FILE   the faults of FILE instead of those of tests/mutation/faults.txt
-#   --random N    N faults drawn at random from all of src/ (tests/mutation/mutants.py) instead
-#   --seed S      decides which; without it the current time, which is printed
-#   --minutes M   draws no further fault after so many minutes
-# PATTERN, for grep, selects listed faults by file and tests, random ones by file. Works on a copy in build/mutation. Ends with
-# 1 when a listed fault survives or no longer fits the sources, or when less than 95 % of the random ones are caught; all that
-# survive are in build/mutation/survivors.txt.
+# Plants faults one at a time and checks that the tests catch them: scripts/mutate.sh [PATTERN]
+#   --list FILE   plants the faults in FILE instead of those in tests/mutation/faults.txt
+#   --random N    plants N faults drawn at random from all of src/ instead (tests/mutation/mutants.py)
+#   --seed S      the seed of the drawing (default: the current time, which is printed)
+#   --minutes M   draws no more faults after M minutes
+# PATTERN, a pattern for grep, selects listed faults by file and tests, and random ones by file. Works on a copy in
+# build/mutation. Exits with 1 if a listed fault survives or no longer fits the sources, or if less than 95 % of the random ones
+# are caught. Writes all survivors to build/mutation/survivors.txt.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '--list= --random= --seed= --minutes= 0..1' "$@"
 pattern=${arguments[0]:-.}

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Builds the packages for hosts' authors and users: scripts/package.sh
-# Prints their paths: a ZIP with the DLL, zqsettings, symbols, headers, import libraries, CMake package, defaults, schemas and
-# guides; a NuGet package, a vcpkg port and a Conan recipe made of it; the list of parts (SPDX) and the SHA-256 sums.
+# Builds the packages for users and for authors of hosts: scripts/package.sh
+# Makes a ZIP with the DLL, zqsettings, symbols, headers, import libraries, CMake package, defaults, schemas and guides; from the
+# same files a NuGet package, a vcpkg port and a Conan recipe; an SPDX list of the parts; and the SHA-256 sums. Prints their
+# paths.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '' "$@"
 

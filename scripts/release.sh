@@ -1,15 +1,15 @@
 #!/usr/bin/env bash
 # Makes a release from a clean clone of the last commit: scripts/release.sh [--check] VERSION
-#   --check   only look whether version, changelog and working copy are ready
-# Runs scripts/test.sh and scripts/package.sh in the clone, and prints where the packages are and the commands that publish
-# the release. Changes nothing in the working copy; docs/releasing.md is the guide.
+#   --check   only checks whether version, changelog and working copy are ready
+# Runs scripts/test.sh and scripts/package.sh in the clone, and prints the paths of the packages and the commands that publish
+# the release. Changes nothing in the working copy. docs/releasing.md describes the whole procedure.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '--check 1..1' "$@"
 
 version=${arguments[0]}
 cd "$root"
-[[ $version =~ ^[0-9]+\.[0-9]+\.[0-9]+$ ]] || fail "$version is no version; an example is 1.2.3." 2
-git rev-parse --git-dir >/dev/null 2>&1 || fail "$root is no clone; a release is made from one."
+[[ $version =~ ^[0-9]+\.[0-9]+\.[0-9]+$ ]] || fail "$version is not a version; an example is 1.2.3." 2
+git rev-parse --git-dir >/dev/null 2>&1 || fail "$root is not a Git clone; a release is made from one."
 
 built=$(sed -n 's/^  VERSION \([0-9.]*\)$/\1/p' CMakeLists.txt)
 [[ $built == "$version" ]] || fail "CMakeLists.txt has the version $built instead of $version; set it in project()."

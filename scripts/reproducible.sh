@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Shows that the packages are reproducible: scripts/reproducible.sh [COMMIT]
-# Builds COMMIT (HEAD by default) twice, without the compiler's cache, in two folders whose paths differ, and compares every
-# package byte by byte. Some minutes; scripts/soak.sh calls it.
+# Checks that the packages are reproducible: scripts/reproducible.sh [COMMIT]
+# Builds COMMIT (default: HEAD) twice, without the compiler cache, in two folders with different paths, and compares every
+# package byte by byte. Takes some minutes. scripts/soak.sh calls it.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '0..1' "$@"
 
 commit=${arguments[0]:-HEAD}
-git -C "$root" rev-parse --quiet --verify "$commit^{commit}" >/dev/null || fail "$commit is no commit." 2
+git -C "$root" rev-parse --quiet --verify "$commit^{commit}" >/dev/null || fail "$commit is not a commit." 2
 "$root/scripts/setup.sh"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Runs a test program for Windows to its last test: scripts/run-tests.sh PROGRAM.exe [ARGUMENT...]
-# A program also fails when it ends before that with exit code 0, as it does when Wine's server crashes: Wine 8 has such a fault,
-# seldom met and only among many processes. The program is then run once more. Its output is printed at its end: processes
-# that Wine starts on the way would keep a pipe open.
+# A program that ends before its last test fails even if its exit code is 0, as when Wine's server crashes: Wine 8 rarely does
+# so, and only with many processes. The program is then run once more. Its output is printed after it has ended: processes that
+# Wine starts meanwhile would keep a pipe open.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 [[ $# -gt 0 ]] || fail "a program is missing; see $script --help." 2
 case $1 in -*) parse_arguments '' "$1" ;; esac

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Makes the pictures of the dashboard in docs/dashboard: scripts/screenshots.sh
-# Each view in light and dark, and on a telephone's width, from the release build.
+# Takes the screenshots of the dashboard in docs/dashboard: scripts/screenshots.sh
+# Takes each view in light, in dark and at the width of a phone, from the release build.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '' "$@"
 

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Installs what the project needs on Debian 12 and this machine lacks: scripts/setup.sh [--benchmarks] [--coverage] [--terminals]
-#   --benchmarks   also the libraries that the benchmarks compare with
-#   --coverage     also what counts covered lines
-#   --terminals    also the terminal that scripts/terminals.sh captures
-# Needs root and a package mirror only when something is missing.
+# Installs the Debian 12 packages that this machine lacks: scripts/setup.sh [--benchmarks] [--coverage] [--terminals]
+#   --benchmarks   also installs the libraries that the benchmarks compare with
+#   --coverage     also installs the tool that reports coverage
+#   --terminals    also installs the terminal that scripts/terminals.sh captures
+# Needs root and a package mirror only if something is missing.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '--benchmarks --coverage --terminals' "$@"
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Writes docs/terminals.md: what zqsettings prints on terminals of 80 and 200 columns, with its colours: scripts/terminals.sh
-# Runs the release build on real pseudo terminals, one inside tmux for each width.
+# Writes docs/terminals.md, what zqsettings prints on terminals of 80 and 200 columns, with its colours: scripts/terminals.sh
+# Runs the release build in tmux, in one pseudo terminal for each width.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '' "$@"
 

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Builds and tests everything: scripts/test.sh
-# Installs what is missing; builds the presets release, native, threads and debug one after the other, and meanwhile tests
-# those that are built (release and debug under Wine, the others with sanitizers) and runs the fuzz targets; checks the
-# format; analyses changed sources. Ends with 1 at the first step that fails and shows its output.
+# Installs what is missing; builds the presets release, native, threads and debug one after the other while it tests those that
+# are built (release and debug under Wine, the others with sanitizers) and runs the fuzz targets; checks the format; analyses
+# changed sources. Stops at the first step that fails, shows its output and exits with 1.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '' "$@"
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs a Windows program under the project's own Wine prefix: scripts/wine-run.sh PROGRAM.exe [ARGUMENT...]
-# The first call makes the prefix and starts one server that stays, so that later starts are fast.
+# The first call creates the prefix and starts a Wine server that keeps running, so that later starts are fast.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 export WINEPREFIX=${ZQ_WINEPREFIX:-$root/build/wine}
 export WINEDEBUG=${WINEDEBUG:--all}

@@ -43,7 +43,7 @@ release=$tree/scripts/release.sh
 mkdir "$tree"
 cp -r "$root/scripts" "$tree"
 printf 'project(\n  X\n  VERSION 2.1.0\n' >"$tree/CMakeLists.txt"
-expect 1 "release.sh: $tree is no clone; a release is made from one." "$release" --check 2.1.0
+expect 1 "release.sh: $tree is not a Git clone; a release is made from one." "$release" --check 2.1.0
 git -C "$tree" init --quiet
 commit() {
   git -C "$tree" add --all
@@ -57,7 +57,7 @@ changelog() {
 }
 
 expect 2 "release.sh: an argument is missing; see release.sh --help." "$release"
-expect 2 "release.sh: v2.1.0 is no version; an example is 1.2.3." "$release" v2.1.0
+expect 2 "release.sh: v2.1.0 is not a version; an example is 1.2.3." "$release" v2.1.0
 changelog "## [2.1.0] - 2026-11-22"
 expect 1 "release.sh: CMakeLists.txt has the version 2.1.0 instead of 2.2.0; set it in project()." "$release" --check 2.2.0
 changelog "## [Unreleased]" "- News."
