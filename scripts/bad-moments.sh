@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Edits, holds and damages the module's files at bad moments: scripts/bad-moments.sh [--write] [SEED]
 # Tests one kind of moment at a time, each with three durations, then 3,000 moments mixed at random by several processes:
-# editors, savers, scanners, a second module, a full disk, kills. Takes a quarter of an hour. Prints a table, and the seed, which
+# editors, savers, scanners, a second module, a full disk, kills. Takes a quarter of an hour. Prints a table and the seed, which
 # repeats the run.
 #   --write   also puts the table into docs/testing.md
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"

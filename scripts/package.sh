@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds the packages for users and for authors of hosts: scripts/package.sh
-# Makes a ZIP with the DLL, zqsettings, symbols, headers, import libraries, CMake package, defaults, schemas and guides; from the
-# same files a NuGet package, a vcpkg port and a Conan recipe; an SPDX list of the parts; and the SHA-256 sums. Prints their
+# Makes a ZIP with the DLL, zqsettings, symbols, headers, import libraries, CMake package, defaults, schemas and guides; from
+# the same files a NuGet package, a vcpkg port and a Conan recipe; an SPDX list of the parts; and the SHA-256 sums. Prints their
 # paths.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '' "$@"

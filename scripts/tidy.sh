@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Analyses the sources of src/, tools/ and tests/ with clang-tidy: scripts/tidy.sh [--all]
 #   --all   also analyses sources that have not changed since they last passed
-# Remembers the sources that passed in the user's cache folder, so that a new clone can use the results. Needs the builds release
-# and threads: their records of what each source includes determine which sources have changed.
+# Remembers the sources that passed in the user's cache folder, so that a new clone can use the results. Needs the builds
+# release and threads: their records of what each source includes determine which sources have changed.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '--all' "$@"
 
