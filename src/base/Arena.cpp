@@ -14,7 +14,7 @@ constexpr size_t kSmallestChunk = size_t{2} * 1024;
 constexpr size_t kKeptChunk = size_t{64} * 1024;
 constexpr size_t kLargestChunk = size_t{256} * 1024;
 
-// Memory of kKeptChunk bytes that waits for the next short-lived arena. No lock: a thread may be terminated
+// Chunks of kKeptChunk bytes for the next short-lived arena. No lock guards them: a thread may be terminated
 // anywhere.
 class KeptChunks {
 public:
@@ -23,7 +23,7 @@ public:
             ::operator delete(memory);
         }
     }
-    // Null when there is none.
+    // Returns null if there is none.
     void* Take() noexcept {
         for (std::atomic<void*>& slot : m_slots) {
             if (slot.load(std::memory_order_relaxed)) {
@@ -34,7 +34,7 @@ public:
         }
         return nullptr;
     }
-    // Returns false when there are enough.
+    // Returns false if enough are kept already.
     bool Keep(void* memory) noexcept {
         return std::any_of(m_slots.begin(), m_slots.end(), [memory](std::atomic<void*>& slot) {
             void* empty = nullptr;
@@ -53,7 +53,7 @@ KeptChunks g_keptChunks;
 
 void Arena::AddChunk(size_t bytes) {
     RaiseIfCancelled(m_cancellation);
-    // A part of what there is keeps the unused end small beside the whole.
+    // Growing by a fraction of the total keeps the unused end small.
     const size_t part = m_life == Life::Short ? 16 : 4;
     const size_t grown = std::clamp(m_chunkBytes / part, kSmallestChunk, kLargestChunk);
     const size_t size = std::max(bytes, m_life == Life::Short ? std::max(grown, kKeptChunk) : grown);

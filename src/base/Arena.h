@@ -1,9 +1,9 @@
-// Memory that is handed out in pieces and freed as a whole: of a JSON tree, of the names of a batch, of the
+// Memory that is handed out in pieces and freed as a whole: for a JSON tree, the names of a batch, or the
 // nodes of a map.
 //
-// The memory of short-lived arenas is large and comes and goes as a whole, which the system's heap answers by
-// taking pages from the system and giving them back each time. So a few pieces of one size are kept for the
-// next arena.
+// The memory of short-lived arenas is large and is allocated and freed as a whole, and each time the system's
+// heap would take pages from the system and give them back. So a few chunks of one size are kept for the next
+// arena.
 //
 // Portable, one thread at a time; different arenas may be used by different threads.
 #pragma once
@@ -19,17 +19,17 @@ class Arena {
 public:
     static constexpr size_t kLargestAlignment = 8;
 
-    // What an arena is for: one that grows slowly and stays, or one that is filled at once and soon freed.
+    // The use of an arena: it grows slowly and stays, or it is filled at once and soon freed.
     enum class Life { Long, Short };
 
-    // `alignment` is that of all pieces: small where they are texts.
+    // `alignment` applies to all pieces; it is small for texts.
     explicit Arena(Life life = Life::Long, size_t alignment = kLargestAlignment)
         : m_life(life), m_alignment(alignment) {}
     ~Arena() { Clear(); }
     Arena(const Arena&) = delete;
     Arena& operator=(const Arena&) = delete;
 
-    // Asked from now on each time that the arena grows, which then raises Cancelled; null for nobody.
+    // Sets what is checked each time that the arena grows; growing then raises Cancelled. May be null.
     void StopOn(const Cancellation* cancellation) { m_cancellation = cancellation; }
 
     // Memory for `count` objects that need no destructor. Raises std::bad_alloc.
@@ -44,9 +44,8 @@ public:
         return static_cast<T*>(memory);
     }
 
-    // Memory for a piece whose size is not known yet: Take then says how much of it was used, which is no
-    // more than `bytes`. Aligned to 16 bytes as long as only multiples of 16 are taken. Raises
-    // std::bad_alloc.
+    // Returns memory for a piece whose size is not known yet; Take then says how much of it was used, at most
+    // `bytes`. It is aligned to 16 bytes if only multiples of 16 are taken. Raises std::bad_alloc.
     void* Room(size_t bytes) {
         bytes = RoundUp(bytes);
         if (bytes > static_cast<size_t>(m_end - m_next)) {

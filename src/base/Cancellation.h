@@ -1,7 +1,7 @@
-// A request to give up what takes long, asked for again and again while it runs.
+// A request to abandon a long operation, which polls for it while it runs.
 //
-// Portable. What is given up is left as if it had never begun: Cancelled is raised from places where memory
-// may run out as well, and is handled by the same means.
+// Portable. An abandoned operation leaves no trace: Cancelled is raised only where memory may run out as
+// well, and is handled in the same way.
 #pragma once
 
 namespace zq {
@@ -15,7 +15,7 @@ protected:
     ~Cancellation() = default;
 };
 
-// Raised where a request is seen.
+// Raised when a request is seen.
 struct Cancelled {};
 
 // `cancellation` may be null.

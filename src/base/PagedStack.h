@@ -1,4 +1,5 @@
-// A stack whose memory follows its height: pages that never move, the topmost freed as it sinks.
+// A stack whose memory follows its height: it consists of pages that never move, and frees the topmost as it
+// shrinks.
 //
 // Portable, one thread at a time.
 #pragma once
@@ -29,11 +30,12 @@ public:
         ++m_size;
     }
 
-    // Keeps the lowest `size` items. REQUIRES: there are as many.
+    // Keeps the lowest `size` items. REQUIRES: the stack has at least that many.
     void CutTo(size_t size) {
         m_size = size;
         const size_t pages = (size + kPage - 1) / kPage;
-        // One page more than needed is kept: a stack that goes up and down at its edge does not allocate.
+        // One page more than needed is kept, so that a stack that grows and shrinks at a page's edge does not
+        // allocate.
         while (m_pages.size() > pages + 1) {
             m_pages.pop_back();
         }

@@ -1,5 +1,5 @@
-// Copying names and values: a few dozen bytes each, where a call of the library's copy costs more than the
-// bytes.
+// Copies names and values, which have a few dozen bytes: calling the library's copy costs more than the
+// copying.
 //
 // Portable.
 #pragma once
@@ -34,7 +34,7 @@ void CopyPiece(std::byte* to, const std::byte* from) {
     std::memcpy(to, &piece, Size);
 }
 
-// From `Size` to twice as many bytes, by two pieces that overlap.
+// Copies `Size` to twice `Size` bytes as two pieces that overlap.
 template <size_t Size>
 void CopyEnds(std::byte* to, const std::byte* from, size_t count) {
     Piece<Size> first;

@@ -23,7 +23,7 @@ constexpr CharacterTable MakeIdentity() {
 
 constexpr CharacterTable kIdentity = MakeIdentity();
 
-// The table of a page whose every byte is a character by itself.
+// The table of a code page in which every byte is one character.
 std::optional<CharacterTable> AskForTable(uint32_t codePage) {
     if (BytesPerCharacter(codePage) != 1) {
         return std::nullopt;
@@ -50,7 +50,7 @@ std::wstring DecodeByTable(std::string_view bytes, const wchar_t* table) {
     return text;
 }
 
-// How many bytes at the front are ASCII.
+// Returns the number of leading ASCII bytes.
 size_t AsciiPrefix(std::string_view bytes) {
     const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
     size_t count = 0;
@@ -65,7 +65,7 @@ size_t AsciiPrefix(std::string_view bytes) {
     return count;
 }
 
-// The bytes of the well-formed UTF-8 sequence at the front, or 0.
+// Returns the length of the well-formed UTF-8 sequence at the front, or 0.
 size_t Utf8Sequence(std::string_view bytes) {
     const auto at = [&bytes](size_t i) { return static_cast<unsigned char>(bytes[i]); };
     const unsigned lead = at(0);
@@ -76,7 +76,7 @@ size_t Utf8Sequence(std::string_view bytes) {
     if (length == 0 || length > bytes.size()) {
         return 0;
     }
-    // Over-long forms, surrogates and what is beyond U+10FFFF.
+    // Over-long forms, surrogates and values beyond U+10FFFF.
     const unsigned least = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
     const unsigned most = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
     if (at(1) < least || at(1) > most) {
@@ -90,7 +90,7 @@ size_t Utf8Sequence(std::string_view bytes) {
     return length;
 }
 
-// How many bytes at the front are well-formed sequences beyond ASCII.
+// Returns the number of leading bytes that are well-formed non-ASCII sequences.
 size_t Utf8Run(std::string_view bytes) {
     size_t count = 0;
     while (count < bytes.size() && static_cast<unsigned char>(bytes[count]) >= 0x80) {
@@ -114,7 +114,7 @@ std::wstring DecodeUtf8(std::string_view bytes) {
                    kIdentity.data());
         bytes.remove_prefix(ascii);
         if (!bytes.empty()) {
-            // How far a broken sequence reaches, only the system knows: it is shown all that follows.
+            // Only the system knows where a broken sequence ends, so it gets all that follows.
             const size_t wellFormed = Utf8Run(bytes);
             const size_t run = wellFormed == 0 ? bytes.size() : wellFormed;
             text += WideFromBytes(kCodePageUtf8, bytes.data(), static_cast<int32_t>(run));
@@ -133,8 +133,8 @@ bool IsAsciiKept(uint32_t codePage) {
     return std::equal(text.begin(), text.end(), kIdentity.begin(), kIdentity.begin() + ascii.size());
 }
 
-// How many bytes at the front only the system can convert: up to an ASCII byte, which may be the second of a
-// character, that another one follows.
+// Returns the number of leading bytes that only the system can convert: up to and including the first of two
+// ASCII bytes in a row, since that one may be the second byte of a character.
 size_t DoubleByteRun(std::string_view bytes) {
     const auto isAscii = [&bytes](size_t i) { return static_cast<unsigned char>(bytes[i]) < 0x80; };
     size_t count = 0;
@@ -163,8 +163,8 @@ std::wstring DecodeDoubleByte(uint32_t codePage, std::string_view bytes) {
 
 } // namespace
 
-// A static local object would leave handles of the run-time library behind each time that the DLL is
-// unloaded. Who comes while the table is being filled goes without it.
+// A static local object would leave handles of the run-time library open each time that the DLL is unloaded.
+// A thread that comes while another fills the table does without it.
 const wchar_t* AnsiCharacters() {
     enum State { Unknown, Filling, Known, None };
     static constinit CharacterTable table{};

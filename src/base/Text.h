@@ -11,26 +11,26 @@ namespace zq {
 inline constexpr uint32_t kCodePageAnsi = 0;
 inline constexpr uint32_t kCodePageUtf8 = 65001;
 
-// Converts `length` bytes, or with a length of -1 those up to a zero byte, which is converted too. Text that
-// cannot be converted at all is empty. Raises std::bad_alloc.
+// Converts `length` bytes or, if `length` is -1, the bytes up to and including a zero byte. Returns an empty
+// text if nothing can be converted. Raises std::bad_alloc.
 std::wstring DecodeFileText(uint32_t codePage, const char* bytes, int32_t length);
 
-// The same by the system's conversion of the whole, which DecodeFileText gives the result of.
+// The same, converted by the system as a whole; DecodeFileText gives the same result.
 std::wstring WideFromBytes(uint32_t codePage, const char* bytes, int32_t length);
 
-// The characters of the ANSI code page by byte, where each byte is one character and ASCII is ASCII; null
-// where the page has characters of several bytes. Asked from the system once.
+// The characters of the ANSI code page by byte, if each byte is one character and ASCII is ASCII; null if the
+// page has characters of several bytes. The system is queried once.
 const wchar_t* AnsiCharacters();
 
-// The first 128 characters are ASCII; the others are not to be used.
+// The first 128 characters are ASCII; the others must not be used.
 const wchar_t* AsciiCharacters();
 
 bool IsAscii(std::string_view bytes);
 
-// The most bytes that a character of a code page has.
+// The largest number of bytes that a character of a code page can have.
 uint32_t BytesPerCharacter(uint32_t codePage);
 
-// Converts wide text; what the code page cannot express becomes its replacement character.
+// Converts wide text; a character that the code page lacks becomes its replacement character.
 std::string BytesFromWide(uint32_t codePage, std::wstring_view text);
 
 } // namespace zq

@@ -55,7 +55,7 @@ bool IsPair(wchar_t first, wchar_t second) {
     return first >= 0xD800 && first <= 0xDBFF && second >= 0xDC00 && second <= 0xDFFF;
 }
 
-// Takes the character at the front of wide text off; a lone surrogate becomes the replacement character.
+// Removes the character at the front of wide text; a lone surrogate becomes the replacement character.
 uint32_t TakeUtf16(std::wstring_view& text) {
     const wchar_t first = text.front();
     text.remove_prefix(1);

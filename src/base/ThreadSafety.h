@@ -1,5 +1,6 @@
-// Names for Clang's thread-safety analysis, which checks at compile time that what a mutex guards is touched
-// only while it is held. Other compilers see nothing. The native builds with Clang fail on a violation.
+// Names for Clang's thread-safety analysis, which checks at compile time that data guarded by a mutex is
+// accessed only while the mutex is held. With other compilers they are empty. The native builds with Clang
+// fail on a violation.
 //
 // Portable.
 #pragma once

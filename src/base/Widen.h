@@ -1,5 +1,5 @@
-// Bytes of a code page whose every byte is one character, as wide text: sixteen at a time while they are
-// ASCII.
+// Converts bytes of a code page with one byte for each character to wide text, sixteen at a time while they
+// are ASCII.
 //
 // Portable.
 #pragma once
@@ -17,7 +17,7 @@ namespace detail {
 
 constexpr size_t kWidenStep = 16;
 
-// Sixteen bytes, all ASCII, to sixteen characters. Returns whether they were.
+// Converts sixteen bytes if all of them are ASCII. Returns whether they are.
 inline bool WidenAsciiBlock(wchar_t* out, const unsigned char* bytes) {
     const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
     if (_mm_movemask_epi8(block) != 0) {
@@ -38,7 +38,7 @@ inline bool WidenAsciiBlock(wchar_t* out, const unsigned char* bytes) {
 
 } // namespace detail
 
-// Writes `count` characters. `table` has one for each byte; its ASCII half is ASCII.
+// Writes `count` characters. `table` has one character for each byte; its first half is ASCII.
 inline void WidenBytes(wchar_t* out, const unsigned char* bytes, size_t count, const wchar_t* table) {
     const unsigned char* const end = bytes + count;
     while (static_cast<size_t>(end - bytes) >= detail::kWidenStep) {
@@ -55,8 +55,8 @@ inline void WidenBytes(wchar_t* out, const unsigned char* bytes, size_t count, c
     }
 }
 
-// The same into an arena. `readable` bytes, not less than `count`, may be read: a short text inside a longer
-// one takes one step.
+// The same into an arena. `readable` bytes, at least `count`, may be read, so that a short text inside a
+// longer one takes one step.
 inline std::wstring_view WidenIntoArena(Arena& arena, const unsigned char* bytes, size_t count,
                                         size_t readable, const wchar_t* table) {
     if (count <= detail::kWidenStep && readable >= detail::kWidenStep) {

@@ -1,5 +1,5 @@
-// What Windows and the stack protector want to find in an image: its load configuration, the guard value that
-// the loader draws anew for each process, and what is called when a function finds its guard overwritten.
+// What Windows and the stack protector need in an image: its load configuration, the guard value that the
+// loader randomises for each process, and the function that is called when a guard was overwritten.
 #include <cstddef>
 #include <cstdint>
 
@@ -10,7 +10,7 @@ extern "C" {
 // The names are the compiler's and the linker's.
 // NOLINTBEGIN(bugprone-reserved-identifier)
 
-// A value other than this one would be left by the loader as it is.
+// The loader replaces only this value.
 std::uintptr_t __stack_chk_guard = 0x00002B992DDFA232;
 
 // Ends the process at once, without running code of a process whose stack is damaged. Windows reports the
@@ -21,8 +21,8 @@ std::uintptr_t __stack_chk_guard = 0x00002B992DDFA232;
     __builtin_unreachable();
 }
 
-// IMAGE_LOAD_CONFIG_DIRECTORY64 up to what this module has to say; the header's own is older than
-// DependentLoadFlags.
+// IMAGE_LOAD_CONFIG_DIRECTORY64 up to the last field that this module sets; the header's own structure is
+// older than DependentLoadFlags.
 struct LoadConfig {
     std::uint32_t size{};
     std::uint32_t timeDateStamp{};
@@ -54,8 +54,8 @@ static_assert(offsetof(LoadConfig, dependentLoadFlags) == 78);
 static_assert(offsetof(LoadConfig, securityCookie) == 88);
 static_assert(offsetof(LoadConfig, guardFlags) == 144);
 
-// The linker finds it by its name. System libraries that the image imports come from the system's folder
-// only.
+// The linker finds this by its name. Windows loads the libraries that the image imports only from the
+// system's folder.
 extern const LoadConfig _load_config_used = {
     .size = offsetof(LoadConfig, guardFlags) + sizeof(LoadConfig::guardFlags), // without the padding
     .dependentLoadFlags = LOAD_LIBRARY_SEARCH_SYSTEM32,

@@ -1,4 +1,4 @@
-// The module object: both interfaces in one, with everything that lives as long as the module does.
+// The module object: both interfaces in one, with everything that has the same lifetime as the module.
 //
 // It only forwards: each slot hands its work to the component that does it. Nothing below src/module knows
 // this class.
@@ -80,7 +80,7 @@ private:
 
     void BuildPaths();
     void SurveyMachine();
-    // Sets a string variable and notifies the hosts, for the components that know no store.
+    // Sets a string variable and notifies the hosts, for components that do not know the store.
     StringPublisher VariablePublisher();
 
     void UnpackRecord(PacketReader& reader, const PacketRecord& record, CZQVariableHost* source);

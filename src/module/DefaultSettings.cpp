@@ -12,7 +12,7 @@ namespace zq {
 
 namespace {
 
-// The terminator needs room too: a computer whose name has 15 characters does not fit and keeps the default.
+// Includes the terminator: a computer name of 15 characters does not fit, and the default stays.
 constexpr DWORD kComputerNameBuffer = 15;
 
 } // namespace

@@ -1,11 +1,11 @@
-// The five variables that a host finds even when no file holds them.
+// The five variables that exist even if no file has them.
 #pragma once
 
 namespace zq {
 
 class VariableStore;
 
-// Runs inside DoInit, before the files are loaded: what a file holds replaces these.
+// Runs inside DoInit before the files are loaded, so values from a file replace these.
 void LoadDefaultSettings(VariableStore& store);
 
 } // namespace zq

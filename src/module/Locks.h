@@ -7,14 +7,15 @@
 //   read-change-write.
 // - queue: one host's queue of changes, in its agent. Held for one append, or to take everything.
 //
-// The order is the order of this list. In the ordinary course two are held together in one case only:
-// hostList, then a queue. No mutex is held while the host is called, except lifecycle by DoStop, whose wait
-// for the watcher's thread is a wait for the host's callbacks.
+// They are locked in the order of this list. In normal operation two are held together in only one case:
+// hostList, then a queue. No mutex is held while the host is called, except lifecycle by DoStop, which waits
+// for the watcher's thread and so for the host's callbacks.
 //
-// A thread that does not stop in time is terminated while its guards are held, in the same order: hostList,
-// store, the three files, and for a delivery thread its queue. So it is in none of them when it dies. There
-// is no cycle, since nobody waits for a mutex of this list while holding a later one. A mutex whose owner was
-// terminated all the same (a thread that stops itself) is taken over by the next thread that locks it.
+// A thread that does not stop in time is terminated while its guards are held, locked in the same order:
+// hostList, store, the three files, and for a delivery thread its queue. So it owns none of them when it
+// dies. There is no deadlock, since no thread waits for a mutex of this list while holding a later one. A
+// mutex whose owner was terminated all the same (a thread that stops itself) passes to the next thread that
+// locks it.
 #pragma once
 
 #include "config/ConfigFile.h"
@@ -27,7 +28,7 @@ namespace zq {
 
 class Locks {
 public:
-    // What a thread of the module may hold at any time, in the order in which they are locked.
+    // The mutexes that a thread of the module may hold at any time, in locking order.
     std::span<const Mutex* const> TerminationGuards() const { return m_guards; }
 
     const Mutex& OfFile(ConfigFile file) const { return files[static_cast<size_t>(file)]; }

@@ -53,7 +53,7 @@ void CZQModSettingsImpl::SaveConfig(const wchar_t* name, ZQBool perDevice, Sette
 }
 
 void CZQModSettingsImpl::SaveConfigDouble(const wchar_t* name, double value, ZQBool perDevice) {
-    // JSON has no infinity and no NaN: the writer would stop half-way and leave a broken file.
+    // JSON has no infinity or NaN: the writer would stop half-way and leave a broken file.
     if (std::isfinite(value)) {
         SaveConfig(name, perDevice, [value](EditableValue& member) { member.SetDouble(value); });
     }

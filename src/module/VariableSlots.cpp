@@ -1,9 +1,9 @@
 // The slots of CZQVariable: each checks its name, reads or changes the store, and notifies the hosts after
 // releasing the lock.
 //
-// A host that was built by another compiler can survive an exception from here only where nothing lies
-// between the raise and the host that would have to be cleaned up: names are checked before anything else is
-// made, and running out of memory is raised anew by RaiseCleanly.
+// A host built with another compiler can survive an exception from here only if no object between the throw
+// and the host needs cleaning up. So names are checked before anything is constructed, and RaiseCleanly
+// throws again when memory has run out.
 #include "module/CZQModSettingsImpl.h"
 
 #include "variables/VariablePacket.h"
@@ -24,7 +24,7 @@ std::wstring_view CheckedName(const wchar_t* name) {
     return name;
 }
 
-// Runs `work`. Where memory runs out in it, std::bad_alloc is raised anew from here, where nothing has to be
+// Runs `work`. If memory runs out in it, throws std::bad_alloc again from here, where nothing has to be
 // cleaned up.
 template <class Work>
 auto RaiseCleanly(Work work) {
@@ -90,7 +90,7 @@ int32_t CZQModSettingsImpl::UnpackVariables(const void* packet, size_t packetSiz
     });
 }
 
-// A record of another type, or too short for its type, is skipped.
+// A record of an unknown type, or too short for its type, is skipped.
 void CZQModSettingsImpl::UnpackRecord(PacketReader& reader, const PacketRecord& record,
                                       CZQVariableHost* source) {
     const std::span<const std::byte> value = record.value;
@@ -167,7 +167,7 @@ void CZQModSettingsImpl::SetVariableString(const wchar_t* name, const wchar_t* v
     }
 }
 
-// What a null value is good for: a name that does not exist yet.
+// A null value is valid only for a name that does not exist yet.
 void CZQModSettingsImpl::AddEmptyString(std::wstring_view name, CZQVariableHost* source) {
     if (!RaiseCleanly([&] { return m_store.AddEmptyString(name); })) {
         throw std::invalid_argument("the value of a string variable is null");

@@ -12,8 +12,8 @@ namespace {
 // Longer than editors pause between deleting, writing and renaming, and short enough for a repair within a
 // second.
 constexpr uint64_t kTroubleMilliseconds = 700;
-// Meanwhile it is looked at several times. Where the thread was kept from looking, the file may have been
-// whole in between: the wait starts again.
+// The file is checked several times meanwhile. If the thread was kept from checking, the file may have been
+// complete in between, so the wait starts again.
 constexpr uint32_t kTroubleLookMilliseconds = 200;
 constexpr uint64_t kUnseenMilliseconds = 400;
 constexpr uint32_t kFirstHeldPause = 10;
@@ -37,7 +37,7 @@ FollowResult FileFollower::Follow(ReloadCause cause, const NamedFiles& named) {
     bool isReported = false;
     if (IsWorthLook(cause)) {
         m_isPassOwed = m_isPassOwed || cause == ReloadCause::Notice;
-        // A timer is about certain files: a change of another one that no notice named stays hidden.
+        // A timer concerns certain files: a change of another one that no notice named stays hidden.
         isReported = LookAndReload(cause == ReloadCause::Timer && !m_isPassOwed ? m_lookAgain : kAll);
     }
     return {isReported, UntilNextLook()};
@@ -76,7 +76,7 @@ bool FileFollower::IsWorthLook(ReloadCause cause) const {
     if (cause == ReloadCause::Notice || cause == ReloadCause::Timer) {
         return true;
     }
-    // A file that was deleted before anything watched waits for the next notice.
+    // A file that was deleted before the watcher started waits for the next notice.
     if (cause == ReloadCause::Start) {
         return std::any_of(m_files.begin(), m_files.end(), [](const PrivateFile& file) {
             return FileExists(file.Path()) && file.HasOtherTime();
@@ -100,7 +100,7 @@ bool FileFollower::LookAt(const Selection& selection, ReloadLooks& looks) {
     }
 }
 
-// A refused file that others have open for writing is on its way to another content, however long it takes.
+// A refused file that others have open for writing will get another content, however long that takes.
 void FileFollower::LeaveToWriters(ReloadLooks& looks) const {
     for (size_t i = 0; i < looks.size(); ++i) {
         if (looks[i].verdict == FileVerdict::Refused && m_files[i].IsBeingWritten()) {
@@ -109,7 +109,7 @@ void FileFollower::LeaveToWriters(ReloadLooks& looks) const {
     }
 }
 
-// For how long the pass has to wait yet.
+// Returns how much longer the pass has to wait.
 uint32_t FileFollower::TroubleLeft(const ReloadLooks& looks) {
     const uint64_t now = m_context.files.clock.Milliseconds();
     bool isAny = false;

@@ -1,11 +1,11 @@
-// When a reload pass runs: what the watcher does with its notices.
+// Decides when a reload pass runs: what the watcher does with its notices.
 //
-// A reload has two steps. First the files are looked at, silently. A file whose whole text parses is
-// complete, since the root's last bracket has to be the last character: no piece of it, cut anywhere, is
-// accepted. So where each file is unchanged or acceptable, the pass runs at once and loads the very bytes
-// that were looked at. A file that is missing, or changed and refused, may be an editor between two steps:
-// the pass waits until that has been exactly so for a while, counted for the three files together. A file
-// that another program holds is left out of the pass and looked at again until it is free.
+// A reload has two steps. First the files are checked without logging. A file whose whole text parses is
+// complete, since the root's last bracket has to be the last character: no part of it, cut anywhere, is
+// accepted. So if each file is unchanged or acceptable, the pass runs at once and loads the very bytes
+// that were checked. If a file is missing, or changed and refused, an editor may be between two steps: the
+// pass waits until the file has stayed that way, unchanged, for a while, counted for the three files
+// together. A file that another program holds is left out of the pass and checked again until it is free.
 //
 // Runs on the watcher's thread. Nothing here waits: Follow() says when it wants to be called again.
 #pragma once
@@ -39,15 +39,15 @@ public:
     // Both must outlive this object.
     FileFollower(PrivateFiles& files, const ReloadContext& context) : m_files(files), m_context(context) {}
 
-    // Looks at the files and runs a pass where one is due. Raises std::filesystem::filesystem_error when a
-    // file cannot be replaced by its default.
+    // Checks the files and runs a pass if one is due. Raises std::filesystem::filesystem_error if a file
+    // cannot be replaced by its default.
     //
-    // `named` are the files that the notice has records of: something is happening to them, so that one of
-    // them that is missing or refused is given its time anew, even where each look finds it so.
+    // `named` are the files that the notice has records of. Something is happening to them, so the wait
+    // starts again for one that is missing or refused, even if each look finds it in the same state.
     FollowResult Follow(ReloadCause cause, const NamedFiles& named = {});
 
 private:
-    // What keeps a pass waiting, to be compared with the next look.
+    // The reason why a pass waits, to compare with the next look.
     struct Trouble {
         FileVerdict verdict = FileVerdict::Unchanged;
         uint32_t error = 0;
@@ -60,7 +60,7 @@ private:
 
     bool IsWorthLook(ReloadCause cause) const;
     bool LookAndReload(Selection selection);
-    // Returns false when a look was given up.
+    // Returns false if a look was abandoned.
     bool LookAt(const Selection& selection, ReloadLooks& looks);
     void LeaveToWriters(ReloadLooks& looks) const;
     uint32_t TroubleLeft(const ReloadLooks& looks);

@@ -43,7 +43,7 @@ bool IsPassedOver(const Record& record) {
            EqualsIgnoringAsciiCase(record.name, L"kept");
 }
 
-// The name that the file of the first record has after the renames that follow.
+// Returns the name that the file of the first record has after the renames that follow.
 std::wstring_view LastNameOf(std::span<const Record> records) {
     std::wstring_view name = records.front().name;
     bool isRenamed = false;

@@ -10,7 +10,7 @@ namespace zq {
 
 namespace {
 
-// After so long in a stop a load is given up; DoStop terminates the thread after a second.
+// A load is abandoned once a stop has waited this long; DoStop terminates the thread after a second.
 constexpr uint64_t kStopPatienceMilliseconds = 800;
 
 } // namespace
@@ -37,8 +37,8 @@ void FolderWatcher::WatchUntilStopped() {
             m_reload.files.log.Log(LogFailure, text.c_str());
             return;
         }
-        // The request is pending: from here on every edit raises a notice. One that was made before is looked
-        // for.
+        // The request is pending, so every edit from here on causes a notice. Earlier edits are checked for
+        // now.
         if (isFirst && !m_context.stop.Wait(0)) {
             m_timer = Follow(ReloadCause::Start);
         }
@@ -69,7 +69,7 @@ FolderWatcher::Wake FolderWatcher::WaitForChange(uint32_t milliseconds) const {
     return result == WAIT_TIMEOUT ? Wake::Timer : Wake::Change;
 }
 
-// Where names were lost, any of the three files may be among them.
+// If names were lost, any of the three files may be among them.
 ReloadCause FolderWatcher::CauseOf(DirectoryWatch::Result result) const {
     return result == DirectoryWatch::Result::Lost || IsAboutConfigFile(m_watch.Records())
                ? ReloadCause::Notice

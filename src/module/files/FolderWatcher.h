@@ -1,8 +1,7 @@
-// The watcher's thread: follows the data folder and has the files that changed reloaded.
+// The watcher's thread: follows the data folder and reloads the files that changed.
 //
-// It lives as long as the module object does; one thread at a time runs ThreadEntryWatchConfig. What the
-// thread needs of the system is kept here, not on its stack, so that a thread that was terminated leaves
-// nothing open.
+// It lives as long as the module object; one thread at a time runs ThreadEntryWatchConfig. System objects
+// that the thread needs are kept here, not on its stack, so that a terminated thread leaves nothing open.
 #pragma once
 
 #include "base/Cancellation.h"
@@ -26,7 +25,7 @@ struct WatcherContext {
 
 class FolderWatcher final : private Cancellation {
 public:
-    // All that is handed in must outlive this object.
+    // All arguments must outlive this object.
     FolderWatcher(PrivateFiles& files, const FilesContext& filesContext, WatcherContext context)
         : m_context(std::move(context)), m_reload{{filesContext.store, filesContext.log, filesContext.clock,
                                                    this},
@@ -37,9 +36,10 @@ public:
     // be watched.
     void ThreadEntryWatchConfig();
 
-    // Before the stop event is signalled, from any thread: a load that runs much longer is given up.
+    // Called before the stop event is signalled, from any thread: a load that runs much longer is
+    // abandoned.
     void PrepareStop();
-    // After the thread was terminated, from any thread.
+    // Called after the thread was terminated, from any thread.
     void CloseAfterTermination() { m_watch.Close(); }
 
 private:

@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 constexpr size_t kCopies = 10;
 constexpr int kNameTries = 1000;
 
-// Sorts as the times do: 20260102T030405.678Z.
+// Sorts in the order of the times: 20260102T030405.678Z.
 std::wstring TimeName() {
     SYSTEMTIME now{};
     GetSystemTime(&now);
@@ -38,7 +38,7 @@ bool IsTimeName(std::wstring_view text) {
            });
 }
 
-// The folder of copies beside a private file, while they are worked on; false where there is none to use.
+// The folder of copies beside a private file while it is in use; false if there is none to use.
 struct CopiesFolder {
     CopiesFolder(const fs::path& file, const wchar_t* name)
         : path(file.parent_path() / name), pinned(path.wstring()) {}
@@ -48,7 +48,7 @@ struct CopiesFolder {
     PinnedFolder pinned;
 };
 
-// The names of a file's copies, newest first.
+// Returns the names of a file's copies, newest first.
 std::vector<std::wstring> CopyNames(const fs::path& folder, const std::wstring& fileName) {
     std::vector<std::wstring> names;
     std::error_code error;
@@ -71,8 +71,8 @@ void KeepNewest(const fs::path& folder, const std::wstring& fileName) {
     }
 }
 
-// Runs create(path) with a name of the present time until it is free: two copies made within one millisecond.
-// Returns the path, or nothing when another error comes up.
+// Runs create(path) with a name of the current time until the name is free, since two copies may be made
+// within one millisecond. Returns the path, or nothing on any other error.
 template <class Create>
 std::wstring UnderNewName(const fs::path& folder, const std::wstring& fileName, Create create) {
     for (int i = 0; i < kNameTries; ++i) {

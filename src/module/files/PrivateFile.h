@@ -1,4 +1,4 @@
-// One private configuration file: where it is, where its default is, and what one look at it says.
+// One private configuration file: its path, the path of its default, and what a look at it finds.
 //
 // It refers to the members of the module object that hold its paths and its recorded time, and knows nothing
 // else of that object. One thread at a time: DoInit's, then the watcher's.
@@ -34,8 +34,7 @@ struct FileLook {
 
 class PrivateFile {
 public:
-    // What is given must outlive this object. `mutex` is what saves hold while they read, change and write
-    // the file.
+    // All arguments must outlive this object. Saves hold `mutex` while they read, change and write the file.
     PrivateFile(ConfigFile kind, const std::wstring& path, const std::wstring& defaultPath, FileTime& time,
                 const Mutex& mutex)
         : m_kind(kind), m_path(path), m_defaultPath(defaultPath), m_time(time), m_mutex(mutex) {}
@@ -47,11 +46,11 @@ public:
     const Mutex& GetMutex() const { return m_mutex; }
     const FileTime& Time() const { return m_time; }
 
-    // Looks at the content, whatever the recorded time. Takes the mutex, so that a save is seen whole.
-    // Raises Cancelled where `cancellation`, which may be null, asks for it.
+    // Looks at the content, whatever the recorded time. Takes the mutex, so that a save is seen complete.
+    // Raises Cancelled if `cancellation`, which may be null, requests it.
     FileLook Look(const Cancellation* cancellation = nullptr) const;
-    // The same, but a file whose time is the recorded one is Unchanged. While the file is doubted (see
-    // Record), its bytes decide instead.
+    // The same, but a file with the recorded time is Unchanged. While the file is doubted (see Record), its
+    // bytes decide instead.
     FileLook LookIfChanged(const Clock& clock, const Cancellation* cancellation = nullptr);
     // Whether the file is missing or its time is not the recorded one.
     bool HasOtherTime() const { return LastWriteTime(m_path) != m_time; }
@@ -61,13 +60,13 @@ public:
     bool IsBeingWritten() const;
 
     // Records the time of a file that is about to be loaded. A time so recent that another write could get
-    // the same one is not trusted: the file is doubted, and its bytes are kept, until a look at ConfirmAt()
+    // the same one is not trusted: the file is doubted and its bytes are kept until a look at ConfirmAt()
     // finds them unchanged.
     void Record(const FileSnapshot& file, const Clock& clock);
     // Records a time without doubt.
     void RecordTime(const FileTime& time);
 
-    // When a doubted file has to be looked at once more, in Clock::Milliseconds(); 0 when it is not doubted.
+    // When a doubted file has to be checked again, in Clock::Milliseconds(); 0 if it is not doubted.
     uint64_t ConfirmAt() const { return m_confirmAt; }
 
 private:

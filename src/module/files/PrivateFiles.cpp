@@ -11,14 +11,14 @@ namespace zq {
 
 namespace {
 
-// For which DoInit waits in all before it goes on without a file that others hold.
+// How long DoInit waits in total before it goes on without a file that others hold.
 constexpr uint64_t kHeldMilliseconds = 5000;
 constexpr uint32_t kHeldPauseMilliseconds = 10;
-// For which a refused file has to stay as it is. Hardly anybody edits while a server starts, and a start must
+// How long a refused file has to stay as it is. Hardly anybody edits while a server starts, and a start must
 // not wait.
 constexpr uint32_t kRefusedMilliseconds = 20;
 
-// Replaces the file, and waits where its default is held. A gap that somebody else has filled is filled.
+// Provides the file, and waits while its default is held. If somebody else has created the file, it stays.
 void ProvisionFile(const PrivateFile& file, const FilesContext& context, uint64_t deadline) {
     FileLook missing;
     missing.verdict = FileVerdict::Missing;
@@ -63,7 +63,7 @@ private:
         return true;
     }
 
-    // Returns false when the file may be on its way to another content: it changed, or others are writing it.
+    // Returns false if the file may be about to get another content: it changed, or others are writing it.
     bool Repair(const FileLook& look) {
         m_context.clock.Sleep(kRefusedMilliseconds);
         const ReplacementResult result = ReplaceByDefault(m_file, look);

@@ -78,8 +78,8 @@ private:
         return FileResult::Loaded;
     }
 
-    // The file is replaced first, so that a verdict that is not acted upon is not logged; what is logged
-    // comes in the order of a load, a repair and a second load all the same.
+    // The file is replaced first, so that a verdict without an action is not logged; the messages still have
+    // the order of a load, a repair and a second load.
     FileResult Repair(const FileLook& look) {
         const std::optional<FileTime> time = LastWriteTime(m_file.Path());
         const ReplacementResult result = ReplaceByDefault(m_file, look);

@@ -17,12 +17,12 @@ struct ReloadContext {
     std::function<void()> notifyReloaded; // after each file that was loaded
 };
 
-// What was seen of each file immediately before the pass.
+// The state of each file immediately before the pass.
 using ReloadLooks = std::array<FileLook, 3>;
 
-// Acts on the looks. A file that turns out to have changed since its look, or that others hold, is left alone
-// without a word: its look becomes Held, so that it is looked at again. Returns false when the pass was cut
-// short before it loaded anything: it is not reported to the host then.
+// Acts on the looks. A file that has changed since its look, or that others hold, is left alone without a
+// message: its look becomes Held, so that it is checked again. Returns false if the pass was abandoned before
+// it loaded anything; the host is then not called.
 bool ReloadPrivateConfigFile(PrivateFiles& files, ReloadLooks& looks, const ReloadContext& context);
 
 } // namespace zq

@@ -14,7 +14,7 @@ ReplacementResult ResultOf(uint32_t error) {
     return {IsHeldError(error) ? Replacement::Held : Replacement::Failed, error};
 }
 
-// A file that cannot be read has to fail for the same reason; one that was read has to have the same bytes.
+// A file that could not be read must fail for the same reason; a file that was read must have the same bytes.
 bool IsStill(const FileSnapshot& expected, const FileSnapshot& now) {
     return expected.access == now.access && expected.bytes == now.bytes &&
            (expected.access == FileAccess::Missing || expected.error == now.error);
@@ -35,7 +35,7 @@ uint32_t Exchange(const std::wstring& path, const std::wstring& copy) {
     return RenameFile(copy, path, Replacing::Yes);
 }
 
-// A path that nothing is at, or a link that leads nowhere.
+// The path does not exist or is a dangling link.
 uint32_t FillGap(const std::wstring& path, const std::wstring& copy) {
     const uint32_t error = RenameFile(copy, path, Replacing::No);
     return error != 0 && !FileExists(path) ? RenameFile(copy, path, Replacing::Yes) : error;
