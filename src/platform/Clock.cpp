@@ -17,8 +17,8 @@ public:
     void Sleep(uint32_t milliseconds) const override { ::Sleep(milliseconds); }
 };
 
-// Made by the compiler: an object that is made at its first use leaves handles of the run-time library behind
-// each time that the DLL is unloaded.
+// Initialised at compile time: an object that is made at its first use would leave handles of the run-time
+// library open each time that the DLL is unloaded.
 constinit const Win32Clock clock;
 
 } // namespace

@@ -1,4 +1,4 @@
-// The time as the components see it that wait for files. Tests hand in a clock of their own.
+// The time for components that wait for files. Tests pass their own clock.
 //
 // Any thread may call.
 #pragma once
@@ -9,7 +9,7 @@ namespace zq {
 
 class Clock {
 public:
-    // Of a clock that only runs forwards.
+    // From a clock that never goes backwards.
     virtual uint64_t Milliseconds() const = 0;
     // The time of day in the unit of FileTime::ticks.
     virtual uint64_t FileTicks() const = 0;

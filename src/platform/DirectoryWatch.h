@@ -1,7 +1,7 @@
-// Notices about changes in one folder, requested one completion at a time.
+// Notices of changes in one folder, requested one completion at a time.
 //
-// A request dies with the thread that made it, so one thread opens, requests and fetches. The object may
-// outlive that thread: where it was terminated, Close() frees what it left, once the thread has ended.
+// A request ends with the thread that made it, so one thread opens, requests and fetches. The object may
+// outlive that thread: once a terminated thread has ended, Close() frees what it left.
 #pragma once
 
 #include "platform/Event.h"
@@ -33,12 +33,12 @@ public:
     // Cancels a pending request and waits for it before its buffer is used again.
     void Close();
 
-    // Requests the next changes; CompletionEvent() is signalled when there are some. Returns 0 or the
+    // Requests the next changes; CompletionEvent() is signalled when they arrive. Returns 0 or the
     // system's error.
     DWORD Request();
     HANDLE CompletionEvent() const { return m_completed ? m_completed->Get() : nullptr; }
 
-    // The outcome of the request, without waiting. A request that is still pending is cancelled.
+    // Returns the outcome of the request without waiting. Cancels a request that is still pending.
     Result Fetch();
     // FILE_NOTIFY_INFORMATION records, valid until the next request.
     std::span<const std::byte> Records() const { return {m_buffer.data(), m_bytes}; }

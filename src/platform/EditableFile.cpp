@@ -19,7 +19,7 @@ EditableFile::EditableFile(const std::wstring& path)
 uint32_t EditableFile::Read(std::vector<char>& bytes) const { return ReadWhole(m_file.get(), bytes); }
 
 uint32_t EditableFile::Overwrite(std::string_view old, std::string_view fresh) const {
-    // Setting a length alone reserves nothing: the bytes beyond the old end have to be written.
+    // Setting the length reserves no space: the bytes beyond the old end have to be written.
     if (fresh.size() > old.size()) {
         if (const uint32_t error = WriteAt(old.size(), fresh.substr(old.size()))) {
             SetLength(old.size());

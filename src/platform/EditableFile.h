@@ -1,7 +1,7 @@
-// One file that is read and then overwritten in place, with nobody else writing in between: it keeps its
-// identity, its attributes and its access list.
+// A file that is read and then overwritten in place, while nobody else can write it: it keeps its identity,
+// its attributes and its access list.
 //
-// The caller holds the file's mutex as long as the object lives. Nothing is logged.
+// The caller must hold the file's mutex for the lifetime of the object. Nothing is logged.
 #pragma once
 
 #include "platform/Files.h"
@@ -14,8 +14,8 @@ namespace zq {
 
 class EditableFile {
 public:
-    // Opens an existing file; others may read it, rename it and delete it, but not write. Access() says how
-    // it went: Failed also where the path leads to a file in another folder.
+    // Opens an existing file; others may read it, rename it and delete it, but not write it. Access() gives
+    // the result, which is also Failed if the path leads to a file in another folder.
     explicit EditableFile(const std::wstring& path);
 
     FileAccess Access() const { return m_access; }
@@ -23,9 +23,9 @@ public:
     // REQUIRES: Access() is Read. Returns 0 or the system's error.
     uint32_t Read(std::vector<char>& bytes) const;
 
-    // Replaces the content, which is `old`, by `fresh` and brings it to the disk. What is longer than `old`
-    // is written first, so that a full disk is met before a byte of the old content has changed. Returns 0,
-    // or the system's error with the old content restored as far as the system allows.
+    // Replaces the content, which is `old`, with `fresh` and flushes it to the disk. The part beyond the
+    // length of `old` is written first, so that a full disk is noticed before the old content has changed.
+    // Returns 0, or the system's error with the old content restored as far as the system allows.
     //
     // REQUIRES: Access() is Read.
     uint32_t Overwrite(std::string_view old, std::string_view fresh) const;

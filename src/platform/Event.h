@@ -21,7 +21,7 @@ public:
         return WaitForSingleObject(m_handle.get(), milliseconds) == WAIT_OBJECT_0;
     }
 
-    // Null once closed, or when the system could not create the event.
+    // Null once closed, or if the system could not create the event.
     HANDLE Get() const { return m_handle.get(); }
 
 private:

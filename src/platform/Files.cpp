@@ -49,7 +49,7 @@ DWORD FlushPath(const std::wstring& path) {
     return file && FlushFileBuffers(file.get()) ? DWORD{ERROR_SUCCESS} : GetLastError();
 }
 
-// The path that the system gives an open file or folder, every link resolved; empty where it cannot say.
+// Returns the path of an open file or folder with every link resolved; empty if the system cannot say.
 std::wstring FinalPath(HANDLE file) {
     std::wstring path(MAX_PATH, L'\0');
     for (;;) {
@@ -208,7 +208,7 @@ bool LeadsElsewhere(void* file, const std::wstring& path) {
     return folder && FolderOf(FinalPath(file)) != FinalPath(folder.get());
 }
 
-// The link itself is opened where the system can do that; Wine follows it, which its final path shows.
+// Opens the link itself if the system can do that; Wine follows it, which the final path shows.
 PinnedFolder::PinnedFolder(const std::wstring& path)
     : m_folder(OpenExisting(path, FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE,
                             FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT)) {

@@ -1,7 +1,7 @@
-// Files as the module uses them: whole, by path, and without disturbing others. Every open of a file here
-// lets others read, write, rename and delete it at the same time.
+// Files as the module uses them: as a whole, by path, and without disturbing other programs. Every open here
+// lets others read, write, rename and delete the file at the same time.
 //
-// A file that another program holds open without sharing is not broken: every operation reports it as held,
+// A file that another program holds open without sharing is not an error: every operation reports it as held,
 // and the caller tries again later. Errors are the system's codes; 0 is success. Any thread may call; nothing
 // is logged.
 #pragma once
@@ -15,7 +15,7 @@
 
 namespace zq {
 
-// When a file was last written. Seconds cannot tell two quick saves apart, so the file system's own value is
+// When a file was last written. Seconds cannot distinguish two quick saves, so the file system's own value is
 // kept too.
 struct FileTime {
     int64_t seconds = 0; // since 1970-01-01 UTC
@@ -24,12 +24,12 @@ struct FileTime {
     friend bool operator==(const FileTime&, const FileTime&) = default;
 };
 
-// The file-system access test for existence: 0 when the path exists, -1 when it does not. A dangling link
-// does not.
+// The file-system access test for existence: 0 if the path exists, -1 if it does not. A dangling link does
+// not exist.
 int ExistenceResult(const std::wstring& path);
 inline bool FileExists(const std::wstring& path) { return ExistenceResult(path) == 0; }
 
-// Nothing when the path cannot be queried.
+// Returns nothing if the path cannot be queried.
 std::optional<FileTime> LastWriteTime(const std::wstring& path);
 
 enum class FileAccess {
@@ -39,7 +39,7 @@ enum class FileAccess {
     Failed // for a reason that waiting does not remove
 };
 
-// What one look at a file found.
+// The result of one look at a file.
 struct FileSnapshot {
     FileAccess access = FileAccess::Missing;
     uint32_t error = 0;      // unless Read
@@ -50,22 +50,22 @@ struct FileSnapshot {
 // A file of 2 GB and more is Failed.
 FileSnapshot ReadSnapshot(const std::wstring& path);
 
-// Whether another program has the file open for writing. The question briefly keeps others from opening the
-// file for writing, so it is asked only about a file that was refused. The caller must hold the mutex that
-// the module's own writers of this file hold.
+// Whether another program has the file open for writing. The test briefly keeps others from opening the file
+// for writing, so it is made only for a refused file. The caller must hold the mutex that the module's own
+// writers of this file hold.
 bool IsOpenForWriting(const std::wstring& path);
 
 // Whether the error says that another program holds the file.
 bool IsHeldError(uint32_t error);
 bool IsMissingError(uint32_t error);
-// What an open that failed with this error says about the file; never Read.
+// What this error of a failed open says about the file; never Read.
 FileAccess AccessOf(uint32_t error);
 
-// Reads an open file from where it is positioned to the end that it has now. `file` is a HANDLE.
+// Reads an open file from its current position to its current end. `file` is a HANDLE.
 uint32_t ReadWhole(void* file, std::vector<char>& bytes);
 
-// Copies a file with its last-write time to a path that does not exist, and brings it to the disk. The copy
-// is not read-only. Leaves nothing behind on failure.
+// Copies a file with its last-write time to a path that does not exist, and flushes the copy to the disk. The
+// copy is not read-only. Leaves nothing behind on failure.
 uint32_t CopyToNewFile(const std::wstring& from, const std::wstring& to);
 
 // Creates a file with this content, unless the path exists. Leaves nothing behind on failure.
@@ -73,23 +73,23 @@ uint32_t WriteNewFile(const std::wstring& path, const std::vector<char>& bytes);
 
 enum class Replacing { No, Yes };
 
-// Renames within one volume. A link at either path is renamed or replaced itself. A read-only target is
-// replaced too.
+// Renames within one volume. Links are not followed: a link at either path is itself renamed or replaced. A
+// read-only target is replaced too.
 uint32_t RenameFile(const std::wstring& from, const std::wstring& to, Replacing replacing);
 
-// Deletes a file or a link, read-only or not. A missing one is no error.
+// Deletes a file or a link, read-only or not. A missing file is not an error.
 uint32_t DeletePath(const std::wstring& path);
 
-// Whether the path leads to a file or folder outside the folder that it names: a link to somewhere else.
-// False when nothing is there.
+// Whether the path is a link to a file or folder outside the folder that the path names. False if the path
+// does not exist.
 bool IsLinkElsewhere(const std::wstring& path);
 
-// The same of a file that has been opened by that path. What is then done with the handle cannot be led
-// elsewhere any more. `file` is a HANDLE.
+// The same for a file that was opened by that path: what is then done through the handle can no longer be
+// redirected. `file` is a HANDLE.
 bool LeadsElsewhere(void* file, const std::wstring& path);
 
-// A folder that is a folder itself and no link. As long as the object lives nobody can rename or delete it,
-// so that paths through it lead where they led.
+// A folder that is not a link. During the lifetime of the object nobody can rename or delete the folder, so
+// paths through it always lead to the same place.
 class PinnedFolder {
 public:
     explicit PinnedFolder(const std::wstring& path);
@@ -101,8 +101,7 @@ private:
     UniqueHandle m_folder;
 };
 
-// A path beside `path` that does not exist yet and that nobody can guess. IsTemporaryName recognises its
-// name.
+// Returns an unguessable path beside `path` that does not exist yet. IsTemporaryName recognises its name.
 std::wstring TemporaryPath(const std::wstring& path);
 
 // Raises std::filesystem::filesystem_error with the paths and the system's text.

@@ -1,8 +1,8 @@
-// An unnamed Win32 mutex. It is locked by a scope and in no other way, so an early return or an exception
-// cannot keep it locked.
+// An unnamed Win32 mutex. It can be locked only by a scope, so an early return or an exception cannot leave
+// it locked.
 //
-// The owning thread may lock again. A mutex whose owner was terminated is taken over by the next thread that
-// locks it: the wait ends and the lock is held.
+// The owning thread may lock again. A mutex whose owner was terminated passes to the next thread that locks
+// it: the wait ends and the lock is held.
 #pragma once
 
 #include "base/ThreadSafety.h"
@@ -14,7 +14,7 @@ namespace zq {
 
 class ZQ_CAPABILITY("mutex") Mutex {
 public:
-    // Raises std::system_error when a mutex cannot be created: what it guards would be unguarded.
+    // Raises std::system_error if a mutex cannot be created: the data would be unguarded.
     Mutex() : m_handle(CreateMutexW(nullptr, FALSE, nullptr)) {
         if (!m_handle) {
             throw std::system_error(static_cast<int>(GetLastError()), std::system_category(),

@@ -1,5 +1,5 @@
-// The names of the module's temporary files: "<name>.<16 hexadecimal digits>.zqtmp". Notices about them are
-// passed over by the folder watcher.
+// The names of the module's temporary files: "<name>.<16 hexadecimal digits>.zqtmp". The folder watcher
+// ignores notices about them.
 //
 // Portable.
 #pragma once

@@ -10,14 +10,14 @@ namespace zq {
 namespace {
 
 constexpr ULONGLONG kWatchMilliseconds = 100;
-// A thread that has not moved in so many looks is waiting inside the system's library, not working there.
+// A thread that has not moved in this many looks is waiting inside the system's library, not working there.
 constexpr int kLooksWithoutMove = 20;
-// After so long without a look outside that library a moment inside it will do, if it harms nobody.
+// If every look for this long finds the thread inside that library, a harmless moment inside it is accepted.
 constexpr ULONGLONG kInsideAfterMilliseconds = 80;
 constexpr DWORD kProbeMilliseconds = 10;
 constexpr SIZE_T kProbeStack = SIZE_T{64} * 1024;
 
-// Where the system's library is mapped: the code that holds the locks of the process heap.
+// Where the system's library, whose code holds the locks of the process heap, is mapped.
 struct CodeRange {
     const std::byte* begin = nullptr;
     size_t size = 0;
@@ -26,7 +26,7 @@ struct CodeRange {
     bool Contains(uintptr_t address) const { return OffsetOf(address) < size; }
 };
 
-// Asked for before any thread is suspended: a suspended thread may hold the loader's lock.
+// Queried before any thread is suspended: a suspended thread may hold the loader's lock.
 CodeRange SystemLibrary() {
     const auto* image = reinterpret_cast<const std::byte*>(GetModuleHandleW(L"ntdll.dll"));
     if (!image) {
@@ -37,7 +37,7 @@ CodeRange SystemLibrary() {
     return {image, headers->OptionalHeader.SizeOfImage};
 }
 
-// The next instruction of a suspended thread, or 0.
+// Returns the next instruction of a suspended thread, or 0.
 uintptr_t InstructionOf(HANDLE thread) {
     alignas(16) CONTEXT context{};
     context.ContextFlags = CONTEXT_CONTROL;
@@ -49,8 +49,8 @@ DWORD WINAPI LockHeap(void* /*unused*/) {
     return HeapLock(heap) && HeapUnlock(heap) ? 0 : 1;
 }
 
-// A thread that takes the lock of the loader, as every new thread does, and then that of the process heap. It
-// ends only when no suspended thread holds one of them or has just been woken to take it.
+// A thread that takes the loader's lock, as every new thread does, and then the lock of the process heap. It
+// ends only if no suspended thread holds one of them or has just been woken to take it.
 class Probe {
 public:
     Probe() : m_thread(CreateThread(nullptr, kProbeStack, LockHeap, nullptr, 0, nullptr)) {}
@@ -63,8 +63,8 @@ private:
     UniqueHandle m_thread;
 };
 
-// Whether the rest of the process can go on though the thread is suspended. If not, the thread is let go on
-// for a moment.
+// Whether the rest of the process can run while the thread is suspended. If not, the thread is resumed for a
+// moment.
 bool OthersCanGoOn(HANDLE suspended) {
     const Probe probe;
     if (probe.HasEnded(kProbeMilliseconds)) {
@@ -76,14 +76,14 @@ bool OthersCanGoOn(HANDLE suspended) {
     return false;
 }
 
-// A thread inside a call of the kernel is about to return from a stub. It may be queued for a lock, and then
-// must not die: the wake-up that is meant for the next in the queue would be lost.
+// A thread inside a kernel call is about to return from a stub. It may be queued for a lock and then must not
+// die: the wake-up for the next thread in the queue would be lost.
 bool IsInsideKernel(const CodeRange& system, uintptr_t instruction) {
     constexpr std::byte kReturn{0xC3};
     return system.begin[system.OffsetOf(instruction)] == kReturn;
 }
 
-// What is known of a thread from one look to the next.
+// What is remembered of a thread from one look to the next.
 class ThreadLooks {
 public:
     explicit ThreadLooks(HANDLE thread) : m_thread(thread) {}

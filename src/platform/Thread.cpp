@@ -8,10 +8,10 @@ namespace zq {
 
 namespace {
 
-// How long the end of a terminated thread is waited for.
+// How long to wait for the end of a terminated thread.
 constexpr DWORD kEndMilliseconds = 100;
 
-// Recursion locks any number of guards.
+// Locks any number of guards by recursion.
 void TerminateGuarded(HANDLE thread, std::span<const Mutex* const> guards) ZQ_UNCHECKED_LOCKS {
     if (!guards.empty()) {
         MutexLock lock(*guards.front());
@@ -20,7 +20,7 @@ void TerminateGuarded(HANDLE thread, std::span<const Mutex* const> guards) ZQ_UN
     }
     SuspendOutsideSystemLibrary(thread);
     TerminateThread(thread, 0);
-    // Termination is only requested: what the guards protect must not be touched by others before it has
+    // Termination is asynchronous: no other thread may touch what the guards protect before it has
     // happened.
     WaitForSingleObject(thread, kEndMilliseconds);
 }

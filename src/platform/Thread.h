@@ -1,9 +1,9 @@
-// A Win32 thread that is stopped by an event and, where it does not end in time, terminated.
+// A Win32 thread that is stopped by an event and terminated if it does not end in time.
 //
-// Termination is part of the module's contract with its hosts: a callback that never returns must not hold up
-// the host that unregisters it. What makes it survivable is here: while the thread is terminated, the
-// caller's guards are locked, and the thread is not inside the system's library, where the locks of the heap
-// are.
+// Termination is part of the module's contract with its hosts: a callback that never returns must not block
+// the host that unregisters it. This component makes termination survivable: while the thread is terminated,
+// the caller's guards are locked, and the thread is not inside the system's library, which has the locks of
+// the heap.
 #pragma once
 
 #include "platform/Handle.h"
@@ -14,7 +14,7 @@
 
 namespace zq {
 
-// How long a thread may take to end after it was asked to.
+// How long a thread may take to end after a request to stop.
 inline constexpr DWORD kThreadStopMilliseconds = 1000;
 
 class Thread {
@@ -22,23 +22,22 @@ public:
     using Routine = DWORD(WINAPI*)(void* argument);
 
     // Starts the thread with default security and stack size. The result is not checked: a thread that did
-    // not start never runs, and ending it does nothing. It is not started when one of the events that it
-    // waits for is missing: it could not be stopped, or would never rest.
+    // not start never runs, and ending it does nothing. The thread is not started if one of the events that
+    // it waits for is missing: it could not be stopped, or would never sleep.
     void Start(Routine routine, void* argument, std::initializer_list<HANDLE> events);
 
-    // Signals `stopEvent` and waits for the end of the thread, for kThreadStopMilliseconds. Returns whether
-    // there is no thread any more; its handle is closed then.
+    // Signals `stopEvent` and waits up to kThreadStopMilliseconds for the thread to end. Returns whether it
+    // has ended; its handle is then closed.
     bool EndsAfter(HANDLE stopEvent);
 
-    // Terminates the thread with exit code 0 while the `guards` are locked, in their order, so that it cannot
-    // leave what they protect half-written, and closes its handle. Takes up to 0.2 seconds, and longer only
-    // where a guard is held for longer. A thread that terminates itself is not inspected, and does not
-    // return.
+    // Locks the `guards` in their order, terminates the thread with exit code 0, so that it cannot leave what
+    // they protect half-written, and closes its handle. Takes up to 0.2 seconds, or longer if a guard is held
+    // for longer. A thread that terminates itself is not inspected, and the call does not return.
     void Terminate(std::span<const Mutex* const> guards);
 
-    // Whether a thread was started and has not ended.
+    // Whether the thread was started and has not ended.
     bool IsRunning() const;
-    // Whether the caller is this thread.
+    // Whether the calling thread is this one.
     bool IsCurrent() const { return m_id != 0 && m_id == GetCurrentThreadId(); }
 
 private:

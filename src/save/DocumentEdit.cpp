@@ -14,7 +14,7 @@ using Value = EditableValue;
 
 std::string_view TextOf(const Value& value) { return {value.GetString(), value.GetStringLength()}; }
 
-// The last member of that name, or null.
+// Returns the last member of that name, or null.
 Value* Member(Value& object, std::string_view name) {
     if (!object.IsObject()) {
         return nullptr;
@@ -28,7 +28,8 @@ Value* Member(Value& object, std::string_view name) {
     return found;
 }
 
-// Every namesake is set: whichever of them a reader takes, it finds the value.
+// Sets every member of that name, so that a reader finds the value whichever of them it
+// takes.
 SaveResult SetMember(Value& object, std::string_view name, const ValueSetter& set) {
     if (!Member(object, name)) {
         return SaveResult::NoSuchMember;
@@ -41,7 +42,7 @@ SaveResult SetMember(Value& object, std::string_view name, const ValueSetter& se
     return SaveResult::Saved;
 }
 
-// The component after the second point, up to the third one; nothing where it is missing.
+// Returns the component between the second dot and the third; nothing if it is missing.
 std::optional<std::string_view> ThirdComponent(std::string_view name) {
     for (int i = 0; i < 2; ++i) {
         const size_t point = name.find('.');
@@ -50,7 +51,7 @@ std::optional<std::string_view> ThirdComponent(std::string_view name) {
         }
         name.remove_prefix(point + 1);
     }
-    // An empty rest after the last point is no component.
+    // An empty rest after the last dot is not a component.
     return name.empty() ? std::nullopt : std::optional(name.substr(0, name.find('.')));
 }
 

@@ -1,8 +1,8 @@
-// One value of a document replaced in place. Whatever the document holds, the answer is a result: a shape
-// that cannot be used changes nothing.
+// Replaces one value of a document in place. Every document gives a result: one with an unsuitable shape is
+// not changed.
 //
-// Portable: no file, no log. Where a member occurs more than once in its object, the way through the document
-// takes the last one, which is the one that the module's reader keeps; a value is given to all of them.
+// Portable: no file, no log. If a member occurs more than once in its object, the path through the document
+// takes the last one, which is the one that the module's reader keeps; a new value is given to all of them.
 #pragma once
 
 #include "save/RapidJson.h"
@@ -29,28 +29,28 @@ enum class SaveResult {
 // Gives a value its new type and content.
 using ValueSetter = std::function<void(EditableValue&)>;
 
-// Sets the member `name` of the root, points included.
+// Sets the member `name` of the root; dots are part of the name.
 SaveResult EditRootMember(EditableDocument& document, std::string_view name, const ValueSetter& set);
 
-// Sets a member of the headset in use: with "CL" at the root, the member that the third component of `name`
-// names, of the object at `deviceIndex`; without "CL", as EditRootMember. No index is no device.
+// Sets a member of the headset in use. If the root has "CL", this is the member of the object at
+// `deviceIndex` whose name is the third component of `name`, and without an index there is no device. If it
+// has no "CL", same as EditRootMember.
 SaveResult EditDeviceMember(EditableDocument& document, std::string_view name,
                             std::optional<int64_t> deviceIndex, const ValueSetter& set);
 
-// Which response of a headset: a negative number is not looked at.
+// Selects a response of a headset; a negative number matches any.
 struct HmdRequest {
     int32_t mainRequest;
     int32_t subRequest;
     int32_t index;
 };
 
-// Overwrites the first values of the first response that matches, of the first headset with that
-// "DeviceName".
+// Overwrites the first values of the first matching response of the first headset with that "DeviceName".
 SaveResult EditHmdList(EditableDocument& document, std::string_view deviceName, const HmdRequest& request,
                        std::span<const int64_t> values);
 
-// How deep a document may be that is written: the writer recurses once a level. No file of settings comes
-// near it.
+// The maximum depth of a document that is written, since the writer recurses once for each level. No settings
+// file comes near it.
 inline constexpr size_t kDeepestWritable = 256;
 
 bool IsWritable(const EditableDocument& document);

@@ -17,12 +17,12 @@ namespace zq {
 namespace {
 
 constexpr size_t kShortestFile = 4;
-// From here on the library writes an exponent, which the module's reader does not know.
+// From this number on the library writes an exponent, which the module's reader refuses.
 constexpr double kFirstWithExponent = 1e21;
 
 using LibraryWriter = rapidjson::PrettyWriter<DocumentBuffer, rapidjson::UTF8<>, rapidjson::UTF8<>, JsonPool>;
 
-// The fewest digits that give the value back, with their exponent: -1.5e+21.
+// The shortest digits that read back as the same value, with their exponent: -1.5e+21.
 std::string ShortestScientific(double value) {
     std::array<char, 32> text{};
     for (int places = 0; places < std::numeric_limits<double>::max_digits10; ++places) {
@@ -34,7 +34,7 @@ std::string ShortestScientific(double value) {
     return text.data();
 }
 
-// The shortest digits that give the value back, then zeros: 1e21 is 1000000000000000000000.0.
+// The shortest digits that read back as the same value, then zeros: 1e21 is 1000000000000000000000.0.
 std::string PlainDigits(double value) {
     const std::string text = ShortestScientific(value);
     const size_t exponentSign = text.find('e');
@@ -74,8 +74,8 @@ int32_t ParseJsonDoc(std::string_view bytes, std::unique_ptr<EditableDocument>& 
     if (!ParseDocument(*parsed, bytes)) {
         return parsed->GetParseError();
     }
-    // The library takes a zero byte for the end: what follows it would be lost by a save. Inside a document
-    // there is none.
+    // The library takes a zero byte for the end, so a save would lose what follows it. A valid document has
+    // none.
     if (bytes.find('\0') != std::string_view::npos) {
         return rapidjson::kParseErrorDocumentRootNotSingular;
     }

@@ -6,8 +6,8 @@
 
 namespace zq {
 
-// The name in the thread's ANSI code page, with the best fit for what that code page lacks. Raises
-// std::system_error when the system refuses the conversion.
+// Returns the name in the thread's ANSI code page, with the best fit for characters that the code page lacks.
+// Raises std::system_error if the system refuses the conversion.
 std::string NarrowName(std::wstring_view name);
 
 } // namespace zq

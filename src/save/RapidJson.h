@@ -13,8 +13,8 @@
 
 namespace zq {
 
-// The library writes where its allocator's answer points without a look: memory that runs out has to be
-// raised, as everywhere else in the module.
+// The library does not check the pointers that its allocator returns, so running out of memory has to raise
+// an exception, as everywhere else in the module.
 class RaisingAllocator {
 public:
     static constexpr bool kNeedFree = true;

@@ -23,7 +23,7 @@ using Edit = std::function<SaveResult(EditableDocument&)>;
 
 std::string_view ViewOf(const Bytes& bytes) { return {bytes.data(), bytes.size()}; }
 
-// Parses, edits, and hands out the new text.
+// Parses, edits, and returns the new text.
 SaveResult EditText(const Bytes& bytes, const Edit& edit, DocumentBuffer& text) {
     std::unique_ptr<EditableDocument> document;
     ParseJsonDoc(ViewOf(bytes), document);
@@ -41,7 +41,7 @@ SaveResult EditText(const Bytes& bytes, const Edit& edit, DocumentBuffer& text) 
     return SaveResult::Saved;
 }
 
-// All memory is taken before the first byte is written: running out leaves the file as it is.
+// All memory is allocated before the first byte is written, so running out leaves the file as it is.
 SaveResult RewriteOpenFile(const EditableFile& file, const Edit& edit) {
     Bytes bytes;
     if (file.Read(bytes) != 0) {
@@ -56,15 +56,14 @@ SaveResult RewriteOpenFile(const EditableFile& file, const Edit& edit) {
                                                                                   : SaveResult::CannotWrite;
 }
 
-// For a file that may not be written, or can only be read: what would have been saved is reported as not
-// written.
+// For a file that must not or cannot be written: reports the save as not written.
 SaveResult TryOnReadOnlyFile(const std::wstring& path, const Edit& edit) {
     DocumentBuffer text;
     const SaveResult result = EditText(ReadSnapshot(path).bytes, edit, text);
     return result == SaveResult::Saved ? SaveResult::CannotWrite : result;
 }
 
-// Nothing when another program holds the file and there is time to wait for it.
+// Returns nothing if another program holds the file and there is time to wait for it.
 std::optional<SaveResult> TryRewrite(const SaveTarget& target, const Edit& edit, bool isLastTry) {
     MutexLock lock(target.fileMutex);
     const EditableFile file(target.path);

@@ -31,7 +31,7 @@ std::optional<std::vector<IP_ADAPTER_INFO>> ReadAdapters() {
     std::vector<IP_ADAPTER_INFO> buffer(1);
     ULONG length = sizeof(IP_ADAPTER_INFO);
     if (GetAdaptersInfo(buffer.data(), &length) != ERROR_SUCCESS) {
-        // No text of the failed call may remain; one element is kept even for a reported length of 0.
+        // Nothing that the failed call wrote may remain; one element is kept even for a reported length of 0.
         buffer.assign(length / sizeof(IP_ADAPTER_INFO) + 1, IP_ADAPTER_INFO{});
     }
     if (GetAdaptersInfo(buffer.data(), &length) != ERROR_SUCCESS) {

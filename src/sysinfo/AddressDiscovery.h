@@ -1,5 +1,5 @@
-// The addresses under which this machine can be reached, as the string variable "Server IP List": how a list
-// becomes that variable, and the discovery without WMI.
+// The addresses at which this machine can be reached, as the string variable "Server IP List": publishes a
+// list as that variable, and discovers the addresses without WMI.
 //
 // Runs on the initialising thread. Never writes any other variable.
 #pragma once
@@ -18,8 +18,8 @@ class HostLog;
 void PublishServerIpList(const HostLog& log, const StringPublisher& publish, const char* function,
                          const std::vector<std::string>& addresses);
 
-// Publishes the first address of each adapter that has it from a DHCP server, or a fixed address when there
-// is no such adapter. Publishes nothing when the system does not list its adapters.
+// Publishes the first address of each adapter that has it from a DHCP server or, if there is no such adapter,
+// a fixed address. Publishes nothing if the system does not list its adapters.
 void FindIpAddress(const HostLog& log, const StringPublisher& publish);
 
 } // namespace zq

@@ -9,7 +9,7 @@ namespace zq {
 
 namespace {
 
-// In characters, with the terminator: a longer version is cut.
+// In characters, with the terminator; a longer version is truncated.
 constexpr DWORD kVersionBufferSize = 256;
 
 std::wstring ReadVersion(const std::wstring& path) {

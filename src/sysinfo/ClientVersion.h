@@ -1,4 +1,4 @@
-// The version of the headset client package that lies beside the server, as the string variable
+// The version of the headset client package beside the server, as the string variable
 // "LocalClientAPKVersion". Runs on the thread that starts the module.
 #pragma once
 
@@ -10,8 +10,8 @@ namespace zq {
 
 class HostLog;
 
-// Reads ZQClient\Version.txt under `installDir`, which has at most 511 characters. Without that file nothing
-// is published; a file without a version publishes the empty text.
+// Reads ZQClient\Version.txt in `installDir`, which has at most 511 characters. If the file is missing,
+// publishes nothing; if it has no version, publishes an empty text.
 void GetLocalClientAPKVersion(const HostLog& log, const StringPublisher& publish,
                               const std::wstring& installDir);
 

@@ -17,7 +17,7 @@ struct SysFreeStringDeleter {
 
 using UniqueBstr = std::unique_ptr<std::remove_pointer_t<BSTR>, SysFreeStringDeleter>;
 
-// Raises std::bad_alloc when there is no memory.
+// Raises std::bad_alloc.
 inline UniqueBstr MakeBstr(const wchar_t* text) {
     UniqueBstr copy(SysAllocString(text));
     if (!copy) {
@@ -26,7 +26,7 @@ inline UniqueBstr MakeBstr(const wchar_t* text) {
     return copy;
 }
 
-// Empty at first; cleared with all that it holds, a text, an array or an object.
+// Initially empty. The destructor frees the text, array or object that it holds.
 class ScopedVariant {
 public:
     ScopedVariant() { VariantInit(&m_value); }

@@ -1,4 +1,4 @@
-// What the survey learns of one graphics adapter. The texts are in the ANSI code page.
+// What the survey finds out about one graphics adapter. The texts are in the ANSI code page.
 #pragma once
 
 #include <optional>
@@ -16,7 +16,7 @@ struct GraphicsAdapter {
     std::string driverVersion;
 };
 
-// From an object of Win32_VideoController; nothing when it has no device id.
+// Reads an object of Win32_VideoController; returns nothing if it has no device id.
 std::optional<GraphicsAdapter> ReadGraphicsAdapter(const WmiObject& object);
 
 } // namespace zq

@@ -1,5 +1,6 @@
-// The leading integer of a text, as the C library's atoi reads it: blanks, a sign, digits, and 0 without
-// digits. Out of range it is the nearest 32-bit number with every run-time library: some wrap, as atoi may.
+// The leading integer of a text, as the C library's atoi reads it: blanks, a sign, digits, and 0 if there are
+// no digits. A number out of range becomes the nearest 32-bit number; atoi itself wraps in some run-time
+// libraries.
 #pragma once
 
 #include <charconv>

@@ -1,6 +1,6 @@
-// How this component hands a text to the module's variables without knowing them: the owner of the store sets
-// the string variable, with no source and not forced, and notifies the registered hosts. Called on the thread
-// that called into the component, with no lock held; may throw.
+// How this component sets a string variable without knowing the store: the owner of the store sets the
+// variable, with no source and not forced, and notifies the registered hosts. Called on the thread that
+// called the component, with no lock held; may throw.
 #pragma once
 
 #include <functional>

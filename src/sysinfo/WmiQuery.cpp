@@ -31,7 +31,7 @@ bool IsInteger(VARTYPE type) {
     }
 }
 
-// The array in a property, seen by the type that it says it has itself: the property's type may name another.
+// The array in a property. Its type is the one that the array itself states; the property's type may differ.
 struct ArrayView {
     SAFEARRAY* array;
     VARTYPE type;
@@ -39,7 +39,7 @@ struct ArrayView {
     LONG upper;
 };
 
-// Nothing for other values and for arrays of several dimensions.
+// Returns nothing for other values and for arrays of several dimensions.
 std::optional<ArrayView> ViewArray(const VARIANT& value) {
     if ((V_VT(&value) & ~VT_TYPEMASK) != VT_ARRAY || !V_ARRAY(&value)) {
         return std::nullopt;
@@ -83,7 +83,7 @@ std::optional<int64_t> FetchInteger(const ArrayView& view, LONG index) {
     }
 }
 
-// Visits until the enumeration ends or fails; returns how it ended and counts the objects.
+// Visits objects until the enumeration ends or fails; returns how it ended and counts the objects.
 HRESULT VisitAll(IEnumWbemClassObject& objects, const std::function<void(const WmiObject&)>& visit,
                  size_t& count) {
     for (;;) {
@@ -168,7 +168,7 @@ std::optional<WmiService> WmiService::Connect(IWbemLocator& locator, const wchar
     if (FAILED(result) || !service) {
         return std::nullopt;
     }
-    // Only a proxy has a blanket: a service inside the process refuses it and works without.
+    // Only a proxy has a security blanket: a service inside the process refuses it and works without one.
     CoSetProxyBlanket(service.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr, RPC_C_AUTHN_LEVEL_CALL,
                       RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE);
     return WmiService(std::move(service), observe);

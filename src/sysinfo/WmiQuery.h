@@ -1,7 +1,7 @@
 // WMI as the survey needs it: connect to a namespace, run a query, visit each object, read its properties.
 //
-// Nothing here logs or throws on a WMI failure; what cannot be read is nothing. The calling thread is in the
-// multithreaded apartment, and stays there as long as these objects live.
+// Nothing here logs or throws on a WMI failure; a value that cannot be read is nothing. The calling thread
+// must be in the multithreaded apartment for the lifetime of these objects.
 #pragma once
 
 #include "sysinfo/WmiQueryReport.h"
@@ -27,7 +27,7 @@ public:
     explicit WmiObject(IWbemClassObject& object) : m_object(object) {}
 
     std::optional<std::wstring> Text(const wchar_t* property) const;
-    // Of a number too: 64-bit numbers come as texts, smaller ones as they are.
+    // Also reads a number: WMI returns 64-bit numbers as texts, smaller ones as they are.
     std::optional<std::wstring> NumberText(const wchar_t* property) const;
     // The first element of an array of texts.
     std::optional<std::wstring> FirstText(const wchar_t* property) const;
@@ -42,12 +42,13 @@ private:
 
 class WmiService {
 public:
-    // Nothing when the namespace cannot be reached. `observe` may be empty, and outlives the service.
+    // Returns nothing if the namespace cannot be reached. `observe` may be empty, and must outlive the
+    // service.
     static std::optional<WmiService> Connect(IWbemLocator& locator, const wchar_t* nameSpace,
                                              const WmiQueryObserver& observe);
 
-    // Runs a query in WQL and visits its objects one at a time, as they come; an enumeration that fails ends
-    // there. Returns false when the query itself fails.
+    // Runs a WQL query and visits its objects one at a time as they arrive; a failed enumeration ends there.
+    // Returns false if the query itself fails.
     bool ForEach(const wchar_t* query, const std::function<void(const WmiObject&)>& visit) const;
 
 private:

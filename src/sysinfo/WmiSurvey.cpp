@@ -46,8 +46,8 @@ constexpr std::array<const char*, 24> kChassisNames = {
     "Sealed-Case PC",
 };
 
-// The thread's stay in the multithreaded apartment. Leaving is part of it even when entering failed: a host
-// thread that was in a single-threaded apartment has one initialisation less afterwards.
+// Keeps the thread in the multithreaded apartment. It leaves even if entering failed: a host thread that was
+// in a single-threaded apartment has one initialisation less afterwards.
 class ComSession {
 public:
     ComSession() : m_result(CoInitializeEx(nullptr, COINIT_MULTITHREADED)) {}
@@ -81,7 +81,7 @@ private:
     void ReadGraphicsAdapters(const WmiService& cimv2);
     void ReadPhysicalAdapters(const WmiService& standardCimv2);
 
-    // What is read of one object.
+    // Each reads one object.
     void ReadAddress(const WmiObject& adapter);
     void ReadNetworkDevice(const WmiObject& adapter);
     void ReadChassisTypes(const WmiObject& enclosure);
