@@ -56,7 +56,7 @@ SaveResult RewriteOpenFile(const EditableFile& file, const Edit& edit) {
                                                                                   : SaveResult::CannotWrite;
 }
 
-// For a file that must not or cannot be written: reports the save as not written.
+// For a file that must not or cannot be written: reports a save that would otherwise succeed as not written.
 SaveResult TryOnReadOnlyFile(const std::wstring& path, const Edit& edit) {
     DocumentBuffer text;
     const SaveResult result = EditText(ReadSnapshot(path).bytes, edit, text);

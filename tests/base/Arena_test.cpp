@@ -11,7 +11,7 @@ namespace {
 
 class ArenaOfEachLife : public testing::TestWithParam<Arena::Life> {};
 
-TEST_P(ArenaOfEachLife, PiecesAreApartAndStayUntilTheEnd) {
+TEST_P(ArenaOfEachLife, PiecesDoNotOverlapAndStayUntilTheEnd) {
     Arena arena(GetParam());
     std::vector<unsigned char*> pieces;
     for (int round = 0; round < 3; ++round) {
@@ -32,7 +32,7 @@ TEST_P(ArenaOfEachLife, PiecesAreApartAndStayUntilTheEnd) {
     }
 }
 
-TEST_P(ArenaOfEachLife, RoomThatIsNotTakenIsGivenOutAgain) {
+TEST_P(ArenaOfEachLife, MemoryThatIsNotTakenIsHandedOutAgain) {
     Arena arena(GetParam());
     void* room = arena.Room(100);
     EXPECT_EQ(room, arena.Room(60));
@@ -40,7 +40,7 @@ TEST_P(ArenaOfEachLife, RoomThatIsNotTakenIsGivenOutAgain) {
     EXPECT_EQ(static_cast<std::byte*>(room) + 56, arena.Room(1));
 }
 
-TEST_P(ArenaOfEachLife, PieceThatNoMemoryCanHoldIsRefused) {
+TEST_P(ArenaOfEachLife, APieceTooLargeForAnyMemoryIsRefused) {
     Arena arena(GetParam());
     EXPECT_THROW(arena.Allocate<uint64_t>(static_cast<size_t>(-1) / 8), std::bad_alloc);
     EXPECT_NE(nullptr, arena.Allocate<uint64_t>(1));

@@ -38,7 +38,7 @@ TEST(Text, LengthOfMinusOneReadsUpToTheZeroByte) {
     EXPECT_EQ(L"ab\0"sv, DecodeFileText(kCodePageAnsi, "ab\0cd", -1));
 }
 
-TEST(Text, NothingDecodesToNothing) {
+TEST(Text, AnEmptyTextDecodesToAnEmptyText) {
     EXPECT_EQ(L"", DecodeFileText(kCodePageAnsi, "abc", 0));
     EXPECT_EQ(L"", DecodeFileText(kCodePageUtf8, nullptr, 5));
 }

@@ -11,7 +11,7 @@ class CachedValues : public OpenModule {};
 
 constexpr Key<int64_t> kLevel{L"Level"};
 
-TEST_F(CachedValues, HoldWhatTheFilesGaveOrTheFallback) {
+TEST_F(CachedValues, HoldTheValueFromTheFilesOrTheFallback) {
     const Cached<int64_t> level(module, kLevel);
     const Cached<bool> dashboard(module, Key<bool>{L"Settings.EnableDashboard"});
     const Cached<double> ratio(module, Key<double>{L"Level"});
@@ -96,7 +96,7 @@ TEST_F(CachedValues, KeepTheirLastValueOnceTheModuleIsClosed) {
     EXPECT_EQ(1, level);
 }
 
-TEST_F(CachedValues, CannotBeMadeOfAClosedModule) {
+TEST_F(CachedValues, CannotBeMadeFromAClosedModule) {
     module.close();
     const Error error = ErrorOf([&] { const Cached<int64_t> level(module, kLevel); });
     EXPECT_EQ(Reason::Closed, error.reason());

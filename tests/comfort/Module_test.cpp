@@ -34,7 +34,7 @@ TEST_F(Opening, WorksWithTheDefaultsBesideTheProgram) {
     EXPECT_EQ(9940, module.get<int64_t>(L"Network.ControlPort"));
 }
 
-TEST_F(Opening, TakesSlashesAndASlashAtTheEnd) {
+TEST_F(Opening, AcceptsSlashesAndATrailingSlash) {
     std::replace(options.commonDataDir.begin(), options.commonDataDir.end(), L'\\', L'/');
     options.defaultDir += L'\\';
     options.commonDataDir += L'/';
@@ -64,7 +64,7 @@ TEST_F(Opening, NamesADllOfAnotherArchitecture) {
     EXPECT_TRUE(Mentions(error, "is no DLL for x64")) << error.what();
 }
 
-TEST_F(Opening, NamesAFileThatIsNoDll) {
+TEST_F(Opening, NamesAFileThatIsNotADll) {
     const fs::path file = folders.InstallDir() / L"ZQModSettings.dll";
     WriteBytes(file, "no DLL");
     options.library = file.wstring();
@@ -83,7 +83,7 @@ TEST_F(Opening, NamesADllThatWindowsDoesNotLoad) {
     EXPECT_TRUE(Mentions(error, "error 126")) << error.what();
 }
 
-TEST_F(Opening, NamesADllThatGivesNoObject) {
+TEST_F(Opening, NamesADllThatReturnsNoObject) {
     options.library = (ProgramFolder() / L"no_object.dll").wstring();
     const Error error = Failure();
     EXPECT_EQ(Reason::NoObject, error.reason());
@@ -99,7 +99,7 @@ TEST_F(Opening, NamesADllWithoutTheExport) {
     EXPECT_TRUE(Mentions(error, "does not export CreateSettings")) << error.what();
 }
 
-TEST_F(Opening, NamesAMissingDataFolderAndMakesItOnRequest) {
+TEST_F(Opening, NamesAMissingDataFolderAndCreatesItOnRequest) {
     RemoveDirectoryW(folders.DataDir().c_str());
     const Error error = Failure();
     EXPECT_EQ(Reason::DataFolderMissing, error.reason());
@@ -109,7 +109,7 @@ TEST_F(Opening, NamesAMissingDataFolderAndMakesItOnRequest) {
     EXPECT_TRUE(fs::exists(folders.Private(kSettingsName)));
 }
 
-TEST_F(Opening, NamesADataFolderThatCannotBeMade) {
+TEST_F(Opening, NamesADataFolderThatCannotBeCreated) {
     RemoveDirectoryW(folders.DataDir().c_str());
     WriteBytes(folders.DataDir(), "a file");
     options.createDataFolder = true;
@@ -125,7 +125,7 @@ TEST_F(Opening, NamesAMissingDefaultFile) {
     EXPECT_TRUE(Mentions(error, "ZQ2_QualityPreset.json\" is missing")) << error.what();
 }
 
-TEST_F(Opening, RefusesPathsThatAreNotFull) {
+TEST_F(Opening, RefusesRelativePaths) {
     for (std::wstring Options::*path :
          {&Options::library, &Options::hostPath, &Options::defaultDir, &Options::commonDataDir}) {
         Options wrong = options;
@@ -355,7 +355,7 @@ TEST_F(DestroyedInside, TheLogTheModuleReportsItAndClosesLater) {
     ExpectOneErrorAndTheEnd();
 }
 
-TEST(Callables, ThatRaiseDoNotStopTheModule) {
+TEST(Callables, ThatThrowDoNotStopTheModule) {
     const ModuleFolders folders;
     std::atomic<int> reports{0};
     Options options = OptionsFor(folders);

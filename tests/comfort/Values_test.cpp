@@ -13,7 +13,7 @@ class Values : public OpenModule {};
 
 constexpr Key<int64_t> kBitrate{L"Settings.CurrentBitrate"};
 
-TEST_F(Values, ReadsWhatTheFilesHold) {
+TEST_F(Values, ReadsTheValuesOfTheFiles) {
     EXPECT_EQ(1, module.get<int64_t>(L"Level"));
     EXPECT_EQ(1.0, module.get<double>(L"Level"));
     EXPECT_EQ(L"default", module.get<std::wstring>(L"Source"));
@@ -21,7 +21,7 @@ TEST_F(Values, ReadsWhatTheFilesHold) {
     EXPECT_EQ(true, module.get<bool>(L"Settings.EnableDashboard"));
 }
 
-TEST_F(Values, AnswersNothingForAMissingNameOrAnotherType) {
+TEST_F(Values, ReturnsNothingForAMissingNameOrAnotherType) {
     EXPECT_EQ(std::nullopt, module.get<bool>(L"Nowhere"));
     EXPECT_EQ(std::nullopt, module.get<int64_t>(L"Nowhere"));
     EXPECT_EQ(std::nullopt, module.get<double>(L"Nowhere"));
@@ -30,7 +30,7 @@ TEST_F(Values, AnswersNothingForAMissingNameOrAnotherType) {
     EXPECT_EQ(std::nullopt, module.get<bool>(L"Level"));
 }
 
-TEST_F(Values, TakesEachTypeByTheTypeOfTheValue) {
+TEST_F(Values, SetsEachTypeByTheTypeOfTheValue) {
     module.set(L"V", true);
     module.set(L"V", 5);
     module.set(L"V", 0.5f);
@@ -44,7 +44,7 @@ TEST_F(Values, TakesEachTypeByTheTypeOfTheValue) {
     EXPECT_EQ((Bytes{std::byte{0}, std::byte{255}}), module.get<Bytes>(L"V"));
 }
 
-TEST_F(Values, TakesTheEndsOfEachType) {
+TEST_F(Values, AcceptsTheLimitsOfEachType) {
     module.set(L"V", std::numeric_limits<int64_t>::min());
     module.set(L"V", -std::numeric_limits<double>::infinity());
     module.set(L"V", std::wstring_view(L"a view"));
@@ -55,7 +55,7 @@ TEST_F(Values, TakesTheEndsOfEachType) {
     EXPECT_EQ(4294967295, module.get<int64_t>(L"V"));
 }
 
-TEST_F(Values, AKeyTakesWhatFitsItsType) {
+TEST_F(Values, AKeyAcceptsValuesThatFitItsType) {
     module.set(kBitrate, 90);
     module.set(Key<double>{L"Ratio"}, 2);
     module.set(Key<std::wstring>{L"Name"}, L"n");
@@ -67,7 +67,7 @@ TEST_F(Values, AKeyTakesWhatFitsItsType) {
                   !detail::kFits<double, int64_t>);
 }
 
-TEST_F(Values, StringsOfEveryLengthComeWhole) {
+TEST_F(Values, StringsOfEveryLengthAreReadCompletely) {
     for (const size_t length : {0u, 1u, 255u, 256u, 511u, 512u, 65535u, 65536u, 100'000u}) {
         std::wstring text(length, L'x');
         for (size_t i = 0; i < length; ++i) {
@@ -78,7 +78,7 @@ TEST_F(Values, StringsOfEveryLengthComeWhole) {
     }
 }
 
-TEST_F(Values, BinariesOfEveryLengthComeWhole) {
+TEST_F(Values, BinariesOfEveryLengthAreReadCompletely) {
     for (const size_t length : {0u, 1u, 8u, 4096u, 200'000u}) {
         const Bytes bytes(length, std::byte{7});
         module.set(L"Block", bytes);

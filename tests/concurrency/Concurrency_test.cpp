@@ -178,7 +178,7 @@ TEST_F(Concurrency, AllHostsLeaveWhileChangesCome) {
     }
 }
 
-TEST_F(Concurrency, StoresAreApart) {
+TEST_F(Concurrency, StoresAreIndependent) {
     Threads threads;
     for (int i = 0; i < 4; ++i) {
         threads.Add([] {

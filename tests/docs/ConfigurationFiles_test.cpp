@@ -86,7 +86,7 @@ std::set<std::string> DocumentsOf(const std::string& guide) {
     return documents;
 }
 
-TEST(ConfigurationFilesGuide, EveryDocumentThatItShowsIsTriedHere) {
+TEST(ConfigurationFilesGuide, EveryDocumentInItIsTestedHere) {
     std::set<std::string> tried;
     for (const Example& example : Examples()) {
         tried.insert(example.text);

@@ -65,7 +65,7 @@ TEST_F(Overwriting, ALongerAShorterAnEqualAndAnEmptyContentReplaceTheOldOne) {
     }
 }
 
-TEST_F(Overwriting, AFailureAtAnyCallLeavesTheOldContentWhole) {
+TEST_F(Overwriting, AFailureAtAnyCallLeavesTheOldContentComplete) {
     FailAtEachCall(kOld + "longer");
     FailAtEachCall(std::string(20, 'y'));
     FailAtEachCall(std::string(kOld.size(), 'z'));
@@ -92,7 +92,7 @@ BOOL WINAPI WriteUntilFull(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD writt
     return g_isReported ? FALSE : TRUE;
 }
 
-TEST_F(Overwriting, AFullDiskIsMetBeforeAByteOfTheOldContentHasChanged) {
+TEST_F(Overwriting, AFullDiskIsNoticedBeforeTheOldContentChanges) {
     g_path = Path();
     for (const bool isReported : {true, false}) {
         for (const int64_t room : {0, 1, 4000}) {
@@ -112,7 +112,7 @@ TEST_F(Overwriting, AFullDiskIsMetBeforeAByteOfTheOldContentHasChanged) {
     }
 }
 
-TEST_F(Overwriting, AWriteThatFailsHalfWayThroughTheOldContentIsTakenBack) {
+TEST_F(Overwriting, AWriteThatFailsHalfWayThroughTheOldContentIsUndone) {
     g_path = Path();
     Write(kOld);
     g_bytesLeft = 100;

@@ -121,7 +121,7 @@ TEST_F(FileOperations, ARenameReplacesNothingUnlessAsked) {
     EXPECT_EQ("new", ReadBytes(From()));
 }
 
-TEST_F(FileOperations, DeletingTakesAReadOnlyFileAndMindsNoMissingOne) {
+TEST_F(FileOperations, DeletingRemovesAReadOnlyFileAndIgnoresAMissingOne) {
     WriteBytes(To(), "old");
     MakeReadOnly(To());
 
@@ -175,7 +175,7 @@ TEST_F(FileOperations, AMissingFileHasNoTimeAndNoContent) {
     EXPECT_FALSE(IsLinkElsewhere(To()));
 }
 
-TEST_F(FileOperations, OnlyAWriterIsSeenAsOne) {
+TEST_F(FileOperations, OnlyAWriterIsReportedAsAWriter) {
     WriteBytes(To(), "content");
     EXPECT_FALSE(IsOpenForWriting(To()));
     {
@@ -237,7 +237,7 @@ TEST_F(FileOperations, AFolderThatIsALinkItselfStaysUsable) {
     EXPECT_FALSE(IsLinkElsewhere(Path(L"junction") + L"\\file.json"));
 }
 
-TEST_F(FileOperations, AFolderIsPinnedOnlyWhereItIsOneItself) {
+TEST_F(FileOperations, OnlyAFolderThatIsNotALinkIsPinned) {
     fs::create_directory(Path(L"folder"));
     WriteBytes(From(), "a file");
 

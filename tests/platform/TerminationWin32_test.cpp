@@ -106,7 +106,7 @@ protected:
     }
 };
 
-TEST_F(InsideTheHeap, NobodyStalls) {
+TEST_F(InsideTheHeap, NoOtherThreadStalls) {
     Repeat(Run, this, {}, [] { std::make_unique<std::string>(5000, 'x'); });
 }
 
@@ -129,7 +129,7 @@ protected:
 };
 
 // A raise is inside the system's library, and often inside the lock of its loader, nearly all the time.
-TEST_F(InsideARaise, OthersCanRaiseAfterwards) { Repeat(Run, this, {}, Raise); }
+TEST_F(InsideARaise, OtherThreadsCanThrowAfterwards) { Repeat(Run, this, {}, Raise); }
 
 class InsideASave : public Termination {
 protected:
@@ -158,7 +158,7 @@ protected:
     const std::string m_padding = "\"Padding\": \"" + std::string(40'000, 'x');
 };
 
-TEST_F(InsideASave, TheFileStaysWholeAndTheNextSaveSucceeds) {
+TEST_F(InsideASave, TheFileStaysCompleteAndTheNextSaveSucceeds) {
     WriteBytes(Path(), "{\"Level\":1," + m_padding + "\"}");
     Save(1);
     ASSERT_TRUE(IsWhole());

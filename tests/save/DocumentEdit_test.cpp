@@ -84,7 +84,7 @@ TEST(DocumentEdit, RootsAndMembersThatCannotBeUsedChangeNothing) {
     }
 }
 
-TEST(DocumentEdit, EveryNamesakeGetsTheValue) {
+TEST(DocumentEdit, EveryMemberOfTheNameGetsTheValue) {
     Document document = Parse(R"({"A":1,"B":2,"A":"x","A":null})");
 
     EXPECT_EQ(SaveResult::Saved, EditRootMember(document, "A", kSetSeven));
@@ -92,7 +92,7 @@ TEST(DocumentEdit, EveryNamesakeGetsTheValue) {
     EXPECT_EQ(R"({"A":7,"B":2,"A":7,"A":7})", Text(document));
 }
 
-TEST(DocumentEdit, TheWayLeadsThroughTheLastNamesakeAsTheReaderSeesIt) {
+TEST(DocumentEdit, ThePathTakesTheLastMemberOfANameAsTheReaderDoes) {
     ExpectDevice({R"({"CL":[{"K":1}],"CL":[{"K":2}]})", "CL.0.K", 0}, SaveResult::Saved,
                  R"({"CL":[{"K":1}],"CL":[{"K":7}]})");
 }

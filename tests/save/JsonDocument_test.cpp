@@ -98,7 +98,7 @@ TEST_F(JsonDocument, ALargeNumberIsReadBackByTheModuleAsTheSameDouble) {
     }
 }
 
-TEST_F(JsonDocument, WhatTheLibraryRefusesIsNoDocument) {
+TEST_F(JsonDocument, TextThatTheLibraryRefusesIsNotADocument) {
     for (const char* text :
          {"{\"A\":1,}", "[1 2]", "[1] 2", "[NaN]", "[1e999]", "    ", "[1]//x", "{\"A\":1}\xFF"}) {
         EXPECT_NE(0, Load(text)) << text;
@@ -108,12 +108,12 @@ TEST_F(JsonDocument, WhatTheLibraryRefusesIsNoDocument) {
     EXPECT_EQ(rapidjson::kParseErrorDocumentEmpty, Load("    "));
 }
 
-TEST_F(JsonDocument, ContentAfterAZeroByteIsNotThrownAway) {
+TEST_F(JsonDocument, ContentAfterAZeroByteIsNotLost) {
     EXPECT_EQ(rapidjson::kParseErrorDocumentRootNotSingular, Load(std::string_view("[1,2]\0[3]", 9)));
     EXPECT_FALSE(document);
 }
 
-TEST_F(JsonDocument, AVeryDeepFileIsAnAnswerAndNotWritable) {
+TEST_F(JsonDocument, AVeryDeepFileIsParsedButNotWritable) {
     constexpr size_t kDepth = 100'000;
 
     ASSERT_EQ(0, Load(std::string(kDepth, '[') + std::string(kDepth, ']')));

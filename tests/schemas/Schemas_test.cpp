@@ -42,7 +42,7 @@ constexpr const char* kSettings = "ZQ2_serverSetting.schema.json";
 constexpr const char* kHmdList = "ZQ2_HmdList.schema.json";
 constexpr const char* kQuality = "ZQ2_QualityPreset.schema.json";
 
-TEST(Schemas, TakeTheShippedDefaultFiles) {
+TEST(Schemas, AcceptTheShippedDefaultFiles) {
     EXPECT_EQ("", Verdict(kSettings, ReadSource("defaults/ZQ2_serverSetting.setting")));
     EXPECT_EQ("", Verdict(kHmdList, ReadSource("defaults/ZQ2_HmdList.json")));
     EXPECT_EQ("", Verdict(kQuality, ReadSource("defaults/ZQ2_QualityPreset.json")));
@@ -133,7 +133,7 @@ TEST(Schemas, GiveTheDefaultsOfTheDefaultFiles) {
     ExpectDefaults(schema, defaults, "presets");
 }
 
-TEST(Schemas, TakeWhatIsNewAndRight) {
+TEST(Schemas, AcceptNewMembersThatAreValid) {
     EXPECT_EQ(
         "", Verdict(kSettings, R"({"Mine":{"Own":{"Thing":1.5}},"Settings":{"New":"x"},"cl":[{"HD":"A"}]})"));
     EXPECT_EQ("", Verdict(kHmdList, "[]"));

@@ -122,7 +122,7 @@ TEST_F(AddressDiscovery, SaysNothingWhenOnlyTheSecondCallFails) {
     EXPECT_TRUE(host.Lines().empty());
 }
 
-TEST_F(AddressDiscovery, OutlivesAnOddReportedLength) {
+TEST_F(AddressDiscovery, SurvivesAnOddReportedLength) {
     for (const ULONG length : {0U, 1U, 703U}) {
         system.errors = {{0, ERROR_NO_DATA}};
         system.reportedLengths = {{0, length}};

@@ -110,7 +110,7 @@ TEST_F(WmiQuery, ReadsAStringOnlyFromAString) {
     EXPECT_EQ(std::nullopt, TextOf(FailingValue(WBEM_E_ACCESS_DENIED)));
 }
 
-TEST_F(WmiQuery, ReadsNothingOfAMissingProperty) {
+TEST_F(WmiQuery, ReadsNothingFromAMissingProperty) {
     Query().objects = {{}};
 
     Connect()->ForEach(kQuery, [](const WmiObject& object) {
@@ -169,7 +169,7 @@ TEST_F(WmiQuery, ReadsIntegersByTheArraysOwnType) {
     EXPECT_EQ((Integers{}), IntegersOf(Mislabelled(TextsValue({L"3"}), VT_I4)));
 }
 
-TEST_F(WmiQuery, ReadsNoIntegersOfOtherValues) {
+TEST_F(WmiQuery, ReadsNoIntegersFromOtherValues) {
     EXPECT_EQ((Integers{}), IntegersOf(NullValue()));
     EXPECT_EQ((Integers{}), IntegersOf(IntegerValue(VT_I4, 3)));
     EXPECT_EQ((Integers{}), IntegersOf(TextsValue({L"3"})));

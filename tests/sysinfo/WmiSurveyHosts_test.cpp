@@ -143,7 +143,7 @@ FakeObject LargeObject() {
             {L"DriverVersionString", TextValue(text)}};
 }
 
-TEST_F(WmiSurveyHosts, LosesNothingOverAThousandSurveys) {
+TEST_F(WmiSurveyHosts, LeaksNothingOverAThousandSurveys) {
     constexpr int kSurveys = 1000;
     constexpr size_t kMemoryForNoise = 16 * 1024;
     log.SetHost(nullptr);
@@ -206,7 +206,7 @@ TEST(SystemWmi, IsSurveyedAsItComes) {
     }
 }
 
-TEST(SystemWmi, LosesNoHandleOverManySurveys) {
+TEST(SystemWmi, LeaksNoHandleOverManySurveys) {
     HostLog log;
     PublishedStrings published;
     MachineSurvey machine;

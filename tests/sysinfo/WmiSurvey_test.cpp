@@ -208,7 +208,7 @@ TEST_F(WmiSurvey, KeepsItsAddressesWhenStandardCimv2IsOutOfReach) {
     EXPECT_EQ("", machine.networkSpeed);
 }
 
-TEST_F(WmiSurvey, TakesAConnectionWithoutAServiceForFailed) {
+TEST_F(WmiSurvey, TreatsAConnectionWithoutAServiceAsFailed) {
     wbem.namespaces[kCimv2].withoutService = true;
     wbem.namespaces[kStandardCimv2].withoutService = true;
 

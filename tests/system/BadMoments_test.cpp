@@ -38,7 +38,7 @@ struct Kind {
 
 class EditedBy : public WatchedFolder, public testing::WithParamInterface<Kind> {};
 
-TEST_P(EditedBy, TheLastEditIsInForceAndNoneIsReplaced) {
+TEST_P(EditedBy, TheLastEditTakesEffectAndNoneIsReplaced) {
     const Kind& kind = GetParam();
     WriteBytes(folders.Private(kSettingsName), R"({"Edit":0,"FollowEveryChange":true})");
     ASSERT_TRUE(WaitFor([&] { return module.Bool(L"FollowEveryChange").has_value(); }));
@@ -137,7 +137,7 @@ TEST_F(BadMoments, SavesOfASecondServerInTheMiddleOfEditsLoseNothing) {
     }
 }
 
-TEST_F(BadMoments, OfTwoServersThatSaveAtOnceNoValueIsLost) {
+TEST_F(BadMoments, TwoServersThatSaveAtOnceLoseNoValue) {
     for (const int duration : {0, 1, 5}) {
         const int tries = Long(300, 20);
         WriteBytes(folders.Private(kSettingsName), R"({"Edit":0,"First":0,"Second":0})");
@@ -159,7 +159,7 @@ TEST_F(BadMoments, OfTwoServersThatSaveAtOnceNoValueIsLost) {
     }
 }
 
-TEST_F(BadMoments, AServerThatIsKilledWhileItSavesLeavesAWholeFile) {
+TEST_F(BadMoments, AServerThatIsKilledWhileItSavesLeavesACompleteFile) {
     for (const int duration : {5, 20, 60}) {
         const int tries = Long(50, 2);
         for (int i = 1; i <= tries; ++i) {
@@ -196,7 +196,7 @@ TEST_F(BadMoments, AWriterThatDiesHalfWayCostsTheDefaultAfterASecondAndNoMixture
 }
 
 // What is replaced after all is in "rejected".
-TEST_F(BadMoments, WhatStaysRefusedIsMovedWhereTheUserWantsIt) {
+TEST_F(BadMoments, AFileThatStaysRefusedIsMovedToTheUsersFolder) {
     fs::create_directory(folders.DataDir() / L"rejected");
     for (const int duration : {800, 1500, 3000}) {
         const std::string mine = R"({"Mine":)" + std::to_string(duration) + "}}";

@@ -50,7 +50,7 @@ TEST_F(DeviceName, TakesTheLow32BitsOfTheIndexAsSigned) {
     EXPECT_EQ(L"MINUS", module.String(L"DefaultDeviceName"));
 }
 
-TEST_F(DeviceName, OfMoreThan255CharactersIsNotTaken) {
+TEST_F(DeviceName, OfMoreThan255CharactersIsNotUsed) {
     const std::string longest(255, 'x');
     InitWith((R"({"DHI":0,"CL":[{"HD":")" + longest + R"("}]})").c_str());
     EXPECT_EQ(std::wstring(255, L'x'), module.String(L"DefaultDeviceName"));
@@ -76,7 +76,7 @@ public:
     HANDLE last = CreateEventW(nullptr, FALSE, FALSE, nullptr);
 };
 
-TEST_F(DeviceName, SetAgainUnchangedRaisesNoChangeEvent) {
+TEST_F(DeviceName, SetAgainUnchangedCausesNoNotice) {
     InitWith("{}");
     CountingHost listener;
     module.Variables().RegisterHost(&listener);
@@ -91,7 +91,7 @@ TEST_F(DeviceName, SetAgainUnchangedRaisesNoChangeEvent) {
     CloseHandle(listener.last);
 }
 
-TEST_F(DeviceName, DefaultSettingsStandWithoutAFileThatHoldsThem) {
+TEST_F(DeviceName, DefaultSettingsApplyIfNoFileHasThem) {
     InitWith("{}");
 
     EXPECT_EQ(1, module.Int64(L"Settings.PerformanceLevel"));
@@ -101,7 +101,7 @@ TEST_F(DeviceName, DefaultSettingsStandWithoutAFileThatHoldsThem) {
     EXPECT_EQ(L"20,40,70,76,100", module.String(L"Properties.BitrateList"));
 }
 
-TEST_F(DeviceName, DefaultSettingsGiveWayToTheFile) {
+TEST_F(DeviceName, DefaultSettingsAreReplacedByTheFile) {
     InitWith(R"({"Settings":{"CurrentBitrate":100,"EnableDashboard":false,"ServerName":"Mine"}})");
 
     EXPECT_EQ(100, module.Int64(L"Settings.CurrentBitrate"));
@@ -152,7 +152,7 @@ TEST_F(ServerName, IsTheFixedNameOnAComputerWithFifteenCharacters) {
     EXPECT_EQ(L"Lumo Server", module.String(L"Settings.ServerName"));
 }
 
-TEST_F(ServerName, GivesWayToTheFileOnAnyComputer) {
+TEST_F(ServerName, IsReplacedByTheFileOnAnyComputer) {
     InitOn(L"EIGHTCHR", R"({"Settings":{"ServerName":"Mine"}})");
 
     EXPECT_EQ(L"Mine", module.String(L"Settings.ServerName"));

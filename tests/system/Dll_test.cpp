@@ -105,7 +105,7 @@ TEST(Dll, ImportsSystemLibrariesOnly) {
     }
 }
 
-TEST(Dll, StartsNoProcessAndWritesNoRegistry) {
+TEST(Dll, DoesNotStartProcessesOrWriteTheRegistry) {
     const std::set<std::string> functions = DllImage().Functions();
 
     EXPECT_TRUE(functions.contains("ReadDirectoryChangesW"));

@@ -99,7 +99,7 @@ TEST_F(Hosts, AHostRegisteredTwiceIsNotifiedOnce) {
     EXPECT_EQ(2u, a.Count());
 }
 
-TEST_F(Hosts, OnlyTheSourceIsNotNotified) {
+TEST_F(Hosts, EveryHostExceptTheSourceIsNotified) {
     variables.RegisterHost(&a);
     variables.RegisterHost(&b);
 
@@ -131,7 +131,7 @@ TEST_F(Hosts, ThreeQuickChangesAreThreeNoticesInOrder) {
     EXPECT_TRUE(std::is_sorted(values.begin(), values.end()));
 }
 
-TEST_F(Hosts, AVariableWithAnEmptyNameIsNoReload) {
+TEST_F(Hosts, AVariableWithAnEmptyNameIsNotAReload) {
     variables.RegisterHost(&a);
 
     variables.SetVariableInt64(L"", 1, nullptr, 0);
@@ -150,7 +150,7 @@ TEST_F(Hosts, ANewHostIsNotNotifiedOfWhatExists) {
     EXPECT_EQ((Expected{{L"New", 2, nullptr}}), a.Notices());
 }
 
-TEST_F(Hosts, EachHostIsNotifiedOnAThreadOfItsOwn) {
+TEST_F(Hosts, EachHostIsNotifiedOnItsOwnThread) {
     variables.RegisterHost(&a);
     variables.RegisterHost(&b);
 
@@ -388,7 +388,7 @@ TEST_F(Hosts, ACallbackThatSetsWhileTheModuleIsDestroyedIsEnded) {
     EXPECT_TRUE(HeapValidate(GetProcessHeap(), 0, nullptr));
 }
 
-TEST_F(Hosts, TheirHandlesThreadsAndMemoryAreGivenBack) {
+TEST_F(Hosts, TheirHandlesThreadsAndMemoryAreFreed) {
     const auto registerAll = [&] {
         variables.RegisterHost(&a);
         variables.RegisterHost(&b);

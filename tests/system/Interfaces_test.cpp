@@ -11,7 +11,7 @@ namespace {
 class PlainSettings final : public CZQModSettings {};
 class PlainVariables final : public CZQVariable {};
 
-TEST(Interfaces, SettingsOfNobodyFailToStartAndDoNothingElse) {
+TEST(Interfaces, UnimplementedSettingsFailToStartAndDoNothingElse) {
     PlainSettings plain;
     CZQModSettings& settings = plain;
     const int64_t value = 1;
@@ -32,7 +32,7 @@ TEST(Interfaces, SettingsOfNobodyFailToStartAndDoNothingElse) {
     settings.SaveConfigInt64(L"A", 1, 0);
 }
 
-TEST(Interfaces, VariablesOfNobodyAreNeverFound) {
+TEST(Interfaces, UnimplementedVariablesAreNeverFound) {
     PlainVariables plain;
     CZQVariable& variables = plain;
     size_t size = 5;

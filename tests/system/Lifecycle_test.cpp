@@ -283,7 +283,7 @@ TEST(Lifecycle, AHeldPrivateFileIsLeftAloneAndItsDefaultsContentIsLoaded) {
 }
 
 // A file that takes seconds to load, met by a stop.
-TEST(Lifecycle, AStopGivesALongLoadUpAndTerminatesNothing) {
+TEST(Lifecycle, AStopAbandonsALongLoadAndTerminatesNothing) {
     ModuleFolders folders;
     RecordingHost host;
     Module module;

@@ -108,7 +108,7 @@ void ExpectWholeFiles(const Module& module) {
     }
 }
 
-TEST_F(MemoryFaults, ALoadIsWholeOrNotAtAllAndTheFilesStay) {
+TEST_F(MemoryFaults, ALoadSetsEverythingOrNothingAndTheFilesStay) {
     WriteFiles(folders);
     const std::string settings = ReadBytes(folders.Private(kSettingsName));
 
@@ -196,7 +196,7 @@ TEST_F(MemoryFaults, AnUnpackedVariableIsOldOrNewAndTheRestCanBeSentAgain) {
     HeapFree(GetProcessHeap(), 0, packet);
 }
 
-TEST_F(MemoryFaults, AChangeAndAPacketCostNothingWhenTheyFail) {
+TEST_F(MemoryFaults, AChangeAndAPacketThatFailLeakNothing) {
     Module module;
     CZQVariable& variables = module.Variables();
     const std::wstring text(200, L'x');
@@ -216,7 +216,7 @@ TEST_F(MemoryFaults, AChangeAndAPacketCostNothingWhenTheyFail) {
     });
 }
 
-TEST_F(MemoryFaults, AnObjectIsMadeWholeOrNotAtAll) {
+TEST_F(MemoryFaults, AnObjectIsMadeCompletelyOrNotAtAll) {
     FailEachAllocation([&] {
         CZQModSettings* settings = nullptr;
         EXPECT_FALSE(RaisesBadAlloc([&] { settings = CreateFromDll(); }));

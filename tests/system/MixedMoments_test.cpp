@@ -76,7 +76,7 @@ int MixedMoments::RunRound() {
     return moments;
 }
 
-TEST_F(MixedMoments, TheLastEditIsInForceAndNoneIsReplaced) {
+TEST_F(MixedMoments, TheLastEditTakesEffectAndNoneIsReplaced) {
     const int moments = Long(3000, 200);
     std::printf("seed %u, %d moments\n", Seed(), moments);
     int done = 0;

@@ -96,7 +96,7 @@ TEST(Packets, OnlyAHeaderUnpacksToNothing) {
     EXPECT_EQ(8u, PackAll(module).size);
 }
 
-TEST(Packets, AShortOrStrangePacketIsRefused) {
+TEST(Packets, AShortOrForeignPacketIsRefused) {
     const Module module;
 
     EXPECT_EQ(0, module.Variables().UnpackVariables(nullptr, 0, nullptr));
@@ -159,7 +159,7 @@ uint64_t BitsOf(double value) {
     return bits;
 }
 
-TEST(Packets, DoublesThatAreNoNumbersArriveBitByBit) {
+TEST(Packets, NaNsArriveBitForBit) {
     const Module module;
     double odd = std::numeric_limits<double>::quiet_NaN();
     uint64_t bits = BitsOf(odd) | 0xABC; // what a NaN carries

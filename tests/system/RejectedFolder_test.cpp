@@ -28,7 +28,7 @@ void InitWithBrokenSettings(const ModuleFolders& folders, const std::string& byt
     EXPECT_EQ(L"default", module.String(L"Source"));
 }
 
-TEST(RejectedFolder, AbsentItIsNotMade) {
+TEST(RejectedFolder, IsNotCreatedIfAbsent) {
     ModuleFolders folders;
 
     InitWithBrokenSettings(folders);
@@ -36,7 +36,7 @@ TEST(RejectedFolder, AbsentItIsNotMade) {
     EXPECT_FALSE(fs::exists(folders.DataDir() / L"rejected"));
 }
 
-TEST(RejectedFolder, PresentItKeepsTheRefusedFileUnderItsTime) {
+TEST(RejectedFolder, KeepsTheRefusedFileUnderItsTimeIfPresent) {
     ModuleFolders folders;
     fs::create_directory(folders.DataDir() / L"rejected");
 
@@ -50,7 +50,7 @@ TEST(RejectedFolder, PresentItKeepsTheRefusedFileUnderItsTime) {
     EXPECT_EQ(std::wstring(L"00000000T000000.000Z").size(), name.size() - 26);
 }
 
-TEST(RejectedFolder, FullItKeepsTheNewestTen) {
+TEST(RejectedFolder, KeepsOnlyTheNewestTen) {
     ModuleFolders folders;
     fs::create_directory(folders.DataDir() / L"rejected");
     WriteBytes(folders.DataDir() / L"rejected" / L"notes.txt", "stays");
@@ -75,7 +75,7 @@ BOOL WINAPI RefuseMoveToRejected(LPCWSTR from, LPCWSTR to, DWORD flags) {
     return FALSE;
 }
 
-TEST(RejectedFolder, NotWritableTheFileIsReplacedAsWithoutIt) {
+TEST(RejectedFolder, CountsAsAbsentIfNotWritable) {
     const ImportPatch patch(LoadModuleDll(), "kernel32.dll", "MoveFileExW", AsProc(RefuseMoveToRejected));
     ModuleFolders folders;
     fs::create_directory(folders.DataDir() / L"rejected");
@@ -108,7 +108,7 @@ TEST(RejectedFolder, FilesOfOtherFormsAndFoldersAreNeitherCountedNorRemoved) {
     EXPECT_EQ(foreign.size() + 1 + 10, FilesIn(rejected).size());
 }
 
-TEST(RejectedFolder, AFileOfThatNameIsNoFolder) {
+TEST(RejectedFolder, AFileOfThatNameIsNotAFolder) {
     ModuleFolders folders;
     WriteBytes(folders.DataDir() / L"rejected", "a file");
 

@@ -226,7 +226,7 @@ TEST_F(Save, AFileThatCannotBeOpenedForWritingKeepsItsBytes) {
 }
 
 // What would have been saved is said not to be written; what would not, is as it always is.
-TEST_F(Save, AFileThatOthersLetOnlyBeReadIsReadAllTheSame) {
+TEST_F(Save, AFileThatOthersShareOnlyForReadingIsStillRead) {
     const std::string text = R"({"A":1})";
     InitWith(text);
     const std::string headsets = ReadBytes(folders.Private(kHmdListName));
@@ -280,7 +280,7 @@ TEST_F(Save, AHardLinkIsSavedForAllItsNames) {
     EXPECT_EQ(Settings(), ReadBytes(other));
 }
 
-TEST_F(Save, AFolderOfTheFilesNameIsSilentlyLeft) {
+TEST_F(Save, AFolderWithTheFilesNameIsLeftAloneSilently) {
     InitWith(R"({"A":1})");
     const fs::path file = folders.Private(kSettingsName);
     fs::remove(file);

@@ -108,7 +108,7 @@ TEST_F(Survey, TheClientsVersionComesWithDoStart) {
     EXPECT_EQ(L"4.5.6", module.String(L"LocalClientAPKVersion"));
 }
 
-TEST_F(Survey, DefaultsComeFirstAndGiveWayToTheFiles) {
+TEST_F(Survey, DefaultsAreSetFirstAndReplacedByTheFiles) {
     WriteBytes(folders.Private(kSettingsName), R"({"Settings":{"CurrentBitrate":90,"ServerName":"mine"}})");
     Module module(dll.Create());
     std::optional<int64_t> bitrate;

@@ -59,13 +59,13 @@ TEST_F(TwoByteCodePage, AFileWithACharacterOfTwoBytesIsRefused) {
 }
 
 // Its second byte is that of a backslash, which would escape the closing quote.
-TEST_F(TwoByteCodePage, ASecondByteIsNoCharacterOfItsOwn) {
+TEST_F(TwoByteCodePage, ASecondByteIsNotACharacter) {
     Init("{\"A\":\"\x83\x5C\"}");
 
     EXPECT_TRUE(host.Has(RefusalOf(9, 10)));
 }
 
-TEST_F(TwoByteCodePage, ACharacterOfOneByteIsOne) {
+TEST_F(TwoByteCodePage, AOneByteCharacterIsOneCharacter) {
     Init("{\"A\":\"\xB1\"}"); // a katakana of half width
 
     EXPECT_EQ(L"\xFF71", m_module.String(L"A"));

@@ -151,7 +151,7 @@ TEST_F(VariableCosts, SilentSettersTakeOneMutexPairAndNoMemory) {
 }
 
 // One pair for the store, one for the list, one for each queue; one signal for each host that was idle.
-TEST_F(VariableCosts, AChangeThatNotifiesTakesAPairForEachLockOnItsWay) {
+TEST_F(VariableCosts, AChangeThatNotifiesTakesOneMutexPairForEachLock) {
     const HANDLE mayGoOn = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     std::array<NoticeHost, 3> hosts;
     for (NoticeHost& host : hosts) {
@@ -229,7 +229,7 @@ int FailEachAllocation(const std::function<Cost(int)>& runFailing, const std::fu
     return -1;
 }
 
-TEST_F(VariableCosts, AnOperationWithoutMemoryRaisesAndLeavesNoLockAndNoHalf) {
+TEST_F(VariableCosts, AnOperationWithoutMemoryThrowsAndLeavesNoLockHeldAndNothingHalfDone) {
     NoticeHost host;
     variables.RegisterHost(&host);
     for (int64_t i = 0; i < 17; ++i) { // the next entry makes the table grow

@@ -17,7 +17,7 @@ namespace {
 
 class WatcherStress : public WatchedFolder {};
 
-TEST_F(WatcherStress, AnOverflowOfTheBufferBringsAPassByItself) {
+TEST_F(WatcherStress, ABufferOverflowCausesAPass) {
     host.onReloaded = Once([this] {
         // While the host holds the watcher more changes come than its buffer can hold.
         EXPECT_EQ(0U, ChildProcess(Editor(L"touch", 400, 0)).ExitCode());
@@ -31,7 +31,7 @@ TEST_F(WatcherStress, AnOverflowOfTheBufferBringsAPassByItself) {
     ExpectEdit(1);
 }
 
-TEST_F(WatcherStress, AmongThousandsOfOtherFilesAllThreeEndAsOnDisk) {
+TEST_F(WatcherStress, AmongThousandsOfOtherFilesTheVariablesMatchTheDisk) {
     const int files = Long(20'000, 2000);
 
     EXPECT_EQ(0U, ChildProcess(Editor(L"touch", files, 0)).ExitCode());
@@ -77,7 +77,7 @@ TEST(LifecycleStress, ManyLifecyclesLeaveNothingBehind) {
     EXPECT_LE(HeapBytes(), heap + 4096);
 }
 
-TEST(LifecycleStress, StoppingWhileAReloadIsUnderWayReturnsWithinASecond) {
+TEST(LifecycleStress, StoppingDuringAReloadReturnsWithinASecond) {
     ModuleFolders folders;
     for (int i = 0; i < Long(500, 40); ++i) {
         RecordingHost host;
@@ -106,7 +106,7 @@ TEST(LifecycleStress, StoppingWhileAReloadIsUnderWayReturnsWithinASecond) {
     }
 }
 
-TEST(LifecycleStress, AReloadThatIsCutShortLeavesAStoreThatStillAnswers) {
+TEST(LifecycleStress, AnAbandonedReloadLeavesAWorkingStore) {
     ModuleFolders folders;
     RecordingHost host;
     Module module;

@@ -256,7 +256,7 @@ TEST(WatcherStart, WithoutAnEditNoPassRuns) {
     EXPECT_FALSE(host.Has(L"ReloadPrivateConfigFile begin"));
 }
 
-TEST(WatcherStart, AFolderThatIsMovedAwayWhileWatchedBringsNoPass) {
+TEST(WatcherStart, AFolderThatIsMovedAwayWhileWatchedCausesNoPass) {
     ModuleFolders folders;
     RecordingHost host;
     Module module;
@@ -287,7 +287,7 @@ TEST(WatcherStartDeathTest, AFailedCopyIsAnErrorThatNothingOnTheWatchersThreadCa
     EXPECT_DEATH(LoseFileAndDefault(), "");
 }
 
-TEST(WatcherStart, AStartAfterAStopWatchesNoMore) {
+TEST(WatcherStart, AStartAfterAStopDoesNotWatch) {
     ModuleFolders folders;
     RecordingHost host;
     Module module;

@@ -92,7 +92,7 @@ TEST_F(Following, AnAcceptableChangeIsLoadedAtOnceWhoeverHasItOpen) {
     EXPECT_FALSE(HasTimer());
 }
 
-TEST_F(Following, ARefusedFileIsActedUponAfterExactly700Milliseconds) {
+TEST_F(Following, ARefusedFileIsReplacedAfterExactly700Milliseconds) {
     Write(kSettings, kBroken);
     Notice();
 
@@ -107,7 +107,7 @@ TEST_F(Following, ARefusedFileIsActedUponAfterExactly700Milliseconds) {
     EXPECT_EQ(4, m_timers);
 }
 
-TEST_F(Following, AMissingFileIsActedUponAfterExactly700Milliseconds) {
+TEST_F(Following, AMissingFileIsReplacedAfterExactly700Milliseconds) {
     fs::remove(PathOf(kSettings));
     Notice();
 
@@ -133,7 +133,7 @@ TEST_F(Following, AChangeOfTheTroubleStartsThe700MillisecondsAgain) {
     EXPECT_EQ(Times{1800 + 700}, m_passes);
 }
 
-TEST_F(Following, AChangeThatNoNoticeTellsOfStartsThemAgainToo) {
+TEST_F(Following, AChangeThatNoNoticeReportsStartsThemAgainToo) {
     Write(kSettings, "{");
     Notice();
     clock.In(600, [this] { Write(kSettings, "{\"Some"); });
@@ -263,7 +263,7 @@ TEST_F(Following, AHeldFileNeverHoldsUpTheOtherTwo) {
     EXPECT_FALSE(HasTimer());
 }
 
-TEST_F(Following, AHeldFileIsLookedAtAfter10MillisecondsAndThenLessAndLessOften) {
+TEST_F(Following, AHeldFileIsCheckedAfter10MillisecondsAndThenLessAndLessOften) {
     Write(kSettings, R"({"Source":"edit"})");
     const UniqueHandle held = Hold(PathOf(kSettings));
     Notice();
@@ -276,7 +276,7 @@ TEST_F(Following, AHeldFileIsLookedAtAfter10MillisecondsAndThenLessAndLessOften)
     EXPECT_EQ((Times{10, 20, 40, 80, 160, 250, 250, 250}), looks);
 }
 
-TEST_F(Following, APauseForAHeldFileBeginsAnewForTheNextOne) {
+TEST_F(Following, ThePauseForAHeldFileStartsAgainForTheNextOne) {
     Write(kSettings, R"({"Source":"edit"})");
     UniqueHandle held = Hold(PathOf(kSettings));
     Notice();
@@ -344,7 +344,7 @@ TEST_F(Following, ATimerLooksOnlyAtTheFilesThatHaveAReason) {
     EXPECT_EQ(1U, m_passes.size());
 }
 
-TEST_F(Following, AFreshFileIsLookedAtOnceMoreSilentlyAfter50Milliseconds) {
+TEST_F(Following, AFreshFileIsCheckedAgainSilentlyAfter50Milliseconds) {
     WriteNow(kSettings, R"({"Source":"edit"})");
     Notice();
     EXPECT_EQ(50U, m_callAt - clock.Milliseconds());
@@ -441,7 +441,7 @@ TEST_F(Following, OtherChangesAreIgnored) {
     EXPECT_EQ(Times(), m_passes);
 }
 
-TEST_F(Following, WithFollowEveryChangeOtherChangesAreLookedAfterSilently) {
+TEST_F(Following, WithFollowEveryChangeOtherChangesAreCheckedSilently) {
     store.SetBool(L"FollowEveryChange", 1);
     Follow(ReloadCause::Other);
     EXPECT_TRUE(host.Lines().empty());
@@ -525,7 +525,7 @@ TEST_F(Following, AFileOfTheWrongKindIsGivenTimeAndThenIsAnError) {
     EXPECT_THROW(RunFor(1), fs::filesystem_error);
 }
 
-TEST_F(Following, ATimerWithNothingToDoAsksForNoOther) {
+TEST_F(Following, ATimerWithNothingToDoRequestsNoOther) {
     Follow(ReloadCause::Timer);
 
     EXPECT_EQ(Times(), m_passes);

@@ -73,7 +73,7 @@ TEST(FolderNotice, OtherNamesDoNotCount) {
     }
 }
 
-TEST(FolderNotice, NothingIsAboutNothing) { EXPECT_FALSE(IsAboutConfigFile({})); }
+TEST(FolderNotice, AnEmptyBufferIsAboutNoFile) { EXPECT_FALSE(IsAboutConfigFile({})); }
 
 TEST(FolderNotice, ARenameOverTheFileCountsAsWindowsReportsIt) {
     EXPECT_TRUE(IsAbout({{kRemoved, kSettingsName}, {kOldName, L"new.tmp"}, {kNewName, kSettingsName}}));
@@ -126,7 +126,7 @@ TEST(FolderNotice, ANewNameWithoutItsOldOneIsNotFollowed) {
     EXPECT_FALSE(IsAbout({{kAdded, L"a"}, {kOldName, L"a"}, {kOldName, L"b"}, {kNewName, kSettingsName}}));
 }
 
-TEST(FolderNotice, TheModulesOwnFilesAndFoldersArePassedOver) {
+TEST(FolderNotice, TheModulesOwnFilesAndFoldersAreSkipped) {
     for (const wchar_t* own : {kTemporary, L"rejected", L"kept", L"Rejected", L"KEPT"}) {
         EXPECT_FALSE(IsAbout({{kModified, own}}));
         EXPECT_TRUE(IsAbout({{kAdded, own}, {kModified, own}, {kModified, kQualityName}}));

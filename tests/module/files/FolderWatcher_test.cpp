@@ -76,7 +76,7 @@ TEST_F(WatcherThread, AStopEndsItAtOnceWithItsMessages) {
     EXPECT_EQ(LinesOf({kBeginLine, kOpenLine, kEndLine}), host.Lines());
 }
 
-TEST_F(WatcherThread, AStopThatCameBeforeEndsItToo) {
+TEST_F(WatcherThread, AnEarlierStopEndsItToo) {
     m_stop.Set();
     Write(ConfigFile::Settings, "{}");
 

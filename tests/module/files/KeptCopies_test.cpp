@@ -123,7 +123,7 @@ TEST_F(Copies, ForeignFilesAndFoldersAreNeitherCountedNorRemoved) {
     EXPECT_TRUE(fs::exists(rejected / CopyOfYear(2003)));
 }
 
-TEST_F(Copies, FilesOfOneMillisecondGetNamesOfTheirOwn) {
+TEST_F(Copies, FilesOfTheSameMillisecondGetDifferentNames) {
     const fs::path rejected = Make(L"rejected");
     for (int i = 0; i < 8; ++i) {
         Write(ConfigFile::Settings, "broken " + std::to_string(i));

@@ -52,13 +52,13 @@ TEST_F(PrivateFileLook, ABrokenContentIsRefused) {
     }
 }
 
-TEST_F(PrivateFileLook, AHeadsetListThatIsNoArrayIsRefused) {
+TEST_F(PrivateFileLook, AHeadsetListThatIsNotAnArrayIsRefused) {
     Write(ConfigFile::HmdList, "{}");
 
     EXPECT_EQ(FileVerdict::Refused, File(ConfigFile::HmdList).Look().verdict);
 }
 
-TEST_F(PrivateFileLook, AFileThatIsNotThereIsMissing) {
+TEST_F(PrivateFileLook, AFileThatDoesNotExistIsMissing) {
     EXPECT_EQ(FileVerdict::Missing, File(kFile).Look().verdict);
     EXPECT_EQ(FileVerdict::Missing, VerdictIfChanged());
     EXPECT_TRUE(File(kFile).HasOtherTime());

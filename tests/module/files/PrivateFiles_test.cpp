@@ -75,7 +75,7 @@ TEST_F(InitialLoads, AnEmptyFolderIsProvidedFirstAndThenLoaded) {
     }
 }
 
-TEST_F(InitialLoads, FilesThatAreThereAreLoadedAtOnce) {
+TEST_F(InitialLoads, ExistingFilesAreLoadedAtOnce) {
     WriteAllValid();
 
     EXPECT_EQ(0U, MillisecondsOfRun());
@@ -140,7 +140,7 @@ TEST_F(InitialLoads, AHeldFileIsLoadedAsSoonAsItIsFree) {
     EXPECT_EQ(L"user", String(L"Source"));
 }
 
-TEST_F(InitialLoads, AFileThatStaysHeldIsReplacedInTheVariablesAlone) {
+TEST_F(InitialLoads, AFileThatStaysHeldIsReplacedOnlyInTheVariables) {
     WriteAllValid();
     UniqueHandle held = Hold(PathOf(kSettings));
 

@@ -56,7 +56,7 @@ protected:
     ReloadContext m_reload{context, [this] { ++m_notified; }};
 };
 
-TEST_F(Pass, WithoutAChangeEachFileIsReportedSo) {
+TEST_F(Pass, WithoutAChangeEachFileIsReportedAsUnchanged) {
     EXPECT_TRUE(Run());
 
     EXPECT_EQ((std::vector<LogLine>{kBegin, kSettingsUnchanged, kHmdListUnchanged, kQualityUnchanged}),
@@ -127,7 +127,7 @@ TEST_F(Pass, NoMutexIsHeldWhileTheHostIsCalled) {
     Run();
 }
 
-TEST_F(Pass, TheVeryBytesThatWereLookedAtAreLoaded) {
+TEST_F(Pass, TheVeryBytesThatWereCheckedAreLoaded) {
     Write(kSettings, R"({"Source":"looked at"})");
     m_looks[0] = files[0].LookIfChanged(clock);
     const uint64_t lookedAt = LastWriteTime(paths[0])->ticks;
@@ -285,7 +285,7 @@ TEST_F(Pass, TheHeadsetListHasItsOwnMessageForAFailedQuery) {
     EXPECT_EQ(expected, host.Lines());
 }
 
-TEST_F(Pass, AHeldFileHasNoLineKeepsItsTimeAndHoldsUpNobody) {
+TEST_F(Pass, AHeldFileIsNotLoggedKeepsItsTimeAndDelaysNoOther) {
     const FileTime before = times[1];
     Write(kHmdList, "[{}]");
     Write(kQuality, R"({"Q":1})");
@@ -304,7 +304,7 @@ TEST_F(Pass, AHeldFileHasNoLineKeepsItsTimeAndHoldsUpNobody) {
     EXPECT_EQ("[{}]", Content(kHmdList));
 }
 
-TEST_F(Pass, ARefusedFileThatChangesBeforeItIsReplacedIsLeftWithoutAWord) {
+TEST_F(Pass, ARefusedFileThatChangesBeforeItIsReplacedIsLeftWithoutAMessage) {
     Write(kSettings, kBroken);
     const FileTime before = times[0];
     m_looks[0] = files[0].LookIfChanged(clock);
@@ -319,7 +319,7 @@ TEST_F(Pass, ARefusedFileThatChangesBeforeItIsReplacedIsLeftWithoutAWord) {
     EXPECT_EQ(0, m_notified);
 }
 
-TEST_F(Pass, AMissingFileThatAppearsBeforeItIsReplacedIsLeftWithoutAWord) {
+TEST_F(Pass, AMissingFileThatAppearsBeforeItIsReplacedIsLeftWithoutAMessage) {
     fs::remove(PathOf(kSettings));
     m_looks[0] = files[0].LookIfChanged(clock);
     Write(kSettings, R"({"Source":"created"})");

@@ -146,7 +146,7 @@ TEST_F(ReplaceByDefaultTest, ARefusedFileWithAnotherNameKeepsItsContentThere) {
     EXPECT_EQ("broken", ReadBytes(other));
 }
 
-TEST_F(ReplaceByDefaultTest, AFileThatIsGoodByNowIsLeftAsItIs) {
+TEST_F(ReplaceByDefaultTest, AFileThatHasBecomeAcceptableIsLeftAsItIs) {
     Write(kFile, kBroken);
     LookNow();
     Write(kFile, R"({"Edit":1})");
@@ -295,20 +295,20 @@ TEST_F(ReplaceByDefaultTest, AFolderOfThatNameFailsAndStaysWithWhatItHolds) {
     ExpectNoTemporaryFiles();
 }
 
-TEST_F(ReplaceByDefaultTest, AFailureAtAnyCallLeavesTheOldOrTheNewContentWhole) {
+TEST_F(ReplaceByDefaultTest, AFailureAtAnyCallLeavesTheOldOrTheNewContentComplete) {
     for (const DWORD error : {ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION, ERROR_DISK_FULL}) {
         FailAtEachCall(error, [this] { Write(kFile, kBroken); });
     }
 }
 
-TEST_F(ReplaceByDefaultTest, SoItDoesWithAFolderForRefusedFiles) {
+TEST_F(ReplaceByDefaultTest, AFailureWithAFolderForRefusedFilesLeavesTheOldOrTheNewContentComplete) {
     fs::create_directory(Rejected());
     for (const DWORD error : {ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION, ERROR_DISK_FULL}) {
         FailAtEachCall(error, [this] { Write(kFile, kBroken); });
     }
 }
 
-TEST_F(ReplaceByDefaultTest, SoItDoesForAMissingFile) {
+TEST_F(ReplaceByDefaultTest, AFailureForAMissingFileLeavesTheOldOrTheNewContentComplete) {
     for (const DWORD error : {ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION, ERROR_DISK_FULL}) {
         FailAtEachCall(error, [] {});
     }
