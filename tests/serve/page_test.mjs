@@ -273,7 +273,7 @@ describe("the page", () => {
     await untilText(page, ".copies", /memory, .*refused/);
     await click(page, "Compare");
     await seen(page, ".comparison .cm-changedLine");
-    await click(page, "Put into the editor");
+    await click(page, "Load into the editor");
     await untilText(page, ".verdict.bad", /refuses this/);
     await untilText(page, ".findings", new RegExp(`line ${line}`));
     await click(page, "Discard");

@@ -4,7 +4,7 @@ import { goTo, kViews, useRoute, type View } from "./route";
 import { useStore } from "./store";
 import { VariablesView } from "./views/Variables";
 
-// The first view is part of the first load; the others come when they are wanted.
+// The first view is part of the first load; the others are loaded when they are needed.
 const kLoaders: Record<Exclude<View, "variables">, () => Promise<ComponentType>> = {
   headsets: () => import("./views/Headsets").then((module) => module.HeadsetsView),
   files: () => import("./views/Files").then((module) => module.FilesView),
@@ -120,7 +120,7 @@ function readStatus(store: ReturnType<typeof useStore>): Status {
   return { tone: "good", text: `Live on ${store.state.folder}` };
 }
 
-// Always there and always as high, so that nothing moves when something goes wrong.
+// Always shown and always of the same height, so that nothing moves when something goes wrong.
 function StatusBar() {
   const store = useStore();
   const status = readStatus(store);

@@ -1,4 +1,4 @@
-// Rows of one height, of which only those in sight are drawn.
+// Rows of equal height, of which only the visible ones are drawn.
 import type { ComponentChildren, JSX } from "preact";
 import { useEffect, useLayoutEffect, useRef, useState } from "preact/hooks";
 
@@ -18,7 +18,7 @@ interface Props {
 const kSpare = 6;
 // The height of the header, which stays on top.
 const kHeader = 30;
-// Browsers draw no element that is much higher.
+// Browsers do not draw an element that is much higher.
 const kHighest = 15_000_000;
 
 export function VirtualRows(props: Props) {

@@ -52,7 +52,7 @@ function completeName(schemas: Schema[], from: number, to: number, isQuoted: boo
   return options.length > 0 ? { from, to, options, validFor: /^[\w.]*$/ } : null;
 }
 
-// Of a value that is there already, all others are offered in its place.
+// For an existing value, all other values are offered as replacements.
 function completeValue(schemas: Schema[], from: number, to?: number): CompletionResult | null {
   const values = new Set<string>();
   for (const schema of schemas) {

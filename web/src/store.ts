@@ -130,7 +130,7 @@ class Store {
       }
     };
     requestAnimationFrame(run);
-    // A tab in the background draws no frames.
+    // A background tab draws no frames.
     setTimeout(run, 250);
   }
 
@@ -307,7 +307,7 @@ class Store {
 
 export const store = new Store();
 
-// Draws the component again whenever something changed.
+// Draws the component again whenever something changes.
 export function useStore(): Store {
   const [, draw] = useReducer((count: number) => count + 1, 0);
   useEffect(() => store.subscribe(() => draw(undefined as never)), []);

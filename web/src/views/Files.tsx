@@ -1,4 +1,4 @@
-// The three files in an editor, with what the module would make of each text, and the copies of older ones.
+// The three files in an editor, with how the module would read each text, and copies of older versions.
 import type { EditorView } from "@codemirror/view";
 import { useEffect, useRef, useState } from "preact/hooks";
 import { goToLine, makeEditor, showProblems } from "../editor";
@@ -15,7 +15,7 @@ const kTitles: Record<string, string> = {
 };
 const kCheckAfterMilliseconds = 120;
 
-// What somebody typed and did not save outlives a look at another view.
+// Unsaved text survives a switch to another view.
 const drafts = new Map<string, { text: string; base: FileContent }>();
 
 interface Preview {
@@ -118,7 +118,7 @@ function FileEditor({ file, line }: { file: string; line: number }) {
     }
   }, [line]);
 
-  // Nobody's typing is lost: only an editor without changes follows the disk.
+  // Only an editor without changes follows the disk, so that nothing typed is lost.
   useEffect(() => {
     if (isStale && !isChanged && isConnected) {
       void load();
@@ -211,10 +211,10 @@ function FileEditor({ file, line }: { file: string; line: number }) {
       </div>
       {(fault || (isStale && isChanged)) && (
         <div class="note" role="alert">
-          {fault ? `${fault}.` : "The file has been changed on disk while you typed."}
+          {fault ? `${fault}.` : "The file was changed on disk while you were typing."}
           {canInsist && (
             <button type="button" onClick={() => save(true)}>
-              Save it nevertheless
+              Save anyway
             </button>
           )}
           {isStale && isChanged && (
@@ -266,7 +266,7 @@ function FindingList({ findings, onGo }: { findings: Findings | null; onGo: (lin
     return <p class="dim">Checking …</p>;
   }
   if (findings.problems.length === 0) {
-    return <p class="dim">Nothing to find fault with.</p>;
+    return <p class="dim">No problems found.</p>;
   }
   return (
     <ul class="findings">
@@ -342,7 +342,7 @@ function CopyList({ file, hash, current, isWritable, onTake }: CopyListProps) {
                 Compare
               </button>
               <button type="button" disabled={!isWritable} onClick={() => restore(copy)}>
-                {copy.accepted ? "Put back" : "Put into the editor"}
+                {copy.accepted ? "Put back" : "Load into the editor"}
               </button>
             </span>
           </li>
@@ -354,7 +354,7 @@ function CopyList({ file, hash, current, isWritable, onTake }: CopyListProps) {
   );
 }
 
-// The copy, with what differs from the file as it is now.
+// The copy, with its differences from the current file.
 function Comparison({ file, current, copy }: { file: string; current: string; copy: string }) {
   const box = useRef<HTMLDivElement>(null);
   useEffect(() => {

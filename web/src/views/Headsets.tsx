@@ -1,4 +1,4 @@
-// Headsets side by side: settings, requests and presets, with what differs from the others marked.
+// Headsets side by side: settings, requests and presets, with differences marked.
 import { useMemo, useState } from "preact/hooks";
 import { goTo } from "../route";
 import { useStore, type Row } from "../store";
@@ -30,7 +30,7 @@ function readHeadsets(rows: Row[]): Headset[] {
     requests: new Map<string, Row>(),
     presets: new Map<string, Map<string, Row>>(),
   }));
-  // A longer name first: it may begin with a shorter one.
+  // Longer names first, since one may begin with a shorter one.
   const byLength = [...headsets].sort((a, b) => b.name.length - a.name.length);
   for (const row of rows) {
     if (row.name.startsWith("CL.")) {
@@ -58,7 +58,7 @@ function addRow(headset: Headset, row: Row): void {
 
 const byNumbers = (a: string, b: string) => a.localeCompare(b, "en", { numeric: true });
 
-// The value that most columns have; what differs from it is marked.
+// The value that most columns have; other values are marked.
 function commonValue(values: (string | undefined)[]): string | undefined {
   const counts = new Map<string, number>();
   values.forEach((value) => value !== undefined && counts.set(value, (counts.get(value) ?? 0) + 1));

@@ -47,8 +47,8 @@ function summaryOf(message: EventMessage): Summary {
         message.outcome === "replaced"
           ? "The module put the default in its place; the refused text is among the copies in Files"
           : message.outcome === "missing"
-            ? "The default stands in for it"
-            : "The file is as it was";
+            ? "The module uses the default instead"
+            : "The file was not changed";
       return {
         tone: "bad",
         kind: message.outcome === "missing" ? "missing" : "refusal",
@@ -60,13 +60,13 @@ function summaryOf(message: EventMessage): Summary {
     case "accept":
       return { tone: "good", kind: "accept", text: `${message.file} is accepted again`, changes: [] };
     case "folder":
-      return { tone: message.exists ? "good" : "bad", kind: "folder", text: message.exists ? "The folder is there again" : "The folder is missing", changes: [] };
+      return { tone: message.exists ? "good" : "bad", kind: "folder", text: message.exists ? "The folder is back" : "The folder is missing", changes: [] };
     default:
       return { tone: "warn", kind: "notice", text: message.text, changes: [] };
   }
 }
 
-// The chart is drawn in the page's colours, so it is made anew with them.
+// The chart uses the page's colours, so it is drawn again when they change.
 function useDark(): boolean {
   const query = useMemo(() => matchMedia("(prefers-color-scheme: dark)"), []);
   const [isDark, setDark] = useState(query.matches);

@@ -1,4 +1,4 @@
-// One variable: its value to edit, where it comes from, and what it was since the page was opened.
+// One variable: its value to edit, where it comes from, and its history since the page was opened.
 import { useEffect, useRef, useState } from "preact/hooks";
 import { ask } from "../live";
 import type { Explanation, Place } from "../protocol";
@@ -17,7 +17,7 @@ function useExplanation(name: string, value: string): Explanation | null {
   useEffect(() => {
     let isWanted = true;
     let timer = 0;
-    // There is no answer while a file is exchanged, or without a connection: ask again.
+    // There is no answer while a file is being replaced, or without a connection: ask again.
     const look = () =>
       ask<Explanation>("explain", { name })
         .then((result) => isWanted && setExplanation(result))
@@ -125,7 +125,7 @@ const openPlace = (place: Place) => goTo("files", `${place.file}:${place.line}`)
 function Places({ explanation }: { explanation: Explanation }) {
   const { places, defaults } = explanation;
   if (places.length === 0) {
-    return <p class="dim">No file sets it: the module finds it out by itself.</p>;
+    return <p class="dim">No file sets this variable; the module determines its value.</p>;
   }
   return (
     <ul class="places">

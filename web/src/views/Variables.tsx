@@ -29,7 +29,7 @@ function matches(row: Row, words: string[], filter: Filter): boolean {
   );
 }
 
-// The groups with the most variables; the rest is found by typing.
+// The groups with the most variables; others are found by typing.
 function groupsOf(rows: Row[]): string[] {
   const counts = new Map<string, number>();
   rows.forEach((row) => {
@@ -148,7 +148,7 @@ export function VariablesView() {
           }
           row={(index) => <VariableCells row={shown[index]} />}
         />
-        {shown.length === 0 && connection === "connected" && <p class="empty">No variable fits the filter.</p>}
+        {shown.length === 0 && connection === "connected" && <p class="empty">No variable matches the filter.</p>}
       </section>
       {open && <VariablePanel key={open.name} name={open.name} onClose={() => goTo("variables")} />}
     </div>
