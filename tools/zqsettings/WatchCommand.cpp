@@ -110,6 +110,9 @@ std::string FollowUntilStopped(const WatchOptions& options, FolderMirror& mirror
             refusals.OnFile(std::move(file));
         }
         refusals.ReportSettled();
+        if (HasOutputFailed()) {
+            return "output"; // nobody reads any more
+        }
     }
     return "time";
 }
