@@ -4,9 +4,7 @@
 #include "Documents.h"
 
 #include "base/HostLog.h"
-#include "config/ConfigText.h"
-#include "variables/VariableBatch.h"
-#include "variables/VariableMaps.h"
+#include "config/ConfigLoader.h"
 
 #include <stdexcept>
 
@@ -35,16 +33,15 @@ std::string Nested(size_t bytes) {
     return text + "1" + std::string(depth, '}');
 }
 
-// As LoadConfigFile does it.
-void Load(const LoadShape& shape, VariableMaps& maps) {
-    const std::string copy = shape.bytes; // as it was read
-    ConfigText config(shape.file);
-    VariableBatch batch(VariableBatch::Names::SharePrefixes);
-    if (!config.Read(copy) || !config.Flatten(batch, HostLog())) {
+void Load(const LoadShape& shape, VariableStore& store) {
+    ConfigLook look;
+    look.file.access = FileAccess::Read;
+    look.file.bytes.assign(shape.bytes.begin(), shape.bytes.end());
+    ParseLook(shape.file, look);
+    const HostLog log;
+    if (!LoadConfigFile(shape.file, L"", look, {store, log})) {
         throw std::runtime_error("the module refuses " + shape.name);
     }
-    config.FreeNodes();
-    maps.Apply(batch);
 }
 
 } // namespace
@@ -80,9 +77,9 @@ LoadShape LongKeyShape() {
             "{\"" + std::string(49'000, 'k') + "\":" + Nested(50'000) + "}"};
 }
 
-size_t BytesBeyondTheVariables(const LoadShape& shape, VariableMaps& maps) {
+size_t BytesBeyondTheVariables(const LoadShape& shape, VariableStore& store) {
     TakePeakBytes();
-    Load(shape, maps);
+    Load(shape, store);
     return TakePeakBytes() - LiveBytes();
 }
 
