@@ -24,6 +24,12 @@ std::string Repeat(const char* open, Make make, const char* close) {
     return text + close;
 }
 
+template <class NumberOf>
+std::string Members(NumberOf numberOf) {
+    return Repeat(
+        "{", [&](size_t i) { return "\"k" + std::to_string(numberOf(i)) + "\":1,"; }, "}");
+}
+
 std::string Nested(size_t bytes) {
     std::string text;
     size_t depth = 0;
@@ -53,9 +59,8 @@ std::vector<LoadShape> LoadShapes() {
     const auto number = [](size_t) { return std::string("1,"); };
     return {
         settings("settings", MakeSettings(kBytes)),
-        settings("members",
-                 Repeat(
-                     "{", [](size_t i) { return "\"k" + std::to_string(100'000 + i) + "\":1,"; }, "}")),
+        settings("members", Members([](size_t i) { return 100'000 + i; })),
+        settings("members in reverse", Members([](size_t i) { return 999'999 - i; })),
         settings("arrays", Repeat("{\"a\":[", number, "]}")),
         settings("deep", Nested(kBytes)),
         settings("long texts", Repeat(

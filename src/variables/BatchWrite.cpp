@@ -45,10 +45,23 @@ void AppendDecimal(std::wstring& out, uint32_t number) {
 
 } // namespace
 
+// Gives the node a value and keeps the one before. What may fail comes before the change.
+template <class Value>
+void BatchWrite::Replacements<Value>::Replace(Node* node, Value&& value) {
+    if (pages.empty() || pages.back().size() == kPage) {
+        std::vector<Replaced> page;
+        page.reserve(kPage);
+        pages.push_back(std::move(page));
+    }
+    pages.back().push_back({node, std::exchange(node->value, std::move(value))});
+}
+
 template <class Value>
 void BatchWrite::Replacements<Value>::Undo() noexcept {
-    for (auto replaced = all.rbegin(); replaced != all.rend(); ++replaced) {
-        replaced->node->value = std::move(replaced->value);
+    for (auto page = pages.rbegin(); page != pages.rend(); ++page) {
+        for (auto replaced = page->rbegin(); replaced != page->rend(); ++replaced) {
+            replaced->node->value = std::move(replaced->value);
+        }
     }
 }
 
@@ -319,9 +332,7 @@ bool BatchWrite::Set(VariableMap<Value>& map, Replacements<Value>& replacements,
         return true;
     }
     if (!IsSameValue(node->value, given)) {
-        Value value(given);
-        replacements.all.push_back({node, Value()});
-        replacements.all.back().value = std::exchange(node->value, std::move(value));
+        replacements.Replace(node, Value(given));
     }
     return false;
 }

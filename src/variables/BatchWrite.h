@@ -67,9 +67,11 @@ private:
             Value value; // before
         };
 
+        void Replace(Node* node, Value&& value);
         void Undo() noexcept;
 
-        std::vector<Replaced> all;
+        static constexpr size_t kPage = 128;
+        std::vector<std::vector<Replaced>> pages; // never moved: there may be as many as entries
     };
 
     void SortByBucket();
