@@ -60,10 +60,10 @@ struct _RTL_SRWLOCK;
 struct _RTL_CONDITION_VARIABLE;
 struct _SECURITY_ATTRIBUTES;
 extern "C" {
-#define ZQ_WINAPI(Result) __declspec(dllimport) Result __stdcall
+#define ZQ_WINAPI(Result) __declspec(dllimport) Result __stdcall // NOLINT(bugprone-macro-parentheses): a type
 ZQ_WINAPI(HINSTANCE__*) LoadLibraryExW(const wchar_t* path, void* reserved, unsigned long flags);
 ZQ_WINAPI(int) FreeLibrary(HINSTANCE__* library);
-typedef long long(__stdcall* ZQProcedure)();
+using ZQProcedure = long long(__stdcall*)();
 ZQ_WINAPI(ZQProcedure) GetProcAddress(HINSTANCE__* library, const char* name);
 ZQ_WINAPI(unsigned long) GetModuleFileNameW(HINSTANCE__* library, wchar_t* path, unsigned long size);
 ZQ_WINAPI(unsigned long) GetFileAttributesW(const wchar_t* path);

@@ -11,7 +11,7 @@ folder=build/coverage
 build coverage
 find "$folder" -name '*.gcda' -delete
 for program in portable_tests core_tests system_tests tool_tests microsoft_host slot_host; do
-  scripts/wine-run.sh "$folder/bin/$program.exe" --gtest_brief=1 || fail "$program failed."
+  scripts/run-tests.sh "$folder/bin/$program.exe" --gtest_brief=1 || fail "$program failed."
 done
 gcovr --root . --filter src/ --gcov-executable x86_64-w64-mingw32-gcov --exclude-throw-branches \
   --exclude-unreachable-branches --object-directory "$folder" "$folder" -o "$folder/lines.txt"

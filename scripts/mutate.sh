@@ -46,7 +46,7 @@ run() {
   cmake --build "$folder" --target "$target" >"$work/log" 2>&1 || return 2
   local command=(timeout 60 "$folder/bin/$1_tests")
   if [[ $1 != portable ]]; then
-    command=(timeout 180 "$root/scripts/wine-run.sh" "$folder/bin/$1_tests.exe")
+    command=(timeout 180 "$root/scripts/run-tests.sh" "$folder/bin/$1_tests.exe")
   fi
   "${command[@]}" --gtest_brief=1 --gtest_fail_fast --gtest_filter="$2" >"$work/log" 2>&1 </dev/null || result=1
   return $result

@@ -1,23 +1,24 @@
 #!/usr/bin/env bash
 # Analyses the sources of src/, tools/ and tests/ with clang-tidy: scripts/tidy.sh [--all]
 #   --all   also those that have not changed since they were found clean
-# What was found clean is remembered in the user's cache folder, so that it survives a new clone. Needs a release build:
-# its record of what each source includes decides what has changed.
+# What was found clean is remembered in the user's cache folder, so that it survives a new clone. Needs the builds release and
+# threads: their record of what each source includes decides what has changed.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '--all' "$@"
 
 cd "$root"
 clean=${XDG_CACHE_HOME:-$HOME/.cache}/zqmodsettings/tidy
 mkdir -p "$clean" build/tidy
-[[ -f build/release/build.ninja ]] ||
-  fail "there is no release build; run: cmake --preset release && cmake --build --preset release."
+for preset in release threads; do
+  [[ -f build/$preset/build.ninja ]] ||
+    fail "there is no build of $preset; run: cmake --preset $preset && cmake --build --preset $preset."
+done
 
-# A line for each source: the source, then the project's headers that it includes.
+# sources_with_headers PRESET: a line for each source, the source, then the project's headers that it includes.
 sources_with_headers() {
-  ninja -C build/release -t deps | awk -v root="$root/" '
+  ninja -C "build/$1" -t deps | awk -v root="$root/" '
     function flush() {
-      # Those of the comfort header need one that the build makes.
-      if (source ~ /^(src|tools|tests)\/.*\.cpp$/ && source !~ /^tests\/comfort\//) print source headers
+      if (source ~ /^(src|tools|tests)\/.*\.cpp$/) print source headers
       source = ""
       headers = ""
     }
@@ -28,7 +29,7 @@ sources_with_headers() {
       if (index(path, root) == 1) path = substr(path, length(root) + 1)
       sub(/^components\/[^\/]*\//, "src/", path)
       if (path ~ /\.cpp$/) source = path
-      else if (path ~ /^(include|src|tools|tests)\//) headers = headers " " path
+      else if (path ~ /^(include|src|tools|tests|build\/release\/include)\//) headers = headers " " path
     }
     END { flush() }' | sort -u
 }
@@ -39,6 +40,20 @@ compiler_arguments=(-std=c++20 --target=x86_64-w64-mingw32 -Wall -Wextra -Wthrea
   -isystem build/release/deps -isystem /usr/src/googletest/googletest/include
   -Iinclude -Isrc -Itools/zqsettings -Itests -Ibenchmarks
   -DUNICODE -D_UNICODE -DWIN32_LEAN_AND_MEAN -DNOMINMAX -D_WIN32_WINNT=0x0A00 '-DZQ_VERSION=""' '-DZQ_SOURCE_DIR=""')
+# The comfort header's typed keys are made by the build.
+comfort_arguments=("${compiler_arguments[@]}" -Ibuild/release/include '-DZQ_KEYS_HEADER=""')
+# Compiled for Linux, with a replacement for windows.h.
+native_arguments=(-std=c++20 -Wall -Wextra -Wthread-safety -Itests/concurrency/shim -Itests/concurrency -Iinclude -Isrc
+  -isystem /usr/src/googletest/googletest/include)
+
+# Sets `source_arguments` for a source.
+choose_arguments() {
+  case $1 in
+    tests/comfort/*) source_arguments=("${comfort_arguments[@]}") ;;
+    tests/concurrency/*) source_arguments=("${native_arguments[@]}") ;;
+    *) source_arguments=("${compiler_arguments[@]}") ;;
+  esac
+}
 
 # analyse COUNT SOURCE MARK COMPILER_ARGUMENT...
 analyse() {
@@ -57,18 +72,27 @@ analyse() {
 }
 export -f analyse
 
+# Without those for the Microsoft ABI, which have no C++ library of their own here.
+sources() {
+  sources_with_headers release | grep -vE '^tests/(abi/|comfort/Microsoft)'
+  sources_with_headers threads | grep '^tests/concurrency/'
+}
+
 # The mark's name holds all that the result depends on, so a changed source or header has none.
 changed=()
 while read -r source headers; do
   [[ -f $source ]] || continue
   configurations=(.clang-tidy)
   [[ $source != tests/* ]] || configurations+=(tests/.clang-tidy)
+  choose_arguments "$source"
   # shellcheck disable=SC2086
-  hash=$( (printf '%s\n' "$source" "${compiler_arguments[@]}" && cat "${configurations[@]}" "$source" $headers) | sha256sum | cut -c1-32)
+  hash=$( (printf '%s\n' "$source" "${source_arguments[@]}" && cat "${configurations[@]}" "$source" $headers) | sha256sum | cut -c1-32)
   [[ -f $clean/$hash && -z ${options[--all]:-} ]] || changed+=("$source" "$clean/$hash")
-done < <(sources_with_headers)
+done < <(sources)
 
 total=$((${#changed[@]} / 2))
 for ((i = 0; i < total; i++)); do
-  printf '%s\0' "$((i + 1))/$total" "${changed[@]:2 * i:2}" "${compiler_arguments[@]}"
-done | xargs -0 -r -n $((3 + ${#compiler_arguments[@]})) -P "$(nproc)" bash -c 'analyse "$@"' analyse
+  choose_arguments "${changed[2 * i]}"
+  printf '%q ' analyse "$((i + 1))/$total" "${changed[@]:2 * i:2}" "${source_arguments[@]}"
+  printf '\0'
+done | xargs -0 -r -n 1 -P "$(nproc)" bash -c

@@ -14,21 +14,21 @@ server=/usr/lib/wine/wineserver64
 case $1 in -*) parse_arguments '' "$1" ;; esac
 [[ -x $wine ]] || fail "$wine is missing; run scripts/setup.sh, which installs it." 127
 
+# Programs that are started at once wait here for the first one, which makes the prefix and starts the server and Wine's own
+# services. Those live on: they must have none of the callers' open files, or whoever reads a pipe waits for its end forever.
+without_files() {
+  "$@" </dev/null >/dev/null 2>&1 3>&- 4>&- 5>&- 6>&- 7>&- 8>&- 9>&-
+}
+mkdir -p "$WINEPREFIX"
+exec 9>"$WINEPREFIX/.lock"
+flock 9
 if [[ ! -f $WINEPREFIX/.ready ]]; then
-  mkdir -p "$WINEPREFIX"
-  # Two programs started at once must not both make the prefix.
-  exec 9>"$WINEPREFIX/.lock"
-  flock 9
-  if [[ ! -f $WINEPREFIX/.ready ]]; then
-    "$wine" wineboot -i >/dev/null 2>&1
-    "$server" -w
-    touch "$WINEPREFIX/.ready"
-  fi
-  flock -u 9
-  exec 9>&-
+  without_files "$wine" wineboot -i
+  without_files "$server" -w
+  touch "$WINEPREFIX/.ready"
 fi
-# A new server: start Wine's own services now, apart from the caller's output, or they would hold it open after the end.
-if "$server" -p >/dev/null 2>&1; then
-  setsid "$wine" cmd /c exit </dev/null >/dev/null 2>&1 3>&- 4>&- 5>&- 6>&- 7>&- 8>&- 9>&- || true
+if without_files "$server" -p; then
+  without_files setsid "$wine" cmd /c exit || true
 fi
+exec 9>&-
 exec "$wine" "$@"

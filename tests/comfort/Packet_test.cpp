@@ -88,11 +88,12 @@ TEST_F(Packets, OfUtf8AreReadToo) {
 
 TEST_F(Packets, AreReadAsTheModuleReadsThem) {
     Bytes bytes = kUtf8Header;
-    Append(bytes, 2, "Short", "1234");                      // too few bytes for its type: skipped
-    Append(bytes, 9, "Unknown", "1234");                    // no such type: skipped
-    Append(bytes, 1, "Long", "\1more");                     // the first byte counts
-    Append(bytes, 4, std::string("Cut\0off", 7), "te\0xt"); // names and texts end at a zero
-    Append(bytes, 1, std::string("\0", 1), "\1");           // no name: reading stops
+    Append(bytes, 2, "Short", "1234");   // too few bytes for its type: skipped
+    Append(bytes, 9, "Unknown", "1234"); // no such type: skipped
+    Append(bytes, 1, "Long", "\1more");  // the first byte counts
+    // Names and texts end at a zero.
+    Append(bytes, 4, std::string("Cut\0off", 7), std::string("te\0xt", 5));
+    Append(bytes, 1, std::string("\0", 1), "\1"); // no name: reading stops
     Append(bytes, 1, "Lost", "\1");
 
     EXPECT_EQ((Names{L"Long", L"Cut"}), NamesOf(ViewOf(bytes)));

@@ -88,7 +88,7 @@ protected:
             PacketReader reader(packet.Bytes());
             PacketRecord record;
             while (reader.Next(record)) {
-                m_records += static_cast<long>(record.name.size() != 0);
+                m_records += static_cast<long>(!record.name.empty());
             }
             EXPECT_EQ(PacketStop::End, reader.Stop());
         }

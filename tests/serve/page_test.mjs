@@ -404,11 +404,13 @@ describe("the page", () => {
   test("does not shift its layout while values change and a file is refused", async () => {
     await goTo(page, "variables");
     await seen(page, ".grid-row");
+    await search(page, "Settings.");
+    // What the search and the size of the window have moved is painted before anything counts.
+    await page.evaluate(() => new Promise((painted) => requestAnimationFrame(() => requestAnimationFrame(() => setTimeout(painted)))));
     await page.evaluate(() => {
       window.shifts = [];
       new PerformanceObserver((list) => window.shifts.push(...list.getEntries().map((each) => each.value))).observe({ type: "layout-shift" });
     });
-    await search(page, "Settings.");
     folder.edit(kSettings, ...bitrate(64));
     await untilText(page, '[data-name="Settings.CurrentBitrate"]', /→ 64/);
     renameSync(folder.path, `${folder.path}.away`);

@@ -20,7 +20,7 @@ struct Node {
 
 bool IsSpace(wchar_t unit) { return unit >= 1 && unit <= 32; }
 
-size_t SkipSpace(const std::wstring& text) {
+size_t SkipSpace(std::wstring_view text) {
     size_t n = 0;
     while (n < text.size() && IsSpace(text[n])) {
         ++n;
@@ -29,13 +29,13 @@ size_t SkipSpace(const std::wstring& text) {
 }
 
 bool IsHex(wchar_t unit) {
-    return std::wstring(L"0123456789abcdefABCDEF").find(unit) != std::wstring::npos && unit != 0;
+    return std::wstring_view(L"0123456789abcdefABCDEF").find(unit) != std::wstring_view::npos && unit != 0;
 }
 
-int ParseValue(Node& node, const std::wstring& text);
+int ParseValue(Node& node, std::wstring_view text);
 
-int ParseString(std::wstring& out, const std::wstring& text) {
-    if (text.empty() || text.find(L'"') == std::wstring::npos) {
+int ParseString(std::wstring& out, std::wstring_view text) {
+    if (text.empty() || text.find(L'"') == std::wstring_view::npos) {
         return -1;
     }
     unsigned long previous = 0;
@@ -81,7 +81,7 @@ int ParseString(std::wstring& out, const std::wstring& text) {
     return static_cast<int>(i);
 }
 
-int ParseNumber(Node& node, const std::wstring& text) {
+int ParseNumber(Node& node, std::wstring_view text) {
     const bool hasSign = text[0] == L'+' || text[0] == L'-';
     size_t i = hasSign ? 1 : 0;
     std::string scanned;
@@ -111,12 +111,12 @@ int ParseNumber(Node& node, const std::wstring& text) {
     return static_cast<int>(i);
 }
 
-int ParseLiteral(Node& node, const std::wstring& text) {
+int ParseLiteral(Node& node, std::wstring_view text) {
     if (text.size() < 4) {
         return -1;
     }
     const size_t length = text[0] == L'f' || text[0] == L'F' ? 5 : 4;
-    std::wstring word = text.substr(0, length);
+    std::wstring word(text.substr(0, length));
     for (wchar_t& unit : word) {
         if (unit >= L'A' && unit <= L'Z') {
             unit = static_cast<wchar_t>(unit - L'A' + L'a');
@@ -130,8 +130,8 @@ int ParseLiteral(Node& node, const std::wstring& text) {
     return static_cast<int>(length);
 }
 
-int ParseObject(Node& node, const std::wstring& text) {
-    if (text.find(L'}') == std::wstring::npos) {
+int ParseObject(Node& node, std::wstring_view text) {
+    if (text.find(L'}') == std::wstring_view::npos) {
         return -1;
     }
     size_t consumed = 1;
@@ -169,8 +169,8 @@ int ParseObject(Node& node, const std::wstring& text) {
     return -static_cast<int>(consumed);
 }
 
-int ParseArray(Node& node, const std::wstring& text) {
-    if (text.find(L']') == std::wstring::npos) {
+int ParseArray(Node& node, std::wstring_view text) {
+    if (text.find(L']') == std::wstring_view::npos) {
         return -1;
     }
     size_t consumed = 1;
@@ -195,14 +195,14 @@ int ParseArray(Node& node, const std::wstring& text) {
     }
 }
 
-int ParseValue(Node& node, const std::wstring& text) {
+int ParseValue(Node& node, std::wstring_view text) {
     if (text.empty()) {
         return -1;
     }
     const size_t space = SkipSpace(text);
-    const std::wstring token = text.substr(space);
+    const std::wstring_view token = text.substr(space);
     if (token.empty() || token[0] == 0 ||
-        std::wstring(L"{[\"+-0123456789tTfFnN").find(token[0]) == std::wstring::npos) {
+        std::wstring_view(L"{[\"+-0123456789tTfFnN").find(token[0]) == std::wstring_view::npos) {
         return -static_cast<int>(space + 1);
     }
     int count = 0;
@@ -213,7 +213,7 @@ int ParseValue(Node& node, const std::wstring& text) {
     } else if (token[0] == L'"') {
         node.kind = Node::String;
         count = ParseString(node.text, token);
-    } else if (std::wstring(L"tTfFnN").find(token[0]) != std::wstring::npos) {
+    } else if (std::wstring_view(L"tTfFnN").find(token[0]) != std::wstring_view::npos) {
         count = ParseLiteral(node, token);
     } else {
         count = ParseNumber(node, token);

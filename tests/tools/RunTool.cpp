@@ -31,7 +31,8 @@ ToolRun RunTool(const std::wstring& arguments) {
     PROCESS_INFORMATION process = {};
     if (!CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
                         &process)) {
-        throw std::runtime_error("zqsettings.exe does not start");
+        throw std::runtime_error("zqsettings.exe does not start: Windows error " +
+                                 std::to_string(GetLastError()));
     }
 
     const bool hasEnded = WaitForSingleObject(process.hProcess, kRunCapMs) == WAIT_OBJECT_0;

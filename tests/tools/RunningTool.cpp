@@ -30,7 +30,8 @@ RunningTool::RunningTool(const std::wstring& arguments) {
                                           nullptr, nullptr, &startup, &m_process);
     CloseHandle(startup.hStdOutput);
     if (!isStarted) {
-        throw std::runtime_error("zqsettings.exe does not start");
+        throw std::runtime_error("zqsettings.exe does not start: Windows error " +
+                                 std::to_string(GetLastError()));
     }
 }
 

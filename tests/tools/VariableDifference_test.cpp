@@ -52,5 +52,18 @@ TEST(VariableDifference, IsOneForAnIntegerAndADoubleOfOneNumber) {
     EXPECT_EQ(2u, Difference({kBitrate}, {kFasterBitrate, fasterDouble}).size());
 }
 
+TEST(VariableDifference, TakesTheVariablesOfSomeNamesOnly) {
+    const Variable name = {L"Name", std::wstring(L"Lumo 2")};
+    const std::vector<Variable> before = {kBitrate, kBitrateDouble, kName};
+    const std::vector<Variable> after = {{L"Added", ZQBool{true}}, kFasterBitrate, name};
+
+    EXPECT_EQ(before, WithNames(before, after, {}));
+    EXPECT_EQ((std::vector<Variable>{kFasterBitrate, kName}), WithNames(before, after, {L"Bitrate"}));
+    EXPECT_EQ((std::vector<Variable>{kBitrate, kBitrateDouble, name}), WithNames(before, after, {L"Name"}));
+    EXPECT_EQ(after, WithNames(before, after, {L"Added", L"Bitrate", L"Name"}));
+    EXPECT_EQ((std::vector<Variable>{{L"Added", ZQBool{true}}, kBitrate, kBitrateDouble}),
+              WithNames(before, {{L"Added", ZQBool{true}}}, {L"Added", L"Name"}));
+}
+
 } // namespace
 } // namespace zq::tool

@@ -18,20 +18,23 @@ constexpr double kLongestReloadMilliseconds = 10'000;
 
 ChangeFollower::ChangeFollower(const ModuleSession& session, const VariableFilter& filter,
                                const std::filesystem::path& folder, WatchReport& report)
-    : m_session(session), m_filter(filter), m_folder(folder), m_report(report),
-      m_known(filter.Apply(ListVariables(session.Variables()))) {}
+    : m_session(session), m_filter(filter), m_folder(folder), m_report(report), m_known(Listing()) {}
 
-std::vector<VariableChange> ChangeFollower::TakeChanges() {
-    std::vector<Variable> now = m_filter.Apply(ListVariables(m_session.Variables()));
+std::vector<Variable> ChangeFollower::Listing() const {
+    return m_filter.Apply(ListVariables(m_session.Variables()));
+}
+
+std::vector<VariableChange> ChangeFollower::TakeChanges(std::vector<Variable> now) {
     std::vector<VariableChange> changes = Difference(m_known, now);
     m_known = std::move(now);
     m_totals.changes += changes.size();
     return changes;
 }
 
-void ChangeFollower::OnVariableChanged(const wchar_t*, uint32_t, CZQVariableHost* source) {
+void ChangeFollower::OnVariableChanged(const wchar_t* name, uint32_t, CZQVariableHost* source) {
     ++m_totals.notices;
-    const std::vector<VariableChange> changes = TakeChanges();
+    // A reload may have changed others already, whose notice is yet to come.
+    const std::vector<VariableChange> changes = TakeChanges(WithNames(m_known, Listing(), {name}));
     if (!changes.empty()) {
         m_report.OnChange(changes, source != nullptr);
     }
@@ -41,7 +44,7 @@ void ChangeFollower::OnVariablesReloaded() {
     const double milliseconds = MillisecondsSinceLastWrite(m_folder);
     ++m_totals.reloads;
     WatchedReload reload;
-    reload.changes = TakeChanges();
+    reload.changes = TakeChanges(Listing());
     if (milliseconds < kLongestReloadMilliseconds) {
         reload.milliseconds = milliseconds;
     }

@@ -30,7 +30,8 @@ public:
     const WatchTotals& Totals() const { return m_totals; }
 
 private:
-    std::vector<VariableChange> TakeChanges();
+    std::vector<Variable> Listing() const;
+    std::vector<VariableChange> TakeChanges(std::vector<Variable> now);
 
     const ModuleSession& m_session;
     const VariableFilter& m_filter;

@@ -3,7 +3,10 @@
 #include "Text.h"
 #include "VariableText.h"
 
+#include <algorithm>
 #include <bit>
+#include <functional>
+#include <iterator>
 #include <tuple>
 
 namespace zq::tool {
@@ -67,6 +70,18 @@ std::vector<VariableChange> Difference(const std::vector<Variable>& before,
         }
     }
     return changes;
+}
+
+std::vector<Variable> WithNames(const std::vector<Variable>& before, const std::vector<Variable>& after,
+                                const std::set<std::wstring>& names) {
+    const auto isNamed = [&](const Variable& variable) { return names.contains(variable.name); };
+    std::vector<Variable> result;
+    std::copy_if(before.begin(), before.end(), std::back_inserter(result), std::not_fn(isNamed));
+    const auto kept = static_cast<std::ptrdiff_t>(result.size());
+    std::copy_if(after.begin(), after.end(), std::back_inserter(result), isNamed);
+    std::inplace_merge(result.begin(), result.begin() + kept, result.end(),
+                       [](const Variable& a, const Variable& b) { return KeyOf(a) < KeyOf(b); });
+    return result;
 }
 
 std::string ChangeText(const VariableChange& change) {

@@ -4,6 +4,7 @@
 #include "VariableListing.h"
 
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,11 @@ struct VariableChange {
 // Both sorted as ListVariables sorts; so is the result.
 std::vector<VariableChange> Difference(const std::vector<Variable>& before,
                                        const std::vector<Variable>& after);
+
+// `before`, but with the variables of these names as they are in `after`. What else has changed is left for a
+// notice of its own. Both sorted as ListVariables sorts; so is the result.
+std::vector<Variable> WithNames(const std::vector<Variable>& before, const std::vector<Variable>& after,
+                                const std::set<std::wstring>& names);
 
 // One line for a person: "Settings.CurrentBitrate (integer, double): 70 -> 100".
 std::string ChangeText(const VariableChange& change);

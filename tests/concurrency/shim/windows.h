@@ -19,6 +19,8 @@ using LPVOID = void*;
 using WORD = uint16_t;
 using UINT = uint32_t;
 
+inline char g_invalidHandle = 0; // an address that no object has
+
 #define WINAPI
 #define FALSE 0
 #define TRUE 1
@@ -26,7 +28,7 @@ using UINT = uint32_t;
 #define WAIT_OBJECT_0 0U
 #define WAIT_TIMEOUT 258U
 #define WAIT_FAILED 0xFFFFFFFFU
-#define INVALID_HANDLE_VALUE (reinterpret_cast<HANDLE>(intptr_t{-1}))
+#define INVALID_HANDLE_VALUE (static_cast<HANDLE>(&g_invalidHandle))
 
 struct FILETIME {
     DWORD dwLowDateTime;

@@ -53,10 +53,11 @@ fs::path ProgramFolder() {
 
 TempFolder::TempFolder() {
     static std::atomic<unsigned> next{0};
-    m_path = fs::temp_directory_path() /
-             ("zqtest-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(next++));
-    RemoveTree(m_path);
-    fs::create_directories(m_path);
+    // A process that was killed may have had the same number, and left what nobody can remove.
+    do {
+        m_path = fs::temp_directory_path() /
+                 ("zqtest-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(next++));
+    } while (!fs::create_directories(m_path));
 }
 
 TempFolder::~TempFolder() { RemoveTree(m_path); }

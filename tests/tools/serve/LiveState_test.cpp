@@ -53,8 +53,8 @@ TEST(LiveState, ReportsEachChangeOnce) {
     LiveState state("folder", "defaults");
     state.SetRun({true, true, ""}, {{L"A", int64_t{1}}, {L"A", 1.0}});
 
-    state.UpdateVariables({{L"A", int64_t{2}}, {L"A", 2.0}}, true, 12.5);
-    state.UpdateVariables({{L"A", int64_t{2}}, {L"A", 2.0}}, false, {});
+    state.ReloadVariables({{L"A", int64_t{2}}, {L"A", 2.0}}, 12.5);
+    state.ChangeVariables({{L"A", int64_t{2}}, {L"A", 2.0}}, {L"A"});
 
     const rapidjson::Document history = HistoryOf(state);
     ASSERT_EQ(1u, history.Size());
@@ -63,6 +63,24 @@ TEST(LiveState, ReportsEachChangeOnce) {
     ASSERT_EQ(1u, history[0]["changes"].Size());
     EXPECT_EQ(2u, history[0]["changes"][0]["types"].Size());
     EXPECT_EQ(2, history[0]["changes"][0]["new"].GetInt());
+}
+
+TEST(LiveState, LeavesWhatAReloadHasChangedToItsNotice) {
+    LiveState state("folder", "defaults");
+    state.SetRun({true, true, ""}, {{L"A", int64_t{1}}, {L"B", int64_t{1}}});
+    const std::vector<Variable> now = {{L"A", int64_t{2}}, {L"B", int64_t{2}}};
+
+    state.ChangeVariables(now, {L"A"});
+    state.ReloadVariables(now, {});
+
+    const rapidjson::Document history = HistoryOf(state);
+    ASSERT_EQ(2u, history.Size());
+    EXPECT_STREQ("change", history[0]["kind"].GetString());
+    ASSERT_EQ(1u, history[0]["changes"].Size());
+    EXPECT_STREQ("A", history[0]["changes"][0]["name"].GetString());
+    EXPECT_STREQ("reload", history[1]["kind"].GetString());
+    ASSERT_EQ(1u, history[1]["changes"].Size());
+    EXPECT_STREQ("B", history[1]["changes"][0]["name"].GetString());
 }
 
 TEST(LiveState, ReportsAFileOnlyWhenItIsAnother) {

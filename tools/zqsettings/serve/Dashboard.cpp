@@ -149,32 +149,44 @@ ModuleRun::Events Dashboard::MakeEvents() {
     return {[this](int32_t level, const std::string& tag, const std::string& text) {
                 m_state.AddLog(level, tag, text);
             },
-            [this] { OnModuleChange(true); }, [this] { OnModuleChange(false); }};
+            [this] { OnReload(); }, [this](const wchar_t* name) { OnChange(name); }};
 }
 
-// The module's thread goes on; notices that come while variables are listed are answered by one more listing.
-void Dashboard::OnModuleChange(bool isReload) {
+void Dashboard::OnReload() {
     const std::lock_guard lock(m_changeMutex);
-    if (isReload && !m_isReloadWanted) {
+    if (!m_isReloaded) {
         const double milliseconds = MillisecondsSinceLastWrite(m_files.Folder());
         // A default copy carries the old time of its file, which says nothing.
         m_milliseconds =
             milliseconds < kLongestReloadMilliseconds ? std::optional(milliseconds) : std::nullopt;
     }
-    m_isReloadWanted = m_isReloadWanted || isReload;
-    if (!m_isChangeWanted) {
-        m_isChangeWanted = m_changes->Add([this] { TakeChanges(); });
+    m_isReloaded = true;
+    ScheduleChanges();
+}
+
+void Dashboard::OnChange(const wchar_t* name) {
+    const std::lock_guard lock(m_changeMutex);
+    m_changedNames.insert(name);
+    ScheduleChanges();
+}
+
+// The module's thread goes on; notices that come while variables are listed are answered by one more listing.
+void Dashboard::ScheduleChanges() {
+    if (!m_isScheduled) {
+        m_isScheduled = m_changes->Add([this] { TakeChanges(); });
     }
 }
 
 void Dashboard::TakeChanges() {
+    std::set<std::wstring> names;
     bool isReload = false;
     std::optional<double> milliseconds;
     {
         const std::lock_guard lock(m_changeMutex);
-        isReload = std::exchange(m_isReloadWanted, false);
+        names.swap(m_changedNames);
+        isReload = std::exchange(m_isReloaded, false);
         milliseconds = std::exchange(m_milliseconds, std::nullopt);
-        m_isChangeWanted = false;
+        m_isScheduled = false;
     }
     if (isReload) {
         ReportRefused();
@@ -183,11 +195,12 @@ void Dashboard::TakeChanges() {
     if (!m_run) {
         return;
     }
-    m_state.UpdateVariables(m_run->Variables(), isReload, milliseconds);
+    std::vector<Variable> now = m_run->Variables();
+    m_state.ChangeVariables(now, names);
     if (isReload) {
-        // As a server does: the headset in use may be another one now.
+        m_state.ReloadVariables(std::move(now), milliseconds);
+        // As a server does: the headset in use may be another one now. A notice of it follows.
         m_run->Settings().UpdateDefaultDeviceName();
-        m_state.UpdateVariables(m_run->Variables(), false, {});
     }
 }
 

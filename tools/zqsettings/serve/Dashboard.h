@@ -19,6 +19,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <thread>
 
@@ -63,7 +64,9 @@ private:
     void StartOnCopy(const std::string& reason);
     ModuleRun::Events MakeEvents();
 
-    void OnModuleChange(bool isReload);
+    void OnReload();
+    void OnChange(const wchar_t* name);
+    void ScheduleChanges();
     void TakeChanges();
     void ReportRefused();
     void KeepBeside(const RefusedTexts::Refused& refused);
@@ -86,8 +89,9 @@ private:
     std::unique_ptr<ModuleRun> m_run;
 
     std::mutex m_changeMutex;
-    bool m_isChangeWanted = false;
-    bool m_isReloadWanted = false;
+    bool m_isScheduled = false; // TakeChanges is on its way
+    std::set<std::wstring> m_changedNames;
+    bool m_isReloaded = false;
     std::optional<double> m_milliseconds;
 
     const UniqueHandle m_end{CreateEventW(nullptr, TRUE, FALSE, nullptr)};

@@ -47,15 +47,21 @@ std::vector<Variable> LiveState::Variables() const {
     return m_variables;
 }
 
-void LiveState::UpdateVariables(std::vector<Variable> now, bool isReload,
-                                std::optional<double> milliseconds) {
+void LiveState::ChangeVariables(const std::vector<Variable>& now, const std::set<std::wstring>& names) {
+    const std::lock_guard lock(m_mutex);
+    std::vector<Variable> changed = WithNames(m_variables, now, names);
+    const std::vector<VariableChange> changes = Difference(m_variables, changed);
+    m_variables = std::move(changed);
+    if (!changes.empty()) {
+        Publish(ChangeMessage(changes, "module"), m_events);
+    }
+}
+
+void LiveState::ReloadVariables(std::vector<Variable> now, std::optional<double> milliseconds) {
     const std::lock_guard lock(m_mutex);
     const std::vector<VariableChange> changes = Difference(m_variables, now);
     m_variables = std::move(now);
-    if (changes.empty() && !isReload) {
-        return;
-    }
-    Publish(isReload ? ReloadMessage(changes, milliseconds) : ChangeMessage(changes, "module"), m_events);
+    Publish(ReloadMessage(changes, milliseconds), m_events);
 }
 
 void LiveState::UpdateFile(const DataFileState& file) {

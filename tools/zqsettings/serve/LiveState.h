@@ -14,6 +14,7 @@
 #include <deque>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -41,8 +42,10 @@ public:
     RunMode Mode() const;
     std::vector<Variable> Variables() const;
 
-    // After a reload, or with nothing as `milliseconds` and no files read, after other changes.
-    void UpdateVariables(std::vector<Variable> now, bool isReload, std::optional<double> milliseconds);
+    // The variables were set one by one: takes those of these names from `now`.
+    void ChangeVariables(const std::vector<Variable>& now, const std::set<std::wstring>& names);
+    // The files were read again; `milliseconds` after the last write, where that is known.
+    void ReloadVariables(std::vector<Variable> now, std::optional<double> milliseconds);
     void UpdateFile(const DataFileState& file);
     DataFileState File(ConfigFile file) const;
     void UpdateFolder(bool exists);

@@ -19,8 +19,8 @@ public:
         std::function<void(int32_t level, const std::string& tag, const std::string& text)> onLog;
         // A file was read again.
         std::function<void()> onReloaded;
-        // A variable was set by other means.
-        std::function<void()> onChanged;
+        // A variable of this name was set by other means.
+        std::function<void(const wchar_t* name)> onChanged;
     };
 
     // Runs DoInit and DoStart. Raises Failure.
@@ -47,7 +47,9 @@ private:
     class ChangeHost final : public CZQVariableHost {
     public:
         explicit ChangeHost(const Events& events) : m_events(events) {}
-        void OnVariableChanged(const wchar_t*, uint32_t, CZQVariableHost*) override { m_events.onChanged(); }
+        void OnVariableChanged(const wchar_t* name, uint32_t, CZQVariableHost*) override {
+            m_events.onChanged(name);
+        }
         void OnVariablesReloaded() override { m_events.onReloaded(); }
 
     private:

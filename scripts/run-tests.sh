@@ -1,0 +1,52 @@
+#!/usr/bin/env bash
+# Runs a test program for Windows to its last test: scripts/run-tests.sh PROGRAM.exe [ARGUMENT...]
+# A program also fails when it ends before that with exit code 0, as it does when Wine's server crashes: Wine 8 has such a fault,
+# seldom met and only among many processes. The program is then run once more. Its output is printed at its end: processes
+# that Wine starts on the way would keep a pipe open.
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+[[ $# -gt 0 ]] || fail "a program is missing; see $script --help." 2
+case $1 in -*) parse_arguments '' "$1" ;; esac
+
+output=$(mktemp)
+program=
+trap '[[ -z $program ]] || kill -9 "$program" 2>/dev/null; rm -f "$output"' EXIT
+
+# Whether a process has lost its first thread while others wait for a server that is gone.
+is_left_over() {
+  local status
+  status=$(cat "/proc/$1/stat" 2>/dev/null) && [[ ${status##*) } == Z* ]]
+}
+
+run() {
+  local code=0
+  "$root/scripts/wine-run.sh" "$@" >"$output" 2>&1 </dev/null &
+  program=$!
+  while kill -0 "$program" 2>/dev/null; do
+    if is_left_over "$program" && sleep 1 && is_left_over "$program"; then
+      kill -9 "$program"
+    fi
+    sleep 0.1
+  done
+  wait "$program" || code=$?
+  program=
+  return "$code"
+}
+
+# What GoogleTest and the hosts of tests/abi/ print at their end.
+has_finished() {
+  grep -qE ' test suites? ran\.|[0-9] checks, ' "$output"
+}
+
+code=0
+run "$@" || code=$?
+if ! has_finished && [[ $code -eq 0 || $code -eq 137 ]]; then
+  cat "$output"
+  echo "$script: $1 ended before its last test, without Wine's server; once more:"
+  code=0
+  run "$@" || code=$?
+fi
+cat "$output"
+if ! has_finished; then
+  fail "$1 ended before its last test, with exit code $code."
+fi
+exit "$code"
