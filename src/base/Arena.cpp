@@ -107,8 +107,9 @@ Arena::Release::Release(Arena& arena) : m_life(arena.m_life), m_alignment(arena.
         }
     }
     arena.Clear();
-    std::sort(m_chunks.begin(), m_chunks.end(),
-              [](const Owned& a, const Owned& b) { return std::less<>()(a.chunk, b.chunk); });
+    const auto isBefore = [](const Owned& a, const Owned& b) { return std::less<>()(a.chunk, b.chunk); };
+    std::make_heap(m_chunks.begin(), m_chunks.end(), isBefore);
+    std::sort_heap(m_chunks.begin(), m_chunks.end(), isBefore); // less code than std::sort
 }
 
 Arena::Release::~Release() {

@@ -48,18 +48,17 @@ void AppendDecimal(std::wstring& out, uint32_t number) {
 // Gives the node a value and keeps the one before. What may fail comes before the change.
 template <class Value>
 void BatchWrite::Replacements<Value>::Replace(Node* node, Value&& value) {
-    if (pages.empty() || pages.back().size() == kPage) {
-        std::vector<Replaced> page;
-        page.reserve(kPage);
-        pages.push_back(std::move(page));
+    if (pages.empty() || pages.front().size() == kPage) {
+        pages.emplace_front();
+        pages.front().reserve(kPage);
     }
-    pages.back().push_back({node, std::exchange(node->value, std::move(value))});
+    pages.front().push_back({node, std::exchange(node->value, std::move(value))});
 }
 
 template <class Value>
 void BatchWrite::Replacements<Value>::Undo() noexcept {
-    for (auto page = pages.rbegin(); page != pages.rend(); ++page) {
-        for (auto replaced = page->rbegin(); replaced != page->rend(); ++replaced) {
+    for (std::vector<Replaced>& page : pages) {
+        for (auto replaced = page.rbegin(); replaced != page.rend(); ++replaced) {
             replaced->node->value = std::move(replaced->value);
         }
     }

@@ -12,6 +12,7 @@
 #include "variables/VariableMaps.h"
 
 #include <cstdint>
+#include <forward_list>
 #include <span>
 #include <string>
 #include <unordered_map>
@@ -71,7 +72,8 @@ private:
         void Undo() noexcept;
 
         static constexpr size_t kPage = 128;
-        std::vector<std::vector<Replaced>> pages; // never moved: there may be as many as entries
+        // Newest first. A page never moves: there may be as many replaced values as entries.
+        std::forward_list<std::vector<Replaced>> pages;
     };
 
     void SortByBucket();
