@@ -5,6 +5,7 @@
 #   --write   also puts the table into docs/testing.md
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '--write 0..1' "$@"
+require_number SEED "${arguments[0]:-}"
 
 "$root/scripts/setup.sh"
 cd "$root"

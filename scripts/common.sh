@@ -53,6 +53,11 @@ parse_arguments() {
   [[ ${#arguments[@]} -le $most ]] || fail "unexpected argument ${arguments[most]}; see $script --help." 2
 }
 
+# require_number NAME VALUE: fails with exit code 2 unless the value is a whole number or empty.
+require_number() {
+  [[ $2 =~ ^[0-9]*$ ]] || fail "$1 takes a whole number, not $2; see $script --help." 2
+}
+
 # quietly LOG MESSAGE COMMAND...: the output goes to a file, whose end is shown when the command fails.
 quietly() {
   local log=$1 message=$2

@@ -4,6 +4,7 @@
 # check, edit, hmdlist, loader, packet, quality, reader or settings; all without. Ends with 1 when one has found something.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '--runs= 0..9' "$@"
+require_number --runs "${options[--runs]:-}"
 all=(check edit hmdlist loader packet quality reader settings)
 limit=(-max_total_time=2)
 [[ -z ${options[--runs]:-} ]] || limit=(-runs="${options[--runs]}")

@@ -11,6 +11,10 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '--list= --random= --seed= --minutes= 0..1' "$@"
 pattern=${arguments[0]:-.}
 faults=${options[--list]:-$root/tests/mutation/faults.txt}
+[[ -f $faults ]] || fail "there is no file $faults." 2
+for name in --random --seed --minutes; do
+  require_number "$name" "${options[$name]:-}"
+done
 work=$root/build/mutation
 tree=$work/tree
 original=$work/original # what is planted in: the working tree may change during a run

@@ -10,13 +10,33 @@ namespace {
 
 bool IsAsciiLetter(wchar_t unit) { return (unit >= L'A' && unit <= L'Z') || (unit >= L'a' && unit <= L'z'); }
 
+bool IsHexDigit(wchar_t unit) {
+    return (unit >= L'0' && unit <= L'9') || (unit >= L'a' && unit <= L'f') || (unit >= L'A' && unit <= L'F');
+}
+
+// \uXXXX, which no folder's name is likely to look like.
+bool IsHexEscape(std::wstring_view text) {
+    return text.size() >= 6 && text.starts_with(L"\\u") &&
+           std::all_of(text.begin() + 2, text.begin() + 6, IsHexDigit);
+}
+
+bool HasOtherEscape(std::wstring_view text) {
+    for (size_t i = text.find(L'\\'); i != std::wstring_view::npos; i = text.find(L'\\', i + 1)) {
+        if (!IsHexEscape(text.substr(i))) {
+            return true;
+        }
+    }
+    return false;
+}
+
 // A path that was written as it is, with single backslashes.
 bool IsRawPath(std::wstring_view text) {
-    const bool isDrive = text.size() > 3 && IsAsciiLetter(text[0]) && text[1] == L':' && text[2] == L'\\';
+    const bool isDrive = text.size() > 3 && IsAsciiLetter(text[0]) && text[1] == L':' && text[2] == L'\\' &&
+                         !IsHexEscape(text.substr(2));
     const bool isShare = text.size() > 3 && text.starts_with(L"\\\\") && IsAsciiLetter(text[2]);
     const std::wstring_view rest = text.substr(isShare ? 2 : 0);
-    return (isDrive || isShare) && rest.find(L'\\') != std::wstring_view::npos &&
-           rest.find(L"\\\\") == std::wstring_view::npos && rest.find(L"\\\"") == std::wstring_view::npos;
+    return (isDrive || isShare) && HasOtherEscape(rest) && rest.find(L"\\\\") == std::wstring_view::npos &&
+           rest.find(L"\\\"") == std::wstring_view::npos;
 }
 
 class TokenChecker {

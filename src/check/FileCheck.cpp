@@ -208,6 +208,9 @@ void FileCheck::Sort() {
         if (IsError(problem)) {
             errors.insert(problem.begin);
         }
+        if (IsError(problem) && std::string_view(problem.code) == "no-value") {
+            errors.insert(problem.end); // where the value is missed
+        }
     }
     std::erase_if(m_problems, [&](const Problem& problem) {
         const std::string_view code = problem.code;

@@ -194,6 +194,15 @@ bool EditAll(std::wstring& text, std::map<std::string_view, size_t>& fixed) {
     return false;
 }
 
+// Whether nothing of the result would be edited again: the escapes that are written can make a text look like
+// a path.
+bool IsSettled(std::string_view ascii) {
+    const std::wstring before(ascii.begin(), ascii.end());
+    std::wstring after = before;
+    std::map<std::string_view, size_t> ignored;
+    return EditAll(after, ignored) && after == before;
+}
+
 } // namespace
 
 std::optional<FixedFile> FixFile(ConfigFile file, std::string_view bytes) {
@@ -208,7 +217,7 @@ std::optional<FixedFile> FixFile(ConfigFile file, std::string_view bytes) {
         return {};
     }
     fixed.bytes = AsciiText(meant.document, text, fixed.characters);
-    if (!IsLoadedAs(file, fixed.bytes, meant.batch)) {
+    if (!IsSettled(fixed.bytes) || !IsLoadedAs(file, fixed.bytes, meant.batch)) {
         return {};
     }
     fixed.encoding = source.GetEncoding();

@@ -134,6 +134,15 @@ private:
         m_open.push_back({true, before.begin, before.indent, true});
     }
 
+    // Between a name and the first member of its group.
+    void InsertGroup(const LenientToken& name) {
+        const LenientToken& member = Peek();
+        Report("no-brace", name.begin, name.end,
+               "a colon and \"{\" are missing after the name " + Shown(name),
+               "write \": {\" before " + Shown(member), {{name.end, name.end, L": {"}});
+        m_open.push_back({true, member.begin, member.indent, true});
+    }
+
     void RemoveCloser(const LenientToken& token) {
         m_isBalanced = false;
         Report("wrong-bracket", token.begin, token.end, Shown(token) + " closes nothing", "remove it",
@@ -287,7 +296,9 @@ private:
             Report("no-quotes", name.begin, name.end, "the name " + Shown(name) + " needs quotes",
                    "put it in double quotes", {{name.begin, name.begin, L"\""}, {name.end, name.end, L"\""}});
         }
-        if (ReadColon(name)) {
+        if (IsNameAt(0) && HasSurplusCloser()) {
+            InsertGroup(name);
+        } else if (ReadColon(name)) {
             ReadMemberValue(name);
         } else {
             FinishValue();

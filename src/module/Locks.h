@@ -38,6 +38,7 @@ public:
     std::array<Mutex, kConfigFiles.size()> files;
 
 private:
+    static_assert(kConfigFiles.size() == 3, "m_guards has the mutex of each file");
     std::array<const Mutex*, 5> m_guards{&hostList, &store, &files[0], &files[1], &files[2]};
 };
 

@@ -70,6 +70,14 @@ TEST(FileCheck, FindsByTheIndentationWhichBracketIsMissing) {
     EXPECT_EQ(Lines({"2:6 error unclosed"}), Check("{\n \"A\":{\n  \"B\":1,\n \"C\":{\n  \"D\":2\n }\n}"));
     EXPECT_EQ(Lines({"3:7 error unclosed"}), Check("{\n \"A\":{\n  \"B\":{\n   \"C\":1\n },\n \"D\":2\n}"));
     EXPECT_EQ(Lines({"2:2 error no-brace"}), Check("{\n \"A\":\n  \"B\":1\n },\n \"D\":2\n}"));
+    EXPECT_EQ(Lines({"2:2 error no-brace"}), Check("{\n \"A\"\n  \"B\":1\n },\n \"D\":2\n}"));
+    EXPECT_EQ(Lines({"1:2 error no-brace"}), Check(R"({"A" "B":1}})"));
+}
+
+TEST(FileCheck, SaysOnceThatAValueIsMissing) {
+    EXPECT_EQ(Lines({"1:2 error no-value"}), Check(R"({"A"})"));
+    EXPECT_EQ(Lines({"1:6 error no-value"}), Check(R"({"A":})"));
+    EXPECT_EQ(Lines({"1:2 error no-value"}), Check(R"({"A","B":1})"));
 }
 
 TEST(FileCheck, ShowsWhereATextIsCutShort) {
@@ -299,6 +307,9 @@ TEST(FileCheck, RecognisesPathsWithSingleBackslashes) {
     EXPECT_EQ(Lines({"1:7 warning backslash"}), Check(R"({"A":"\\server\share"})"));
     EXPECT_EQ(Lines({"1:7 error backslash"}), Check(R"({"A":"C:\new\"})"));
     EXPECT_EQ(Lines(), Check(R"({"A":"C:\\new"})"));
+    EXPECT_EQ(Lines(), Check(R"({"A":"C:\u0041bc"})"));
+    EXPECT_EQ(Lines({"1:7 warning backslash"}), Check(R"({"A":"C:\new\u0041bc"})"));
+    EXPECT_EQ(Lines({"1:11 warning save-hazard"}), Check(R"({"A":"\\Zo\u00EB"})"));
 }
 
 TEST(FileCheck, KnowsTheKeysOfADocumentAndTheirLastParts) {

@@ -55,6 +55,12 @@ TEST(Fix, WritesZerosInTextsAsEscapes) {
     EXPECT_EQ(R"({"A":"\\x"})", Fixed("{\"A\":\"\\\0x\"}"s));
 }
 
+// Escapes after a drive, or after two backslashes, look like a path with single backslashes.
+TEST(Fix, WritesNothingThatItWouldFixAgain) {
+    EXPECT_EQ(R"({"A":"D:\u00E9t\u00E9"})", Fixed("{\"A\":\"D:\xC3\xA9t\xC3\xA9\"}"));
+    EXPECT_EQ("(not to be fixed)", Fixed("{\"A\":\"\\\0ux\t\"}"s));
+}
+
 TEST(Fix, CountsWhatItDid) {
     const std::optional<FixedFile> fixed =
         FixFile(ConfigFile::Settings, "\xEF\xBB\xBF{\"A\":\"\xC3\xA9\xC3\xA8\"}\r\n\0"s);

@@ -3,6 +3,7 @@
 #include "check/FileCheck.h"
 #include "check/Fix.h"
 #include "support/ConfigRun.h"
+#include "support/Mistakes.h"
 
 #include <gtest/gtest.h>
 
@@ -30,17 +31,6 @@ ConfigFile FileOf(const fs::path& path) {
     return name.starts_with("ZQ2_HmdList")         ? ConfigFile::HmdList
            : name.starts_with("ZQ2_QualityPreset") ? ConfigFile::Quality
                                                    : ConfigFile::Settings;
-}
-
-std::vector<fs::path> Mistakes() {
-    std::vector<fs::path> paths;
-    for (const auto& entry : fs::directory_iterator(kFolder)) {
-        if (entry.is_regular_file()) {
-            paths.push_back(entry.path());
-        }
-    }
-    std::sort(paths.begin(), paths.end());
-    return paths;
 }
 
 TEST(Mistakes, AreFoundEachOfThem) {

@@ -8,6 +8,8 @@
 
 #include <algorithm>
 
+#include <windows.h>
+
 namespace zq::test {
 namespace {
 
@@ -92,6 +94,7 @@ TEST_F(CheckCommand, AcceptsAGoodFileInOneLine) {
 
 TEST_F(CheckCommand, TakesAFolderForItsFiles) {
     Write(kSettingsName, R"({"Version":1})");
+    Write(kHmdListName, "[]");
     Write(kQualityName, R"({"Version":2})");
 
     const ToolRun run = Check(m_folder.Path());
@@ -100,6 +103,55 @@ TEST_F(CheckCommand, TakesAFolderForItsFiles) {
     EXPECT_NE(std::string::npos, run.output.find("is written over by ZQ2_QualityPreset.json, line 1"))
         << run.output;
     EXPECT_EQ(1u, Check(m_folder.Path(), L"--strict").exitCode);
+}
+
+TEST_F(CheckCommand, NamesWhatAFolderLacksAndChecksTheOthers) {
+    Write(kSettingsName, "{}");
+    Write(kQualityName, "{}");
+
+    const ToolRun run = Check(m_folder.Path());
+
+    const std::string missing = (m_folder.Path() / kHmdListName).string();
+    const std::string sentence =
+        "the file " + missing + " does not exist; a server puts a copy of its default file there";
+    EXPECT_EQ(2u, run.exitCode);
+    EXPECT_EQ("zqsettings: " + sentence + ".\n", run.errors);
+    EXPECT_EQ((m_folder.Path() / kSettingsName).string() + ": accepted\n" +
+                  (m_folder.Path() / kQualityName).string() + ": accepted\n",
+              run.output);
+    const ToolRun json = Check(m_folder.Path(), L"--json");
+    EXPECT_EQ(2u, json.exitCode);
+    rapidjson::Document document;
+    ASSERT_FALSE(document.Parse(json.output.c_str()).HasParseError()) << json.output;
+    ASSERT_EQ(3u, document.Size());
+    EXPECT_EQ(missing, document[2]["file"].GetString());
+    EXPECT_FALSE(document[2]["accepted"].GetBool());
+    EXPECT_EQ(sentence, document[2]["failure"].GetString());
+}
+
+TEST_F(CheckCommand, FixesTheOthersWhereOneCannotBeWritten) {
+    const auto held = Write(kSettingsName, "{}\n");
+    const auto free = Write(kQualityName, "{}\n");
+    Write(kHmdListName, "[]");
+    const auto isReadOnly = [&](bool isSo) {
+        SetFileAttributesW(held.c_str(), isSo ? FILE_ATTRIBUTE_READONLY : FILE_ATTRIBUTE_NORMAL);
+    };
+    isReadOnly(true);
+
+    const ToolRun run = Check(m_folder.Path(), L"--in-place --json");
+    isReadOnly(false);
+
+    EXPECT_EQ(2u, run.exitCode);
+    EXPECT_EQ("zqsettings: the file " + held.string() +
+                  " cannot be replaced: Access denied (Windows error 5).\n",
+              run.errors);
+    EXPECT_EQ("{}\n", ReadBytes(held));
+    EXPECT_EQ("{}", ReadBytes(free));
+    EXPECT_FALSE(std::filesystem::exists(held.wstring() + L".bak"));
+    rapidjson::Document document;
+    ASSERT_FALSE(document.Parse(run.output.c_str()).HasParseError()) << run.output;
+    EXPECT_TRUE(document[0].HasMember("failure")) << run.output;
+    EXPECT_FALSE(document[2].HasMember("failure")) << run.output;
 }
 
 TEST_F(CheckCommand, SaysThatNothingCanBeSaved) {
@@ -180,6 +232,16 @@ TEST_F(CheckCommand, DoesNotWriteThroughAFileThatWasPlanted) {
     EXPECT_EQ("older", ReadBytes(backup));
     EXPECT_EQ("{}\n", ReadBytes(m_folder.Path() / L"ZQ2_serverSetting.setting.bak2"));
     EXPECT_EQ(4, std::distance(std::filesystem::directory_iterator(m_folder.Path()), {}));
+}
+
+TEST_F(CheckCommand, DoesNotCallAFileWithWarningsFixed) {
+    const auto file = Write(kSettingsName, "[{}]");
+
+    const ToolRun run = Check(file, L"--fix");
+
+    EXPECT_EQ(0u, run.exitCode);
+    EXPECT_TRUE(run.output.ends_with(": not fixed: only its author can correct the warnings above\n"))
+        << run.output;
 }
 
 TEST_F(CheckCommand, LeavesWhatItCannotFix) {

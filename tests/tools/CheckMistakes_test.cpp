@@ -2,13 +2,13 @@
 // changes a byte that it was not asked to change. To write the document anew: ZQ_UPDATE_DOCS=1 and this test.
 #include "tools/RunTool.h"
 
+#include "support/Mistakes.h"
 #include "support/win32/Folders.h"
 
 #include <gtest/gtest.h>
 
 #include <rapidjson/document.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <map>
@@ -20,22 +20,6 @@ namespace {
 namespace fs = std::filesystem;
 
 const fs::path kSource = fs::path(ZQ_SOURCE_DIR);
-
-std::vector<fs::path> Mistakes() {
-    std::vector<fs::path> paths;
-    for (const auto& entry : fs::directory_iterator(kSource / "tests" / "mistakes")) {
-        if (entry.is_regular_file()) {
-            paths.push_back(entry.path());
-        }
-    }
-    std::sort(paths.begin(), paths.end());
-    return paths;
-}
-
-// "ZQ2_HmdList.tab-in-text.json" is ZQ2_HmdList.json with the mistake tab-in-text.
-std::wstring RealName(const fs::path& mistake) {
-    return mistake.stem().stem().wstring() + mistake.extension().wstring();
-}
 
 std::string Slug(const fs::path& mistake) { return mistake.stem().extension().string().substr(1); }
 
@@ -65,7 +49,7 @@ protected:
     ToolRun Check(const std::wstring& options) const {
         std::wstring line = L"check --json " + options;
         for (const auto& folder : fs::directory_iterator(m_folder.Path())) {
-            line += L" \"" + folder.path().wstring() + L'"';
+            line += L" \"" + folder.path().wstring() + L"\\*.*\"";
         }
         return RunTool(line);
     }

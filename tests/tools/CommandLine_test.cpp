@@ -1,10 +1,17 @@
 // What a command line may look like, and how each mistake in one ends.
-#include "tools/RunTool.h"
+#include "tools/FolderOptions.h"
+#include "tools/RunCommand.h"
 
 #include "support/win32/Folders.h"
 #include "support/win32/HeldFile.h"
+#include "support/win32/UnixCommand.h"
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include <fcntl.h>
+#include <io.h>
 
 namespace zq::test {
 namespace {
@@ -46,6 +53,64 @@ TEST(CommandLine, SaysWhatIsWrongWithAValue) {
         "zqsettings: SHELL: \"zsh\" is none of bash, powershell; see \"zqsettings help completion\".\n");
 }
 
+// What a shell makes of a variable that is not set.
+TEST(CommandLine, RefusesEmptyValues) {
+    const std::string end = ": the value is empty; see \"zqsettings help ";
+
+    ExpectEnd(L"list --data \"\"", 3, "zqsettings: --data" + end + "list\".\n");
+    ExpectEnd(L"show --defaults \"\"", 3, "zqsettings: --defaults" + end + "show\".\n");
+    ExpectEnd(L"watch --dll \"\"", 3, "zqsettings: --dll" + end + "watch\".\n");
+    ExpectEnd(L"restore --data \"\"", 3, "zqsettings: --data" + end + "restore\".\n");
+    ExpectEnd(L"get \"\"", 3, "zqsettings: NAME" + end + "get\".\n");
+    ExpectEnd(L"set \"\" 1", 3, "zqsettings: NAME" + end + "set\".\n");
+    ExpectEnd(L"check \"\"", 3, "zqsettings: FILE" + end + "check\".\n");
+    ExpectEnd(L"packet \"\"", 3, "zqsettings: FILE" + end + "packet\".\n");
+}
+
+TEST(CommandLine, SaysWhereAnOptionBelongs) {
+    ExpectEnd(L"--json list", 3, "zqsettings: --json is an option of list: write it after the command.\n");
+    ExpectEnd(L"--provision list", 3,
+              "zqsettings: there is no option --provision; see \"zqsettings help\".\n");
+}
+
+TEST(CommandLine, SaysWhatStandardInputNeeds) {
+    ExpectEnd(
+        L"check -", 3,
+        "zqsettings: standard input has no name; say which file it is with --as settings, --as hmd-list or "
+        "--as quality.\n");
+    ExpectEnd(L"check - --as setting", 3,
+              "zqsettings: --as: \"setting\" is none of settings, hmd-list, quality; see \"zqsettings help "
+              "check\".\n");
+    ExpectEnd(L"check - --as settings --fix", 3,
+              "zqsettings: standard input cannot be fixed; give a file.\n");
+}
+
+TEST(CommandLine, SaysThatAFileIsNoFolder) {
+    const ModuleFolders folders;
+    const std::filesystem::path file = folders.Default(kHmdListName);
+    const std::string sentence = "zqsettings: " + file.string() + " is a file, where a folder is expected.\n";
+
+    ExpectEnd(L"diff --data \"" + file.wstring() + L'"', 2, sentence);
+    ExpectEnd(L"show --data \"" + folders.DefaultDir() + L"\" --provision --defaults \"" + file.wstring() +
+                  L'"',
+              2, sentence);
+}
+
+// A disk that is full; Unix has one that always is.
+TEST(CommandLine, SaysThatItsOutputCannotBeWritten) {
+    const int full = HasUnixCommands() ? _wopen(L"Z:\\dev\\full", _O_WRONLY | _O_BINARY) : -1;
+    if (full < 0) {
+        GTEST_SKIP() << "there is no such disk";
+    }
+
+    const ToolRun run = RunCommandInto(full, L"completion bash");
+    _close(full);
+
+    EXPECT_EQ(2u, run.exitCode);
+    EXPECT_EQ("zqsettings: the output cannot be written: Disk full (Windows error 112).\n", run.errors);
+    EXPECT_EQ(0u, RunCommand(L"completion bash").exitCode);
+}
+
 TEST(CommandLine, SaysWhatIsMissingOrTooMuch) {
     ExpectEnd(L"list --data", 3, "zqsettings: --data needs a value; see \"zqsettings help list\".\n");
     ExpectEnd(L"list --data a --data b", 3,
@@ -58,13 +123,15 @@ TEST(CommandLine, SaysWhatIsMissingOrTooMuch) {
 TEST(CommandLine, SaysThatAFolderHasTheNameOfAFile) {
     const ModuleFolders folders;
     std::filesystem::create_directory(folders.Private(kHmdListName));
+    WriteBytes(folders.Private(kSettingsName), "{}");
+    WriteBytes(folders.Private(kQualityName), "{}");
     const std::string sentence =
         "zqsettings: " + folders.Private(kHmdListName).string() + " is a folder, where a file is expected.\n";
 
     for (const wchar_t* command : {L"list", L"diff", L"show", L"set A 1", L"watch --for 0.1"}) {
-        ExpectEnd(command + (L" --data \"" + folders.CommonDataDir() + L'"'), 2, sentence);
+        ExpectEnd(command + DataOption(folders), 2, sentence);
     }
-    ExpectEnd(L"check \"" + folders.CommonDataDir() + L'"', 2, sentence);
+    EXPECT_EQ(sentence, RunTool(L"check \"" + folders.CommonDataDir() + L'"').errors);
 }
 
 TEST(CommandLine, SaysThatAFileIsHeld) {
@@ -78,7 +145,7 @@ TEST(CommandLine, SaysThatAFileIsHeld) {
 
     for (const wchar_t* command :
          {L"list --json", L"get DHI", L"diff", L"explain DHI", L"show", L"set DHI 1", L"watch --for 0.1"}) {
-        ExpectEnd(command + (L" --data \"" + folders.CommonDataDir() + L'"'), 2, sentence);
+        ExpectEnd(command + DataOption(folders), 2, sentence);
     }
     const ToolRun check = RunTool(L"check \"" + folders.CommonDataDir() + L'"');
     EXPECT_EQ(2u, check.exitCode);
@@ -133,6 +200,9 @@ TEST(CommandLine, ExpandsPatternsOfFileNames) {
 
     EXPECT_NE(std::string::npos, run.output.find("ZQ2_HmdList.json: accepted")) << run.output << run.errors;
     EXPECT_NE(std::string::npos, run.output.find("ZQ2_QualityPreset.json: accepted")) << run.output;
+    std::wstring slashes = folders.DefaultDir();
+    std::replace(slashes.begin(), slashes.end(), L'\\', L'/');
+    EXPECT_EQ(run.output, RunTool(L"check \"" + slashes + L"/*.json\"").output);
     ExpectEnd(L"check \"" + folders.DefaultDir() + L"\\*.none\"", 2,
               "zqsettings: no file matches " + std::filesystem::path(folders.DefaultDir()).string() +
                   "\\*.none.\n");

@@ -1,3 +1,4 @@
+#include "tools/FolderOptions.h"
 #include "tools/RunTool.h"
 
 #include "support/win32/Folders.h"
@@ -25,10 +26,7 @@ protected:
         WriteBytes(m_folders.Private(kQualityName), R"({"Level":9.5})");
     }
 
-    ToolRun Run(const std::wstring& arguments) const {
-        return RunTool(arguments + L" --data \"" + m_folders.CommonDataDir() + L"\" --defaults \"" +
-                       m_folders.DefaultDir() + L'"');
-    }
+    ToolRun Run(const std::wstring& arguments) const { return RunTool(arguments + FolderOptions(m_folders)); }
 
     ModuleFolders m_folders;
 };

@@ -1,6 +1,8 @@
 // Every form of --json against its schema in schemas/output/.
+#include "tools/FolderOptions.h"
 #include "tools/RunTool.h"
 
+#include "support/Mistakes.h"
 #include "support/win32/Folders.h"
 
 #include <gtest/gtest.h>
@@ -25,9 +27,22 @@ protected:
         WriteBytes(m_folders.Private(kQualityName), R"({"Level":9.5})");
     }
 
-    ToolRun Run(const std::wstring& arguments) const {
-        return RunTool(arguments + L" --data \"" + m_folders.CommonDataDir() + L"\" --defaults \"" +
-                       m_folders.DefaultDir() + L'"');
+    ToolRun Run(const std::wstring& arguments) const { return RunTool(arguments + FolderOptions(m_folders)); }
+
+    // Readers ignore what they do not know; here each member that is printed has to be described.
+    static void ForbidOtherMembers(rapidjson::Value& schema) {
+        if (schema.IsArray()) {
+            for (rapidjson::Value& element : schema.GetArray()) {
+                ForbidOtherMembers(element);
+            }
+        } else if (schema.IsObject()) {
+            for (auto& [name, value] : schema.GetObject()) {
+                if (name == "additionalProperties" && value.IsTrue()) {
+                    value.SetBool(false);
+                }
+                ForbidOtherMembers(value);
+            }
+        }
     }
 
     static testing::AssertionResult IsValid(const std::string& json, const char* name) {
@@ -37,6 +52,7 @@ protected:
         if (schema.Parse(text.c_str()).HasParseError()) {
             return testing::AssertionFailure() << name << " is no JSON";
         }
+        ForbidOtherMembers(schema);
         rapidjson::Document document;
         if (document.Parse(json.c_str()).HasParseError()) {
             return testing::AssertionFailure() << "no JSON: " << json;
@@ -61,6 +77,7 @@ TEST_F(OutputSchemas, DescribeTheVariables) {
     const std::wstring packet = m_folders.Outside(L"all.packet").wstring();
 
     ExpectValid(Run(L"list --json").output, "variables");
+    ExpectValid(Run(L"list --long --json").output, "variables");
     ExpectValid(Run(L"get \"*\" --json").output, "variables");
     ExpectValid(Run(L"show --json --save-packet \"" + packet + L'"').output, "variables");
     ExpectValid(RunTool(L"packet --json \"" + packet + L'"').output, "variables");
@@ -76,15 +93,12 @@ TEST_F(OutputSchemas, DescribeWhatIsLookedUp) {
 
 // Errors, warnings, files that are mended and one that is not there.
 TEST_F(OutputSchemas, DescribeTheCheckOfEachMistake) {
-    const std::filesystem::path mistakes = std::filesystem::path(ZQ_SOURCE_DIR) / "tests" / "mistakes";
-    const std::wstring copies = m_folders.Outside(L"mistakes").wstring();
+    const std::filesystem::path copies = m_folders.Outside(L"mistakes");
     std::filesystem::create_directory(copies);
-    for (const auto& entry : std::filesystem::directory_iterator(mistakes)) {
-        if (entry.is_regular_file()) {
-            std::filesystem::copy_file(entry.path(), copies / entry.path().filename());
-        }
+    for (const std::filesystem::path& mistake : Mistakes()) {
+        std::filesystem::copy_file(mistake, copies / mistake.filename());
     }
-    const std::wstring line = L"check --json \"" + copies + L"\\*.*\"";
+    const std::wstring line = L"check --json \"" + copies.wstring() + L"\\*.*\"";
 
     const std::string plain = RunTool(line).output;
     ExpectValid(plain, "check");
@@ -99,14 +113,17 @@ TEST_F(OutputSchemas, DescribeTheCheckOfEachMistake) {
 TEST_F(OutputSchemas, RefuseOtherForms) {
     EXPECT_FALSE(IsValid(R"([{"name":"A","type":"integer"}])", "variables"));
     EXPECT_FALSE(IsValid(R"({"version":1,"kind":"reload","time":"2026-01-02T03:04:05.678Z"})", "watch"));
-    EXPECT_FALSE(IsValid(R"([{"file":"ZQ2_HmdList.json","accepted":"yes"}])", "check"));
+    EXPECT_FALSE(
+        IsValid(R"([{"file":"ZQ2_HmdList.json","accepted":"yes","savable":true,"problems":[]}])", "check"));
+    EXPECT_FALSE(IsValid(
+        R"([{"file":"ZQ2_HmdList.json","accepted":true,"savable":true,"problems":[],"other":1}])", "check"));
 }
 
 TEST_F(OutputSchemas, DescribeWhatIsChanged) {
     const std::filesystem::path kept = m_folders.DataDir() / L"kept";
     std::filesystem::create_directory(kept);
     WriteBytes(kept / L"ZQ2_HmdList.json.20260102T030405.678Z", "[]");
-    const std::wstring data = L" --json --data \"" + m_folders.CommonDataDir() + L'"';
+    const std::wstring data = L" --json" + DataOption(m_folders);
 
     ExpectValid(Run(L"set Scale 2 --json").output, "save");
     ExpectValid(Run(L"set-hmd ALPHA1 1 2 0 11 --json").output, "save");

@@ -1,3 +1,4 @@
+#include "tools/FolderOptions.h"
 #include "tools/RunTool.h"
 
 #include "support/win32/Folders.h"
@@ -26,7 +27,7 @@ protected:
     std::filesystem::path Kept(const wchar_t* name) const { return m_folders.DataDir() / L"kept" / name; }
 
     ToolRun Run(const std::wstring& arguments) const {
-        return RunTool(L"restore " + arguments + L" --data \"" + m_folders.CommonDataDir() + L'"');
+        return RunTool(L"restore " + arguments + DataOption(m_folders));
     }
 
     ModuleFolders m_folders;
@@ -38,6 +39,9 @@ TEST_F(RestoreCommand, ListsTheCopiesOfTheModulesOwnForm) {
               "2 copies\n",
               Run(L"--list").output);
     EXPECT_EQ("0 copies\n", Run(L"--list ZQ2_HmdList.json").output);
+    const ToolRun misspelt = Run(L"--list HmdList.json");
+    EXPECT_EQ(3u, misspelt.exitCode);
+    EXPECT_EQ("zqsettings: \"HmdList.json\" is the name of none of the three files.\n", misspelt.errors);
 }
 
 TEST_F(RestoreCommand, PutsACopyBackAndKeepsWhatItReplaces) {

@@ -1,3 +1,4 @@
+#include "tools/FolderOptions.h"
 #include "tools/RunTool.h"
 
 #include "support/win32/Folders.h"
@@ -20,10 +21,7 @@ protected:
         WriteBytes(folders.Private(kQualityName), ReadBytes(folders.Default(kQualityName)));
     }
 
-    ToolRun Run(const std::wstring& arguments) const {
-        return RunTool(arguments + L" --data \"" + folders.CommonDataDir() + L"\" --defaults \"" +
-                       folders.DefaultDir() + L'"');
-    }
+    ToolRun Run(const std::wstring& arguments) const { return RunTool(arguments + FolderOptions(folders)); }
 
     ModuleFolders folders;
 };
@@ -34,6 +32,16 @@ TEST_F(SaveCommand, SavesAMemberOfTheRootAndPrintsOldAndNewValue) {
     EXPECT_EQ("", run.errors);
     EXPECT_EQ("Level (integer, double): 1 -> 7\n", run.output);
     EXPECT_NE(std::string::npos, ReadBytes(folders.Private(kSettingsName)).find("\"Level\": 7"));
+}
+
+TEST_F(SaveCommand, SaysThatANumberIsBeyondWhatTheFileHolds) {
+    const ToolRun run = Run(L"set Level 99999999999999999999");
+
+    EXPECT_EQ(1u, run.exitCode);
+    EXPECT_EQ(
+        "zqsettings: nothing was saved: \"99999999999999999999\" is beyond 64 bits, and Level is 1 (line 1); "
+        "--type saves another type.\n",
+        run.errors);
 }
 
 TEST_F(SaveCommand, SavesTheMemberOfTheHeadsetInUse) {

@@ -1,3 +1,4 @@
+#include "tools/FolderOptions.h"
 #include "tools/RunTool.h"
 
 #include "support/win32/Folders.h"
@@ -9,18 +10,6 @@
 
 namespace zq::test {
 namespace {
-
-std::wstring DataOption(const ModuleFolders& folders) {
-    return L" --data \"" + folders.CommonDataDir() + L'"';
-}
-
-std::wstring DefaultsOption(const ModuleFolders& folders) {
-    return L" --defaults \"" + folders.DefaultDir() + L'"';
-}
-
-std::wstring FolderOptions(const ModuleFolders& folders) {
-    return DataOption(folders) + DefaultsOption(folders);
-}
 
 void ExpectOneSentence(const ToolRun& run, const std::string& part) {
     EXPECT_NE(0u, run.exitCode);
@@ -163,7 +152,7 @@ TEST(ShowCommand, SaysThatTheModuleIsNone) {
     const std::wstring file = folders.Outside(L"no.dll").wstring();
     WriteBytes(file, "not a library");
 
-    ExpectLastSentence(RunTool(L"show --dll \"" + file + L'"'), "cannot be loaded");
+    ExpectLastSentence(RunTool(L"show --dll \"" + file + L'"'), "(Windows error 193)");
     ExpectLastSentence(RunTool(L"show --dll C:\\windows\\system32\\kernel32.dll"),
                        "does not export CreateSettings");
 }
@@ -180,7 +169,8 @@ TEST(ShowCommand, TurnsAnErrorThatLeavesDoInitIntoASentence) {
 
     const ToolRun run = RunTool(L"show --json" + DefaultsOption(folders));
 
-    ExpectLastSentence(run, "DoInit failed: ");
+    ExpectLastSentence(run, "the module cannot start: " + folders.Default(kHmdListName).string() +
+                                " cannot be copied to ");
     EXPECT_EQ(2u, run.exitCode);
     EXPECT_NE(std::string::npos, run.errors.find("ZQ2_HmdList.json")) << run.errors;
     EXPECT_EQ("", run.output);

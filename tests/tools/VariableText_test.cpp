@@ -31,6 +31,7 @@ TEST(VariableText, LongBinaryIsCut) {
 }
 
 TEST(VariableText, ControlCharactersDoNotReachTheTerminal) {
+    EXPECT_EQ("\"a\\u202Eb\\u200Bc\"", ValueText(std::wstring(L"a\u202Eb\u200Bc")));
     EXPECT_EQ("\"a\\nb\\u001B[31m\\\\\\u009B\"", ValueText(std::wstring(L"a\nb\u001B[31m\\\x9B")));
 }
 

@@ -1,3 +1,4 @@
+#include "tools/FolderOptions.h"
 #include "tools/RunTool.h"
 #include "tools/RunningTool.h"
 
@@ -19,8 +20,7 @@ protected:
     }
 
     std::wstring Arguments(const std::wstring& options) const {
-        return L"watch " + options + L" --data \"" + m_folders.CommonDataDir() + L"\" --defaults \"" +
-               m_folders.DefaultDir() + L'"';
+        return L"watch " + options + FolderOptions(m_folders);
     }
 
     ModuleFolders m_folders;

@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "Command.h"
 #include "Console.h"
 #include "Failure.h"
 #include "FileArguments.h"
@@ -11,8 +12,6 @@
 
 #include "check/FolderCheck.h"
 #include "config/ConfigFile.h"
-
-#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <map>
@@ -44,6 +43,7 @@ struct CheckedFile {
     std::string bytes;
     std::unique_ptr<FileCheck> check;
     std::optional<FixReport> fix;
+    std::string failure; // why the fix could not be written, as a sentence without its full stop
 };
 
 // Nothing is known where the default file is not at hand.
@@ -87,7 +87,7 @@ void AdviseKeptCopy(CheckedFile& file) {
 }
 
 // A file that cannot be read does not keep the others from being looked at.
-std::vector<CheckedFile> ReadFiles(const CheckOptions& options, std::vector<std::string>& failures) {
+std::vector<CheckedFile> ReadFiles(const CheckOptions& options, std::vector<FailedFile>& failures) {
     FileArguments arguments = LookUpFiles(options.files, options.as);
     failures = std::move(arguments.failures);
     std::vector<CheckedFile> files;
@@ -97,7 +97,7 @@ std::vector<CheckedFile> ReadFiles(const CheckOptions& options, std::vector<std:
         try {
             bytes = BytesOf(argument);
         } catch (const Failure& failure) {
-            failures.emplace_back(failure.what());
+            failures.push_back({argument.shown, failure.what()});
             continue;
         }
         CheckedFile& file = files.emplace_back();
@@ -160,16 +160,35 @@ void WriteFile(JsonWriter& writer, const CheckedFile& file) {
         WriteMember(writer, "fixable", file.fix->isFixable);
         WriteMember(writer, "written", file.fix->written);
     }
+    if (!file.failure.empty()) {
+        WriteMember(writer, "failure", file.failure);
+    }
     writer.EndObject();
 }
 
-void PrintFiles(const std::vector<CheckedFile>& files, const CheckOptions& options) {
+void WriteFailure(JsonWriter& writer, const FailedFile& failure) {
+    writer.StartObject();
+    WriteMember(writer, "file", failure.shown);
+    WriteMember(writer, "accepted", false);
+    WriteMember(writer, "savable", false);
+    writer.Key("problems");
+    writer.StartArray();
+    writer.EndArray();
+    WriteMember(writer, "failure", failure.text);
+    writer.EndObject();
+}
+
+void PrintFiles(const std::vector<CheckedFile>& files, const std::vector<FailedFile>& failures,
+                const CheckOptions& options) {
     std::string text;
     if (options.isJson) {
         text = JsonDocument([&](JsonWriter& writer) {
             writer.StartArray();
             for (const CheckedFile& file : files) {
                 WriteFile(writer, file);
+            }
+            for (const FailedFile& failure : failures) {
+                WriteFailure(writer, failure);
             }
             writer.EndArray();
         });
@@ -192,28 +211,50 @@ bool IsGood(const CheckedFile& file, const CheckOptions& options) {
     return now.IsAccepted() && (!options.isStrict || now.All().empty());
 }
 
+// One that cannot be written does not keep the others from being fixed.
+void Fix(std::vector<CheckedFile>& files, FixTarget target) {
+    for (CheckedFile& file : files) {
+        try {
+            file.fix = FixOne(file.argument, file.bytes, !file.check->All().empty(), target);
+        } catch (const Failure& failure) {
+            file.failure = failure.what();
+        }
+    }
+}
+
+// Returns whether there was any.
+bool PrintFailures(const std::vector<CheckedFile>& files, const std::vector<FailedFile>& failures) {
+    bool hasFailed = !failures.empty();
+    for (const FailedFile& failure : failures) {
+        PrintFailure(failure.text);
+    }
+    for (const CheckedFile& file : files) {
+        if (!file.failure.empty()) {
+            PrintFailure(file.failure);
+            hasFailed = true;
+        }
+    }
+    return hasFailed;
+}
+
 bool Check(const CheckOptions& options) {
     const bool isFixing = options.isFix || options.isInPlace;
     if (isFixing && std::find(options.files.begin(), options.files.end(), "-") != options.files.end()) {
         throw Failure("standard input cannot be fixed; give a file", ExitCode::Usage);
     }
-    std::vector<std::string> failures;
+    std::vector<FailedFile> failures;
     std::vector<CheckedFile> files = ReadFiles(options, failures);
     CheckFolders(files);
-    for (CheckedFile& file : files) {
-        if (options.isStrict) {
+    if (options.isStrict) {
+        for (CheckedFile& file : files) {
             file.check->TreatWarningsAsErrors();
         }
-        if (isFixing) {
-            file.fix =
-                FixOne(file.argument, file.bytes, options.isInPlace ? FixTarget::InPlace : FixTarget::Beside);
-        }
     }
-    PrintFiles(files, options);
-    for (const std::string& failure : failures) {
-        PrintFailure(failure);
+    if (isFixing) {
+        Fix(files, options.isInPlace ? FixTarget::InPlace : FixTarget::Beside);
     }
-    if (!failures.empty()) {
+    PrintFiles(files, failures, options);
+    if (PrintFailures(files, failures)) {
         throw Ended{ExitCode::Cannot};
     }
     return std::all_of(files.begin(), files.end(),
@@ -230,35 +271,38 @@ void Run(const CheckOptions& options) {
 
 void AddCheckCommand(CLI::App& app) {
     const auto options = std::make_shared<CheckOptions>();
-    CLI::App* const command = app.add_subcommand(
-        "check", "Check whether the module would accept a file, and what is wrong with it.\n"
-                 "Exit code 0: accepted, or fixed in place; 1: refused; 2: cannot check");
+    Command command(app, "check",
+                    "Check whether the module would accept a file, and what is wrong with it.\n"
+                    "Exit code 0: accepted, or fixed in place; 1: refused; 2: cannot check");
     command
-        ->add_option("FILE", options->files,
-                     "The files, patterns of names, the folder that holds them, or\n\"-\" for standard input "
-                     "(with --as)")
-        ->required();
-    command->add_flag("--fix", options->isFix,
-                      "Write a fixed copy beside each file, NAME.fixed.EXTENSION, as far\n"
-                      "as that needs no guess: quotes, commas, brackets, comments,\n"
-                      "numbers, encoding and line breaks at the end. The exit code\n"
-                      "is still about the file itself");
-    command->add_flag("--in-place", options->isInPlace,
-                      "Fix each file itself; the old one is kept as FILE.bak");
-    command->add_flag("--strict", options->isStrict, "Treat warnings as errors");
-    command->add_flag("--all", options->isAll, "Print all problems, not the first 50 of a file");
-    command->add_flag("--json", options->isJson, "Print the result as JSON");
-    command->add_option("--as", options->as,
-                        "What the files are: settings, hmd-list or quality.\n"
-                        "Default: by their names");
+        .Add("FILE", options->files, "",
+             "The files, patterns of names, the folder that holds them, or\n\"-\" for standard input "
+             "(with --as)")
+        .Required()
+        .NotEmpty();
+    command.AddFlag("--fix", options->isFix,
+                    "Write a fixed copy beside each file, NAME.fixed.EXTENSION, as far\n"
+                    "as that needs no guess: quotes, commas, brackets, comments,\n"
+                    "numbers, encoding and line breaks at the end. The exit code\n"
+                    "is still about the file itself");
+    command.AddFlag("--in-place", options->isInPlace,
+                    "Fix each file itself; the old one is kept as FILE.bak");
+    command.AddFlag("--strict", options->isStrict, "Treat warnings as errors");
+    command.AddFlag("--all", options->isAll, "Print all problems, not the first 50 of a file");
+    command.AddFlag("--json", options->isJson, "Print the result as JSON");
     command
-        ->add_option("--defaults", options->defaults,
-                     "Folder with the default files, for known names and types.\n"
-                     "Default: \"defaults\" next to this program")
-        ->type_name("DIR");
-    command->add_option("--color", options->colour, "auto, always or never")
-        ->check(CLI::IsMember({"auto", "always", "never"}));
-    command->callback([options] { Run(*options); });
+        .Add("--as", options->as, "ROLE",
+             "What the files are: settings, hmd-list or quality.\n"
+             "Default: by their names")
+        .OneOf(FileRoles());
+    command
+        .Add("--defaults", options->defaults, "DIR",
+             "Folder with the default files, for known names and types.\n"
+             "Default: \"defaults\" beside this program")
+        .NotEmpty();
+    command.Add("--color", options->colour, "WHEN", "auto, always or never")
+        .OneOf({"auto", "always", "never"});
+    command.Run([options] { Run(*options); });
 }
 
 } // namespace zq::tool

@@ -53,6 +53,13 @@ Option Option::Required() {
     return *this;
 }
 
+Option Option::NotEmpty() {
+    m_option->check(CLI::Validator(
+        [](std::string& text) { return text.empty() ? std::string("the value is empty") : std::string(); },
+        ""));
+    return *this;
+}
+
 Option Option::OneOf(const std::vector<std::string>& values) {
     std::string known;
     for (const std::string& value : values) {

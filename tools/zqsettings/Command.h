@@ -1,7 +1,7 @@
 // One command's options and arguments, declared to the command-line parser.
 //
-// The parser's headers cost seconds in every source that includes them, so that only Command.cpp, Main.cpp
-// and the writers of manual and completions do.
+// The parser's headers cost seconds in every source that includes them, so that only Command.cpp,
+// CommandLine.cpp and the writers of manual and completions do.
 #pragma once
 
 #include <cstdint>
@@ -24,6 +24,8 @@ public:
     explicit Option(CLI::Option* option) : m_option(option) {}
 
     Option Required();
+    // An empty text is a mistake: a variable of the shell that is not set.
+    Option NotEmpty();
     Option OneOf(const std::vector<std::string>& values);
     Option SeparatedBy(char separator);
     // For a number; both ends are allowed.

@@ -3,6 +3,7 @@
 #include "Text.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <mutex>
 
@@ -33,6 +34,16 @@ void WriteToConsole(HANDLE console, std::wstring_view text) {
             return;
         }
         text.remove_prefix(std::min<size_t>(written, text.size()));
+    }
+}
+
+std::atomic<DWORD> g_outputError{ERROR_SUCCESS};
+
+void KeepOutputError(DWORD error) {
+    const bool isReaderGone = error == ERROR_NO_DATA || error == ERROR_BROKEN_PIPE;
+    if (!isReaderGone && error != ERROR_INVALID_HANDLE) {
+        DWORD none = ERROR_SUCCESS;
+        g_outputError.compare_exchange_strong(none, error);
     }
 }
 
@@ -78,10 +89,16 @@ void PrintText(std::FILE* stream, std::string_view text) {
         std::fflush(stream);
         WriteToConsole(HandleOf(stream), WideFromUtf8(text));
     } else {
-        std::fwrite(text.data(), 1, text.size(), stream);
-        std::fflush(stream);
+        const bool isWritten =
+            std::fwrite(text.data(), 1, text.size(), stream) == text.size() && std::fflush(stream) == 0;
+        if (!isWritten && stream == stdout) {
+            KeepOutputError(GetLastError());
+            std::clearerr(stream);
+        }
     }
 }
+
+unsigned long TakeOutputError() { return g_outputError.exchange(ERROR_SUCCESS); }
 
 void Print(std::string_view text) { PrintText(stdout, text); }
 

@@ -17,6 +17,10 @@ void PrintText(std::FILE* stream, std::string_view text);
 // To stdout.
 void Print(std::string_view text);
 
+// The system's error of the first text that could not be written to stdout since the last call, or 0. A
+// reader that has gone, or a program without stdout, is no error.
+unsigned long TakeOutputError();
+
 // "zqsettings: note: TEXT." on stderr; control characters are shown as escapes.
 void PrintNote(const std::string& text);
 

@@ -39,6 +39,10 @@ bool HoldsConfigFile(const fs::path& folder) {
 
 fs::path ExistingFolder(const fs::path& path, const char* what) {
     fs::path folder = fs::absolute(path).make_preferred();
+    std::error_code ignored;
+    if (fs::is_regular_file(folder, ignored)) {
+        throw Failure(Utf8FromPath(folder) + " is a file, where a folder is expected");
+    }
     if (!IsFolder(folder)) {
         throw Failure(std::string("the ") + what + " folder " + Utf8FromPath(folder) + " does not exist");
     }

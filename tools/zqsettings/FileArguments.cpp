@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cwchar>
+#include <iterator>
 #include <system_error>
 
 #include <windows.h>
@@ -20,7 +21,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* kStandardInput = "-";
-constexpr std::array<const char*, kConfigFiles.size()> kRoles = {"settings", "hmd-list", "quality"};
+const std::array<std::string, kConfigFiles.size()> kRoles = {"settings", "hmd-list", "quality"};
 
 ConfigFile FileOfRole(const std::string& role) {
     for (size_t i = 0; i < kRoles.size(); ++i) {
@@ -28,22 +29,31 @@ ConfigFile FileOfRole(const std::string& role) {
             return kConfigFiles[i];
         }
     }
-    throw Failure("--as takes settings, hmd-list or quality, not " + role, ExitCode::Usage);
+    throw Failure("\"" + role + "\" is no role of a file", ExitCode::Usage);
 }
 
 void AddFolder(const fs::path& given, const std::string& shown, FileArguments& found) {
     const fs::path inside = given / kDataFolderName;
     const fs::path folder = fs::is_directory(inside) ? inside : given;
-    const size_t before = found.files.size();
+    FileArguments inFolder;
     for (const ConfigFile file : kConfigFiles) {
         const fs::path path = (folder / NameOfConfigFile(file)).make_preferred();
+        const std::string name = Utf8FromPath(path);
         if (fs::exists(path)) {
-            found.files.push_back({path, Utf8FromPath(path), file});
+            inFolder.files.push_back({path, name, file});
+        } else {
+            inFolder.failures.push_back(
+                {name,
+                 "the file " + name + " does not exist; a server puts a copy of its default file there"});
         }
     }
-    if (found.files.size() == before) {
-        found.failures.push_back("the folder " + shown + " holds none of the three configuration files");
+    if (inFolder.files.empty()) {
+        found.failures.push_back(
+            {shown, "the folder " + shown + " holds none of the three configuration files"});
+        return;
     }
+    std::move(inFolder.files.begin(), inFolder.files.end(), std::back_inserter(found.files));
+    std::move(inFolder.failures.begin(), inFolder.failures.end(), std::back_inserter(found.failures));
 }
 
 bool HasWildcard(const fs::path& path) {
@@ -72,10 +82,20 @@ void AddFile(const fs::path& path, const std::string& shown, const std::string& 
     if (file) {
         found.files.push_back({path, shown, *file});
     } else {
-        found.failures.push_back("the name of " + shown +
-                                 " is none that the module reads; say which file it is with --as settings, "
-                                 "--as hmd-list or --as quality");
+        found.failures.push_back(
+            {shown, "the name of " + shown +
+                        " is none that the module reads; say which file it is with --as settings, "
+                        "--as hmd-list or --as quality"});
     }
+}
+
+void AddStandardInput(const std::string& as, FileArguments& found) {
+    if (as.empty()) {
+        throw Failure("standard input has no name; say which file it is with --as settings, --as hmd-list or "
+                      "--as quality",
+                      ExitCode::Usage);
+    }
+    found.files.push_back({kStandardInput, "standard input", FileOfRole(as)});
 }
 
 void AddArgument(const std::string& argument, const std::string& as, FileArguments& found) {
@@ -83,15 +103,15 @@ void AddArgument(const std::string& argument, const std::string& as, FileArgumen
     if (HasWildcard(path)) {
         const std::vector<fs::path> expanded = Expanded(path);
         for (const fs::path& one : expanded) {
-            AddFile(one, Utf8FromPath(one), as, found);
+            AddFile(one, Utf8FromPath(fs::path(one).make_preferred()), as, found);
         }
         if (expanded.empty()) {
-            found.failures.push_back("no file matches " + argument);
+            found.failures.push_back({argument, "no file matches " + argument});
         }
     } else if (argument == kStandardInput) {
-        AddFile(path, "standard input", as, found);
+        AddStandardInput(as, found);
     } else if (!fs::exists(path)) {
-        found.failures.push_back("the file " + argument + " does not exist");
+        found.failures.push_back({argument, "the file " + argument + " does not exist"});
     } else if (fs::is_directory(path)) {
         AddFolder(path, argument, found);
     } else {
@@ -100,6 +120,8 @@ void AddArgument(const std::string& argument, const std::string& as, FileArgumen
 }
 
 } // namespace
+
+std::vector<std::string> FileRoles() { return {kRoles.begin(), kRoles.end()}; }
 
 std::optional<ConfigFile> FileOfName(const fs::path& path) {
     const std::wstring name = path.filename().native();
@@ -119,14 +141,6 @@ FileArguments LookUpFiles(const std::vector<std::string>& arguments, const std::
         AddArgument(argument, as, found);
     }
     return found;
-}
-
-std::vector<FileArgument> FilesOf(const std::vector<std::string>& arguments, const std::string& as) {
-    FileArguments found = LookUpFiles(arguments, as);
-    if (!found.failures.empty()) {
-        throw Failure(found.failures.front());
-    }
-    return std::move(found.files);
 }
 
 std::string BytesOf(const FileArgument& argument) {

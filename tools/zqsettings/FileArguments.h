@@ -18,23 +18,28 @@ struct FileArgument {
     ConfigFile file;
 };
 
-// Those that are there, and a sentence for each of the others.
+// One that cannot be looked at.
+struct FailedFile {
+    std::string shown; // as it was given, UTF-8
+    std::string text;  // why, as a sentence without its full stop
+};
+
 struct FileArguments {
     std::vector<FileArgument> files;
-    std::vector<std::string> failures;
+    std::vector<FailedFile> failures;
 };
 
 // Which file it is by its name, in any letter case; a corrected copy or backup counts as its original.
 // Nothing for other names.
 std::optional<ConfigFile> FileOfName(const std::filesystem::path& path);
 
-// "settings", "hmd-list" or "quality", as --as takes it; empty for by name. A folder means those of the three
-// files that it, or its "ZQserver", holds; a name with * or ? the files that match, as cmd.exe leaves that to
+// What --as takes: "settings", "hmd-list" and "quality".
+std::vector<std::string> FileRoles();
+
+// `as` is one of the roles, or empty for by name. A folder means the
+// three files in it or in its "ZQserver"; a name with * or ? the files that match, as cmd.exe leaves that to
 // the program; "-" standard input, which needs `as`.
 FileArguments LookUpFiles(const std::vector<std::string>& arguments, const std::string& as);
-
-// As above; raises Failure for the first that is not there.
-std::vector<FileArgument> FilesOf(const std::vector<std::string>& arguments, const std::string& as);
 
 // Raises Failure where the file cannot be read.
 std::string BytesOf(const FileArgument& argument);

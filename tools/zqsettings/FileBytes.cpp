@@ -54,7 +54,23 @@ bool WriteAll(HANDLE file, std::string_view bytes) {
            written == bytes.size() && FlushFileBuffers(file) != 0;
 }
 
-// A name beside `path` that nobody can guess, so that nobody can plant a link there.
+// Leaves the error in GetLastError, and no file then.
+bool Create(const fs::path& path, std::string_view bytes) {
+    UniqueHandle file = AdoptFileHandle(
+        CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file) {
+        return false;
+    }
+    if (WriteAll(file.get(), bytes)) {
+        return true;
+    }
+    const DWORD error = GetLastError();
+    file.reset();
+    DeleteFileW(path.c_str());
+    SetLastError(error);
+    return false;
+}
+
 fs::path TemporaryNameFor(const fs::path& path) {
     std::random_device random;
     std::array<wchar_t, 24> digits{};
@@ -88,35 +104,56 @@ std::string ReadStandardInput() {
 }
 
 void WriteNewFile(const fs::path& path, std::string_view bytes) {
-    UniqueHandle file = AdoptFileHandle(
-        CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!file) {
+    if (!Create(path, bytes)) {
         Fail(path, "cannot be made", GetLastError());
     }
-    if (!WriteAll(file.get(), bytes)) {
-        const DWORD error = GetLastError();
-        file.reset();
-        DeleteFileW(path.c_str());
+}
+
+TemporaryFile::TemporaryFile(fs::path target, std::string_view bytes)
+    : m_target(std::move(target)), m_path(TemporaryNameFor(m_target)) {
+    if (!Create(m_path, bytes)) {
+        Fail(m_target, "cannot be written", GetLastError());
+    }
+}
+
+TemporaryFile::~TemporaryFile() {
+    if (!m_path.empty()) {
+        DeleteFileW(m_path.c_str());
+    }
+}
+
+bool TemporaryFile::MoveToFree(const fs::path& path) {
+    if (MoveFileExW(m_path.c_str(), path.c_str(), MOVEFILE_WRITE_THROUGH)) {
+        m_path.clear();
+        return true;
+    }
+    const DWORD error = GetLastError();
+    if (error != ERROR_ALREADY_EXISTS && error != ERROR_FILE_EXISTS) {
         Fail(path, "cannot be written", error);
     }
+    return false;
+}
+
+uint32_t TemporaryFile::Exchange(const fs::path& keptAs) {
+    if (ReplaceFileW(m_target.c_str(), m_path.c_str(), keptAs.c_str(), 0, nullptr, nullptr)) {
+        m_path.clear();
+        return ERROR_SUCCESS;
+    }
+    const DWORD error = GetLastError();
+    // Half done: what was moved away goes back, unless somebody has put a file there meanwhile.
+    if (error == ERROR_UNABLE_TO_MOVE_REPLACEMENT_2) {
+        MoveFileExW(keptAs.c_str(), m_target.c_str(), 0);
+    }
+    return error;
 }
 
 void ExchangeFile(const fs::path& path, std::string_view bytes, const fs::path& keptAs) {
     if (fs::exists(fs::symlink_status(keptAs))) {
         throw Failure("the file " + Utf8FromPath(keptAs) + " exists already");
     }
-    const fs::path temporary = TemporaryNameFor(path);
-    WriteNewFile(temporary, bytes);
-    if (ReplaceFileW(path.c_str(), temporary.c_str(), keptAs.c_str(), 0, nullptr, nullptr)) {
-        return;
+    if (const DWORD error = TemporaryFile(path, bytes).Exchange(keptAs)) {
+        Fail(path, "cannot be replaced", error);
     }
-    const DWORD error = GetLastError();
-    // Half done: what was moved away goes back, unless somebody has put a file there meanwhile.
-    if (error == ERROR_UNABLE_TO_MOVE_REPLACEMENT_2) {
-        MoveFileExW(keptAs.c_str(), path.c_str(), 0);
-    }
-    DeleteFileW(temporary.c_str());
-    Fail(path, "cannot be replaced", error);
 }
 
 } // namespace zq::tool

@@ -2,6 +2,7 @@
 // a new file never goes over an existing one, and an exchange keeps what it replaces.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -17,6 +18,26 @@ std::string ReadStandardInput();
 // Makes a new file, on the disk when this returns. Raises Failure where one of that name exists, a link
 // included, or where it cannot be written; it leaves nothing then.
 void WriteNewFile(const std::filesystem::path& path, std::string_view bytes);
+
+// A new file with these bytes beside `target`, on the disk, under a name that nobody can guess, so that
+// nobody can plant a link there. Removed at the end unless it was moved.
+class TemporaryFile {
+public:
+    // Raises Failure, which names `target`, where it cannot be written.
+    TemporaryFile(std::filesystem::path target, std::string_view bytes);
+    ~TemporaryFile();
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    // Renames it. Returns false where something of that name exists; raises Failure where it cannot be moved.
+    bool MoveToFree(const std::filesystem::path& path);
+    // Puts it in the place of its target, which is moved to `keptAs`. Returns 0 or the system's error.
+    uint32_t Exchange(const std::filesystem::path& keptAs);
+
+private:
+    std::filesystem::path m_target;
+    std::filesystem::path m_path; // empty once it is moved
+};
 
 // Puts a file with these bytes in the place of `path` by one rename. What it replaces, whatever it is by
 // then, is moved to `keptAs`, which must not exist. Raises Failure where that fails; `path` is as it was

@@ -1,16 +1,14 @@
 #include "FixFiles.h"
 
 #include "Failure.h"
+#include "FileBytes.h"
 #include "Text.h"
 
 #include "check/Fix.h"
 
 #include <array>
-#include <memory>
-#include <random>
+#include <optional>
 #include <vector>
-
-#include <windows.h>
 
 namespace zq::tool {
 
@@ -103,132 +101,64 @@ std::string WhatWasDone(const FixedFile& fixed) {
     return Joined(done);
 }
 
-struct CloseFileHandle {
-    using pointer = HANDLE;
-    void operator()(HANDLE handle) const { CloseHandle(handle); }
-};
-
-[[noreturn]] void FailToWrite(const fs::path& path) {
-    throw Failure("the file " + Utf8FromPath(path) + " cannot be written");
-}
-
-// Nobody can have planted a link or file under a name that nobody can guess; CREATE_NEW makes sure.
-fs::path UnguessableBeside(const fs::path& path) {
-    constexpr int kDigits = 16;
-    std::random_device random;
-    std::wstring name = path.filename().native() + L".";
-    for (int i = 0; i < kDigits; ++i) {
-        name += L"0123456789abcdef"[random() % 16];
-    }
-    return path.parent_path() / (name + L".tmp");
-}
-
-// A file that exists only while it is written, unless it is moved to its name.
-class NewFile {
-public:
-    NewFile(const fs::path& target, const std::string& bytes)
-        : m_target(target), m_path(UnguessableBeside(target)) {
-        std::unique_ptr<HANDLE, CloseFileHandle> file(CreateFileW(
-            m_path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
-        if (file.get() == INVALID_HANDLE_VALUE) {
-            static_cast<void>(file.release()); // there is no handle to close
-            m_path.clear();
-            FailToWrite(m_target);
-        }
-        DWORD written = 0;
-        const bool isWritten =
-            WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) != 0 &&
-            written == bytes.size() && FlushFileBuffers(file.get()) != 0;
-        file.reset();
-        if (!isWritten) {
-            Remove();
-            FailToWrite(m_target);
-        }
-    }
-    NewFile(const NewFile&) = delete;
-    NewFile& operator=(const NewFile&) = delete;
-    ~NewFile() { Remove(); }
-
-    // Returns false where a file of that name is there and may not be replaced.
-    bool MoveTo(const fs::path& path, bool mayReplace) {
-        const DWORD flags = MOVEFILE_WRITE_THROUGH | (mayReplace ? MOVEFILE_REPLACE_EXISTING : 0);
-        if (MoveFileExW(m_path.c_str(), path.c_str(), flags)) {
-            m_path.clear();
-            return true;
-        }
-        const DWORD error = GetLastError();
-        if (!mayReplace && (error == ERROR_ALREADY_EXISTS || error == ERROR_FILE_EXISTS)) {
-            return false;
-        }
-        FailToWrite(path);
-    }
-
-private:
-    void Remove() {
-        if (!m_path.empty()) {
-            DeleteFileW(m_path.c_str());
-        }
-    }
-
-    fs::path m_target;
-    fs::path m_path; // empty once it is moved
-};
-
 bool HoldsExactly(const fs::path& path, const std::string& bytes) {
     std::error_code error;
     return fs::is_regular_file(fs::symlink_status(path, error)) &&
            fs::file_size(path, error) == bytes.size() && ReadBytes(path) == bytes;
 }
 
-// Writes the bytes under the first name that is free: `name(1)`, `name(2)`, ...
-template <class Name>
-fs::path WriteUnderFreeName(const std::string& bytes, Name name) {
-    NewFile file(name(1), bytes);
+std::wstring NumberText(int number) { return number == 1 ? L"" : std::to_wstring(number); }
+
+// Under the first name that is free: "<name>.fixed<extension>", "<name>.fixed2<extension>", ...
+fs::path WriteBeside(const fs::path& path, const std::string& bytes) {
+    std::optional<TemporaryFile> file;
     for (int number = 1;; ++number) {
-        fs::path path = name(number);
-        if (HoldsExactly(path, bytes) || file.MoveTo(path, false)) {
-            return path;
+        fs::path beside = path;
+        beside.replace_filename(path.stem().native() + L".fixed" + NumberText(number) +
+                                path.extension().native());
+        if (HoldsExactly(beside, bytes)) {
+            return beside;
+        }
+        if (!file) {
+            file.emplace(beside, bytes);
+        }
+        if (file->MoveToFree(beside)) {
+            return beside;
         }
     }
 }
 
-std::wstring NumberText(int number) { return number == 1 ? L"" : std::to_wstring(number); }
-
-fs::path WriteBeside(const fs::path& path, const std::string& bytes) {
-    return WriteUnderFreeName(bytes, [&path](int number) {
-        fs::path beside = path;
-        beside.replace_filename(path.stem().native() + L".fixed" + NumberText(number) +
-                                path.extension().native());
-        return beside;
-    });
-}
-
-fs::path WriteBackup(const fs::path& path, const std::string& bytes) {
-    return WriteUnderFreeName(
-        bytes, [&path](int number) { return fs::path(path.native() + L".bak" + NumberText(number)); });
+fs::path FreeBackupName(const fs::path& path) {
+    for (int number = 1;; ++number) {
+        fs::path backup = path.native() + L".bak" + NumberText(number);
+        if (!fs::exists(fs::symlink_status(backup))) {
+            return backup;
+        }
+    }
 }
 
 } // namespace
 
-FixReport FixOne(const FileArgument& file, const std::string& bytes, FixTarget target) {
+FixReport FixOne(const FileArgument& file, const std::string& bytes, bool hasProblems, FixTarget target) {
     const std::optional<FixedFile> fixed = FixFile(file.file, bytes);
     if (!fixed) {
         return {false, false, "", file.shown + ": not fixed: only its author can correct the errors above\n"};
     }
     if (!fixed->isChanged) {
-        return {true, true, "", file.shown + ": nothing to fix\n"};
+        return {true, true, "",
+                file.shown + (hasProblems ? ": not fixed: only its author can correct the warnings above\n"
+                                          : ": nothing to fix\n")};
     }
     const std::string done = ": " + WhatWasDone(*fixed) + '\n';
     if (target == FixTarget::Beside) {
         const std::string written = Utf8FromPath(WriteBeside(file.path, fixed->bytes));
         return {true, false, written, file.shown + ": unchanged; fixed copy written to " + written + done};
     }
-    NewFile replacement(file.path, fixed->bytes);
     if (!HoldsExactly(file.path, bytes)) {
         throw Failure("the file " + file.shown + " has changed meanwhile and was left as it is");
     }
-    const fs::path backup = WriteBackup(file.path, bytes);
-    replacement.MoveTo(file.path, true);
+    const fs::path backup = FreeBackupName(file.path);
+    ExchangeFile(file.path, fixed->bytes, backup);
     return {true, true, file.shown,
             file.shown + ": fixed; the old file is kept as " + Utf8FromPath(backup) + done};
 }

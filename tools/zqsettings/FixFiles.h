@@ -17,9 +17,9 @@ struct FixReport {
 };
 
 // Beside: "<name>.fixed<extension>", or with the first free number: a file that is there may have been edited
-// and is kept, unless it holds the very same bytes. In place: the old file is kept as "<file>.bak", likewise.
-// A write that fails, or a file that has changed since `bytes` were read, raises Failure and leaves
-// everything as it was.
-FixReport FixOne(const FileArgument& file, const std::string& bytes, FixTarget target);
+// and is kept, unless it holds the very same bytes. In place: by one exchange; the old file, whatever it is
+// by then, is kept as "<file>.bak", or with the first free number. A write that fails, or a file that has
+// changed since `bytes` were read, raises Failure and leaves everything as it was.
+FixReport FixOne(const FileArgument& file, const std::string& bytes, bool hasProblems, FixTarget target);
 
 } // namespace zq::tool

@@ -1,15 +1,8 @@
 // zqsettings: the settings module from a command line. Its texts are UTF-8 in both directions.
-#include "Commands.h"
-#include "Console.h"
-#include "Failure.h"
+#include "CommandLine.h"
 #include "Text.h"
-#include "UsageHelp.h"
-#include "Versions.h"
-
-#include <CLI/CLI.hpp>
 
 #include <cstdio>
-#include <exception>
 #include <string>
 #include <vector>
 
@@ -34,60 +27,6 @@ std::vector<std::string> Arguments() {
     return arguments;
 }
 
-void Describe(CLI::App& app) {
-    app.set_version_flag("--version", VersionsText);
-    app.require_subcommand(1);
-    // A path may begin with a slash.
-    app.allow_windows_style_options(false);
-    app.footer("\"zqsettings help COMMAND\" prints the options of a command.\n"
-               "Exit codes: 0 done, or yes; 1 no; 2 could not look or act; 3 usage. Other than 0\n"
-               "comes with one sentence on stderr.");
-    app.get_formatter()->column_width(18);
-    AddCommands(app);
-}
-
-// Help and versions end well; everything else that the parser raises is a mistake in the command line.
-int ExitCodeOf(const CLI::App& app, const CLI::ParseError& error, const std::vector<std::string>& arguments) {
-    if (dynamic_cast<const CLI::RuntimeError*>(&error)) {
-        return error.get_exit_code();
-    }
-    if (error.get_exit_code() == 0) {
-        Print(HelpOrVersion(app, error));
-        return 0;
-    }
-    throw Failure(UsageText(app, error.what(), arguments), ExitCode::Usage);
-}
-
-int Run() {
-    CLI::App app("Shows and changes the configuration of a streaming server through its settings module.",
-                 "zqsettings");
-    Describe(app);
-    std::vector<std::string> arguments = Arguments();
-    TurnHelpAround(arguments);
-    RequireCommand(app, arguments);
-    try {
-        // The parser takes the last one first.
-        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
-        return static_cast<int>(ExitCode::Yes);
-    } catch (const CLI::ParseError& error) {
-        return ExitCodeOf(app, error, arguments);
-    }
-}
-
-int RunAndReport() {
-    try {
-        return Run();
-    } catch (const Ended& ended) {
-        return static_cast<int>(ended.code);
-    } catch (const Failure& failure) {
-        PrintFailure(failure.what());
-        return static_cast<int>(failure.Code());
-    } catch (const std::exception& error) {
-        PrintFailure(error.what());
-        return static_cast<int>(ExitCode::Cannot);
-    }
-}
-
 } // namespace
 
 } // namespace zq::tool
@@ -95,5 +34,5 @@ int RunAndReport() {
 int main() {
     _setmode(_fileno(stdout), _O_BINARY);
     _setmode(_fileno(stderr), _O_BINARY);
-    return zq::tool::RunAndReport();
+    return zq::tool::RunCommandLine(zq::tool::Arguments());
 }

@@ -35,8 +35,8 @@ ModuleLibrary::ModuleLibrary(fs::path file) {
     }
     m_library.reset(LoadLibraryExW(file.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
     if (!m_library) {
-        throw Failure("the module " + Utf8FromPath(file) + " cannot be loaded: Windows error " +
-                      std::to_string(GetLastError()));
+        throw Failure("the module " + Utf8FromPath(file) +
+                      " cannot be loaded: " + SystemErrorText(GetLastError()));
     }
     const FARPROC create = GetProcAddress(static_cast<HMODULE>(m_library.get()), "CreateSettings");
     if (!create) {

@@ -20,25 +20,30 @@ fs::path CommonDataFolderOf(const fs::path& dataFolder) {
 }
 
 std::string Sentence(const fs::filesystem_error& error) {
-    std::string text = "DoInit failed: " + error.code().message();
+    std::string text = "the module cannot start: ";
     if (!error.path1().empty()) {
-        text += " (" + Utf8FromPath(error.path1());
-        text += error.path2().empty() ? ")" : " to " + Utf8FromPath(error.path2()) + ")";
+        text += Utf8FromPath(error.path1());
+        text += error.path2().empty() ? ": " : " cannot be copied to " + Utf8FromPath(error.path2()) + ": ";
     }
-    return text;
+    return text + error.code().message();
 }
 
 } // namespace
 
 void AddModuleOptions(Command command, ModuleOptions& options) {
-    command.Add("--data", options.data, "DIR",
-                "Folder that holds \"ZQserver\", \"ZQserver\" itself, or a folder\n"
-                "with the files in it. Default: what ZQ_DATA_DIR names, then the\n"
-                "machine's own, then the default files");
-    command.Add("--defaults", options.defaults, "DIR",
-                "Folder with the three default files.\n"
-                "Default: \"defaults\" beside this program");
-    command.Add("--dll", options.dll, "FILE", "The module.\nDefault: ZQModSettings.dll beside this program");
+    command
+        .Add("--data", options.data, "DIR",
+             "Folder that holds \"ZQserver\", \"ZQserver\" itself, or a folder\n"
+             "with the files in it. Default: what ZQ_DATA_DIR names, then the\n"
+             "machine's own, then the default files")
+        .NotEmpty();
+    command
+        .Add("--defaults", options.defaults, "DIR",
+             "Folder with the three default files.\n"
+             "Default: \"defaults\" beside this program")
+        .NotEmpty();
+    command.Add("--dll", options.dll, "FILE", "The module.\nDefault: ZQModSettings.dll beside this program")
+        .NotEmpty();
 }
 
 void ModuleSession::Ending::operator()(CZQModSettings* module) const {
@@ -68,7 +73,7 @@ void ModuleSession::Init(CZQModHost& host) {
     } catch (const fs::filesystem_error& error) {
         throw Failure(Sentence(error));
     } catch (const std::exception& error) {
-        throw Failure(std::string("DoInit failed: ") + error.what());
+        throw Failure(std::string("the module cannot start: ") + error.what());
     }
 }
 

@@ -21,14 +21,15 @@ struct PacketOptions {
 };
 
 void PrintPacket(const PacketOptions& options) {
-    const std::string bytes =
-        options.file == "-" ? ReadStandardInput() : ReadBytes(WideFromUtf8(options.file));
+    const bool isPiped = options.file == "-";
+    const std::string shown = isPiped ? "standard input" : options.file;
+    const std::string bytes = isPiped ? ReadStandardInput() : ReadBytes(WideFromUtf8(options.file));
     PacketContent content = ReadPacket({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()});
     SortVariables(content.variables);
     const std::vector<Variable> variables = options.filter.Apply(std::move(content.variables));
     Print(options.isJson ? JsonText(variables) : TableText(variables));
     for (const PacketProblem& problem : content.problems) {
-        PrintFailure(options.file + ": byte " + std::to_string(problem.offset) + ": " + problem.text);
+        PrintFailure(shown + ": byte " + std::to_string(problem.offset) + ": " + problem.text);
     }
     if (!content.problems.empty()) {
         throw Ended{ExitCode::No};
@@ -42,7 +43,7 @@ void AddPacketCommand(CLI::App& app) {
     Command command(app, "packet",
                     "Print the variables of a packet, and where and why a module would stop\n"
                     "reading it; exit code 1 for a packet that is damaged");
-    command.Add("FILE", options->file, "", "The packet; \"-\" for standard input").Required();
+    command.Add("FILE", options->file, "", "The packet; \"-\" for standard input").Required().NotEmpty();
     AddFilterOptions(command, options->filter);
     command.AddFlag("--json", options->isJson, "Print the variables as JSON");
     command.Run([options] { PrintPacket(*options); });

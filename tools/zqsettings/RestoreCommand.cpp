@@ -5,6 +5,7 @@
 #include "Console.h"
 #include "DataFolder.h"
 #include "Failure.h"
+#include "FileArguments.h"
 #include "FileBytes.h"
 #include "JsonOutput.h"
 #include "KeptFiles.h"
@@ -62,6 +63,9 @@ std::string JsonTextOf(const std::vector<KeptFile>& files) {
 }
 
 void List(const RestoreOptions& options) {
+    if (!options.name.empty() && !FileOfName(WideFromUtf8(options.name))) {
+        throw Failure('"' + options.name + "\" is the name of none of the three files", ExitCode::Usage);
+    }
     const std::vector<KeptFile> files = KeptFilesOf(RequireDataFolder(options.data));
     std::vector<KeptFile> shown;
     for (const KeptFile& file : files) {
@@ -144,10 +148,12 @@ void AddRestoreCommand(CLI::App& app) {
     Command command(app, "restore",
                     "Put a copy that the module kept back in its file's place; what it\n"
                     "replaces is kept too");
-    command.Add("--data", options->data, "DIR",
-                "Folder that holds \"ZQserver\", \"ZQserver\" itself, or a folder\n"
-                "with the files in it. Default: what ZQ_DATA_DIR names, then the\n"
-                "machine's own");
+    command
+        .Add("--data", options->data, "DIR",
+             "Folder that holds \"ZQserver\", \"ZQserver\" itself, or a folder\n"
+             "with the files in it. Default: what ZQ_DATA_DIR names, then the\n"
+             "machine's own")
+        .NotEmpty();
     command.AddFlag("--list", options->isList, "Print the copies that there are, the newest first");
     command.AddFlag("--json", options->isJson, "Print it as JSON");
     command.Add("NAME", options->name, "",

@@ -139,7 +139,8 @@ void AddSetCommand(CLI::App& app) {
     command
         .Add("NAME", options->name, "",
              "A member at the file's root, or with --device\nCL.<headset>.<member>")
-        .Required();
+        .Required()
+        .NotEmpty();
     command.Add("VALUE", options->value, "", "The new value").Required();
     command
         .Add("--type", options->type, "TYPE",

@@ -53,14 +53,21 @@ const char* TypeOf(JsonKind kind) {
     }
 }
 
-const char* WhatIsWanted(JsonKind kind) {
+bool IsBeyond64Bits(const std::string& text) {
+    int64_t number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [last, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc::result_out_of_range && last == end;
+}
+
+const char* WhatIsWrong(JsonKind kind, const std::string& text) {
     switch (kind) {
     case JsonKind::Bool:
-        return "true or false";
+        return " is not true or false";
     case JsonKind::Integer:
-        return "a whole number";
+        return IsBeyond64Bits(text) ? " is beyond 64 bits" : " is not a whole number";
     default:
-        return "a number";
+        return " is not a number";
     }
 }
 
@@ -110,7 +117,7 @@ SavedValue ParseSavedValueFor(const std::string& name, const SettingMember& memb
     try {
         return ParseSavedValue(text, TypeOf(member.kind));
     } catch (const Failure&) {
-        throw Failure("nothing was saved: \"" + text + "\" is not " + WhatIsWanted(member.kind) + ", and " +
+        throw Failure("nothing was saved: \"" + text + '"' + WhatIsWrong(member.kind, text) + ", and " +
                           name + " is " + member.text + line + "; --type saves another type",
                       ExitCode::No);
     }

@@ -94,8 +94,10 @@ void AddShowCommand(CLI::App& app) {
     AddReplaceFlag(command, options->repair);
     AddFilterOptions(command, options->filter);
     command.AddFlag("--json", options->isJson, "Print the variables as JSON; the messages go to stderr");
-    command.Add("--save-packet", options->packetFile, "FILE",
-                "Write all variables to a file, as the packet that other\nprocesses are sent");
+    command
+        .Add("--save-packet", options->packetFile, "FILE",
+             "Write all variables to a file, as the packet that other\nprocesses are sent")
+        .NotEmpty();
     command.Run([options] { Show(*options); });
 }
 

@@ -69,6 +69,19 @@ const CLI::App& CommandOf(const CLI::App& app, const std::vector<std::string>& a
     return command ? *command : app;
 }
 
+// The command among the arguments, if it has that option.
+const CLI::App* CommandWith(const std::string& option, const CLI::App& app,
+                            const std::vector<std::string>& arguments) {
+    for (const std::string& argument : arguments) {
+        if (const CLI::App* const command = FindCommand(app, argument)) {
+            const std::vector<std::wstring> known = OptionNames(*command);
+            return std::find(known.begin(), known.end(), WideFromUtf8(option)) == known.end() ? nullptr
+                                                                                              : command;
+        }
+    }
+    return nullptr;
+}
+
 } // namespace
 
 void TurnHelpAround(std::vector<std::string>& arguments) {
@@ -111,6 +124,10 @@ std::string UsageText(const CLI::App& app, const std::string& error,
         const std::vector<std::wstring> known = OptionNames(command);
         if (name.starts_with("--") && name.size() > 2 &&
             std::find(known.begin(), known.end(), WideFromUtf8(name)) == known.end()) {
+            if (const CLI::App* const owner =
+                    &command == &app ? CommandWith(name, app, arguments) : nullptr) {
+                return name + " is an option of " + owner->get_name() + ": write it after the command";
+            }
             const std::string nearest = Nearest(name, known);
             return "there is no option " + name + (nearest.empty() ? seeHelp : nearest);
         }

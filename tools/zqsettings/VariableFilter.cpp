@@ -50,9 +50,11 @@ void AddTypeOption(Command command, VariableFilter& filter, const char* help) {
 }
 
 Option AddNames(Command command, VariableFilter& filter) {
-    return command.Add("NAME", filter.names, "",
-                       "Names of variables, with * for any characters and ? for one, as\n"
-                       "in 'CL.*.Bitrate'; letter case counts");
+    return command
+        .Add("NAME", filter.names, "",
+             "Names of variables, with * for any characters and ? for one, as\n"
+             "in 'CL.*.Bitrate'; letter case counts")
+        .NotEmpty();
 }
 
 } // namespace zq::tool

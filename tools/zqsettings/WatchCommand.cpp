@@ -24,8 +24,8 @@ using Clock = std::chrono::steady_clock;
 
 // As long as the module gives an editor between two steps.
 constexpr std::chrono::milliseconds kSettled{700};
-constexpr unsigned kIdleMilliseconds = 250;
-constexpr unsigned kBusyMilliseconds = 20;
+constexpr std::chrono::milliseconds kIdlePause{250};
+constexpr std::chrono::milliseconds kBusyPause{20};
 
 struct WatchOptions {
     ModuleOptions module;
@@ -95,9 +95,14 @@ private:
 std::string FollowUntilStopped(const WatchOptions& options, FolderMirror& mirror, RefusalFollower& refusals) {
     const StopRequest stop;
     const FolderNotice notice(mirror.Original());
-    const auto end = Clock::now() + std::chrono::duration<double>(options.seconds);
-    while (options.seconds == 0 || Clock::now() < end) {
-        if (stop.Wait(notice.Get(), refusals.IsPending() ? kBusyMilliseconds : kIdleMilliseconds)) {
+    const auto end = options.seconds == 0
+                         ? Clock::time_point::max()
+                         : Clock::now() + std::chrono::ceil<Clock::duration>(
+                                              std::chrono::duration<double>(options.seconds));
+    while (Clock::now() < end) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
+        const auto pause = std::min(left, refusals.IsPending() ? kBusyPause : kIdlePause);
+        if (stop.Wait(notice.Get(), static_cast<unsigned>(pause.count()))) {
             return StopRequest::Reason();
         }
         notice.Renew();
