@@ -2,7 +2,7 @@
 # Runs the long forms of the tests, which test.sh leaves out: scripts/soak.sh [release|debug] [GTEST_FILTER]
 # A quarter of an hour of bad moments for the files (scripts/bad-moments.sh), lifecycles, stops, saves and changes under load; then
 # everything together on eight threads, for a minute under ThreadSanitizer and for an hour under Wine, or both for as many
-# seconds as ZQ_SOAK_SECONDS says; each command of the tool on each of 1,036 broken files, in half an hour. Ends with two
+# seconds as ZQ_SOAK_SECONDS says; each command of the tool on each of 1,036 broken files, in twenty minutes. Ends with two
 # builds of the committed state that must give the same bytes; none with a filter.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '0..2' "$@"
