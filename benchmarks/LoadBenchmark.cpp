@@ -187,7 +187,7 @@ void PrintStages(ConfigFile file, const std::string& bytes, int runs) {
     ConfigText config(file);
     config.Read(bytes);
     VariableBatch batch;
-    config.Flatten(batch, HostLog());
+    FlattenConfig(file, config.Root(), batch, HostLog());
     VariableMaps full(1);
     full.Apply(batch);
     std::vector<Competitor> stages = {
@@ -196,7 +196,7 @@ void PrintStages(ConfigFile file, const std::string& bytes, int runs) {
         {"flatten",
          [&] {
              VariableBatch other;
-             config.Flatten(other, HostLog());
+             FlattenConfig(file, config.Root(), other, HostLog());
          }},
         {"write into empty maps",
          [&] {

@@ -4,9 +4,7 @@
 #include "Documents.h"
 
 #include "base/HostLog.h"
-#include "config/ConfigText.h"
-#include "variables/VariableBatch.h"
-#include "variables/VariableMaps.h"
+#include "config/ConfigLoader.h"
 
 #include <stdexcept>
 
@@ -26,6 +24,12 @@ std::string Repeat(const char* open, Make make, const char* close) {
     return text + close;
 }
 
+template <class NumberOf>
+std::string Members(NumberOf numberOf) {
+    return Repeat(
+        "{", [&](size_t i) { return "\"k" + std::to_string(numberOf(i)) + "\":1,"; }, "}");
+}
+
 std::string Nested(size_t bytes) {
     std::string text;
     size_t depth = 0;
@@ -35,16 +39,15 @@ std::string Nested(size_t bytes) {
     return text + "1" + std::string(depth, '}');
 }
 
-// As LoadConfigFile does it.
-void Load(const LoadShape& shape, VariableMaps& maps) {
-    const std::string copy = shape.bytes; // as it was read
-    ConfigText config(shape.file);
-    VariableBatch batch(VariableBatch::Names::SharePrefixes);
-    if (!config.Read(copy) || !config.Flatten(batch, HostLog())) {
+void Load(const LoadShape& shape, VariableStore& store) {
+    ConfigLook look;
+    look.file.access = FileAccess::Read;
+    look.file.bytes.assign(shape.bytes.begin(), shape.bytes.end());
+    ParseLook(shape.file, look);
+    const HostLog log;
+    if (!LoadConfigFile(shape.file, L"", look, {store, log})) {
         throw std::runtime_error("the module refuses " + shape.name);
     }
-    config.FreeNodes();
-    maps.Apply(batch);
 }
 
 } // namespace
@@ -56,9 +59,8 @@ std::vector<LoadShape> LoadShapes() {
     const auto number = [](size_t) { return std::string("1,"); };
     return {
         settings("settings", MakeSettings(kBytes)),
-        settings("members",
-                 Repeat(
-                     "{", [](size_t i) { return "\"k" + std::to_string(100'000 + i) + "\":1,"; }, "}")),
+        settings("members", Members([](size_t i) { return 100'000 + i; })),
+        settings("members in reverse", Members([](size_t i) { return 999'999 - i; })),
         settings("arrays", Repeat("{\"a\":[", number, "]}")),
         settings("deep", Nested(kBytes)),
         settings("long texts", Repeat(
@@ -80,9 +82,9 @@ LoadShape LongKeyShape() {
             "{\"" + std::string(49'000, 'k') + "\":" + Nested(50'000) + "}"};
 }
 
-size_t BytesBeyondTheVariables(const LoadShape& shape, VariableMaps& maps) {
+size_t BytesBeyondTheVariables(const LoadShape& shape, VariableStore& store) {
     TakePeakBytes();
-    Load(shape, maps);
+    Load(shape, store);
     return TakePeakBytes() - LiveBytes();
 }
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 namespace zq {
-struct VariableMaps;
+class VariableStore;
 }
 
 namespace zq::bench {
@@ -25,6 +25,6 @@ LoadShape LongKeyShape();
 
 // The peak of a load less what is live afterwards, the bytes of the file included. The program must link
 // CountedHeap.cpp.
-size_t BytesBeyondTheVariables(const LoadShape& shape, VariableMaps& maps);
+size_t BytesBeyondTheVariables(const LoadShape& shape, VariableStore& store);
 
 } // namespace zq::bench

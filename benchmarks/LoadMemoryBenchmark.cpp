@@ -4,16 +4,18 @@
 #include "LoadMemory.h"
 #include "Rounds.h"
 
-#include "variables/VariableMaps.h"
+#include "platform/Mutex.h"
+#include "variables/VariableStore.h"
 
 namespace zq::bench {
 namespace {
 
 void Measure(const LoadShape& shape) {
-    VariableMaps maps(1);
+    const Mutex mutex;
+    VariableStore store(mutex);
     const size_t before = LiveBytes();
     for (const int round : {1, 2}) {
-        const size_t bytes = BytesBeyondTheVariables(shape, maps);
+        const size_t bytes = BytesBeyondTheVariables(shape, store);
         const double times = static_cast<double>(bytes) / static_cast<double>(shape.bytes.size());
         std::printf("%-20s %-16s %5.1f times the file, %6.1f MB stay\n", shape.name.c_str(),
                     round == 1 ? "first load" : "the same again", times,

@@ -2,7 +2,7 @@
 # Runs the long forms of the tests, which test.sh does not: scripts/soak.sh [release|debug] [GTEST_FILTER]
 # Runs a quarter of an hour of bad moments for the files (scripts/bad-moments.sh), lifecycles, stops, saves and changes under
 # load; then everything together on eight threads, for a minute under ThreadSanitizer and for an hour under Wine, or both for
-# ZQ_SOAK_SECONDS; then each command of the tool on each of 1,036 broken files, which takes half an hour. Without a filter,
+# ZQ_SOAK_SECONDS; then each command of the tool on each of 1,036 broken files, which takes twenty minutes. Without a filter,
 # finally builds the committed state twice and checks that both builds give the same bytes.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '0..2' "$@"

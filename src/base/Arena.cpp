@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <functional>
+#include <utility>
 
 namespace zq {
 
@@ -61,23 +63,88 @@ void Arena::AddChunk(size_t bytes) {
     if (!memory) {
         memory = ::operator new(sizeof(Chunk) + size);
     }
-    m_chunks = new (memory) Chunk{m_chunks, size};
+    EndChunk();
+    m_chunks = new (memory) Chunk{m_chunks, size, 0};
     m_chunkBytes += size;
     m_next = reinterpret_cast<std::byte*>(m_chunks + 1);
     m_end = m_next + size;
 }
 
+void Arena::EndChunk() noexcept {
+    if (m_chunks) {
+        m_chunks->used = static_cast<size_t>(m_next - reinterpret_cast<std::byte*>(m_chunks + 1));
+    }
+}
+
+void Arena::FreeChunk(Chunk* chunk, Life life) noexcept {
+    const bool mayBeKept = life == Life::Short && chunk->bytes == kKeptChunk;
+    if (!mayBeKept || !g_keptChunks.Keep(chunk)) {
+        ::operator delete(chunk);
+    }
+}
+
 void Arena::Clear() noexcept {
     while (m_chunks) {
-        Chunk* next = m_chunks->next;
-        const bool mayBeKept = m_life == Life::Short && m_chunks->bytes == kKeptChunk;
-        if (!mayBeKept || !g_keptChunks.Keep(m_chunks)) {
-            ::operator delete(m_chunks);
-        }
-        m_chunks = next;
+        FreeChunk(std::exchange(m_chunks, m_chunks->next), m_life);
     }
     m_chunkBytes = 0;
     m_next = m_end = nullptr;
+}
+
+Arena::Release::Release(Arena& arena) : m_life(arena.m_life), m_alignment(arena.m_alignment) {
+    arena.EndChunk();
+    size_t count = 0;
+    for (const Chunk* chunk = arena.m_chunks; chunk; chunk = chunk->next) {
+        ++count;
+    }
+    m_chunks.reserve(count);
+    while (arena.m_chunks) {
+        Chunk* chunk = std::exchange(arena.m_chunks, arena.m_chunks->next);
+        if (chunk->used == 0) {
+            FreeChunk(chunk, m_life);
+        } else {
+            m_chunks.push_back({chunk, chunk->used});
+        }
+    }
+    arena.Clear();
+    const auto isBefore = [](const Owned& a, const Owned& b) { return std::less<>()(a.chunk, b.chunk); };
+    std::make_heap(m_chunks.begin(), m_chunks.end(), isBefore);
+    std::sort_heap(m_chunks.begin(), m_chunks.end(), isBefore); // less code than std::sort
+}
+
+Arena::Release::~Release() {
+    for (const Owned& owned : m_chunks) {
+        if (owned.inUse != 0) {
+            FreeChunk(owned.chunk, m_life);
+        }
+    }
+}
+
+void Arena::Release::GiveBack(const void* piece, size_t bytes) noexcept {
+    if (bytes == 0) {
+        return; // such a piece is in no chunk
+    }
+    Owned& owned = OwnerOf(piece);
+    owned.inUse -= (bytes + m_alignment - 1) & ~(m_alignment - 1);
+    if (owned.inUse == 0) {
+        FreeChunk(owned.chunk, m_life);
+    }
+}
+
+// Pieces that follow each other are mostly of one chunk.
+Arena::Release::Owned& Arena::Release::OwnerOf(const void* piece) noexcept {
+    const std::less<const void*> isBefore;
+    const auto isAt = [&](size_t index) {
+        return isBefore(m_chunks[index].chunk, piece) &&
+               (index + 1 == m_chunks.size() || isBefore(piece, m_chunks[index + 1].chunk));
+    };
+    if (!isAt(m_latest)) {
+        const auto next = std::upper_bound(
+            m_chunks.begin(), m_chunks.end(), piece,
+            [&](const void* wanted, const Owned& owned) { return isBefore(wanted, owned.chunk); });
+        m_latest = static_cast<size_t>(next - m_chunks.begin()) - 1;
+    }
+    return m_chunks[m_latest];
 }
 
 } // namespace zq

@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <new>
+#include <vector>
 
 namespace zq {
 
@@ -57,16 +58,21 @@ public:
 
     void Clear() noexcept;
 
+    class Release;
+
 private:
     struct alignas(16) Chunk {
         Chunk* next;
         size_t bytes; // after this header
+        size_t used;  // of them, once the next chunk was added
     };
 
     static constexpr size_t kMostBytes = static_cast<size_t>(-1) / 2;
 
     size_t RoundUp(size_t bytes) const { return (bytes + m_alignment - 1) & ~(m_alignment - 1); }
     void AddChunk(size_t bytes);
+    void EndChunk() noexcept;
+    static void FreeChunk(Chunk* chunk, Life life) noexcept;
 
     Life m_life;
     size_t m_alignment; // a power of two
@@ -75,6 +81,33 @@ private:
     size_t m_chunkBytes = 0; // of all chunks
     std::byte* m_next = nullptr;
     std::byte* m_end = nullptr;
+};
+
+// Takes over the memory of an arena, which is empty from then on, and frees it bit by bit: each chunk when
+// all of its pieces have been given back, and what is left at its own end.
+class Arena::Release {
+public:
+    // Raises std::bad_alloc, and has changed nothing then.
+    explicit Release(Arena& arena);
+    ~Release();
+    Release(const Release&) = delete;
+    Release& operator=(const Release&) = delete;
+
+    // `bytes` is as much as was taken. REQUIRES: the piece is the arena's and has not been given back.
+    void GiveBack(const void* piece, size_t bytes) noexcept;
+
+private:
+    struct Owned {
+        Chunk* chunk;
+        size_t inUse; // bytes; 0 once the chunk is freed
+    };
+
+    Owned& OwnerOf(const void* piece) noexcept;
+
+    Life m_life;
+    size_t m_alignment;
+    std::vector<Owned> m_chunks; // in ascending order of their addresses
+    size_t m_latest = 0;         // the one that OwnerOf found
 };
 
 } // namespace zq

@@ -12,7 +12,8 @@
 
 namespace zq {
 
-template <class T>
+// `kPage` is the number of items in a page.
+template <class T, size_t kPage = 2048>
 class PagedStack {
     static_assert(std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>);
 
@@ -20,6 +21,8 @@ public:
     size_t Size() const { return m_size; }
     // REQUIRES: the stack is not empty.
     const T& Top() const { return m_top[-1]; }
+    T& Top() { return m_top[-1]; }
+    void Pop() { CutTo(m_size - 1); }
 
     // Raises std::bad_alloc.
     void Push(const T& item) {
@@ -53,8 +56,6 @@ public:
     }
 
 private:
-    static constexpr size_t kPage = 2048; // items
-
     struct FreePage {
         void operator()(T* page) const { std::allocator<T>().deallocate(page, kPage); }
     };

@@ -69,7 +69,7 @@ public:
         : m_defaults(defaults), m_problems(problems) {}
 
     void Check(const PlacedVariable& variable) {
-        const std::wstring_view name = VariableBatch::NameOf(*variable.entry);
+        const std::wstring_view name = VariableBatch::NameOf(variable.entry);
         // What the module counts itself: the size of a list, and the headsets' names.
         const JsonKind kind = variable.node ? variable.node->kind : JsonKind::Array;
         if (kind == JsonKind::Array || kind == JsonKind::Object || name.starts_with(L"HmdNameList.")) {
@@ -87,22 +87,22 @@ private:
     void Warn(const PlacedVariable& variable, const char* code, const std::string& text, std::string fix) {
         const DocumentNode& node = *variable.node;
         AddWarning(m_problems, code, node.begin, node.end,
-                   Utf8(VariableBatch::NameOf(*variable.entry)) + ": " + ValueText(ValueOf(*variable.entry)) +
+                   Utf8(VariableBatch::NameOf(variable.entry)) + ": " + ValueText(ValueOf(variable.entry)) +
                        ' ' + text,
                    std::move(fix));
     }
 
     void CheckBySchema(const PlacedVariable& variable, const SchemaRule& rule) {
-        if (const auto misfit = MisfitOf(rule, ValueOf(*variable.entry))) {
+        if (const auto misfit = MisfitOf(rule, ValueOf(variable.entry))) {
             Warn(variable, misfit->code, misfit->text, misfit->fix);
         }
     }
 
     void CheckByDefault(const PlacedVariable& variable, std::wstring_view name) {
         const auto wanted = m_defaults.types.find(name);
-        if (wanted != m_defaults.types.end() && !Fits(variable.entry->kind, wanted->second)) {
+        if (wanted != m_defaults.types.end() && !Fits(variable.entry.kind, wanted->second)) {
             Warn(variable, "wrong-type",
-                 std::string("is ") + KindTextOf(variable.entry->kind) + ", but the default file has " +
+                 std::string("is ") + KindTextOf(variable.entry.kind) + ", but the default file has " +
                      KindTextOf(wanted->second),
                  "write " + std::string(KindTextOf(wanted->second)));
         }
@@ -118,11 +118,11 @@ using ByName = std::map<std::wstring_view, const PlacedVariable*>;
 void CheckIndex(const ByName& byName, Problems& problems) {
     const auto index = byName.find(L"DHI");
     const auto size = byName.find(L"HmdNameSize");
-    if (index == byName.end() || size == byName.end() || index->second->entry->kind != Kind::Number) {
+    if (index == byName.end() || size == byName.end() || index->second->entry.kind != Kind::Number) {
         return;
     }
-    const int64_t wanted = index->second->entry->integer;
-    const int64_t count = size->second->entry->integer;
+    const int64_t wanted = index->second->entry.integer;
+    const int64_t count = size->second->entry.integer;
     if (wanted < 0 || wanted < count) {
         return; // below 0 is out of range by the schema
     }
@@ -138,19 +138,19 @@ void CheckIndex(const ByName& byName, Problems& problems) {
 void CheckMaximum(const ByName& byName, Problems& problems) {
     constexpr std::wstring_view kMaximum = L".MaxBitrate";
     for (const auto& [name, maximum] : byName) {
-        if (!name.ends_with(kMaximum) || maximum->entry->kind != Kind::Number) {
+        if (!name.ends_with(kMaximum) || maximum->entry.kind != Kind::Number) {
             continue;
         }
         const std::wstring prefix(name.substr(0, name.size() - kMaximum.size()));
         const auto bitrate = byName.find(prefix + L".Bitrate");
-        if (bitrate == byName.end() || bitrate->second->entry->kind != Kind::Number ||
-            bitrate->second->entry->integer <= maximum->entry->integer) {
+        if (bitrate == byName.end() || bitrate->second->entry.kind != Kind::Number ||
+            bitrate->second->entry.integer <= maximum->entry.integer) {
             continue;
         }
         const DocumentNode& node = *bitrate->second->node;
         AddWarning(problems, "out-of-range", node.begin, node.end,
-                   Utf8(bitrate->first) + ": " + std::to_string(bitrate->second->entry->integer) +
-                       " is above " + "MaxBitrate, " + std::to_string(maximum->entry->integer),
+                   Utf8(bitrate->first) + ": " + std::to_string(bitrate->second->entry.integer) +
+                       " is above " + "MaxBitrate, " + std::to_string(maximum->entry.integer),
                    "write a lower bitrate or a higher MaxBitrate");
     }
 }
@@ -168,7 +168,7 @@ void CheckValues(const std::vector<PlacedVariable>& variables, const DefaultFile
 void CheckReferences(const std::vector<PlacedVariable>& variables, Problems& problems) {
     ByName byName;
     for (const PlacedVariable& variable : variables) {
-        byName.insert_or_assign(VariableBatch::NameOf(*variable.entry), &variable);
+        byName.insert_or_assign(VariableBatch::NameOf(variable.entry), &variable);
     }
     CheckIndex(byName, problems);
     CheckMaximum(byName, problems);

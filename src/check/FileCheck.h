@@ -21,7 +21,7 @@ namespace zq {
 
 // A variable with the node of the text that gave it.
 struct PlacedVariable {
-    const VariableBatch::Entry* entry;
+    VariableBatch::Entry entry;
     const DocumentNode* node; // null for what the module counts itself
 };
 

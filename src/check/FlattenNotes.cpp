@@ -67,8 +67,8 @@ std::vector<PlacedVariable> FlattenNotes::TakeVariables() {
     m_origins.resize(m_batch.Entries().size());
     std::vector<PlacedVariable> variables;
     variables.reserve(m_origins.size());
-    for (size_t i = 0; i < m_origins.size(); ++i) {
-        variables.push_back({&m_batch.Entries()[i], m_origins[i]});
+    for (const VariableBatch::Entry& entry : m_batch.Entries()) {
+        variables.push_back({entry, m_origins[variables.size()]});
     }
     return variables;
 }
@@ -177,8 +177,7 @@ void CheckOverwritten(ConfigFile file, const SourceText& source, const DocumentM
             variable.node ? "in line " + std::to_string(source.PositionOf(variable.node->Offset()).line)
                           : "by the module itself";
         AddWarning(problems, "overwritten", loser->node->Offset(), loser->node->OffsetEnd(),
-                   "the variable " + Quoted(VariableBatch::NameOf(*variable.entry)) + " is written over " +
-                       by,
+                   "the variable " + Quoted(VariableBatch::NameOf(variable.entry)) + " is written over " + by,
                    "remove one of them");
     }
 }

@@ -21,7 +21,7 @@ Problem OverwrittenBy(const FileCheck& winner, const PlacedVariable& variable, c
             "set-by-two-files",
             loser.Offset(),
             loser.OffsetEnd(),
-            "the variable " + Quoted(VariableBatch::NameOf(*variable.entry)) + " is written over by " + by,
+            "the variable " + Quoted(VariableBatch::NameOf(variable.entry)) + " is written over by " + by,
             "remove one of them"};
 }
 
@@ -52,8 +52,8 @@ FileCheck* Find(std::span<FileCheck* const> files, ConfigFile file) {
 Names HeadsetsOf(const FileCheck& settings) {
     Names names;
     for (const PlacedVariable& variable : settings.Variables()) {
-        if (VariableBatch::NameOf(*variable.entry).starts_with(L"HmdNameList.")) {
-            names.emplace(VariableBatch::TextOf(*variable.entry));
+        if (VariableBatch::NameOf(variable.entry).starts_with(L"HmdNameList.")) {
+            names.emplace(VariableBatch::TextOf(variable.entry));
         }
     }
     return names;
@@ -82,8 +82,8 @@ Names DevicesOf(const FileCheck& list) {
 void CheckHeadsets(FileCheck& settings, const Names& devices) {
     Problems found;
     for (const PlacedVariable& variable : settings.Variables()) {
-        const std::wstring_view name = VariableBatch::TextOf(*variable.entry);
-        const bool isHeadset = VariableBatch::NameOf(*variable.entry).starts_with(L"HmdNameList.");
+        const std::wstring_view name = VariableBatch::TextOf(variable.entry);
+        const bool isHeadset = VariableBatch::NameOf(variable.entry).starts_with(L"HmdNameList.");
         if (isHeadset && variable.node && !name.empty() && !devices.contains(name)) {
             AddWarning(found, "no-such-headset", variable.node->begin, variable.node->end,
                        "the headset list has no device " + Quoted(name),

@@ -3,10 +3,10 @@
 namespace zq {
 
 std::optional<LastWriters::Writer> LastWriters::Write(const PlacedVariable& variable, size_t file) {
-    const std::wstring_view name = VariableBatch::NameOf(*variable.entry);
+    const std::wstring_view name = VariableBatch::NameOf(variable.entry);
     const Writer writer = {file, variable.node};
-    if (variable.entry->kind != Kind::Number) {
-        return WriteInto(variable.entry->kind, name, writer);
+    if (variable.entry.kind != Kind::Number) {
+        return WriteInto(variable.entry.kind, name, writer);
     }
     // A whole number is written as integer and as double.
     const std::optional<Writer> integer = WriteInto(Kind::Int64, name, writer);

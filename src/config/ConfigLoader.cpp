@@ -36,7 +36,6 @@ bool LoadConfigFile(ConfigFile file, const std::wstring& path, const ConfigLook&
     if (!look.text->Flatten(batch, log)) {
         return false;
     }
-    look.text->FreeNodes(); // the peak of memory is when the maps have grown
     target.store.Apply(batch);
     return true;
 }

@@ -36,15 +36,15 @@ bool IsRootAccepted(ConfigFile file, const JsonValue& root) {
 }
 
 bool FlattenConfig(ConfigFile file, const JsonValue& root, VariableBatch& batch, const HostLog& log,
-                   FlattenTrace* trace) {
+                   FlattenTrace* trace, JsonLastReading* reading) {
     switch (file) {
     case ConfigFile::Settings:
-        FlattenSettingsFile(root, batch, log, trace);
+        FlattenSettingsFile(root, batch, log, trace, reading);
         return true;
     case ConfigFile::HmdList:
         return FlattenHeadsetListFile(root, batch, log, trace);
     default:
-        FlattenQualityFile(root, batch, log, trace);
+        FlattenQualityFile(root, batch, log, trace, reading);
         return true;
     }
 }

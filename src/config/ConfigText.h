@@ -23,10 +23,11 @@ class VariableBatch;
 // root.
 bool IsRootAccepted(ConfigFile file, const JsonValue& root);
 
-// Collects the variables of an accepted file; the batch's texts point into the tree. Returns false, with a
-// message, when the root is not accepted. `trace`, where one is given, hears of every node.
+// Collects the variables of an accepted file; the batch's texts are those of the tree. Returns false, with a
+// message, when the root is not accepted. `trace`, where one is given, hears of every node. Without one,
+// `reading` may be that of the tree: containers are freed as they are done with.
 bool FlattenConfig(ConfigFile file, const JsonValue& root, VariableBatch& batch, const HostLog& log,
-                   FlattenTrace* trace = nullptr);
+                   FlattenTrace* trace = nullptr, JsonLastReading* reading = nullptr);
 
 // A file's content as it was read. The tree points into the text, so the object stays where it is.
 class ConfigText {
@@ -50,14 +51,14 @@ public:
     int32_t ParseResult() const { return m_parseResult; } // of ParseJsonValue
     int32_t FileLength() const { return m_fileLength; }   // in bytes
 
-    // As FlattenConfig. The batch must not outlive the object. REQUIRES: IsAccepted().
-    bool Flatten(VariableBatch& batch, const HostLog& log) const {
-        return FlattenConfig(m_file, m_root, batch, log);
+    // As FlattenConfig, and frees the tree on the way: the root is null from then on. The batch must not
+    // outlive the object. REQUIRES: IsAccepted().
+    bool Flatten(VariableBatch& batch, const HostLog& log) {
+        JsonLastReading reading(m_root);
+        return FlattenConfig(m_file, reading.Root(), batch, log, nullptr, &reading);
     }
 
     const JsonValue& Root() const { return m_root; }
-    // Frees what a batch that was flattened does not point to: the root is null from now on.
-    void FreeNodes() { FreeJsonNodes(m_root); }
 
 private:
     ConfigFile m_file;

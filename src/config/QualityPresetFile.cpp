@@ -23,18 +23,19 @@ constexpr std::array<std::wstring_view, 4> kPresetSuffixes = {L".Quality", L".Ba
 
 class QualityWalker {
 public:
-    QualityWalker(VariableBatch& batch, const HostLog& log, FlattenTrace* trace)
-        : m_batch(batch), m_log(log), m_trace(trace) {}
+    QualityWalker(VariableBatch& batch, const HostLog& log, FlattenTrace* trace, JsonLastReading* reading)
+        : m_batch(batch), m_log(log), m_trace(trace), m_reading(reading) {}
 
     void Walk(std::wstring_view prefix, const JsonValue& root) {
         Enter(std::wstring(prefix), root);
         while (!m_levels.empty()) {
             Level& level = m_levels.back();
-            if (!level.presets.empty()) {
+            if (level.nextPreset != level.presets.size()) {
                 VisitPreset(level);
-            } else if (!level.members.empty()) {
+            } else if (level.nextMember != level.members.size()) {
                 VisitMember(level);
             } else {
+                Free(level.members);
                 m_levels.pop_back();
                 UseNameOfLevel();
             }
@@ -42,19 +43,19 @@ public:
     }
 
 private:
-    // One object on the way down: its name and what is left to visit of it.
+    // One object on the way down: its name, and how far it was visited.
     struct Level {
         std::wstring name;
         const BatchPrefix* prefix; // that the names of its members share
         std::span<const JsonMember> members;
-        std::span<const JsonValue> presets; // what is left of the array under way
-        std::wstring_view presetKey;        // its key
-        size_t presetIndex;                 // and the position of the next preset in it
+        size_t nextMember;
+        std::span<const JsonValue> presets; // the array under way, in the member before the next one
+        size_t nextPreset;
     };
 
     void Enter(std::wstring name, const JsonValue& object) {
         const BatchPrefix* prefix = m_batch.PrefixFor(nullptr, name);
-        m_levels.push_back({std::move(name), prefix, object.Members(), {}, {}, 0});
+        m_levels.push_back({std::move(name), prefix, object.Members(), 0, {}, 0});
         UseNameOfLevel();
     }
 
@@ -64,17 +65,22 @@ private:
         m_name.Replace(isOver ? std::wstring_view() : m_levels.back().name);
     }
 
+    template <class Container>
+    void Free(Container container) {
+        if (m_reading) {
+            m_reading->Free(container);
+        }
+    }
+
     void VisitMember(Level& level) {
-        const JsonMember& member = level.members.front();
-        level.members = level.members.subspan(1);
+        const JsonMember& member = level.members[level.nextMember++];
         if (member.key.empty()) {
             ReportSkipped(m_trace, member.value, Skipped::EmptyName);
             return;
         }
         if (member.value.Is(JsonKind::Array)) {
             level.presets = member.value.Elements();
-            level.presetKey = member.key;
-            level.presetIndex = 0;
+            level.nextPreset = 0;
             return;
         }
         m_name.CutTo(level.name.size());
@@ -87,22 +93,27 @@ private:
 
     // An array starts a new "CL." name, whatever its depth: the name around it is dropped.
     void VisitPreset(Level& level) {
-        const JsonValue& preset = level.presets.front();
-        const size_t index = std::min(level.presetIndex++, kPresetSuffixes.size() - 1);
-        level.presets = level.presets.subspan(1);
+        const size_t index = std::min(level.nextPreset, kPresetSuffixes.size() - 1);
+        const JsonValue& element = level.presets[level.nextPreset++];
+        const JsonValue preset = element; // the array may be freed before it
+        if (!preset.Is(JsonKind::Object)) {
+            ReportSkipped(m_trace, element, Skipped::Preset);
+        }
+        if (level.nextPreset == level.presets.size()) {
+            Free(level.presets);
+        }
         if (preset.Is(JsonKind::Object)) {
             std::wstring name = L"CL.";
-            name += level.presetKey;
+            name += level.members[level.nextMember - 1].key;
             name += kPresetSuffixes[index];
             Enter(std::move(name), preset);
-        } else {
-            ReportSkipped(m_trace, preset, Skipped::Preset);
         }
     }
 
     VariableBatch& m_batch;
     const HostLog& m_log;
     FlattenTrace* m_trace;
+    JsonLastReading* m_reading;
     NameBuffer m_name{std::wstring_view()};
     std::vector<Level> m_levels;
 };
@@ -116,16 +127,16 @@ uint8_t QualityRoleOf(uint8_t parent, bool isObject, std::wstring_view key) {
     return isObject ? kObject : kJsonUnread; // the root and the elements of a list of presets
 }
 
-void FlattenQualityFile(const JsonValue& root, VariableBatch& batch, const HostLog& log,
-                        FlattenTrace* trace) {
+void FlattenQualityFile(const JsonValue& root, VariableBatch& batch, const HostLog& log, FlattenTrace* trace,
+                        JsonLastReading* reading) {
     if (root.Is(JsonKind::Object)) {
-        FlattenQualityObject({}, root, batch, log, trace);
+        FlattenQualityObject({}, root, batch, log, trace, reading);
     }
 }
 
 void FlattenQualityObject(std::wstring_view prefix, const JsonValue& object, VariableBatch& batch,
-                          const HostLog& log, FlattenTrace* trace) {
-    QualityWalker(batch, log, trace).Walk(prefix, object);
+                          const HostLog& log, FlattenTrace* trace, JsonLastReading* reading) {
+    QualityWalker(batch, log, trace, reading).Walk(prefix, object);
 }
 
 } // namespace zq

@@ -18,11 +18,13 @@ class VariableBatch;
 // What of the document is read, for the reader (JsonRoleOf).
 uint8_t QualityRoleOf(uint8_t parent, bool isObject, std::wstring_view key);
 
-// A root that is not an object gives no variables.
-void FlattenQualityFile(const JsonValue& root, VariableBatch& batch, const HostLog& log, FlattenTrace* trace);
+// A root that is not an object gives no variables. As FlattenConfig otherwise.
+void FlattenQualityFile(const JsonValue& root, VariableBatch& batch, const HostLog& log, FlattenTrace* trace,
+                        JsonLastReading* reading);
 
 // Scalars are named by `prefix`, a point and their key; without the point where the prefix is empty.
 void FlattenQualityObject(std::wstring_view prefix, const JsonValue& object, VariableBatch& batch,
-                          const HostLog& log, FlattenTrace* trace = nullptr);
+                          const HostLog& log, FlattenTrace* trace = nullptr,
+                          JsonLastReading* reading = nullptr);
 
 } // namespace zq

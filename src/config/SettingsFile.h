@@ -18,12 +18,14 @@ class VariableBatch;
 // What of the document is read, for the reader (JsonRoleOf).
 uint8_t SettingsRoleOf(uint8_t parent, bool isObject, std::wstring_view key);
 
-// A root that is not an object gives no variables.
-void FlattenSettingsFile(const JsonValue& root, VariableBatch& batch, const HostLog& log,
-                         FlattenTrace* trace);
+// A root that is not an object gives no variables. As FlattenConfig otherwise.
+void FlattenSettingsFile(const JsonValue& root, VariableBatch& batch, const HostLog& log, FlattenTrace* trace,
+                         JsonLastReading* reading);
 
-// Names start with `prefix` and a point, unless it is empty.
+// The same of an object whose names start with `prefix` and a point, unless it is empty. REQUIRES: it is an
+// object.
 void FlattenSettingsObject(std::wstring_view prefix, const JsonValue& object, VariableBatch& batch,
-                           const HostLog& log, FlattenTrace* trace = nullptr);
+                           const HostLog& log, FlattenTrace* trace = nullptr,
+                           JsonLastReading* reading = nullptr);
 
 } // namespace zq

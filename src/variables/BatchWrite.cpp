@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cassert>
 #include <numeric>
 #include <utility>
 
@@ -35,12 +34,33 @@ bool IsSameValue(const std::wstring& held, std::wstring_view given) { return IsS
     }
 }
 
+void AppendDecimal(std::wstring& out, uint32_t number) {
+    const size_t start = out.size();
+    do {
+        out += static_cast<wchar_t>(L'0' + number % 10);
+        number /= 10;
+    } while (number != 0);
+    std::reverse(out.begin() + static_cast<std::ptrdiff_t>(start), out.end());
+}
+
 } // namespace
+
+// Gives the node a value and keeps the one before. What may fail comes before the change.
+template <class Value>
+void BatchWrite::Replacements<Value>::Replace(Node* node, Value&& value) {
+    if (pages.empty() || pages.front().size() == kPage) {
+        pages.emplace_front();
+        pages.front().reserve(kPage);
+    }
+    pages.front().push_back({node, std::exchange(node->value, std::move(value))});
+}
 
 template <class Value>
 void BatchWrite::Replacements<Value>::Undo() noexcept {
-    for (auto replaced = all.rbegin(); replaced != all.rend(); ++replaced) {
-        replaced->node->value = std::move(replaced->value);
+    for (std::vector<Replaced>& page : pages) {
+        for (auto replaced = page.rbegin(); replaced != page.rend(); ++replaced) {
+            replaced->node->value = std::move(replaced->value);
+        }
     }
 }
 
@@ -49,14 +69,16 @@ BatchWrite::BatchWrite(const VariableBatch& batch, uint64_t hashSeed)
     // A large batch goes bucket by bucket: the maps' memory is visited from one end to the other then, and
     // new nodes lie in the order in which they are packed later.
     constexpr size_t kWorthSorting = 4096;
-    const VariableBatch::EntryList& entries = batch.Entries();
-    assert(entries.size() <= kLargestEntry); // an entry takes at least two bytes of a file
+    const BatchRecords& entries = batch.Entries();
     m_items.reserve(entries.size());
-    for (const VariableBatch::Entry& entry : entries) {
+    for (auto next = entries.begin(); next != entries.end();) {
         if (m_items.size() % kEntriesBetweenLooks == 0) {
             RaiseIfCancelled(batch.CancelledBy());
         }
-        m_items.push_back({HashOf(entry), static_cast<uint32_t>(m_items.size())});
+        const VariableBatch::Entry entry = *next;
+        const Position position = next.At();
+        ++next; // before the hash, whose branches are hard to foresee
+        m_items.push_back({HashOf(entry), position});
     }
     if (m_items.size() >= kWorthSorting) {
         SortByBucket();
@@ -138,18 +160,24 @@ uint32_t BatchWrite::HashOf(const VariableBatch::Entry& entry) {
     if (entry.prefix == 0) {
         return HashName(VariableBatch::NameOf(entry), m_hashSeed);
     }
-    NameOf(entry);
+    NameAfterPrefix(entry.name, entry.nameLength, m_batch.PrefixOf(entry));
     return m_hasher.Finish(std::wstring_view(m_name).substr(m_hashedUnits));
 }
 
 std::wstring_view BatchWrite::NameOf(const VariableBatch::Entry& entry) {
-    const std::wstring_view rest = VariableBatch::NameOf(entry);
-    if (entry.prefix == 0) {
-        return rest;
-    }
-    UsePrefix(m_batch.PrefixOf(entry));
+    return entry.prefix == 0 ? VariableBatch::NameOf(entry)
+                             : NameAfterPrefix(entry.name, entry.nameLength, m_batch.PrefixOf(entry));
+}
+
+std::wstring_view BatchWrite::NameAfterPrefix(const wchar_t* name, uint32_t length,
+                                              const BatchPrefix* prefix) {
+    UsePrefix(prefix);
     m_name.resize(m_prefixUnits);
-    m_name.append(rest);
+    if (name) {
+        m_name.append(name, length);
+    } else {
+        AppendDecimal(m_name, length);
+    }
     return std::wstring_view(m_name).substr(m_sharedUnits);
 }
 
@@ -203,16 +231,16 @@ void BatchWrite::Undo(VariableMaps& maps) noexcept {
 // Allocates nothing: the buffers had this very name before.
 void BatchWrite::RemoveNew(VariableMaps& maps, const Item& item) noexcept {
     using Kind = VariableBatch::Kind;
-    const VariableBatch::Entry& entry = m_batch.Entries()[item.Entry()];
+    const VariableBatch::Entry entry = m_batch.Entries()[item.At()];
     const std::wstring_view name = NameOf(entry);
     const BatchPrefix* used = m_batch.PrefixOf(entry);
     const BatchPrefix* shared = used ? used->shared : nullptr;
     const NamePrefix* prefix = shared ? Shared(shared).stored : nullptr;
     const auto remove = [&](auto& map) { map.Remove(map.Find(name, item.hash, prefix)); };
-    if ((item.entryAndMarks & kNewDouble) != 0) {
+    if ((item.positionAndMarks & kNewDouble) != 0) {
         remove(maps.doubles);
     }
-    if ((item.entryAndMarks & kNewName) == 0) {
+    if ((item.positionAndMarks & kNewName) == 0) {
         return;
     }
     switch (entry.kind) {
@@ -248,14 +276,13 @@ void BatchWrite::Reserve(VariableMaps& maps) const {
 void BatchWrite::WriteAll(VariableMaps& maps) {
     constexpr size_t kAhead = 8;
     Reserve(maps);
-    const VariableBatch::EntryList& entries = m_batch.Entries();
+    const BatchRecords& entries = m_batch.Entries();
     for (size_t i = 0; i < m_items.size(); ++i) {
         if (i % kEntriesBetweenLooks == 0) {
             RaiseIfCancelled(m_batch.CancelledBy());
         }
-        if (i + 2 * kAhead < m_items.size()) {
-            __builtin_prefetch(&entries[m_items[i + 2 * kAhead].Entry()]);
-            __builtin_prefetch(entries[m_items[i + kAhead].Entry()].name);
+        if (i + kAhead < m_items.size()) {
+            entries.Prefetch(m_items[i + kAhead].At());
         }
         Write(maps, m_items[i]);
     }
@@ -263,52 +290,48 @@ void BatchWrite::WriteAll(VariableMaps& maps) {
 
 void BatchWrite::Write(VariableMaps& maps, Item& item) {
     using Kind = VariableBatch::Kind;
-    const VariableBatch::Entry& entry = m_batch.Entries()[item.Entry()];
-    const uint32_t hash = item.hash;
+    const VariableBatch::Entry entry = m_batch.Entries()[item.At()];
+    const BatchPrefix* used = m_batch.PrefixOf(entry);
+    const BatchPrefix* shared = used ? used->shared : nullptr;
+    const Name name{NameOf(entry), shared ? StoredPrefix(maps, shared) : nullptr, item.hash};
     bool isNew = false;
     switch (entry.kind) {
     case Kind::Bool:
-        isNew = Set(maps, maps.bools, m_bools, entry, hash, entry.boolean);
+        isNew = Set(maps.bools, m_bools, name, entry.boolean);
         break;
     case Kind::Number:
-        if (Set(maps, maps.doubles, m_doubles, entry, hash, static_cast<double>(entry.integer))) {
-            item.entryAndMarks |= kNewDouble;
+        if (Set(maps.doubles, m_doubles, name, static_cast<double>(entry.integer))) {
+            item.positionAndMarks |= kNewDouble;
         }
         [[fallthrough]];
     case Kind::Int64:
-        isNew = Set(maps, maps.integers, m_integers, entry, hash, entry.integer);
+        isNew = Set(maps.integers, m_integers, name, entry.integer);
         break;
     case Kind::Double:
-        isNew = Set(maps, maps.doubles, m_doubles, entry, hash, entry.real);
+        isNew = Set(maps.doubles, m_doubles, name, entry.real);
         break;
     case Kind::String:
-        isNew = Set(maps, maps.strings, m_strings, entry, hash, VariableBatch::TextOf(entry));
+        isNew = Set(maps.strings, m_strings, name, VariableBatch::TextOf(entry));
         break;
     }
     if (isNew) {
-        item.entryAndMarks |= kNewName;
+        item.positionAndMarks |= kNewName;
     }
 }
 
 // What may fail comes before each change.
 template <class Value, class Given>
-bool BatchWrite::Set(VariableMaps& maps, VariableMap<Value>& map, Replacements<Value>& replacements,
-                     const VariableBatch::Entry& entry, uint32_t hash, const Given& given) {
-    const std::wstring_view name = NameOf(entry);
-    const BatchPrefix* used = m_batch.PrefixOf(entry);
-    const BatchPrefix* shared = used ? used->shared : nullptr;
-    const NamePrefix* prefix = shared ? StoredPrefix(maps, shared) : nullptr;
-    auto* node = map.Find(name, hash, prefix);
+bool BatchWrite::Set(VariableMap<Value>& map, Replacements<Value>& replacements, const Name& name,
+                     Given given) {
+    auto* node = map.Find(name.rest, name.hash, name.prefix);
     if (!node) {
         Value value(given);
-        node = map.Add(name, hash, prefix);
+        node = map.Add(name.rest, name.hash, name.prefix);
         node->value = std::move(value);
         return true;
     }
     if (!IsSameValue(node->value, given)) {
-        Value value(given);
-        replacements.all.push_back({node, Value()});
-        replacements.all.back().value = std::exchange(node->value, std::move(value));
+        replacements.Replace(node, Value(given));
     }
     return false;
 }

@@ -12,6 +12,7 @@
 #include "variables/VariableMaps.h"
 
 #include <cstdint>
+#include <forward_list>
 #include <span>
 #include <string>
 #include <unordered_map>
@@ -31,16 +32,24 @@ public:
     void ApplyTo(VariableMaps& maps);
 
 private:
-    static constexpr uint32_t kLargestEntry = 0x3FFFFFFF;
-    static constexpr uint32_t kNewName = 0x40000000;   // in the map of its type
-    static constexpr uint32_t kNewDouble = 0x80000000; // and a number's in that of doubles
+    using Position = BatchRecords::Position;
+
+    static constexpr uint32_t kNewName = uint32_t{1} << BatchRecords::kPositionBits; // in the map of its type
+    static constexpr uint32_t kNewDouble = 2 * kNewName; // and a number's in that of doubles
 
     struct Item {
         uint32_t hash;
-        uint32_t entryAndMarks; // the entry's index; its top bits are set where names are added
+        uint32_t positionAndMarks; // the entry's; the top bits are set where names are added
 
-        uint32_t Entry() const { return entryAndMarks & kLargestEntry; }
-        bool IsNew() const { return (entryAndMarks & ~kLargestEntry) != 0; }
+        Position At() const { return positionAndMarks & (kNewName - 1); }
+        bool IsNew() const { return positionAndMarks >= kNewName; }
+    };
+
+    // A name as the maps take it.
+    struct Name {
+        std::wstring_view rest; // after the prefix
+        const NamePrefix* prefix;
+        uint32_t hash;
     };
 
     // A prefix that names in the maps share.
@@ -59,9 +68,12 @@ private:
             Value value; // before
         };
 
+        void Replace(Node* node, Value&& value);
         void Undo() noexcept;
 
-        std::vector<Replaced> all;
+        static constexpr size_t kPage = 128;
+        // Newest first. A page never moves: there may be as many replaced values as entries.
+        std::forward_list<std::vector<Replaced>> pages;
     };
 
     void SortByBucket();
@@ -71,14 +83,15 @@ private:
     uint32_t HashOf(const VariableBatch::Entry& entry);
     // The name after the prefix that the maps share.
     std::wstring_view NameOf(const VariableBatch::Entry& entry);
+    std::wstring_view NameAfterPrefix(const wchar_t* name, uint32_t length, const BatchPrefix* prefix);
     [[gnu::cold]] const NamePrefix* StoredPrefix(VariableMaps& maps, const BatchPrefix* prefix);
     void Reserve(VariableMaps& maps) const;
     void WriteAll(VariableMaps& maps);
-    void Write(VariableMaps& maps, Item& item);
+    inline void Write(VariableMaps& maps, Item& item); // a part of WriteAll
     // Returns whether the name is new.
     template <class Value, class Given>
-    bool Set(VariableMaps& maps, VariableMap<Value>& map, Replacements<Value>& replacements,
-             const VariableBatch::Entry& entry, uint32_t hash, const Given& given);
+    static bool Set(VariableMap<Value>& map, Replacements<Value>& replacements, const Name& name,
+                    Given given);
     [[gnu::cold]] void Undo(VariableMaps& maps) noexcept;
     [[gnu::cold]] void RemoveNew(VariableMaps& maps, const Item& item) noexcept;
 

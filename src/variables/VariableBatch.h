@@ -6,12 +6,13 @@
 
 #include "base/Arena.h"
 #include "base/ShortCopy.h"
+#include "variables/BatchRecords.h"
 #include "variables/NamePrefix.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <iterator>
+#include <cstring>
 #include <new>
 #include <string>
 #include <string_view>
@@ -29,20 +30,30 @@ struct BatchPrefix {
     uint32_t number; // in its batch, from 1 on
 };
 
-// The name of an entry. One that lasts outlives the batch and need not be copied.
+// The name of an entry.
 struct BatchName {
     // Not explicit: a name is a text.
     BatchName(std::wstring_view name) : text(name) {}
     BatchName(const wchar_t* name) : text(name) {}
     BatchName(const std::wstring& name) : text(name) {}
+    // One that outlives the batch and need not be copied.
     static BatchName Lasting(std::wstring_view name) {
         BatchName lasting(name);
         lasting.lasts = true;
         return lasting;
     }
+    // One whose rest, after the prefix in use, is `number` in decimal digits.
+    static BatchName Numbered(std::wstring_view name, uint32_t number) {
+        BatchName numbered(name);
+        numbered.isNumbered = true;
+        numbered.number = number;
+        return numbered;
+    }
 
     std::wstring_view text;
     bool lasts = false;
+    bool isNumbered = false;
+    uint32_t number = 0;
 };
 
 class VariableBatch {
@@ -56,44 +67,25 @@ public:
     explicit VariableBatch(Names names = Names::Whole, const Cancellation* cancellation = nullptr)
         : m_names(names), m_cancellation(cancellation) {
         m_memory.StopOn(cancellation);
-        m_texts.StopOn(cancellation);
     }
     VariableBatch(const VariableBatch&) = delete;
     VariableBatch& operator=(const VariableBatch&) = delete;
 
-    enum class Kind : uint8_t {
-        Bool,
-        Int64,  // the integer map only
-        Number, // a whole number of a file: the integer and the double map
-        Double,
-        String
-    };
+    using Kind = BatchKind;
+    using Entry = BatchEntry;
 
-    struct Entry {
-        const wchar_t* name;
-        union {
-            uint8_t boolean;
-            int64_t integer;
-            double real;
-            const wchar_t* text;
-        };
-        uint32_t nameLength; // without the prefix
-        uint32_t textLength;
-        uint32_t prefix; // its number, from 1 on; 0 where the name is whole
-        Kind kind;
-    };
-    static_assert(sizeof(Entry) == 32);
-
-    void AddBool(const BatchName& name, uint8_t value) { Append(Kind::Bool, name).boolean = value; }
-    void AddInt64(const BatchName& name, int64_t value) { Append(Kind::Int64, name).integer = value; }
-    void AddNumber(const BatchName& name, int64_t value) { Append(Kind::Number, name).integer = value; }
-    void AddDouble(const BatchName& name, double value) { Append(Kind::Double, name).real = value; }
+    void AddBool(const BatchName& name, uint8_t value) {
+        Put(Append(Kind::Bool, name), static_cast<int64_t>(value));
+    }
+    void AddInt64(const BatchName& name, int64_t value) { Put(Append(Kind::Int64, name), value); }
+    void AddNumber(const BatchName& name, int64_t value) { Put(Append(Kind::Number, name), value); }
+    void AddDouble(const BatchName& name, double value) { Put(Append(Kind::Double, name), value); }
     // Texts of 4 G characters and more raise std::bad_alloc.
     void AddString(const BatchName& name, std::wstring_view text) {
         const uint32_t length = LengthOf(text);
-        Entry& entry = Append(Kind::String, name);
-        entry.text = text.data();
-        entry.textLength = length;
+        std::byte* value = Append(Kind::String, name);
+        Put(value, text.data());
+        Put(value + sizeof(const wchar_t*), length);
     }
 
     // Names that are added from now on start with `prefix`, which they are given with all the same. Null for
@@ -113,67 +105,20 @@ public:
         return m_names == Names::Whole ? nullptr : MakePrefix(nullptr, name);
     }
 
-    // Entries by index, in pages that never move.
-    template <class T>
-    class List {
-    public:
-        class Iterator {
-        public:
-            using iterator_category = std::forward_iterator_tag;
-            using value_type = T;
-            using difference_type = std::ptrdiff_t;
-            using pointer = const T*;
-            using reference = const T&;
-
-            Iterator() = default;
-            Iterator(const List* list, size_t index) : m_list(list), m_index(index) {}
-            reference operator*() const { return (*m_list)[m_index]; }
-            pointer operator->() const { return &**this; }
-            Iterator& operator++() {
-                ++m_index;
-                return *this;
-            }
-            Iterator operator++(int) { return {m_list, m_index++}; }
-            bool operator==(const Iterator&) const = default;
-
-        private:
-            const List* m_list = nullptr;
-            size_t m_index = 0;
-        };
-
-        size_t size() const { return m_size; }
-        bool empty() const { return m_size == 0; }
-        const T& operator[](size_t index) const { return m_pages[index / kPage][index % kPage]; }
-        Iterator begin() const { return {this, 0}; }
-        Iterator end() const { return {this, m_size}; }
-        // A new last one, not yet filled. Raises std::bad_alloc.
-        T& Add(Arena& memory) {
-            if (m_size == m_pages.size() * kPage) {
-                m_pages.push_back(memory.Allocate<T>(kPage));
-            }
-            return m_pages.back()[m_size++ % kPage];
-        }
-
-    private:
-        static constexpr size_t kPage = 512;
-
-        std::vector<T*> m_pages;
-        size_t m_size = 0;
-    };
-    using EntryList = List<Entry>;
-
-    const EntryList& Entries() const { return m_entries; }
+    const BatchRecords& Entries() const { return m_records; }
     // Null where the name is whole.
     const BatchPrefix* PrefixOf(const Entry& entry) const {
-        return entry.prefix == 0 ? nullptr : &m_prefixes[entry.prefix - 1];
+        return entry.prefix == 0 ? nullptr : m_prefixes[entry.prefix - 1];
     }
     const Cancellation* CancelledBy() const { return m_cancellation; }
     size_t Count(Kind kind) const { return m_counts[static_cast<size_t>(kind)]; }
-    // What follows the prefix: the whole name where there is none.
+    // What follows the prefix: the whole name where there is none. REQUIRES: the name is no number.
     static std::wstring_view NameOf(const Entry& entry) { return {entry.name, entry.nameLength}; }
     static std::wstring_view TextOf(const Entry& entry) { return {entry.text, entry.textLength}; }
 
 private:
+    using Naming = BatchRecords::Naming;
+
     static uint32_t LengthOf(std::wstring_view text) {
         if (text.size() > UINT32_MAX) {
             throw std::bad_alloc();
@@ -181,49 +126,51 @@ private:
         return static_cast<uint32_t>(text.size());
     }
 
-    Entry& Append(Kind kind, const BatchName& name) {
+    template <class T>
+    static void Put(std::byte* to, const T& value) {
+        std::memcpy(to, &value, sizeof(value));
+    }
+
+    // Returns where the value goes.
+    std::byte* Append(Kind kind, const BatchName& name) {
+        ++m_counts[static_cast<size_t>(kind)];
+        const uint32_t prefix = m_prefix ? m_prefix->number : 0;
+        if (prefix != 0 && name.isNumbered) {
+            return m_records.Add(m_memory, kind, prefix, Naming::Numbered, nullptr, name.number);
+        }
         std::wstring_view rest = name.text;
         rest.remove_prefix(m_prefix ? m_prefix->length : 0);
-        const uint32_t length = LengthOf(rest);
-        const wchar_t* kept = name.lasts && m_names == Names::SharePrefixes ? rest.data() : CopyText(rest);
-        Entry& entry = m_entries.Add(m_memory);
-        entry.name = kept;
-        entry.nameLength = length;
-        entry.textLength = 0;
-        entry.prefix = m_prefix ? m_prefix->number : 0;
-        entry.kind = kind;
-        ++m_counts[static_cast<size_t>(kind)];
-        return entry;
+        // A pointer to a short name would not be smaller.
+        const bool isOutside = name.lasts && m_names == Names::SharePrefixes &&
+                               rest.size() * sizeof(wchar_t) > sizeof(const wchar_t*);
+        return m_records.Add(m_memory, kind, prefix, isOutside ? Naming::Outside : Naming::Copied,
+                             rest.data(), LengthOf(rest));
     }
 
     [[gnu::noinline]] const BatchPrefix* MakePrefix(const BatchPrefix* outer, std::wstring_view name) {
+        if (m_prefixes.size() == BatchRecords::kLastPrefix) {
+            return outer;
+        }
         const uint32_t length = LengthOf(name);
         const std::wstring_view piece = name.substr(outer ? outer->length : 0);
-        const BatchPrefix* shared = outer ? outer->shared : nullptr;
-        const wchar_t* copy = CopyText(piece);
-        BatchPrefix& prefix = m_prefixes.Add(m_memory);
-        prefix = {outer,  shared,
-                  copy,   static_cast<uint32_t>(piece.size()),
-                  length, static_cast<uint32_t>(m_prefixes.size())};
-        if (name.size() - (shared ? shared->length : 0) >= kSharedPrefixUnits) {
-            prefix.shared = &prefix;
+        auto* copy = m_memory.Allocate<wchar_t>(piece.size());
+        CopyShort(copy, piece.data(), piece.size() * sizeof(wchar_t));
+        auto* prefix = m_memory.Allocate<BatchPrefix>(1);
+        m_prefixes.push_back(prefix);
+        *prefix = {outer,  outer ? outer->shared : nullptr,         copy, static_cast<uint32_t>(piece.size()),
+                   length, static_cast<uint32_t>(m_prefixes.size())};
+        if (length - (prefix->shared ? prefix->shared->length : 0) >= kSharedPrefixUnits) {
+            prefix->shared = prefix;
         }
-        return &prefix;
-    }
-
-    const wchar_t* CopyText(std::wstring_view text) {
-        auto* copy = m_texts.Allocate<wchar_t>(text.size());
-        CopyShort(copy, text.data(), text.size() * sizeof(wchar_t));
-        return copy;
+        return prefix;
     }
 
     Names m_names;
     const Cancellation* m_cancellation;
-    EntryList m_entries;
-    List<BatchPrefix> m_prefixes;
-    std::array<size_t, 5> m_counts{}; // by Kind
+    BatchRecords m_records;
+    std::vector<const BatchPrefix*> m_prefixes; // by number
+    std::array<size_t, 5> m_counts{};           // by Kind
     Arena m_memory{Arena::Life::Short};
-    Arena m_texts{Arena::Life::Short, alignof(wchar_t)};
     const BatchPrefix* m_prefix = nullptr; // of the names that are added
 };
 

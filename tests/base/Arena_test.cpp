@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 namespace zq {
@@ -44,6 +45,73 @@ TEST_P(ArenaOfEachLife, APieceTooLargeForAnyMemoryIsRefused) {
     Arena arena(GetParam());
     EXPECT_THROW(arena.Allocate<uint64_t>(static_cast<size_t>(-1) / 8), std::bad_alloc);
     EXPECT_NE(nullptr, arena.Allocate<uint64_t>(1));
+}
+
+// Pieces of several chunks, one with a chunk of its own.
+std::vector<unsigned char*> FillWithPieces(Arena& arena, const std::vector<size_t>& sizes) {
+    std::vector<unsigned char*> pieces;
+    for (const size_t bytes : sizes) {
+        pieces.push_back(arena.Allocate<unsigned char>(bytes));
+        std::memset(pieces.back(), static_cast<int>(bytes & 0xFF), bytes);
+    }
+    return pieces;
+}
+
+TEST_P(ArenaOfEachLife, PiecesStayUntilTheyAreGivenBackInAnyOrder) {
+    std::vector<size_t> sizes(20'000, 24);
+    sizes.insert(sizes.end(), {1'000'000, 1, 0, 40});
+    for (const size_t step :
+         {size_t{1}, size_t{7919}, sizes.size() - 1}) { // forwards, here and there, backwards
+        Arena arena(GetParam());
+        const std::vector<unsigned char*> pieces = FillWithPieces(arena, sizes);
+        Arena::Release release(arena);
+
+        for (size_t i = 0, piece = 0; i < sizes.size(); ++i, piece = (piece + step) % sizes.size()) {
+            for (size_t byte = 0; byte < sizes[piece]; ++byte) {
+                ASSERT_EQ(sizes[piece] & 0xFF, pieces[piece][byte]) << piece;
+            }
+            release.GiveBack(pieces[piece], sizes[piece]);
+        }
+    }
+}
+
+TEST_P(ArenaOfEachLife, WhatIsNotGivenBackIsFreedAtTheEnd) {
+    Arena arena(GetParam());
+    const std::vector<unsigned char*> pieces = FillWithPieces(arena, std::vector<size_t>(20'000, 24));
+    Arena::Release release(arena);
+    release.GiveBack(pieces[1], 24);
+}
+
+TEST_P(ArenaOfEachLife, ReleasedArenaStartsAfresh) {
+    Arena arena(GetParam());
+    auto* old = arena.Allocate<unsigned char>(100);
+    std::memset(old, 1, 100);
+    const Arena::Release release(arena);
+
+    std::memset(arena.Allocate<unsigned char>(100), 2, 100);
+
+    EXPECT_EQ(1, old[0]);
+    EXPECT_EQ(1, old[99]);
+}
+
+// A short-lived arena takes the memory that was freed last.
+TEST(Arena, ChunkIsFreedWithTheLastOfItsPieces) {
+    std::vector<std::unique_ptr<Arena>> keptChunks;
+    for (int i = 0; i < 4; ++i) {
+        keptChunks.push_back(std::make_unique<Arena>(Arena::Life::Short));
+        keptChunks.back()->Allocate<unsigned char>(1);
+    }
+    Arena arena(Arena::Life::Short);
+    auto* first = arena.Allocate<unsigned char>(24);
+    auto* second = arena.Allocate<unsigned char>(24);
+    Arena::Release release(arena);
+
+    release.GiveBack(second, 24);
+    Arena before(Arena::Life::Short);
+    EXPECT_NE(first, before.Allocate<unsigned char>(24));
+    release.GiveBack(first, 24);
+    Arena after(Arena::Life::Short);
+    EXPECT_EQ(first, after.Allocate<unsigned char>(24));
 }
 
 INSTANTIATE_TEST_SUITE_P(All, ArenaOfEachLife, testing::Values(Arena::Life::Long, Arena::Life::Short));

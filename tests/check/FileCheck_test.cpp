@@ -323,7 +323,7 @@ TEST(FileCheck, PlacesEveryVariable) {
     std::vector<std::string> places;
     for (const PlacedVariable& variable : check.Variables()) {
         const TextPosition position = check.Source().PositionOf(variable.node ? variable.node->Offset() : 0);
-        const std::wstring_view name = VariableBatch::NameOf(*variable.entry);
+        const std::wstring_view name = VariableBatch::NameOf(variable.entry);
         places.push_back(
             std::string(name.begin(), name.end()) + ' ' +
             (variable.node ? std::to_string(position.line) + ':' + std::to_string(position.column) : "-"));

@@ -84,6 +84,31 @@ TEST(ConfigText, ReadingAgainReplacesTheTree) {
     EXPECT_TRUE(config.Root().Is(JsonKind::Object));
 }
 
+// What is not read (a header without a name, a second list, null) stays until the reading is over.
+TEST(ConfigText, FlatteningFreesTheTreeAndGivesTheSameVariables) {
+    const std::string bytes =
+        R"({"A":{"B":{"C":1}},"CL":[{"HD":"X","D":{"E":2}},{"HD":"","F":3},{"G":4},{"HD":"Y","CL":[{"HD":"Z"}]}],)"
+        R"("cl":[],"Cl":[{"HD":"V","W":[1,2]}],"H":null,"I":{},"J":5})";
+    ConfigText kept(ConfigFile::Settings);
+    ConfigText freed(ConfigFile::Settings);
+    ASSERT_TRUE(kept.Read(bytes));
+    ASSERT_TRUE(freed.Read(bytes));
+    VariableBatch wanted;
+    VariableBatch batch(VariableBatch::Names::SharePrefixes);
+    VariableMaps wantedMaps(1);
+    VariableMaps maps(1);
+
+    FlattenConfig(ConfigFile::Settings, kept.Root(), wanted, HostLog());
+    ASSERT_TRUE(freed.Flatten(batch, HostLog()));
+    wantedMaps.Apply(wanted);
+    maps.Apply(batch);
+
+    EXPECT_TRUE(kept.Root().Is(JsonKind::Object));
+    EXPECT_TRUE(freed.Root().Is(JsonKind::Null));
+    EXPECT_EQ(VariablesOf(wantedMaps), VariablesOf(maps));
+    EXPECT_EQ(13U, wanted.Entries().size());
+}
+
 TEST(ConfigText, OnlyTheHeadsetListAsksForARootOfOneKind) {
     for (const ConfigFile file : kConfigFiles) {
         ConfigText config(file);

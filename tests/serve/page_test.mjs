@@ -266,6 +266,8 @@ describe("the page", () => {
     const line = whole.slice(0, whole.indexOf('"SubRequest": 1,')).split("\n").length;
     await untilText(page, ".event.bad", new RegExp(`ZQ2_HmdList.json, line ${line}.*default in its place`));
     await until(() => folder.read(kHmdList) === readFileSync(join(build, "bin/defaults", kHmdList), "latin1"), "the module has replaced it");
+    // The newest first: what is accepted again is the default.
+    await untilText(page, ".event", /is accepted again[^]*default in its place/);
     const beside = readdirSync(folder.path).filter((name) => name.startsWith(`${kHmdList}.refused-`));
     assert.equal(beside.length, 1);
     assert.equal(folder.read(beside[0]), broken);

@@ -14,7 +14,9 @@
 #include <gtest/gtest.h>
 
 #include <exception>
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace zq::test {
 
@@ -26,6 +28,13 @@ inline constexpr const wchar_t* kChassisQuery = L"SELECT * FROM Win32_SystemEncl
 inline constexpr const wchar_t* kGraphicsQuery = L"SELECT * FROM Win32_VideoController";
 inline constexpr const wchar_t* kPhysicalQuery =
     L"SELECT * from MSFT_NETAdapter Where ConnectorPresent = 'TRUE'";
+
+using Entries = std::vector<PublishedStrings::Entry>;
+using Lines = std::vector<LogLine>;
+
+// What the fall-back logs and publishes where there is no adapter.
+inline const LogLine kFallbackLine{1, L"[FindIpAddress]  Network device is "};
+inline const Entries kFallbackAddress{{L"Server IP List", L"192.168.0.1"}};
 
 // Runs `body` on a thread that COM has not seen yet; its exception arrives here.
 template <class Body>

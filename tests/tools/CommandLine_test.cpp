@@ -111,6 +111,19 @@ TEST(CommandLine, SaysThatItsOutputCannotBeWritten) {
     EXPECT_EQ(0u, RunCommand(L"completion bash").exitCode);
 }
 
+TEST(CommandLine, DoesNotWatchForAReaderThatHasGone) {
+    std::array<int, 2> pipe{};
+    ASSERT_EQ(0, _pipe(pipe.data(), 4096, _O_BINARY));
+    _close(pipe[0]);
+
+    const ULONGLONG start = GetTickCount64();
+    const ToolRun run = RunCommandInto(pipe[1], L"watch --for 60");
+    _close(pipe[1]);
+
+    EXPECT_EQ(0u, run.exitCode);
+    EXPECT_GT(30'000u, GetTickCount64() - start);
+}
+
 TEST(CommandLine, SaysWhatIsMissingOrTooMuch) {
     ExpectEnd(L"list --data", 3, "zqsettings: --data needs a value; see \"zqsettings help list\".\n");
     ExpectEnd(L"list --data a --data b", 3,

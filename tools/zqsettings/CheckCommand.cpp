@@ -300,8 +300,7 @@ void AddCheckCommand(CLI::App& app) {
              "Folder with the default files, for known names and types.\n"
              "Default: \"defaults\" beside this program")
         .NotEmpty();
-    command.Add("--color", options->colour, "WHEN", "auto, always or never")
-        .OneOf({"auto", "always", "never"});
+    command.AddColour(options->colour);
     command.Run([options] { Run(*options); });
 }
 

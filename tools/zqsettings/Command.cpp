@@ -123,7 +123,9 @@ Option Command::Add(const char* names, std::vector<int64_t>& values, const char*
     return AddNumberTo<int64_t>(*m_app, names, values, type, help);
 }
 
-void Command::Describe(const char* name, const char* help) { m_app->get_option(name)->description(help); }
+void Command::AddColour(std::string& choice) {
+    Add("--color", choice, "WHEN", "auto, always or never").OneOf({"auto", "always", "never"});
+}
 
 void Command::Run(const std::function<void()>& run) { m_app->callback(run); }
 

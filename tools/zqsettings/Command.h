@@ -52,9 +52,9 @@ public:
     Option Add(const char* names, double& value, const char* type, const char* help);
     Option Add(const char* names, int32_t& value, const char* type, const char* help);
     Option Add(const char* names, std::vector<int64_t>& values, const char* type, const char* help);
+    // --color, for WantsColour.
+    void AddColour(std::string& choice);
 
-    // Replaces the help text of an option.
-    void Describe(const char* name, const char* help);
     void Run(const std::function<void()>& run);
 
 private:

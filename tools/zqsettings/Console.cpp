@@ -38,8 +38,10 @@ void WriteToConsole(HANDLE console, std::wstring_view text) {
 }
 
 std::atomic<DWORD> g_outputError{ERROR_SUCCESS};
+std::atomic<bool> g_hasOutputFailed{false};
 
 void KeepOutputError(DWORD error) {
+    g_hasOutputFailed = true;
     const bool isReaderGone = error == ERROR_NO_DATA || error == ERROR_BROKEN_PIPE;
     if (!isReaderGone && error != ERROR_INVALID_HANDLE) {
         DWORD none = ERROR_SUCCESS;
@@ -98,7 +100,12 @@ void PrintText(std::FILE* stream, std::string_view text) {
     }
 }
 
-unsigned long TakeOutputError() { return g_outputError.exchange(ERROR_SUCCESS); }
+bool HasOutputFailed() { return g_hasOutputFailed; }
+
+unsigned long TakeOutputError() {
+    g_hasOutputFailed = false;
+    return g_outputError.exchange(ERROR_SUCCESS);
+}
 
 void Print(std::string_view text) { PrintText(stdout, text); }
 

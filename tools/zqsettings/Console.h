@@ -21,6 +21,9 @@ void Print(std::string_view text);
 // reader that has gone, or a program without stdout, is no error.
 unsigned long TakeOutputError();
 
+// Whether a text could not be written to stdout since that call, a reader that has gone included.
+bool HasOutputFailed();
+
 // "zqsettings: note: TEXT." on stderr; control characters are shown as escapes.
 void PrintNote(const std::string& text);
 

@@ -62,6 +62,14 @@ std::optional<fs::path> CommonDataFolder() {
 
 } // namespace
 
+void AddDataOption(Command command, std::string& data, const std::string& otherwise) {
+    const std::string help = "Folder that holds \"ZQserver\", \"ZQserver\" itself, or a folder\n"
+                             "with the files in it. Default: what ZQ_DATA_DIR names, then the\n"
+                             "machine's own" +
+                             otherwise;
+    command.Add("--data", data, "DIR", help.c_str()).NotEmpty();
+}
+
 fs::path DataFolderOf(const std::string& data) {
     fs::path given = ExistingFolder(WideFromUtf8(data), "data");
     if (IsFolder(given / kDataFolderName)) {

@@ -13,6 +13,10 @@ namespace zq::tool {
 inline constexpr const wchar_t* kDataFolderName = L"ZQserver";
 inline constexpr const char* kDataFolderVariable = "ZQ_DATA_DIR";
 
+// Adds --data to a command. `otherwise` ends its help: what is read on a machine without a data folder.
+// `data` must outlive the parse.
+void AddDataOption(Command command, std::string& data, const std::string& otherwise);
+
 // The folder with the private files that `data` means. Raises Failure where there is none.
 std::filesystem::path DataFolderOf(const std::string& data);
 

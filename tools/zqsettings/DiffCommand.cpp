@@ -57,10 +57,7 @@ void Diff(const DiffOptions& options) {
 void AddDiffCommand(CLI::App& app) {
     const auto options = std::make_shared<DiffOptions>();
     Command command(app, "diff", "Print the variables by which a data folder differs from the defaults");
-    AddModuleOptions(command, options->module);
-    command.Describe("--data", "Folder that holds \"ZQserver\", \"ZQserver\" itself, or a folder\n"
-                               "with the files in it. Default: what ZQ_DATA_DIR names, then the\n"
-                               "machine's own");
+    AddModuleOptions(command, options->module, "");
     AddNames(command, options->filter);
     AddFilterOptions(command, options->filter);
     command.AddFlag("--exit-code", options->isExitCode, "Exit code 1 where there are differences");

@@ -30,13 +30,8 @@ std::string Sentence(const fs::filesystem_error& error) {
 
 } // namespace
 
-void AddModuleOptions(Command command, ModuleOptions& options) {
-    command
-        .Add("--data", options.data, "DIR",
-             "Folder that holds \"ZQserver\", \"ZQserver\" itself, or a folder\n"
-             "with the files in it. Default: what ZQ_DATA_DIR names, then the\n"
-             "machine's own, then the default files")
-        .NotEmpty();
+void AddModuleOptions(Command command, ModuleOptions& options, const std::string& otherwise) {
+    AddDataOption(command, options.data, otherwise);
     command
         .Add("--defaults", options.defaults, "DIR",
              "Folder with the three default files.\n"

@@ -21,8 +21,9 @@ struct ModuleOptions {
     std::string defaults;
 };
 
-// Adds --dll, --data and --defaults to a command. `options` must outlive the parse.
-void AddModuleOptions(Command command, ModuleOptions& options);
+// Adds --dll, --data (AddDataOption) and --defaults to a command. `options` must outlive the parse.
+void AddModuleOptions(Command command, ModuleOptions& options,
+                      const std::string& otherwise = ", then the default files");
 
 class ModuleSession {
 public:

@@ -148,12 +148,7 @@ void AddRestoreCommand(CLI::App& app) {
     Command command(app, "restore",
                     "Put a copy that the module kept back in its file's place; what it\n"
                     "replaces is kept too");
-    command
-        .Add("--data", options->data, "DIR",
-             "Folder that holds \"ZQserver\", \"ZQserver\" itself, or a folder\n"
-             "with the files in it. Default: what ZQ_DATA_DIR names, then the\n"
-             "machine's own")
-        .NotEmpty();
+    AddDataOption(command, options->data, "");
     command.AddFlag("--list", options->isList, "Print the copies that there are, the newest first");
     command.AddFlag("--json", options->isJson, "Print it as JSON");
     command.Add("NAME", options->name, "",

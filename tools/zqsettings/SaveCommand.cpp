@@ -122,10 +122,7 @@ void SetHmd(const SetHmdOptions& options) {
 }
 
 void AddSaveOptions(Command& command, SaveOptions& options) {
-    AddModuleOptions(command, options.module);
-    command.Describe("--data", "Folder that holds \"ZQserver\", \"ZQserver\" itself, or a folder\n"
-                               "with the files in it. Default: what ZQ_DATA_DIR names, then the\n"
-                               "machine's own");
+    AddModuleOptions(command, options.module, "");
     AddProvisionFlag(command, options.repair);
     command.AddFlag("--json", options.isJson, "Print what changed as JSON");
 }

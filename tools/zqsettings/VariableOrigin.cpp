@@ -69,7 +69,7 @@ private:
              const DocumentNode* node, OriginFate fate) {
         const TextPosition place = node ? check.Source().PositionOf(node->Offset()) : TextPosition{0, 0};
         m_origins.push_back(
-            {path, place.line, place.column, ValueOf(*variable.entry), variable.entry->kind, fate});
+            {path, place.line, place.column, ValueOf(variable.entry), variable.entry.kind, fate});
     }
 
     std::vector<VariableOrigin> m_origins;
@@ -113,7 +113,7 @@ std::vector<VariableOrigin> OriginsOfType(const std::vector<VariableOrigin>& ori
 struct VariableOrigins::File {
     File(fs::path filePath, ConfigFile file) : path(std::move(filePath)), check(file, ReadBytes(path), {}) {
         for (const PlacedVariable& variable : check.Variables()) {
-            byName[VariableBatch::NameOf(*variable.entry)].push_back(&variable);
+            byName[VariableBatch::NameOf(variable.entry)].push_back(&variable);
         }
     }
 

@@ -110,6 +110,9 @@ std::string FollowUntilStopped(const WatchOptions& options, FolderMirror& mirror
             refusals.OnFile(std::move(file));
         }
         refusals.ReportSettled();
+        if (HasOutputFailed()) {
+            return "output"; // nobody reads any more
+        }
     }
     return "time";
 }
@@ -169,8 +172,7 @@ void AddWatchCommand(CLI::App& app) {
     command.AddFlag("--json", options->isJson, "Print JSON lines, as docs/zqsettings.md describes them");
     command.Add("--for", options->seconds, "SECONDS", "End after so many seconds instead of at Ctrl+C")
         .Within(0, kLongestRunSeconds);
-    command.Add("--color", options->colour, "WHEN", "auto, always or never")
-        .OneOf({"auto", "always", "never"});
+    command.AddColour(options->colour);
     command.Run([options] { Watch(*options); });
 }
 

@@ -50,7 +50,6 @@ JsonValue JsonTreeBuilder::Close() {
     const OpenContainer container = m_open.Top();
     m_open.CutTo(m_open.Size() - 1);
     const JsonValue value = container.isObject ? MakeObject(container.first) : MakeArray(container.first);
-    m_members.CutTo(container.first);
     m_key = container.key;
     return value;
 }
@@ -63,6 +62,7 @@ JsonValue JsonTreeBuilder::MakeArray(size_t first) {
         out = std::transform(members, members + run, out,
                              [](const JsonMember& member) { return member.value; });
     });
+    m_members.CutTo(first);
     JsonValue value;
     value.kind = JsonKind::Array;
     value.count = static_cast<uint32_t>(count);
@@ -77,6 +77,7 @@ JsonValue JsonTreeBuilder::MakeObject(size_t first) {
     m_members.ForEachRun(first, [&end](const JsonMember* run, size_t count) {
         end = std::uninitialized_copy_n(run, count, end);
     });
+    m_members.CutTo(first); // before the sort, which may need memory
     const auto count = static_cast<size_t>(SortMembers(members, end) - members);
     m_arena.Take(count * sizeof(JsonMember));
     JsonValue value;

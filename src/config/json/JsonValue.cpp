@@ -21,13 +21,9 @@ const JsonValue* JsonValue::Member(std::wstring_view key) const {
 }
 
 void FreeJsonValue(JsonRoot& root) {
-    FreeJsonNodes(root);
-    root.texts.Clear();
-}
-
-void FreeJsonNodes(JsonRoot& root) {
     static_cast<JsonValue&>(root) = JsonValue();
     root.nodes.Clear();
+    root.texts.Clear();
 }
 
 std::wstring_view GetJsonString(const JsonValue& value) {

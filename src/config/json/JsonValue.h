@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <span>
 #include <string_view>
+#include <utility>
 
 namespace zq {
 
@@ -59,8 +60,29 @@ struct JsonRoot : JsonValue {
 // Frees the tree below the root, however deep, and makes it null again.
 void FreeJsonValue(JsonRoot& root);
 
-// The same, but keys and texts stay as long as the root is.
-void FreeJsonNodes(JsonRoot& root);
+// A tree on its last reading: its containers are freed one by one, and what is left of it at the end. Keys
+// and texts stay as long as the root is, which itself is null from the beginning.
+class JsonLastReading {
+public:
+    // Raises std::bad_alloc, and has changed nothing then.
+    explicit JsonLastReading(JsonRoot& root)
+        : m_nodes(root.nodes), m_root(std::exchange(static_cast<JsonValue&>(root), JsonValue())) {}
+
+    const JsonValue& Root() const { return m_root; }
+
+    // Frees the elements or members of a container of the tree, but not those of the containers among them.
+    // REQUIRES: that was not done before.
+    void Free(std::span<const JsonValue> elements) noexcept {
+        m_nodes.GiveBack(elements.data(), elements.size_bytes());
+    }
+    void Free(std::span<const JsonMember> members) noexcept {
+        m_nodes.GiveBack(members.data(), members.size_bytes());
+    }
+
+private:
+    Arena::Release m_nodes;
+    JsonValue m_root;
+};
 
 // The text of a string, the empty text for a node of another kind.
 std::wstring_view GetJsonString(const JsonValue& value);

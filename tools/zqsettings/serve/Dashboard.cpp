@@ -264,6 +264,9 @@ void Dashboard::FollowFile(ConfigFile file) {
     if (state.isAccepted) {
         m_state.UpdateFile(state);
         if (std::exchange(followed.isReported, false)) {
+            if (!m_copy) {
+                ReportRefused(); // what is accepted may be the default that the module put in its place
+            }
             m_state.Add(AcceptMessage(file));
         }
         CopyIntoRun(file);

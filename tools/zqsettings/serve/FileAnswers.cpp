@@ -78,7 +78,7 @@ void AddEntry(const VariableBatch::Entry& entry, std::vector<Variable>& variable
 std::vector<Variable> VariablesOf(const FileCheck& check) {
     std::vector<Variable> variables;
     for (const auto& placed : check.Variables()) {
-        AddEntry(*placed.entry, variables);
+        AddEntry(placed.entry, variables);
     }
     std::reverse(variables.begin(), variables.end());
     std::stable_sort(variables.begin(), variables.end(), [](const Variable& a, const Variable& b) {

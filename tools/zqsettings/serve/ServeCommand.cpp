@@ -82,10 +82,7 @@ void AddServeCommand(CLI::App& app) {
     Command command(app, "serve",
                     "Show the variables, the files and what happens to them in a browser of\n"
                     "this machine, until Ctrl+C");
-    AddModuleOptions(command, options->dashboard.module);
-    command.Describe("--data", "Folder that holds \"ZQserver\", \"ZQserver\" itself, or a folder\n"
-                               "with the files in it. Default: what ZQ_DATA_DIR names, then the\n"
-                               "machine's own, then a copy of the default files");
+    AddModuleOptions(command, options->dashboard.module, ", then a copy of the default files");
     command.Add("--port", options->port, "N", "The port of 127.0.0.1. Default: one that is free")
         .Within(0, UINT16_MAX);
     command.AddFlag("--open", options->isOpened, "Open the page in the default browser");

@@ -1,0 +1,213 @@
+// The assignments of a batch in their order, each in as few bytes as it needs: a head, the value, and the
+// name unless that is held elsewhere.
+//
+// Portable, one thread at a time. A record never moves.
+#pragma once
+
+#include "base/Arena.h"
+#include "base/ShortCopy.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <iterator>
+#include <vector>
+
+namespace zq {
+
+// What is assigned, and to which map.
+enum class BatchKind : uint8_t {
+    Bool,
+    Int64,  // the integer map only
+    Number, // a whole number of a file: the integer and the double map
+    Double,
+    String
+};
+
+// An assignment as it is read back.
+struct BatchEntry {
+    const wchar_t* name; // what follows the prefix; null where that is a number
+    union {
+        uint8_t boolean;
+        int64_t integer;
+        double real;
+        const wchar_t* text;
+    };
+    uint32_t nameLength; // or the number
+    uint32_t textLength; // of a string
+    uint32_t prefix;     // its number in the batch, from 1 on; 0 for none
+    BatchKind kind;
+};
+
+class BatchRecords {
+public:
+    // Of a record: its page, and its offset there in steps of kStep.
+    using Position = uint32_t;
+    static constexpr uint32_t kPositionBits = 30;
+    static constexpr uint32_t kLastPrefix = (uint32_t{1} << 27U) - 1;
+
+    // How a record holds its name.
+    enum class Naming : uint8_t {
+        Copied,
+        Outside, // by a pointer
+        Numbered // the name is a number
+    };
+
+    class Iterator {
+    public:
+        using iterator_category = std::input_iterator_tag;
+        using value_type = BatchEntry;
+        using difference_type = std::ptrdiff_t;
+        using pointer = void;
+        using reference = BatchEntry;
+
+        Iterator(const BatchRecords& records, size_t page) : m_records(records) { EnterPage(page); }
+        BatchEntry operator*() const { return Read(m_record); }
+        Iterator& operator++() {
+            m_record += BytesOf(m_record);
+            if (m_record == m_records.EndOf(m_page)) {
+                EnterPage(m_page + 1);
+            }
+            return *this;
+        }
+        void operator++(int) { ++*this; }
+        bool operator==(const Iterator& other) const { return m_record == other.m_record; }
+        Position At() const {
+            const auto offset = static_cast<size_t>(m_record - m_records.m_pages[m_page].records);
+            return static_cast<Position>(m_page << kOffsetBits | offset / kStep);
+        }
+
+    private:
+        void EnterPage(size_t page) {
+            m_page = page;
+            m_record = page < m_records.m_pages.size() ? m_records.m_pages[page].records : nullptr;
+        }
+
+        const BatchRecords& m_records;
+        size_t m_page = 0;
+        const std::byte* m_record = nullptr; // null at the end
+    };
+
+    size_t size() const { return m_size; }
+    bool empty() const { return m_size == 0; }
+    Iterator begin() const { return {*this, 0}; }
+    Iterator end() const { return {*this, m_pages.size()}; }
+
+    // The record at a position of an iterator.
+    BatchEntry operator[](Position position) const { return Read(RecordAt(position)); }
+
+    // Asks the processor for the memory of a record.
+    void Prefetch(Position position) const { __builtin_prefetch(RecordAt(position)); }
+
+    // Adds a record and returns where its value goes, of a text its pointer and then its length of 32 bits.
+    // `nameLength` is the number where that is the name. Raises std::bad_alloc, also where all records
+    // together would take more than 4 GB.
+    std::byte* Add(Arena& memory, BatchKind kind, uint32_t prefix, Naming naming, const wchar_t* name,
+                   uint32_t nameLength) {
+        const size_t nameOffset = sizeof(Head) + ValueBytes(kind);
+        std::byte* record = Append(memory, nameOffset + NameBytes(naming, nameLength));
+        const Head head{prefix << kPrefixShift | static_cast<uint32_t>(kind) << kKindShift |
+                            static_cast<uint32_t>(naming),
+                        nameLength};
+        std::memcpy(record, &head, sizeof(head));
+        if (naming == Naming::Copied) {
+            CopyShort(record + nameOffset, name, nameLength * sizeof(wchar_t));
+        } else if (naming == Naming::Outside) {
+            std::memcpy(record + nameOffset, &name, sizeof(name));
+        }
+        ++m_size;
+        return record + sizeof(Head);
+    }
+
+private:
+    struct Head {
+        uint32_t marks; // the prefix, the kind, the naming
+        uint32_t nameLength;
+
+        uint32_t Prefix() const { return marks >> kPrefixShift; }
+        BatchKind Kind() const { return static_cast<BatchKind>(marks >> kKindShift & 7U); }
+        Naming HowNamed() const { return static_cast<Naming>(marks & 3U); }
+    };
+
+    struct Page {
+        std::byte* records;
+        std::byte* end; // of the records; of the last page it is m_next
+    };
+
+    static constexpr unsigned kKindShift = 2;
+    static constexpr unsigned kPrefixShift = 5;
+    static constexpr size_t kStep = 4;
+    static constexpr unsigned kOffsetBits = 10;
+    static constexpr size_t kPageBytes = kStep << kOffsetBits; // more for a record that needs more
+    static constexpr size_t kMostPages = size_t{1} << (kPositionBits - kOffsetBits);
+
+    static constexpr size_t kScalarBytes = sizeof(int64_t);
+    static constexpr size_t kLengthBytes = sizeof(uint32_t);
+    static constexpr size_t ValueBytes(BatchKind kind) {
+        return kScalarBytes + (kind == BatchKind::String ? kLengthBytes : 0);
+    }
+    static constexpr size_t NameBytes(Naming naming, uint32_t length) {
+        switch (naming) {
+        case Naming::Copied:
+            return (length * sizeof(wchar_t) + kStep - 1) / kStep * kStep;
+        case Naming::Outside:
+            return sizeof(const wchar_t*);
+        default:
+            return 0;
+        }
+    }
+    static size_t BytesOf(const std::byte* record) {
+        const auto head = Load<Head>(record);
+        return sizeof(Head) + ValueBytes(head.Kind()) + NameBytes(head.HowNamed(), head.nameLength);
+    }
+
+    template <class T>
+    static T Load(const std::byte* bytes) {
+        T value;
+        std::memcpy(&value, bytes, sizeof(value));
+        return value;
+    }
+
+    // Without a branch for each kind: what follows the value is taken for the length of a text.
+    static BatchEntry Read(const std::byte* record) {
+        const auto head = Load<Head>(record);
+        const std::byte* value = record + sizeof(Head);
+        const std::byte* name = value + ValueBytes(head.Kind());
+        BatchEntry entry;
+        entry.name = head.HowNamed() == Naming::Copied    ? reinterpret_cast<const wchar_t*>(name)
+                     : head.HowNamed() == Naming::Outside ? Load<const wchar_t*>(name)
+                                                          : nullptr;
+        std::memcpy(&entry.integer, value, kScalarBytes); // whichever of them it is
+        entry.nameLength = head.nameLength;
+        entry.textLength = Load<uint32_t>(value + kScalarBytes);
+        entry.prefix = head.Prefix();
+        entry.kind = head.Kind();
+        return entry;
+    }
+
+    const std::byte* RecordAt(Position position) const {
+        constexpr Position kOffset = (Position{1} << kOffsetBits) - 1;
+        return m_pages[position >> kOffsetBits].records + (position & kOffset) * kStep;
+    }
+    const std::byte* EndOf(size_t page) const {
+        return page + 1 == m_pages.size() ? m_next : m_pages[page].end;
+    }
+
+    std::byte* Append(Arena& memory, size_t bytes) {
+        if (bytes > static_cast<size_t>(m_end - m_next)) {
+            AddPage(memory, bytes);
+        }
+        std::byte* record = m_next;
+        m_next += bytes;
+        return record;
+    }
+
+    void AddPage(Arena& memory, size_t bytes);
+
+    std::vector<Page> m_pages;
+    std::byte* m_next = nullptr; // in the last page
+    std::byte* m_end = nullptr;  // of that page
+    size_t m_size = 0;
+};
+
+} // namespace zq
