@@ -22,38 +22,40 @@ void CheckEncoding(const SourceText& source, const TextEdits& handled, Problems&
 
 // The next three work on the text that `document` was read from, edited or not.
 
-// What follows the end.
+// Checks what follows the end of the document.
 void CheckEnd(std::wstring_view text, const DocumentMap& document, Problems& problems);
 
-// Numbers, literals, texts and names that are read as something else, and those that a save spoils.
+// Checks for numbers, literals, texts and names that are read as something else or that a save spoils.
 void CheckTokens(std::wstring_view text, const DocumentMap& document, Problems& problems);
-// Whether the problems of the tokens show that the reader took something else for a text than the author: a
-// quote is missing, and the text is readable only by accident.
+// Whether the problems of the tokens show that the reader and the author disagree on what is a text: a
+// quote is missing, and the file is readable only by accident.
 bool IsMisread(const Problems& tokenProblems);
 
-// Commas that are missing or surplus.
+// Checks for missing and surplus commas.
 void CheckCommas(std::wstring_view text, const DocumentMap& document, Problems& problems);
 
 // The others work on the original text: the offsets of `document` are its own.
 
-// Keys that come twice in one object.
+// Checks for keys that occur twice in one object.
 void CheckDuplicates(const SourceText& source, const DocumentMap& document, Problems& problems);
 
-// Keys that look like a misspelt one of the default file. None is looked for in an object that also has the
-// right one.
+// Checks for keys that look like a misspelt key of the default file. A key is not reported if its object
+// also has the right one.
 void CheckSpelling(const DocumentMap& document, const DefaultFile& defaults, Problems& problems);
 
-// Members that the schema of the file forbids, and groups and lists of the wrong kind.
+// Checks for members that the schema of the file forbids, and for groups and lists of the wrong kind.
 void CheckMembers(ConfigFile file, const DocumentMap& document, Problems& problems);
 
-// Values of another type than the schema or the default file has, and values out of range.
+// Checks for values whose type differs from that in the schema or the default file, and for values out of
+// range.
 void CheckValues(const std::vector<PlacedVariable>& variables, const DefaultFile& defaults,
                  Problems& problems);
 
-// What one member of the settings says of another: DHI and the list of headsets, a bitrate and its maximum.
+// Checks members of the settings against each other: DHI and the list of headsets, a bitrate and its
+// maximum.
 void CheckReferences(const std::vector<PlacedVariable>& variables, Problems& problems);
 
-// Returns whether a save can read the file. Where it cannot and no other problem says why, adds one.
+// Returns whether a save can read the file. If it cannot and no other problem says why, adds one.
 bool CheckSaving(std::string_view bytes, const SourceText& source, Problems& problems);
 
 } // namespace zq

@@ -1,4 +1,4 @@
-// What the default copy of a configuration file knows: the keys, and the variables with their types.
+// The keys of the default copy of a configuration file, and its variables with their types.
 //
 // Portable.
 #pragma once
@@ -16,9 +16,9 @@ namespace zq {
 using KnownKeys = std::set<std::wstring, std::less<>>;
 
 struct DefaultFile {
-    // Of a default file that is not at hand, nothing is known.
+    // Nothing is known of a default file that is not available.
     DefaultFile() = default;
-    // Of a text that cannot be read, nothing is known either.
+    // Nothing is known of a text that cannot be read.
     DefaultFile(ConfigFile file, std::string_view bytes);
 
     // At every depth, and the last parts of dotted ones.

@@ -1,5 +1,5 @@
-// Where everything of a document is: the tokens as the reader met them, and the way from the nodes of its
-// tree back to them.
+// The location of everything in a document: its tokens as the reader found them, and a map from the nodes of
+// its tree back to the tokens.
 //
 // Portable.
 #pragma once
@@ -17,7 +17,7 @@
 
 namespace zq {
 
-// One value of the document; a member whose key comes again later is one too. Offsets are units of the text.
+// One value of the document, including a member whose key occurs again later. Offsets are units of the text.
 struct DocumentNode {
     static constexpr int32_t kNone = -1;
 
@@ -45,13 +45,14 @@ public:
     const std::vector<DocumentNode>& Nodes() const { return m_nodes; } // parents before children
     const std::vector<int32_t>& MissingCommas() const { return m_missingCommas; }
     const std::vector<int32_t>& TrailingCommas() const { return m_trailingCommas; }
-    // The offset at which the text could not be read further.
+    // The offset at which reading failed.
     const std::optional<int32_t>& Fault() const { return m_fault; }
 
     // Of a text that was edited before it was read: makes all offsets those of the original.
     void MapOffsets(const EditedText& edited);
 
-    // The node that a value of the tree was read from. Of keys that come more than once, the last.
+    // Returns the node that a value of the tree was read from; for a key that occurs more than once, the last
+    // one.
     const DocumentNode& NodeOf(const JsonValue& value) const;
 
 private:

@@ -15,7 +15,7 @@ namespace zq {
 
 namespace {
 
-// A document whose root is not of the right kind is read to its end and gives nothing.
+// A document with the wrong kind of root is read to its end and gives no variables.
 bool IsRootOfKind(ConfigFile file, const JsonValue& root) {
     return root.Is(file == ConfigFile::HmdList ? JsonKind::Array : JsonKind::Object);
 }
@@ -63,7 +63,7 @@ FileCheck::FileCheck(ConfigFile file, std::string_view bytes, const DefaultFile&
     }
 }
 
-// A text that cannot be read is edited to what its author most likely meant.
+// Edits an unreadable text to what its author most likely meant.
 void FileCheck::Read() {
     TextEdits edits;
     if (m_source.Length() > 0 && !IsReadable(m_source.Text())) {
@@ -107,7 +107,7 @@ void FileCheck::CheckText() {
     }
 }
 
-// Says what the author did instead of what the reader made of it.
+// Reports what the author did instead of how the reader understood it.
 void FileCheck::ExplainMisreading(Problems& found) {
     Problems faults = Recover(m_source.Text()).problems;
     if (faults.empty()) {
@@ -183,7 +183,8 @@ void FileCheck::CheckRoot() {
     }
 }
 
-// Where the module takes the file after all, what could have refused it is worth a warning: elsewhere it may.
+// If the module accepts the file all the same, what could have refused it is worth a warning: another machine
+// may refuse it.
 void FileCheck::Judge(std::string_view bytes) {
     m_isAccepted = WouldLoad(m_file, bytes);
     if (m_isAccepted) {

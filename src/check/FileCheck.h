@@ -1,4 +1,4 @@
-// One configuration file, checked before the module sees it: whether the module would take it, what is wrong
+// Checks one configuration file before the module sees it: whether the module would accept it, what is wrong
 // with it, and which variables it gives from which offset.
 //
 // Portable. The verdict and the variables are the module's own: ConfigText reads and FlattenConfig flattens.
@@ -27,7 +27,7 @@ struct PlacedVariable {
 
 class FileCheck {
 public:
-    // `defaults` is of the default file; empty where that is not at hand. Raises std::bad_alloc.
+    // `defaults` describes the default file; empty if that is not available. Raises std::bad_alloc.
     FileCheck(ConfigFile file, std::string_view bytes, const DefaultFile& defaults);
     FileCheck(const FileCheck&) = delete;
     FileCheck& operator=(const FileCheck&) = delete;
@@ -46,8 +46,7 @@ public:
     void AddAdvice(std::string_view code, const std::string& advice);
 
     const SourceText& Source() const { return m_source; }
-    // Of a text that cannot be read as it is, the document that its author most likely meant, with the
-    // offsets of the original.
+    // The document that the author of an unreadable text most likely meant, with the offsets of the original.
     const DocumentMap& Document() const { return m_document; }
     // In the order in which the module writes them; none where the text cannot be read as it is.
     const std::vector<PlacedVariable>& Variables() const { return m_variables; }

@@ -165,7 +165,7 @@ Recovered FaultsOf(std::wstring_view text, const DocumentMap& document, bool isR
     return isReadable && recovered.problems.empty() ? readable : recovered;
 }
 
-// Edits the text until nothing is left to edit. Returns false where only the author knows what was meant.
+// Edits the text until there is nothing left to edit. Returns false if only the author knows what was meant.
 bool EditAll(std::wstring& text, std::map<std::string_view, size_t>& fixed) {
     constexpr int kMostRounds = 8;
     for (int round = 0; round < kMostRounds; ++round) {
@@ -194,8 +194,7 @@ bool EditAll(std::wstring& text, std::map<std::string_view, size_t>& fixed) {
     return false;
 }
 
-// Whether nothing of the result would be edited again: the escapes that are written can make a text look like
-// a path.
+// Whether the result needs no further edit: escapes that were written can make a text look like a path.
 bool IsSettled(std::string_view ascii) {
     const std::wstring before(ascii.begin(), ascii.end());
     std::wstring after = before;

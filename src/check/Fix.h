@@ -1,4 +1,4 @@
-// A fixed copy of a configuration file: what can be put right without guessing what its author meant.
+// Makes a corrected copy of a configuration file, without guessing what its author meant.
 //
 // Portable.
 #pragma once
@@ -24,10 +24,10 @@ struct FixedFile {
     bool isChanged = false;                      // false where there was nothing to fix
 };
 
-// Applies the edits of each problem, removes a mark, UTF-16, and blanks and zero bytes after the end, and
-// writes characters beyond ASCII, and zeros in texts, as escapes. Nothing where only the author can put the
-// file right. What is returned is always accepted, gives the variables that the text with its own characters
-// gives, and has nothing more to fix.
+// Applies the edits of each problem, converts UTF-16, removes a byte order mark and blanks and zero bytes
+// after the end, and writes non-ASCII characters, and zeros in texts, as escapes. Returns nothing if only
+// the author can correct the file. The result is always accepted, gives the same variables as the text with
+// its own characters, and has nothing more to fix.
 std::optional<FixedFile> FixFile(ConfigFile file, std::string_view bytes);
 
 } // namespace zq

@@ -1,5 +1,5 @@
-// What flattening a document shows: the location of each variable, what gave none and why, and which
-// variables were written over.
+// What flattening a document reveals: the location of each variable, which nodes gave none and why, and which
+// variables were overwritten.
 //
 // Portable.
 #pragma once
@@ -38,8 +38,8 @@ private:
     std::vector<const DocumentNode*> m_origins; // by entry of the batch
 };
 
-// Variables that a later part of the same file writes over. Where one element of a list takes the place of
-// another, that is one problem.
+// Variables that a later part of the same file overwrites. If one element of a list replaces another, that is
+// one problem.
 void CheckOverwritten(ConfigFile file, const SourceText& source, const DocumentMap& document,
                       const std::vector<PlacedVariable>& variables, Problems& problems);
 

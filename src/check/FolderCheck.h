@@ -1,4 +1,4 @@
-// What only shows when the files of one folder are checked together.
+// Checks that need all files of one folder.
 //
 // Portable.
 #pragma once

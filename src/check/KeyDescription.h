@@ -1,4 +1,4 @@
-// What is known of a variable by its name.
+// Describes a variable by its name.
 //
 // Portable. From the JSON schemas; any thread may ask.
 #pragma once

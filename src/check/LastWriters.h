@@ -1,4 +1,4 @@
-// Which member wrote each variable last, while variables are visited in the order of their writing.
+// Tracks which member wrote each variable last while variables are visited in the order of writing.
 //
 // Portable. Names are those of the batches' entries, which must outlive this.
 #pragma once

@@ -1,4 +1,5 @@
-// The tokens of a text that the module's reader refuses: also what an author wrote instead of a JSON token.
+// The tokens of a text that the module's reader refuses, including what an author wrote instead of JSON
+// tokens.
 //
 // Portable.
 #pragma once
@@ -29,7 +30,7 @@ struct LenientToken {
 // have: comments, odd blanks, merge markers, quotes of other kinds and quotes that are missing.
 class LenientLexer {
 public:
-    // `unsafe` receives the edits that let the reading go on where only the author knows the right one.
+    // `unsafe` receives the edits that let reading continue where only the author knows the right edit.
     LenientLexer(std::wstring_view text, Problems& problems, TextEdits& unsafe)
         : m_text(text), m_problems(problems), m_unsafe(unsafe) {}
 

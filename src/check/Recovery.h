@@ -1,7 +1,7 @@
-// Reads a text that the module's reader refuses to its end, and finds each of its faults.
+// Reads to its end a text that the module's reader refuses, and finds each of its faults.
 //
-// Portable. After a fault the reading goes on at the next token, as if the author had written what was most
-// likely meant; where brackets are missing or surplus in the middle of the text, the indentation decides
+// Portable. After a fault, reading continues at the next token, as if the author had written what was most
+// likely meant. If brackets are missing or surplus in the middle of the text, the indentation decides
 // which.
 #pragma once
 

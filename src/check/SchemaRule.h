@@ -21,10 +21,11 @@ public:
     // The rule of the variables that the module sets itself; its members are their names.
     static SchemaRule OfModule();
 
-    // The rule of a member, or of each element of an array. Nothing where the schema does not say anything.
+    // Returns the rule of a member, or of each element of an array; nothing if the schema does not say
+    // anything.
     std::optional<SchemaRule> Member(std::wstring_view key) const;
     std::optional<SchemaRule> Element() const;
-    // Whether the schema names the member, instead of having a rule for all members.
+    // Whether the schema names the member and does not just have a rule for all members.
     bool Names(std::wstring_view key) const;
     // Whether no member of this name should be there.
     bool Forbids(std::wstring_view key) const;
@@ -65,7 +66,7 @@ struct Misfit {
     std::string fix;  // may be empty
 };
 
-// Nothing where the value fits. For a container only its kind is looked at.
+// Returns nothing if the value fits. For a container only its kind is checked.
 std::optional<Misfit> MisfitOf(const SchemaRule& rule, const JsonValue& value);
 
 // "1 to 1000 Mbit/s", "0 or more", "cbr, vbr or cqp"; empty where any value is valid.

@@ -1,5 +1,5 @@
-// A configuration file as its author sees it: its text in whatever encoding an editor left it in, and its
-// lines and columns.
+// A configuration file as its author sees it: its text, in whatever encoding an editor saved it, with lines
+// and columns.
 //
 // Portable. The module itself knows neither lines nor most of these encodings (config/FileText.h).
 #pragma once

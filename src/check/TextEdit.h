@@ -1,4 +1,4 @@
-// Replacements in a text, and the way back from an offset in the edited text to the original.
+// Replacements in a text, and a map from offsets in the edited text back to the original.
 //
 // Portable.
 #pragma once
@@ -28,7 +28,7 @@ public:
     EditedText(std::wstring_view original, TextEdits edits);
 
     const std::wstring& Text() const { return m_text; }
-    // An offset inside a replacement gives the begin of what was replaced.
+    // An offset inside a replacement gives the beginning of what was replaced.
     int32_t OriginalOffset(int32_t offset) const;
 
 private:

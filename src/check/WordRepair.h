@@ -1,4 +1,4 @@
-// What an author most likely meant by a word that is no JSON value: yes, 1e5, 0x46, 70Mbps, HEVC.
+// What an author most likely meant by a word that is not a JSON value: yes, 1e5, 0x46, 70Mbps, HEVC.
 //
 // Portable.
 #pragma once
