@@ -1,5 +1,5 @@
-// A document's way from bytes to variables, without files and without a lock: what came out of it, and what
-// was said. Portable.
+// Takes a document from bytes to variables, without files and without a lock, and keeps the variables and the
+// messages. Portable.
 #pragma once
 
 #include "base/HostLog.h"

@@ -1,5 +1,5 @@
-// Configuration documents by the thousand: most near what people write, one in four damaged. The same seed
-// gives the same document. Portable.
+// Generates configuration documents: most resemble what people write, and one in four is damaged. The same
+// seed gives the same document. Portable.
 #pragma once
 
 #include "config/ConfigText.h"

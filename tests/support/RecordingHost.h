@@ -33,7 +33,7 @@ public:
     void OnConfigReloaded() override;
 
     std::vector<LogLine> Lines() const;
-    // How often a message with exactly this text came.
+    // How often a message with exactly this text was logged.
     int Count(const std::wstring& text) const;
     bool Has(const std::wstring& text) const { return Count(text) > 0; }
     int Reloads() const;

@@ -1,5 +1,5 @@
-// A second, plain model of the reader and the three flatteners: recursive, slow and easy to check by eye. It
-// shares no code with the module, so that a test may hold one against the other. Portable.
+// A second, simple model of the reader and the three flatteners: recursive, slow and easy to verify by
+// reading. It shares no code with the module, so that a test can compare the two. Portable.
 #pragma once
 
 #include "support/RecordingHost.h"

@@ -22,7 +22,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Milliseconds; the short form waits 300 at most.
+// Milliseconds; the short form waits at most 300.
 int Duration(int milliseconds) { return Long(milliseconds, std::min(milliseconds, 300)); }
 
 std::string Text(int milliseconds) { return std::to_string(milliseconds) + " ms"; }
@@ -195,7 +195,7 @@ TEST_F(BadMoments, AWriterThatDiesHalfWayCostsTheDefaultAfterASecondAndNoMixture
     EXPECT_EQ(ReadBytes(folders.Default(kSettingsName)), ReadBytes(folders.Private(kSettingsName)));
 }
 
-// What is replaced after all is in "rejected".
+// A file that is replaced after all is in "rejected".
 TEST_F(BadMoments, AFileThatStaysRefusedIsMovedToTheUsersFolder) {
     fs::create_directory(folders.DataDir() / L"rejected");
     for (const int duration : {800, 1500, 3000}) {
@@ -215,7 +215,7 @@ TEST_F(BadMoments, AFileThatStaysRefusedIsMovedToTheUsersFolder) {
     }
 }
 
-// What another program does with the settings file: has it open for so long.
+// Another program holds the settings file open for some time.
 std::thread HoldFor(const fs::path& file, DWORD share, int milliseconds) {
     auto held = std::make_unique<HeldFile>(file, share);
     return std::thread([held = std::move(held), milliseconds]() mutable {
@@ -224,7 +224,7 @@ std::thread HoldFor(const fs::path& file, DWORD share, int milliseconds) {
     });
 }
 
-// A server starts while another program holds the file for so long.
+// A server starts while another program holds the file for some time.
 TEST_F(BadMoments, AServerThatStartsWaitsForAHeldFile) {
     for (const int duration : {100, 1000, 4000}) {
         const int tries = Long(5, 1);
@@ -262,7 +262,7 @@ TEST_F(BadMoments, ASaveOnAFullDiskLeavesTheOldContent) {
     }
 }
 
-// Another program has the file open for so long while the module saves.
+// Another program has the file open for some time while the module saves.
 TEST_F(BadMoments, ASaveWaitsHalfASecondForAFileThatIsHeld) {
     for (const int duration : {20, 100, 350}) {
         const int tries = Long(20, 1);

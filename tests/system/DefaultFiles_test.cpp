@@ -1,4 +1,4 @@
-// The default files that are shipped, loaded as a first start does it.
+// Loads the shipped default files as a first start does.
 #include "support/win32/Module.h"
 
 #include <gtest/gtest.h>

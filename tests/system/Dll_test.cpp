@@ -41,7 +41,7 @@ public:
         for (DWORD i = 0; i < directory->NumberOfNames; ++i) {
             names.emplace_back(At<char>(At<DWORD>(directory->AddressOfNames)[i]));
         }
-        // One without a name would be an export too; an empty entry of the table is none.
+        // An entry without a name would be an export too; an empty entry of the table is not.
         const DWORD* functions = At<DWORD>(directory->AddressOfFunctions);
         EXPECT_EQ(directory->NumberOfNames,
                   directory->NumberOfFunctions -
@@ -65,7 +65,7 @@ public:
         return names;
     }
 
-    // The resource's bytes, empty when there is none.
+    // Returns the resource's bytes; empty if there is none.
     std::string VersionResource() const {
         const HMODULE module = Handle();
         const HRSRC resource = FindResourceW(module, MAKEINTRESOURCEW(VS_VERSION_INFO), RT_VERSION);

@@ -1,5 +1,5 @@
-// How the module's threads end: what they leave as their exit code, how long they are waited for, and what a
-// wait that fails means. The calls of the DLL are looked at on their way to the system.
+// How the module's threads end: their exit codes, how long the module waits for them, and what a failed wait
+// means. The tests intercept the DLL's calls to the system.
 #include "support/win32/ImportPatch.h"
 #include "support/win32/Module.h"
 #include "support/win32/ProcessResources.h"
@@ -16,7 +16,7 @@
 namespace zq::test {
 namespace {
 
-// A thread that can still be asked after its end.
+// A thread that can still be queried after its end.
 class OpenedThread {
 public:
     explicit OpenedThread(DWORD id)
@@ -25,7 +25,7 @@ public:
     OpenedThread(const OpenedThread&) = delete;
     OpenedThread& operator=(const OpenedThread&) = delete;
 
-    // Nothing while it runs.
+    // Returns nothing while it runs.
     std::optional<DWORD> ExitCode() const {
         DWORD code = 0;
         if (WaitForSingleObject(m_handle, 0) != WAIT_OBJECT_0 || !GetExitCodeThread(m_handle, &code)) {
@@ -50,7 +50,7 @@ public:
     EndCalls(const EndCalls&) = delete;
     EndCalls& operator=(const EndCalls&) = delete;
 
-    // Answers the waits that last.
+    // The result of waits with a limit; without one they go to the system.
     std::optional<DWORD> answer;
 
     std::vector<DWORD> Limits() const {
@@ -157,7 +157,7 @@ TEST_F(EndOfThreads, TheWatchersThreadIsWaitedForOneSecondAndLeavesZero) {
     EXPECT_EQ(1, std::count(limits.begin(), limits.end(), 1000U));
 }
 
-// Only a wait that timed out says that the thread still runs.
+// Only a wait that timed out shows that the thread still runs.
 TEST_F(EndOfThreads, AThreadWhoseWaitFailsIsNotTerminated) {
     NoticeHost host;
     const OpenedThread thread(ThreadOf(host));

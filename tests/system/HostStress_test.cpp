@@ -51,7 +51,7 @@ private:
     std::atomic<bool> m_isGone{false};
 };
 
-// Is notified of anything while registered, of nothing afterwards.
+// May be notified of anything while registered, but of nothing afterwards.
 class GuestHost final : public CZQVariableHost {
 public:
     void OnVariableChanged(const wchar_t*, uint32_t, CZQVariableHost*) override { Arrive(); }
@@ -98,7 +98,7 @@ public:
         }
     }
 
-    // Every host is notified of all changes but those of the one writer that writes on its behalf.
+    // Every host is notified of all changes except those of the writer that writes on its behalf.
     long Expected() const { return (kWriters - 1) * m_changes; }
 
     std::array<OrderedHost, kHosts> hosts;
@@ -153,7 +153,7 @@ void RunTraffic(long changesOfWriter) {
 }
 
 // Whether a run ends with as many handles as it began with. The system's own locks make a handle when they
-// are first contended for, in whichever run that is; a leak is there in every one.
+// are first contended, which can be in any run; a leak shows in every run.
 bool RunsWithoutLeavingHandles(long changesOfWriter) {
     constexpr int kRuns = 5;
     for (int run = 0; run < kRuns; ++run) {

@@ -21,7 +21,7 @@ std::chrono::milliseconds TimeOf(const std::function<void()>& action) {
     return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
 }
 
-// About the second that a delivery thread is given, with room for a busy machine.
+// About the second that a delivery thread is given, with some margin for a busy machine.
 void ExpectOneSecond(std::chrono::milliseconds time) {
     EXPECT_GE(time.count(), 990);
     EXPECT_LE(time.count(), 4000);
@@ -60,7 +60,7 @@ protected:
         return WaitFor([&] { return a.Count() >= count && b.Count() >= count; });
     }
 
-    // On a thread of its own: whether the module still answers.
+    // Runs on its own thread: whether the module still answers.
     bool Answers() {
         std::atomic<bool> isDone{false};
         std::thread thread([&] {
@@ -295,7 +295,7 @@ TEST_F(Hosts, AThreadThatDiesInsideAGetterLeavesTheModuleAnswering) {
     EXPECT_TRUE(Answers());
 }
 
-// Each round dies somewhere else: in the maps, in the list, in a queue, in the heap.
+// In each round the thread dies somewhere else: in the maps, in the list, in a queue, in the heap.
 TEST_F(Hosts, AThreadThatDiesInsideASetterLeavesTheModuleAnswering) {
     variables.RegisterHost(&a);
     for (int round = 0; round < 3; ++round) {

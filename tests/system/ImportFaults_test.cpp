@@ -1,5 +1,5 @@
-// Windows refusing: every call by which the watcher, the loaders, the saves and the survey ask something of
-// the system fails in turn, and the module stays one that a host can go on with.
+// Failing calls to Windows: every call that the watcher, the loaders, the saves and the survey make to the
+// system fails in turn, and the host can go on using the module.
 #include "support/win32/FakeWbem.h"
 #include "support/win32/ImportFault.h"
 #include "support/win32/ImportTable.h"
@@ -74,7 +74,7 @@ std::vector<Fault> Faults() {
     };
 }
 
-// What is imported and does not fail in turn, and why.
+// Imports that do not fail in turn, and why.
 const std::map<std::string, const char*> kNotFailed = {
     {"CancelIoEx", "fails only for a request that is over; the watcher's end has its own time limit"},
     {"CloseHandle", "cannot fail for a handle that is owned"},
@@ -110,7 +110,7 @@ const std::map<std::string, const char*> kNotFailed = {
     {"WaitForSingleObject", "cannot fail for an object that is owned"},
 };
 
-// What only the compiler's run-time library imports.
+// Imports that only the compiler's run-time library uses.
 const std::set<std::string> kRunTimeLibrary = {
     "AddVectoredExceptionHandler",
     "CreateEventA",
@@ -193,7 +193,7 @@ TEST(ImportFaults, EveryImportIsFailedOrDecidedUpon) {
 }
 
 constexpr const char* kSettings = R"({"Source":"user","Level":2,"DHI":0,"CL":[{"HD":"ALPHA1"}]})";
-// With so many blanks that a save makes it shorter.
+// With enough white space that a save makes it shorter.
 const std::string kEdited =
     R"({"Source":"edited",)" + std::string(500, ' ') + R"("Level":3,"DHI":0,"CL":[{"HD":"ALPHA1"}]})";
 
@@ -215,7 +215,7 @@ void Describe(FakeWbem& wbem) {
         .objects = {adapter};
 }
 
-// A host's day, with one call of the module to the system failing in it.
+// A typical run of a host in which one of the module's calls to the system fails.
 class Day {
 public:
     Day() {
@@ -228,7 +228,7 @@ public:
     Day(const Day&) = delete;
     Day& operator=(const Day&) = delete;
 
-    // Whether the call came at all.
+    // Whether the call was made at all.
     bool RunWith(const Fault& fault, int call) {
         WriteBytes(m_folders.Private(kSettingsName), kSettings);
         WriteBytes(m_folders.Private(kHmdListName), "[{"); // refused, and so repaired
@@ -238,7 +238,7 @@ public:
         try {
             LiveThrough();
         } catch (const std::exception&) {
-            // Reported to the host: the tests of each component check which error it is.
+            // Reported to the host; the tests of each component check which error it is.
         }
         return armed.HasFailed();
     }

@@ -1,4 +1,4 @@
-// The interfaces' own bodies, which an object keeps that overrides nothing: they do nothing and find nothing.
+// The interfaces' own bodies, used by an object that overrides nothing: they do nothing and find nothing.
 #include "CZQModHost.h"
 #include "CZQModSettings.h"
 #include "CZQVariable.h"

@@ -12,7 +12,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The machine survey's messages depend on the machine; its own tests look at them.
+// The machine survey's messages depend on the machine; its own tests check them.
 std::vector<LogLine> WithoutSurvey(std::vector<LogLine> lines) {
     std::erase_if(lines, [](const LogLine& line) {
         return line.text.starts_with(L"[WmiServiceExectue]") || line.text.starts_with(L"[FindIpAddress]");
@@ -282,7 +282,7 @@ TEST(Lifecycle, AHeldPrivateFileIsLeftAloneAndItsDefaultsContentIsLoaded) {
     EXPECT_TRUE(WaitFor([&] { return module.Int64(L"A") == 1; }));
 }
 
-// A file that takes seconds to load, met by a stop.
+// A file that takes seconds to load, and a stop during the load.
 TEST(Lifecycle, AStopAbandonsALongLoadAndTerminatesNothing) {
     ModuleFolders folders;
     RecordingHost host;

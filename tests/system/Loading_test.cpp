@@ -1,4 +1,4 @@
-// What a host reads after the files were loaded.
+// What a host reads after the files are loaded.
 #include "support/win32/Module.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// Memory that runs out: at every allocation, one after the other, that an operation of the module makes.
+// Running out of memory at each allocation that an operation of the module makes, one after the other.
 #include "support/win32/FakeWbem.h"
 #include "support/win32/ImportFault.h"
 #include "support/win32/Module.h"
@@ -19,8 +19,7 @@ const Fault& NoMemory() {
     return fault;
 }
 
-// Attempts an operation again and again, with another of its allocations failing each time, until none fails
-// any more.
+// Repeats an operation, with a different allocation failing each time, until none fails.
 class MemoryFaults : public testing::Test {
 protected:
     MemoryFaults() {
@@ -29,7 +28,7 @@ protected:
         m_wbem.namespaces[L"root\\StandardCimv2"].result = E_FAIL;
     }
 
-    // What runs without memory; returns whether that was raised.
+    // The operation that runs out of memory; returns whether it threw that.
     bool RaisesBadAlloc(const std::function<void()>& operation) {
         const ArmedFault fault(NoMemory(), m_call, FaultThreads::Calling);
         bool isRaised = false;

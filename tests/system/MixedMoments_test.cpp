@@ -39,8 +39,7 @@ int MixedMoments::RunRound() {
                                     << ", pause " << pause << ", " << edits << " edits"
                                     << (isEditorKilled ? ", killed" : "")
                                     << (isDiskFull ? ", disk full" : ""));
-    // All of them start before the edits: what is missing or refused when a module starts is replaced at
-    // once.
+    // All of them start before the edits: a module that starts replaces at once what is missing or refused.
     RecordingHost secondHost;
     Module second;
     second.Init(secondHost, folders);

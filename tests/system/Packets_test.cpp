@@ -1,4 +1,4 @@
-// Packets between module objects, sound and damaged, as a host makes and frees them.
+// Packets between module objects, valid and damaged, as a host makes and frees them.
 #include "support/win32/LongForm.h"
 #include "support/win32/Module.h"
 #include "support/win32/VariableHost.h"
@@ -363,7 +363,7 @@ std::vector<unsigned char> Mutate(std::vector<unsigned char> bytes, std::mt19937
         bytes[4] = 0xE9, bytes[5] = 0xFD;
     }
     for (uint32_t edits = random() % 4; edits > 0; --edits) {
-        // Lengths and headers are where the damage is; half of the edits go there.
+        // Half of the edits damage lengths and headers, where damage matters most.
         const size_t place = random() % 2 == 0 ? random() % 32 : random() % bytes.size();
         bytes[place] = random() % 3 == 0 ? 0xFF : static_cast<unsigned char>(random());
     }

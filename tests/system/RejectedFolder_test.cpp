@@ -1,4 +1,4 @@
-// What becomes of a refused file where the data folder has a sub-folder for it.
+// What happens to a refused file if the data folder has a sub-folder for it.
 #include "support/win32/ImportPatch.h"
 #include "support/win32/Module.h"
 

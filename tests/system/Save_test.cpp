@@ -182,7 +182,7 @@ TEST_F(Save, ANameThatTheCodePageCannotExpressIsComparedByItsBestFit) {
     EXPECT_EQ("{\n    \"?\": 9\n}", Settings());
 }
 
-// The thread's code page may be another than the system's.
+// The thread's code page may differ from the system's.
 TEST_F(Save, ANameIsConvertedByTheCodePageOfTheThread) {
     constexpr LCID kRussian = MAKELCID(MAKELANGID(LANG_RUSSIAN, SUBLANG_DEFAULT), SORT_DEFAULT);
     const LCID before = GetThreadLocale();
@@ -225,7 +225,8 @@ TEST_F(Save, AFileThatCannotBeOpenedForWritingKeepsItsBytes) {
     EXPECT_TRUE(host.Has(Done(1, kSettingsName)));
 }
 
-// What would have been saved is said not to be written; what would not, is as it always is.
+// A save that would otherwise succeed is logged as not written; one that would not is
+// reported as usual.
 TEST_F(Save, AFileThatOthersShareOnlyForReadingIsStillRead) {
     const std::string text = R"({"A":1})";
     InitWith(text);

@@ -1,6 +1,6 @@
-// Everything at once, for as long as one likes, on eight threads: edits by a second process, saves, sets,
-// removals, hosts that come and go, packets into another module object and another process, objects that
-// start and stop. Nothing may be lost, nothing may grow.
+// Everything at once, for any length of time, on eight threads: edits by a second process, saves, sets,
+// removals, hosts that come and go, packets to another module object and another process, objects that start
+// and stop. Nothing may be lost, and nothing may grow.
 //
 // Three seconds in the ordinary run; ZQ_SOAK_SECONDS in the environment sets the time.
 #include "support/win32/ChildProcess.h"
@@ -33,7 +33,7 @@ int SoakSeconds() {
     return seconds ? std::atoi(seconds) : 3;
 }
 
-// Keeps no messages, or it would be what grows.
+// Keeps no messages; otherwise it would grow.
 class CountingHost final : public CZQModHost {
 public:
     void Log(const wchar_t*, int32_t, const wchar_t* format, va_list) override {
@@ -153,7 +153,7 @@ protected:
         }
     }
 
-    // A whole life of another object, with all that a life has.
+    // A complete lifecycle of another object.
     void Live(long round) {
         Module module;
         module.Init(m_thirdHost, m_thirdFolders);
@@ -198,7 +198,7 @@ protected:
             ChildProcess(L"zqsettings.exe packet --prefix zz --json \"" + file.wstring() + L"\"").ExitCode());
     }
 
-    // Everybody waits, and everything sent has arrived.
+    // All threads wait, and everything that was sent has arrived.
     Resources MeasureQuiet() {
         const std::unique_lock quiet(m_work);
         EXPECT_TRUE(WaitFor([this] { return m_listener.arrived == m_sent; }));
@@ -272,7 +272,7 @@ TEST_F(Soak, NothingIsLostAndNothingGrows) {
     Print(first, elapsed());
     while (elapsed() < length) {
         Sleep(interval);
-        // What the module's own threads hold for a moment is no growth: growth stays.
+        // What the module's own threads hold for a moment is not growth; growth persists.
         Resources now = MeasureQuiet();
         const bool hasGrown = !WaitFor([&] {
             now = MeasureQuiet();

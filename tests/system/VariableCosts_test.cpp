@@ -1,4 +1,4 @@
-// What an operation on a variable takes of the system: locks and memory, counted at the DLL's own imports.
+// What an operation on a variable costs: locks and memory, counted at the DLL's own imports.
 #include "support/win32/FakeWbem.h"
 #include "support/win32/ImportPatch.h"
 #include "support/win32/Module.h"
@@ -212,8 +212,8 @@ TEST_F(VariableCosts, ALoadTakesTwoMutexPairsHoweverManyVariablesItHas) {
     EXPECT_EQ(0, large.signals);
 }
 
-// Fails every allocation of an operation once, until it makes no more; after each failure that was raised
-// `check` sees what it left. Returns how many were.
+// Makes each allocation of an operation fail once; after each failure that was thrown, `check` inspects what
+// it left. Returns the number of failures.
 int FailEachAllocation(const std::function<Cost(int)>& runFailing, const std::function<void()>& check) {
     int raised = 0;
     for (int failAt = 0; failAt < 100; ++failAt) {

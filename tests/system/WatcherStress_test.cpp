@@ -19,7 +19,7 @@ class WatcherStress : public WatchedFolder {};
 
 TEST_F(WatcherStress, ABufferOverflowCausesAPass) {
     host.onReloaded = Once([this] {
-        // While the host holds the watcher more changes come than its buffer can hold.
+        // While the host holds the watcher, more changes arrive than its buffer can hold.
         EXPECT_EQ(0U, ChildProcess(Editor(L"touch", 400, 0)).ExitCode());
         WriteBytes(folders.Private(kQualityName), R"({"AfterOverflow":1})");
     });
@@ -36,8 +36,8 @@ TEST_F(WatcherStress, AmongThousandsOfOtherFilesTheVariablesMatchTheDisk) {
 
     EXPECT_EQ(0U, ChildProcess(Editor(L"touch", files, 0)).ExitCode());
 
-    // A change whose record comes first brings all three up to date, whatever went unnoticed before. It comes
-    // first as soon as no record of the other files is left.
+    // A change whose record comes first updates all three, whatever went unnoticed before. It comes first
+    // once no record of the other files is left.
     EXPECT_TRUE(WaitFor([&, last = 0]() mutable {
         WriteBytes(folders.Private(kQualityName), R"({"Last":)" + std::to_string(++last) + "}");
         return WaitFor([&] { return module.Int64(L"Last") == last; }, std::chrono::milliseconds(200));

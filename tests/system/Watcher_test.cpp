@@ -1,4 +1,4 @@
-// The folder watcher on a real folder: what brings a reload pass, and what a pass does and says.
+// The folder watcher on a real folder: what triggers a reload pass, and what a pass does and logs.
 #include "support/win32/ChangeLog.h"
 #include "support/win32/Module.h"
 #include "support/win32/VariableHost.h"
@@ -23,7 +23,8 @@ void BackdateDefault(const ModuleFolders& folders, const wchar_t* name) {
 class Watcher : public testing::Test {
 protected:
     void SetUp() override {
-        // What DoInit copies and loads is old, so that the watcher does not look at it again after 50 ms.
+        // The files that DoInit copies and loads are old, so that the watcher does not check them again
+        // after 50 ms.
         for (const wchar_t* const name : {kSettingsName, kHmdListName, kQualityName}) {
             BackdateDefault(folders, name);
         }
@@ -37,7 +38,7 @@ protected:
         fs::rename(folders.Outside(L"new.json"), folders.Private(name));
     }
 
-    // Waits until the pass that follows has ended and the next change is waited for.
+    // Waits until the next pass has ended and the watcher waits for the next change.
     void EditAndWait(const wchar_t* name, std::string_view bytes) {
         const int reloads = host.Reloads();
         const int requests = WatchRequests();
@@ -135,7 +136,7 @@ TEST_F(Watcher, InvalidJsonIsReplacedByTheDefaultWhichTheNextPassLoadsOnceMore) 
     EXPECT_EQ(L"default", module.String(L"Source"));
     EXPECT_EQ(1, host.Count(L"ReloadPrivateConfigFile() copy " + folders.Private(kSettingsName).wstring() +
                             L" again OK , exist:0."));
-    // Removing and copying are changes of the file too, so the next pass has come by itself.
+    // Removing and copying are also changes to the file, so the next pass has already run.
     EXPECT_TRUE(WaitFor([&] { return host.Count(L"Private settings file changed.") == 2; }));
     EXPECT_EQ(ReadBytes(folders.Default(kSettingsName)), ReadBytes(folders.Private(kSettingsName)));
 }
@@ -152,8 +153,8 @@ TEST_F(Watcher, StoppingWithoutAPendingChangeEndsTheThreadAtOnce) {
 
 TEST_F(Watcher, AChangeAfterAnotherFilesRecordWaitsForTheNextMatchingOne) {
     host.onReloaded = Once([this] {
-        // While the host holds the watcher both changes arrive in one completion, the other file's first. A
-        // second watch sees them as they come.
+        // While the host holds the watcher, both changes arrive in one completion, the other file's first.
+        // A second watch sees them as they arrive.
         ChangeLog changes(folders.DataDir());
         WriteBytes(folders.DataDir() / L"a.tmp", "x");
         Edit(kSettingsName, R"({"Edit":2})");

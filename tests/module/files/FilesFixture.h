@@ -1,7 +1,7 @@
-// The private files on real folders, with everything that they are handed: a clock that only tests advance,
-// a log that keeps every message, a store.
+// The private files on real folders, with everything that they need: a clock that only the test advances, a
+// log that keeps every message, and a store.
 //
-// Files that a test writes get times of their own, far in the past of the clock and each later than the one
+// Files that a test writes get artificial times, far in the past of the clock and each later than the one
 // before, so that nothing depends on the speed of the machine.
 #pragma once
 
@@ -32,7 +32,7 @@ inline constexpr uint64_t kTicksPerMillisecond = 10'000;
 inline constexpr uint64_t kTicksPerSecond = 10'000'000;
 inline constexpr uint64_t kTestEpoch = 134'000'000'000'000'000; // in 2025
 
-// Time passes only in Sleep() and Advance(), which run what was planned for the time that passes.
+// Time passes only in Sleep() and Advance(), which run the actions planned for that time.
 class TestClock final : public Clock {
 public:
     uint64_t Milliseconds() const override { return m_now; }
@@ -54,7 +54,7 @@ public:
         }
         m_now = end;
     }
-    // Runs `action` once when `milliseconds` more have passed.
+    // Runs `action` once after another `milliseconds` have passed.
     void In(uint64_t milliseconds, std::function<void()> action) {
         m_plan.emplace(m_now + milliseconds, std::move(action));
     }
@@ -117,7 +117,7 @@ protected:
         WriteBytes(PathOf(kind), bytes);
         SetLastWrite(PathOf(kind), NextTime());
     }
-    // As if it were written at this moment of the clock.
+    // Writes a file as if at the clock's current time.
     void WriteNow(ConfigFile kind, std::string_view bytes) {
         WriteBytes(PathOf(kind), bytes);
         SetLastWrite(PathOf(kind), clock.FileTicks());
@@ -125,7 +125,7 @@ protected:
     std::string Content(ConfigFile kind) const { return ReadBytes(PathOf(kind)); }
     std::string DefaultContent(ConfigFile kind) const { return ReadBytes(DefaultOf(kind)); }
 
-    // Three files that were loaded as they are, and nothing logged.
+    // The three files are loaded as they are, and nothing has been logged.
     void StartLoaded() {
         Write(ConfigFile::Settings, R"({"Source":"user"})");
         Write(ConfigFile::HmdList, R"([])");

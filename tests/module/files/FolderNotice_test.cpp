@@ -26,7 +26,7 @@ struct Notice {
     std::wstring name;
 };
 
-// Windows begins each record on a boundary of four bytes, Wine where the one before ends.
+// Windows begins each record on a boundary of four bytes, Wine where the previous record ends.
 constexpr size_t kWindowsAlignment = 4;
 constexpr size_t kWineAlignment = 2;
 
@@ -135,7 +135,7 @@ TEST(FolderNotice, TheModulesOwnFilesAndFoldersAreSkipped) {
 }
 
 TEST(FolderNotice, TheModulesOwnReplacementCountsByItsLastRecord) {
-    // The old name is passed over, the new one is the first that counts.
+    // The old name is skipped; the new one is the first that counts.
     EXPECT_TRUE(IsAbout({{kAdded, kTemporary}, {kOldName, kTemporary}, {kNewName, kSettingsName}}));
 }
 
@@ -148,7 +148,8 @@ TEST(FolderNotice, NamesThatOnlyLookLikeTheModulesOwnAreForeign) {
     }
 }
 
-// A buffer that the system would not give: nothing outside of it is read, which the heap checks notice.
+// A buffer that the system would never return: nothing outside it is read, or the heap checks would
+// notice.
 TEST(FolderNotice, DamagedBuffersAreReadUpToTheirEnd) {
     const std::vector<std::byte> whole = Buffer({{kModified, L"host.log"}, {kModified, kSettingsName}});
     for (size_t size = 0; size <= whole.size(); ++size) {

@@ -1,5 +1,5 @@
-// The watcher's thread on a real folder: that it waits for the right things. What it does with a notice is
-// tested with the follower, on a clock of its own.
+// The watcher's thread on a real folder: whether it waits for the right things. What it does with a notice is
+// tested with the follower, on a simulated clock.
 #include "module/files/FolderWatcher.h"
 
 #include "module/files/FilesFixture.h"
@@ -29,7 +29,7 @@ protected:
             },
             &m_watcher, {m_stop.Get()});
     }
-    // Up to where every edit raises a notice.
+    // Waits until every further edit causes a notice.
     void StartAndWatch() {
         Start();
         ASSERT_TRUE(m_requested.Wait(kCap));

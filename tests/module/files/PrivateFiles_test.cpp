@@ -19,7 +19,7 @@ constexpr std::string_view kBroken = "{\"Somebody's\":\"work\"";
 class InitialLoads : public FilesFixture {
 protected:
     InitialLoads() {
-        // Whatever waits holds no file's mutex; asking takes long.
+        // A wait holds no file's mutex; checking that is slow.
         clock.onSleep = [this](uint32_t) {
             for (const Mutex& mutex : mutexes) {
                 EXPECT_TRUE(m_asked > 6 || IsFree(mutex));

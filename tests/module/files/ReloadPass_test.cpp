@@ -43,7 +43,7 @@ protected:
         return {LogNotable, Copied(L"ReloadPrivateConfigFile() Private settings file not found copy ",
                                    kSettings, L" OK , exist:0.")};
     }
-    // What a pass logs in which only the settings file is not as it was.
+    // What a pass logs if only the settings file has changed.
     static std::vector<LogLine> OfSettings(std::vector<LogLine> lines) {
         lines.insert(lines.begin(), kBegin);
         lines.push_back(kHmdListUnchanged);

@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 constexpr ConfigFile kFile = ConfigFile::Settings;
 constexpr std::string_view kBroken = "{\"Somebody's\":\"work\"";
 
-// How the module's file operations look from below. The test program stands for the DLL here.
+// The module's file operations as the system sees them. Here the test program takes the place of the DLL.
 std::vector<Fault> FileFaults(DWORD error) {
     return {
         FaultOf<struct OpenTag>("kernel32.dll", "CreateFileW", CreateFileW, INVALID_HANDLE_VALUE, error),
@@ -58,7 +58,7 @@ protected:
         EXPECT_TRUE(IsFree(MutexOf(kFile)));
     }
 
-    // Whether the folder holds the old content or the new one, whole.
+    // Expects either the old content or the new one, complete.
     void ExpectWhole(const ReplacementResult& result, bool wasThere) {
         if (!fs::exists(PathOf(kFile))) {
             EXPECT_FALSE(wasThere);

@@ -1,5 +1,5 @@
-// Sees the moment in which a thread begins to wait: a test that needs two threads in a certain order waits
-// for that moment, not for a time.
+// Detects the moment when a thread begins to wait: a test that needs two threads in a certain order waits for
+// that moment, not for some time.
 #pragma once
 
 #include "support/win32/ImportPatch.h"

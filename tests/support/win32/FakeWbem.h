@@ -1,6 +1,6 @@
-// WMI out of the test: a locator, namespaces, queries and objects as the test describes them, registered in
-// this process in place of the system's. What is not described fails, and is kept as a complaint, as are
-// calls that WMI itself would refuse.
+// A fake WMI: a locator, namespaces, queries and objects as the test describes them, registered in this
+// process in place of the system's. What is not described fails and is kept as a complaint, as are calls that
+// WMI itself would refuse.
 #pragma once
 
 #include <atomic>

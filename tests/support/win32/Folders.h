@@ -1,4 +1,4 @@
-// Real folders for tests: a scratch folder of its own for each test, and a module's three folders inside one.
+// Real folders for tests: a separate scratch folder for each test, and a module's three folders inside one.
 #pragma once
 
 #include <filesystem>

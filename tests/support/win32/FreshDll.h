@@ -1,4 +1,4 @@
-// A copy of the module's DLL with static data of its own: for what happens once in the life of a process.
+// A copy of the module's DLL with its own static data, for behaviour that occurs once in a process.
 #pragma once
 
 #include "support/win32/Module.h"

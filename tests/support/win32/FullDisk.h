@@ -1,4 +1,4 @@
-// A disk that is full after so many bytes, for what the DLL writes on this thread.
+// A disk that is full after a number of bytes, for what the DLL writes on this thread.
 #pragma once
 
 #include "support/win32/ImportPatch.h"
@@ -11,7 +11,7 @@
 
 namespace zq::test {
 
-// As long as it lives. One at a time.
+// Applies during the object's lifetime. One at a time.
 class FullDisk {
 public:
     explicit FullDisk(DWORD bytes)

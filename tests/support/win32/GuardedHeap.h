@@ -1,6 +1,6 @@
-// The module's memory on pages of its own, for a run of the tests that looks for heap errors: a block ends
-// where its page ends, so that a read or write past it faults at once, and the page of a freed block is
-// gone and its address not used again for a long while, so that whoever still holds the block faults too.
+// Puts the module's memory on separate pages, for a run of the tests that looks for heap errors. A block ends
+// where its page ends, so that a read or write past it faults at once. The page of a freed block is unmapped
+// and its address is not used again for a long while, so that using the block faults too.
 //
 // Wine's own checks of the heap are not made for programs with threads: they walk it without its lock and
 // report blocks that are just being freed. These are.

@@ -1,5 +1,4 @@
-// An imported function that fails at one of its calls: what a system short of memory, handles or luck does
-// to a module.
+// An imported function that fails at one of its calls, as on a system that is short of memory or handles.
 #pragma once
 
 #include "support/win32/ImportPatch.h"
@@ -21,7 +20,7 @@ struct Fault {
 
 namespace detail {
 
-// Whether the call under way is the one that fails. Counts it.
+// Whether the current call is the one that fails. Counts it.
 bool IsFailingCall();
 
 template <class Tag, class Function>
@@ -65,7 +64,7 @@ public:
     ArmedFault(const ArmedFault&) = delete;
     ArmedFault& operator=(const ArmedFault&) = delete;
 
-    // Whether the call came.
+    // Whether the call was made.
     bool HasFailed() const;
 
 private:

@@ -19,7 +19,7 @@ namespace zq::test {
 HMODULE LoadModuleDll();
 CZQModSettings* CreateFromDll(); // may be null
 
-// A new module object; stopped, released and destroyed in the order that hosts have to keep.
+// A new module object, which is stopped, released and destroyed in the order that hosts must keep.
 class Module {
 public:
     // Raises std::runtime_error when the DLL makes none.
@@ -59,7 +59,7 @@ private:
     CZQVariable* m_variables;
 };
 
-// DoInit and DoStart, up to where the watcher sees changes.
+// Calls DoInit and DoStart, and waits until the watcher sees changes.
 void InitAndWatch(Module& module, RecordingHost& host, const ModuleFolders& folders);
 
 } // namespace zq::test

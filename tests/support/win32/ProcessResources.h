@@ -1,4 +1,4 @@
-// What this process holds of the system: to see that something was given back.
+// The system resources that this process holds, to check that they are freed.
 #pragma once
 
 #include <cstddef>

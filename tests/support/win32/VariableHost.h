@@ -66,7 +66,7 @@ private:
     std::atomic<DWORD> m_threadId{0};
 };
 
-// A host that stays inside its first callback until its thread is terminated. It holds no lock meanwhile.
+// A host that stays inside its first callback, holding no lock, until its thread is terminated.
 class BlockingHost final : public CZQVariableHost {
 public:
     // `work` runs again and again; null waits without end.

@@ -1,4 +1,4 @@
-// Waiting for something to become true, with a cap: a test that would wait longer has failed.
+// Waits for a condition, with a limit: a test that would wait longer has failed.
 #pragma once
 
 #include <chrono>
@@ -10,7 +10,7 @@ namespace zq::test {
 
 inline constexpr std::chrono::seconds kWaitCap{10};
 
-// Returns whether `condition` became true within the cap.
+// Returns whether `condition` became true within the limit.
 template <class Condition>
 bool WaitFor(Condition condition, std::chrono::milliseconds cap = kWaitCap) {
     const auto end = std::chrono::steady_clock::now() + cap;

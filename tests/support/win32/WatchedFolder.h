@@ -1,5 +1,5 @@
-// A module that watches its folder while other programs work on the files: the fixture of the tests that
-// attack them.
+// A module that watches its folder while other programs work on the files: the fixture for tests of such
+// programs.
 //
 // ZQ_TEST_SEED in the environment sets the seed of what is random.
 #pragma once
@@ -19,7 +19,7 @@ namespace zq::test {
 
 unsigned Seed();
 
-// What became of the edits so far.
+// The result of the edits so far.
 struct EditOutcome {
     int lost = 0;   // files that were replaced by their default
     int unseen = 0; // 1 when the last edit is not what the variables hold
