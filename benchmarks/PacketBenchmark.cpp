@@ -23,7 +23,7 @@ namespace {
 
 constexpr uint64_t kSeed = 0x5EED;
 
-// Sets one variable of maps that are owned by the benchmark alone; the same code for all competitors.
+// Sets one variable in maps that only the benchmark uses; the same code for all competitors.
 class Sink {
 public:
     ~Sink() { maps.RemoveBinaries(); }

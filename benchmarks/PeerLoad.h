@@ -1,6 +1,6 @@
-// A configuration file's way to typed variables as a skilled engineer would write it over a JSON library's
-// tree: the dotted name grows and shrinks in one buffer, and each map is asked once a value. One flattener
-// for all libraries: each library's node says its kind and walks its members.
+// Loads a configuration file into typed variables as a skilled engineer would write it with a JSON library's
+// tree: the dotted name grows and shrinks in one buffer, and each value takes one map look-up. All libraries
+// share one flattener: each library's node gives its kind and visits its members.
 #pragma once
 
 #include "config/ConfigFile.h"

@@ -1,5 +1,5 @@
-// Interleaved rounds: every competitor runs once a round, so that a busy moment of the machine hits all of
-// them; the median of the rounds is what counts.
+// Interleaved rounds: every competitor runs once in each round, so that a busy moment of the machine affects
+// all of them; the median of the rounds counts.
 #pragma once
 
 #include <algorithm>

@@ -1,6 +1,5 @@
-// What a survey costs by itself, for 100 WMI objects: the real WMI is replaced by objects inside the process,
-// the log goes nowhere. Prints the best and the median of many surveys; the objects' own making is part of
-// it.
+// What a survey itself costs, for 100 WMI objects: objects inside the process replace the real WMI, and the
+// log is dropped. Prints the best and the median of many surveys; creating the objects is included.
 #include "base/HostLog.h"
 #include "support/win32/FakeWbem.h"
 #include "sysinfo/WmiSurvey.h"

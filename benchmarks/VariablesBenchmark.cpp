@@ -185,7 +185,7 @@ void CompareTelling(size_t hostCount) {
     }
 }
 
-// Counts what arrives and wakes whoever waits for the last.
+// Counts the notices that arrive and wakes the thread that waits for the last.
 class CountingHost final : public CZQVariableHost {
 public:
     void OnVariableChanged(const wchar_t*, uint32_t, CZQVariableHost*) override { ++arrived; }
@@ -242,8 +242,8 @@ private:
     std::thread m_thread;
 };
 
-// From the first change to the last arrival at one host. The module's setter takes three mutex pairs a
-// change, for the store, the list and the queue; they are measured alone and taken out.
+// From the first change to the last arrival at one host. The module's setter takes three mutex pairs for each
+// change, for the store, the list and the queue; they are measured separately and subtracted.
 void CompareDelivery() {
     constexpr long kChanges = 2000;
     constexpr int kPairs = 3;

@@ -1,6 +1,6 @@
-// From the close of a write in another process, or the rename that ends it, to OnVariablesReloaded, beside a
-// bare directory watch of the same folder; from the return of a save to the variable that holds its value;
-// and DoInit on the default files beside reading them with ReadFile alone.
+// From the close of a write in another process, or the rename that ends it, to OnVariablesReloaded, compared
+// with a bare directory watch of the same folder; from the return of a save until the variable has its value;
+// and DoInit on the default files, compared with only reading them with ReadFile.
 //
 //     watch_benchmark [EDITS]
 //
@@ -121,7 +121,7 @@ class Host final : public CZQModHost, public CZQVariableHost {
 public:
     Host(Times& times, CZQVariable*& variables) : m_times(times), m_variables(variables) {}
 
-    // The messages tell where DoInit is.
+    // The messages show which step DoInit has reached.
     void Log(const wchar_t*, int32_t, const wchar_t* format, va_list) override {
         for (const auto& [message, step] : kSteps) {
             if (std::wstring_view(format) == message) {

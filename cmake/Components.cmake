@@ -3,10 +3,10 @@
 #   zq_component(<target> FOLDER <folder below src> SOURCES <source>... [PUBLIC <target>...] [PRIVATE <target>...]
 #                [SMALL])
 #
-# A component sees its own headers and those of the components that it links, and no others: the headers of each one
-# are linked into a search path of its own, so that an include against the direction of the arrows does not compile.
-# PUBLIC are the components that its headers include, PRIVATE those that only its sources do. SMALL is for code that waits
-# for the system: a release compiles it for size.
+# A component sees only its own headers and those of the components that it links: the headers of each component are linked
+# into a separate search path, so that an include against the direction of the arrows does not compile. PUBLIC are the
+# components that its headers include, PRIVATE those that only its sources include. SMALL is for code that waits for the
+# system: a release compiles it for size.
 function(zq_component target)
   cmake_parse_arguments(ARG "SMALL" "FOLDER" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
   add_library(${target} STATIC ${ARG_SOURCES})

@@ -1,4 +1,4 @@
-# Header-only libraries of the build machine. /usr/include itself must never stand on a cross-compiler's path, so each
+# Header-only libraries of the build machine. /usr/include itself must never be on a cross-compiler's path, so each
 # library's own folder is linked into build/deps and only that folder is searched.
 set(ZQ_DEPS_DIR ${CMAKE_BINARY_DIR}/deps)
 file(MAKE_DIRECTORY ${ZQ_DEPS_DIR})

@@ -25,7 +25,7 @@ configure_package_config_file(
   ${CMAKE_CURRENT_LIST_DIR}/ZQModSettingsConfig.cmake.in ${CMAKE_BINARY_DIR}/ZQModSettingsConfig.cmake
   INSTALL_DESTINATION ${package_dir}
   PATH_VARS CMAKE_INSTALL_BINDIR CMAKE_INSTALL_LIBDIR CMAKE_INSTALL_INCLUDEDIR)
-# The interfaces are tables of functions: a minor version may only add behind them.
+# The interfaces are tables of functions: a minor version may only add slots at their end.
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/ZQModSettingsConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 
 install(TARGETS ZQModSettings zqsettings RUNTIME ARCHIVE)

@@ -60,7 +60,7 @@ class CZQModSettings {
     virtual int32_t DoStart() { return 1; }
 
     // Slot 3. Stops the folder watcher: waits up to one second for its thread, then terminates it. A load
-    // that takes longer is given up before. Returns within 1.2 seconds.
+    // that takes longer is abandoned before that. Returns within 1.2 seconds.
     virtual void DoStop() {}
 
     // Slot 4. Frees the binary variables. Hosts may still be registered and may still read variables.

@@ -15,7 +15,7 @@ if [[ -z ${options[--report]:-} ]]; then
   scripts/bench-peers.sh
   cmake --preset release -DZQ_BENCHMARKS=ON >/dev/null
   cmake --build --preset release
-  # A server of its own, on the same processor: a switch between processors costs more than what is measured.
+  # A separate Wine server on the same processor: a switch between processors would cost more than what is measured.
   export ZQ_WINEPREFIX=$root/build/wine-bench
   processor=$(($(nproc) - 1))
   : >"$data"

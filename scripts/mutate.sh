@@ -60,8 +60,8 @@ failed_test() {
   sed -n 's/^\[  FAILED  \] \([A-Za-z]*[A-Za-z0-9_/]*\.[A-Za-z0-9_/]*\).*/\1/p' "$work/log" | head -n 1
 }
 
-# build_and_test TESTS FILTER: as run, but a test that fails has to fail twice: where the machine is busy, one that waits may
-# fail by itself.
+# build_and_test TESTS FILTER: as run, but a test has to fail twice: on a busy machine, a test that waits may fail for no
+# other reason.
 build_and_test() {
   local result=0 failed
   run "$1" "$2" || result=$?

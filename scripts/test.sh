@@ -61,7 +61,7 @@ release_lane() {
   step fuzz scripts/fuzz.sh --runs 3000
 }
 
-# Under a server of its own: Wine's serves one call at a time, and the tests count what they leave in temporary folders.
+# Uses a separate Wine server: a server handles one call at a time, and the tests count what they leave in temporary folders.
 debug_lane() {
   export ZQ_WINEPREFIX=$root/build/wine-debug
   test_preset threads
@@ -108,7 +108,7 @@ is_running() {
   kill -0 "${lanes[@]}" 2>/dev/null
 }
 
-# Each lane has a process group of its own, which ends as a whole.
+# Each lane is a separate process group, which ends as a whole.
 set -m
 lanes=()
 for lane in build_lane release_lane debug_lane; do

@@ -15,7 +15,8 @@ case $1 in -*) parse_arguments '' "$1" ;; esac
 [[ -x $wine ]] || fail "$wine is missing; run scripts/setup.sh, which installs it." 127
 
 # Programs that are started at once wait here for the first one, which makes the prefix and starts the server and Wine's own
-# services. Those live on: they must have none of the callers' open files, or whoever reads a pipe waits for its end forever.
+# services. Those keep running, so they must not inherit open files of the caller: the reader of a pipe would wait for its end
+# forever.
 without_files() {
   "$@" </dev/null >/dev/null 2>&1 3>&- 4>&- 5>&- 6>&- 7>&- 8>&- 9>&-
 }

@@ -82,8 +82,8 @@ std::string AdviceOf(const SchemaRule& rule) {
     return advice;
 }
 
-// A group or list in the place of a value, or the other way round. Values of the wrong type are not looked at
-// here: what they become says more.
+// A group or list in place of a value, or the other way round. Values of the wrong type are not checked here:
+// what they become says more.
 void CheckKind(const SchemaRule& rule, const DocumentNode& node, Problems& problems) {
     const bool wantsContainer = rule.Allows(JsonKind::Object) || rule.Allows(JsonKind::Array);
     const bool wantsScalar =

@@ -215,7 +215,7 @@ void FileCheck::Sort() {
     }
     std::erase_if(m_problems, [&](const Problem& problem) {
         const std::string_view code = problem.code;
-        // What stands in for a value that is missing is skipped as null.
+        // The placeholder of a missing value is read as null and skipped.
         const bool mayFollow = code == "missing-comma" || code == "skipped-null" || code == "no-name" ||
                                code == "skipped-member";
         const bool isSaid = std::any_of(kEchoes.begin(), kEchoes.end(), [&](const Echo& echo) {

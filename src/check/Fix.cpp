@@ -25,7 +25,7 @@ public:
 
     void WriteText(int32_t begin, int32_t end) {
         CopyTo(begin);
-        // A name may begin with any unit, which is not looked at.
+        // A name may begin with any unit, so the first one is not checked.
         m_out += IsPlain(At(begin)) ? static_cast<char>(At(begin)) : '"';
         m_written = begin + 1;
         WalkText(

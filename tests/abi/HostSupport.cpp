@@ -2,7 +2,7 @@
 
 #include "WindowsApi.h"
 
-// What the compiler calls by itself and a run-time library would bring.
+// What the compiler calls implicitly and a run-time library would provide.
 extern "C" {
 int _fltused = 0;
 void _purecall() { ExitProcess(3); }

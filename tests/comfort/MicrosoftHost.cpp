@@ -1,8 +1,8 @@
 // The comfort header compiled for the Microsoft ABI, run against the DLL. Microsoft's own library is not
-// here: GCC's headers are used, and MicrosoftRunTime.cpp brings what lies in their library.
+// available: GCC's headers are used, and MicrosoftRunTime.cpp provides what is in their library.
 #include "ZQSettingsKeys.hpp"
 
-// What ZQAbi.h looks at must be the Microsoft layout.
+// The macro that ZQAbi.h checks must select the Microsoft layout.
 #if !defined(_MSC_VER)
 #error "This program proves something only when it is compiled for the Microsoft ABI."
 #endif

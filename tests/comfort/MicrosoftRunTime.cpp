@@ -11,8 +11,8 @@
 
 extern "C" void __stdcall ExitProcess(unsigned int code);
 
-// In place of the table of type_info, to which every type descriptor points and which nobody calls; the
-// linker is told so.
+// Replaces the table of type_info, to which every type descriptor points and which nobody calls; a linker
+// option maps the name.
 extern "C" {
 const void* zqTypeInfoTable[2] = {};
 }

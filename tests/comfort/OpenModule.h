@@ -1,4 +1,4 @@
-// A Module over folders of its own, with what it logs; and what its tests share.
+// A Module with separate folders and a record of its log, and what its tests share.
 #pragma once
 
 #include "ZQSettings.hpp"

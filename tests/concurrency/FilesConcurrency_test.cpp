@@ -102,7 +102,7 @@ protected:
         ProvisionAndLoadPrivateFiles(m_files, m_context);
     }
 
-    // Members of so large a file that its load asks whether it is given up.
+    // Members that make the file so large that its load checks for cancellation.
     static std::string Padding() {
         std::string members;
         for (int i = 0; i < 2000; ++i) {

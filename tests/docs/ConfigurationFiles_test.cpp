@@ -1,5 +1,5 @@
 // What docs/configuration-files.md says that the module reads: each of its documents gives the variables that
-// stand beside it there. The table of refusals is checked by docs_test.sh, with the tool that it recommends.
+// are listed next to it. The table of refusals is checked by docs_test.sh, with the tool that it recommends.
 #include "support/ConfigRun.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# The documents against what they describe: tests/docs/docs_test.sh BUILD_FOLDER
+# Compares the documents with what they describe: tests/docs/docs_test.sh BUILD_FOLDER
+#
 # Every link and anchor resolves, every command exists (scripts, presets, sub-commands and options of zqsettings), every
-# message of the module is in the guide and the other way round, and the host in the guide is the one that is built.
+# message of the module is in the guide and vice versa, and the host in the guide is the one that is built.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)

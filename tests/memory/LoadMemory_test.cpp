@@ -1,4 +1,5 @@
-// Memory of a load follows the file. A program of its own, because it counts what operator new gives out.
+// The memory of a load is proportional to the file. This is a separate program because it counts what
+// operator new allocates.
 #include "LoadMemory.h"
 
 #include "platform/Mutex.h"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The package as its user has it: unpacked into an empty folder, looked at, and the example host built against it for both
-# tool chains and run: tests/package/package_test.sh BUILD_FOLDER
+# Tests the package as its user gets it: unpacks it into an empty folder, checks its content, and builds and runs the example
+# host against it with both tool chains: tests/package/package_test.sh BUILD_FOLDER
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)

@@ -40,7 +40,8 @@ TEST_P(RealTool, AnEditOnTheFolderItselfIsSeenEachOfThreeTimes) {
 }
 
 #define ZQ_FILE "ZQ2_serverSetting.setting"
-// What follows the last bracket refuses a file, a line break too: the editors are told to add none.
+// Anything after the last bracket makes the module refuse a file, even a line break, so the editors are set
+// to add none.
 INSTANTIATE_TEST_SUITE_P(
     Tools, RealTool,
     testing::Values(

@@ -1,4 +1,4 @@
-// Notices of the native builds, in the place of the component's own: a thread reads them from inotify and
+// Notices of the native builds, in place of the component's own: a thread reads them from inotify and
 // signals the event of the request, as the system does.
 #include "platform/DirectoryWatch.h"
 

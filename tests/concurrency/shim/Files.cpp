@@ -1,4 +1,4 @@
-// Files of the native builds, in the place of the component's own: one file system call for each of Windows'.
+// Files of the native builds, in place of the component's own: one file system call for each of Windows'.
 // Nobody can hold a file without sharing it here.
 #include "platform/Files.h"
 #include "platform/Clock.h"

@@ -1,4 +1,4 @@
-// Files that other programs hold or write: looked at again until they are free.
+// Files that other programs hold or write: the follower checks them again until they are free.
 #include "module/files/FollowingFixture.h"
 
 namespace zq::test {
@@ -94,13 +94,13 @@ TEST_F(Following, ATimerLooksOnlyAtTheFilesThatHaveAReason) {
     UniqueHandle held = Hold(PathOf(kSettings));
     Notice();
     m_passes.clear();
-    // No notice tells of it, as it came after a foreign record.
+    // No notice reports this change, since it came after a foreign record.
     Write(kQuality, R"({"Q":7})");
 
     RunFor(5000);
     EXPECT_EQ(std::nullopt, Int64(L"Q"));
 
-    // A pass that a timer runs looks at all three.
+    // A pass that a timer triggers checks all three.
     held.reset();
     RunFor(250);
     EXPECT_EQ(7, Int64(L"Q"));

@@ -250,7 +250,7 @@ TEST_F(Following, AStopBeforeThePassLeavesEverythingAsItIs) {
     EXPECT_EQ(before, times[0]);
 }
 
-// A pass whose second file is given up has loaded the first one.
+// A pass whose second file is abandoned has loaded the first one.
 TEST_F(Following, EachLoadedFileIsReportedOnce) {
     Write(kSettings, R"({"Source":"edit"})");
     Write(kQuality, R"({"Q":7})");

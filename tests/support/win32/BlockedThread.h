@@ -10,7 +10,7 @@
 
 namespace zq::test {
 
-// Runs `work` on a thread of its own. The components under test have to be linked into the test program.
+// Runs `work` on a new thread. The components under test have to be linked into the test program.
 class BlockedThread {
 public:
     explicit BlockedThread(std::function<void()> work);

@@ -51,7 +51,7 @@ using FakeNamespaces = std::map<std::wstring, FakeNamespace>;
 
 class FakeWbem {
 public:
-    // Registers the locator, on a thread of its own that keeps the process's multithreaded apartment.
+    // Registers the locator, on a separate thread that keeps the process's multithreaded apartment.
     FakeWbem();
     ~FakeWbem();
     FakeWbem(const FakeWbem&) = delete;
