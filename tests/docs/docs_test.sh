@@ -99,7 +99,7 @@ check_command() {
   case ${words[0]} in
     zqsettings) check_zqsettings "$document" "${words[@]:1}" ;;
     mkdir) ;;
-    scripts/wine-run.sh) check_script "$document" "${words[0]}" ;; # the rest is for the program
+    scripts/wine-run.sh | scripts/run-tests.sh) check_script "$document" "${words[0]}" ;; # the rest is for the program
     scripts/* | tests/*) check_script "$document" "${words[@]}" ;;
     cmake | ctest)
       local i
