@@ -22,6 +22,9 @@ constexpr std::byte kVersion{1};
 constexpr uint32_t kEncodingUtf16 = 0;
 constexpr size_t kFirstCapacity = 8192;
 
+// A negative length of the value would lead back into the name, or for ever round the same record.
+bool HasBadLength(int32_t nameBytes, int32_t valueBytes) { return nameBytes <= 0 || valueBytes < 0; }
+
 template <class Number>
 std::byte* Put(std::byte* out, Number value) {
     std::memcpy(out, &value, sizeof(value));
@@ -158,7 +161,7 @@ PacketCounts CountPacketRecords(std::span<const std::byte> packet) {
         const auto type = Get<uint32_t>(record);
         const auto nameBytes = Get<int32_t>(record + 4);
         const auto valueBytes = Get<int32_t>(record + 8);
-        if (nameBytes <= 0 || valueBytes < 0) {
+        if (HasBadLength(nameBytes, valueBytes)) {
             break;
         }
         ++counts[type < counts.size() ? type : 0];
@@ -197,8 +200,7 @@ bool PacketReader::Next(PacketRecord& record) {
     if (recordBytes > static_cast<int64_t>(rest.size())) {
         return StopWith(PacketStop::Truncated);
     }
-    // A negative length of the value would lead back into the name, or for ever round the same record.
-    if (nameBytes <= 0 || valueBytes < 0) {
+    if (HasBadLength(nameBytes, valueBytes)) {
         return StopWith(PacketStop::BadLength);
     }
     AssignText(m_name, m_encoding, rest.subspan(kPacketRecordHeaderBytes, static_cast<size_t>(nameBytes)));
