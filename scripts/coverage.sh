@@ -10,7 +10,8 @@ cd "$root"
 folder=build/coverage
 build coverage
 find "$folder" -name '*.gcda' -delete
-for program in portable_tests core_tests system_tests tool_tests microsoft_host slot_host; do
+# Without microsoft_host: the counters leave frames between a slot and its host, which an exception then does not pass.
+for program in portable_tests core_tests system_tests tool_tests slot_host; do
   scripts/run-tests.sh "$folder/bin/$program.exe" --gtest_brief=1 || fail "$program failed."
 done
 gcovr --root . --filter src/ --gcov-executable x86_64-w64-mingw32-gcov --exclude-throw-branches \
