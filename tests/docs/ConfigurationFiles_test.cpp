@@ -68,13 +68,13 @@ std::vector<Example> Examples() {
 std::string Guide() {
     std::ifstream in(std::string(ZQ_SOURCE_DIR) + "/docs/configuration-files.md", std::ios::binary);
     std::string guide{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    return guide.substr(guide.find("## What is read otherwise"));
+    return guide.substr(guide.find("## What the module reads differently"));
 }
 
 // The code spans that are whole documents.
 std::set<std::string> DocumentsOf(const std::string& guide) {
     std::set<std::string> documents;
-    const std::string text = guide.substr(0, guide.find("## Saving"));
+    const std::string text = guide.substr(0, guide.find("## How to save"));
     for (size_t begin = text.find('`'); begin != std::string::npos;) {
         const size_t end = text.find('`', begin + 1);
         const std::string span = text.substr(begin + 1, end - begin - 1);
