@@ -17,13 +17,27 @@ is_left_over() {
   status=$(cat "/proc/$1/stat" 2>/dev/null) && [[ ${status##*) } == Z* ]]
 }
 
+# The process of Wine's server, if it runs.
+find_server() {
+  local process
+  for process in $(pgrep -x wineserver64); do
+    if grep -qzxF "WINEPREFIX=${ZQ_WINEPREFIX:-$root/build/wine}" "/proc/$process/environ" 2>/dev/null; then
+      echo "$process"
+      return
+    fi
+  done
+}
+
 run() {
-  local code=0
+  local code=0 server
+  server=$(find_server)
   "$root/scripts/wine-run.sh" "$@" >"$output" 2>&1 </dev/null &
   program=$!
   while kill -0 "$program" 2>/dev/null; do
-    if is_left_over "$program" && sleep 1 && is_left_over "$program"; then
-      kill -9 "$program"
+    [[ -n $server ]] || server=$(find_server)
+    # A thread that waits for a server that is gone waits forever.
+    if [[ -n $server && ! -e /proc/$server ]] || { is_left_over "$program" && sleep 1 && is_left_over "$program"; }; then
+      kill -9 "$program" 2>/dev/null || true
     fi
     sleep 0.1
   done
