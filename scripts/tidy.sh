@@ -25,6 +25,7 @@ sources_with_headers() {
     /^[^ ]/ { flush(); next }
     /^ / {
       path = $1
+      if (path ~ /^include\//) path = "build/release/" path # what the build makes, relative to its folder
       sub(/^\.\.\/\.\.\//, "", path)
       if (index(path, root) == 1) path = substr(path, length(root) + 1)
       sub(/^components\/[^\/]*\//, "src/", path)
