@@ -17,9 +17,9 @@ echo "seed $ZQ_TEST_SEED"
 log=$root/build/logs/bad-moments.log
 mkdir -p "${log%/*}"
 # With a clock that only tests advance, and with calls that fail.
-scripts/wine-run.sh build/release/bin/core_tests.exe --gtest_brief=1 \
+scripts/run-tests.sh build/release/bin/core_tests.exe --gtest_brief=1 \
   --gtest_filter='Inside*:Replace*:Overwriting*:Following*:InitialLoads*:Pass.*'
-scripts/wine-run.sh build/release/bin/system_tests.exe --gtest_brief=1 \
+scripts/run-tests.sh build/release/bin/system_tests.exe --gtest_brief=1 \
   --gtest_filter='Kinds/*:BadMoments.*:Tools/*:MixedMoments.*' | tee "$log"
 
 if [[ -n ${options[--write]:-} ]]; then

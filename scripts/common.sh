@@ -4,6 +4,7 @@ set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 script=${0##*/}
+wine_prefix=${ZQ_WINEPREFIX:-$root/build/wine}
 
 # fail MESSAGE [EXIT_CODE]
 fail() {

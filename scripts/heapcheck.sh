@@ -10,13 +10,14 @@ parse_arguments '' "$@"
 cd "$root"
 build release
 wine=$root/scripts/wine-run.sh
+run_tests=$root/scripts/run-tests.sh
 logs=$root/build/logs
 mkdir -p "$logs"
 failed=0
 
 # Without the test that a packet is a block of the process heap: on guarded pages it is not.
 echo "guarded pages: system_tests"
-ZQ_GUARDED_HEAP=1 "$wine" build/release/bin/system_tests.exe --gtest_brief=1 \
+ZQ_GUARDED_HEAP=1 "$run_tests" build/release/bin/system_tests.exe --gtest_brief=1 \
   --gtest_filter=-Packets.APacketIsAnOrdinaryBlockOfTheProcessHeap | tee "$logs/guarded-heap.log" | tail -n 3
 [[ ${PIPESTATUS[0]} -eq 0 ]] || failed=1
 
@@ -28,7 +29,7 @@ registry='HKLM\Software\Microsoft\Windows NT\CurrentVersion\Image File Execution
 checked() {
   local program=$1 log=$2
   shift 2
-  (cd build/release/bin && WINEDEBUG=err+heap "$wine" "$program.exe" "$@") >"$log" 2>&1
+  (cd build/release/bin && WINEDEBUG=err+heap "$run_tests" "$program.exe" "$@") >"$log" 2>&1
 }
 
 for program in heap_canary tool_tests core_tests comfort_tests; do

@@ -21,7 +21,7 @@ is_left_over() {
 find_server() {
   local process
   for process in $(pgrep -x wineserver64); do
-    if grep -qzxF "WINEPREFIX=${ZQ_WINEPREFIX:-$root/build/wine}" "/proc/$process/environ" 2>/dev/null; then
+    if grep -qzxF "WINEPREFIX=$wine_prefix" "/proc/$process/environ" 2>/dev/null; then
       echo "$process"
       return
     fi
@@ -54,8 +54,8 @@ has_finished() {
 code=0
 run "$@" || code=$?
 if ! has_finished && [[ $code -eq 0 || $code -eq 137 ]]; then
-  cat "$output"
-  echo "$script: $1 ended before its last test, without Wine's server; once more:"
+  cat "$output" >&2
+  echo "$script: $1 ended before its last test, without Wine's server; once more." >&2
   code=0
   run "$@" || code=$?
 fi

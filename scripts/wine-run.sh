@@ -2,7 +2,7 @@
 # Runs a Windows program under the project's own Wine prefix: scripts/wine-run.sh PROGRAM.exe [ARGUMENT...]
 # The first call creates the prefix and starts a Wine server that keeps running, so that later starts are fast.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
-export WINEPREFIX=${ZQ_WINEPREFIX:-$root/build/wine}
+export WINEPREFIX=$wine_prefix
 export WINEDEBUG=${WINEDEBUG:--all}
 # Without the debugger: a program that crashed under it ends with exit code 0.
 export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-winemenubuilder.exe=d;mscoree=d;mshtml=d;winedbg.exe=d}
