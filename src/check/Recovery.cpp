@@ -1,10 +1,11 @@
 #include "check/Recovery.h"
 
-#include "check/LenientToken.h"
 #include "check/Quote.h"
+#include "check/TokenCursor.h"
 #include "check/WordRepair.h"
 
 #include <algorithm>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -15,15 +16,6 @@ namespace {
 using Kind = LenientToken::Kind;
 
 constexpr size_t kMostProblems = 500;
-
-std::vector<LenientToken> TokensOf(std::wstring_view text, Problems& problems, TextEdits& unsafe) {
-    LenientLexer lexer(text, problems, unsafe);
-    std::vector<LenientToken> tokens;
-    do {
-        tokens.push_back(lexer.Next());
-    } while (!tokens.back().Is(Kind::End));
-    return tokens;
-}
 
 bool IsUnit(std::wstring_view word) {
     return std::all_of(word.begin(), word.end(), [](wchar_t unit) {
@@ -40,10 +32,9 @@ bool IsDigits(std::wstring_view word) {
 class Attempt {
 public:
     Attempt(std::wstring_view text, bool byIndent)
-        : m_text(text), m_byIndent(byIndent), m_tokens(TokensOf(text, m_result.problems, m_unsafe)) {}
+        : m_text(text), m_byIndent(byIndent), m_cursor(text, m_result.problems, m_unsafe) {}
 
     void Run() {
-        CountUnmatched();
         ReadRoot();
         while (!m_open.empty() && m_result.problems.size() < kMostProblems) {
             ReadElement();
@@ -73,27 +64,6 @@ private:
         std::wstring_view Closer() const { return isObject ? L"}" : L"]"; }
     };
 
-    const LenientToken& Peek(size_t ahead = 0) const {
-        return m_tokens[std::min(m_next + ahead, m_tokens.size() - 1)];
-    }
-    const LenientToken& Take1() { return m_tokens[m_next < m_tokens.size() - 1 ? m_next++ : m_next]; }
-    int32_t LastEnd() const { return m_next == 0 ? 0 : m_tokens[m_next - 1].end; }
-    std::wstring_view Piece(const LenientToken& token) const {
-        return m_text.substr(static_cast<size_t>(token.begin), static_cast<size_t>(token.end - token.begin));
-    }
-    // In one pair of quotes.
-    std::string Shown(const LenientToken& token) const {
-        std::wstring_view piece = Piece(token);
-        if (piece.starts_with(L'"')) {
-            piece.remove_prefix(1);
-            piece.remove_suffix(piece.ends_with(L'"') ? 1 : 0);
-        }
-        return Quoted(piece);
-    }
-    bool IsNameAt(size_t ahead) const {
-        return (Peek(ahead).Is(Kind::Text) || Peek(ahead).Is(Kind::Word)) && Peek(ahead + 1).Is(Kind::Colon);
-    }
-
     void Report(const char* code, int32_t begin, int32_t end, std::string text, std::string fix,
                 TextEdits edits) {
         AddError(m_result.problems, code, begin, end, std::move(text), std::move(fix), std::move(edits));
@@ -111,57 +81,46 @@ private:
         m_result.hasDocument = false;
     }
 
-    // From the next token on, the closing brackets whose opening one came before.
-    size_t UnmatchedClosers() const { return m_unmatched[m_next]; }
-    void CountUnmatched() {
-        m_unmatched.assign(m_tokens.size() + 1, 0);
-        for (size_t i = m_tokens.size(); i-- > 0;) {
-            const size_t after = m_unmatched[i + 1];
-            m_unmatched[i] = m_tokens[i].Is(Kind::Close)  ? after + 1
-                             : m_tokens[i].Is(Kind::Open) ? after - (after > 0 ? 1 : 0)
-                                                          : after;
-        }
-    }
-    bool HasSurplusCloser() const { return UnmatchedClosers() > m_open.size(); }
+    bool HasSurplusCloser() const { return m_cursor.UnmatchedClosers() > m_open.size(); }
 
     void Push(const LenientToken& token) {
         m_open.push_back({token.unit == L'{', token.begin, token.indent, false});
     }
 
     void InsertBrace(const LenientToken& before, int32_t begin, int32_t end, std::string text) {
-        Report("no-brace", begin, end, std::move(text), "write \"{\" before " + Shown(before),
+        Report("no-brace", begin, end, std::move(text), "write \"{\" before " + m_cursor.Shown(before),
                {{before.begin, before.begin, L"{"}});
         m_open.push_back({true, before.begin, before.indent, true});
     }
 
     // Between a name and the first member of its group.
     void InsertGroup(const LenientToken& name) {
-        const LenientToken& member = Peek();
+        const LenientToken& member = m_cursor.Peek();
         Report("no-brace", name.begin, name.end,
-               "a colon and \"{\" are missing after the name " + Shown(name),
-               "write \": {\" before " + Shown(member), {{name.end, name.end, L": {"}});
+               "a colon and \"{\" are missing after the name " + m_cursor.Shown(name),
+               "write \": {\" before " + m_cursor.Shown(member), {{name.end, name.end, L": {"}});
         m_open.push_back({true, member.begin, member.indent, true});
     }
 
     void RemoveCloser(const LenientToken& token) {
         m_isBalanced = false;
-        Report("wrong-bracket", token.begin, token.end, Shown(token) + " closes nothing", "remove it",
-               {{token.begin, token.end, L""}});
+        Report("wrong-bracket", token.begin, token.end, m_cursor.Shown(token) + " closes nothing",
+               "remove it", {{token.begin, token.end, L""}});
     }
 
     void ReadRoot() {
-        while (Peek().Is(Kind::Close) || Peek().Is(Kind::Comma)) {
-            const LenientToken& token = Take1();
+        while (m_cursor.Peek().Is(Kind::Close) || m_cursor.Peek().Is(Kind::Comma)) {
+            const LenientToken& token = m_cursor.Take();
             if (token.Is(Kind::Close)) {
                 RemoveCloser(token);
             } else {
                 ReportSurplusComma(token);
             }
         }
-        const LenientToken& token = Peek();
+        const LenientToken& token = m_cursor.Peek();
         if (token.Is(Kind::Open)) {
-            Push(Take1());
-        } else if (IsNameAt(0)) {
+            Push(m_cursor.Take());
+        } else if (m_cursor.IsNameAt(0)) {
             InsertBrace(token, token.begin, token.end, "the document does not begin with \"{\"");
         } else if (token.Is(Kind::End)) {
             if (m_result.problems.empty()) {
@@ -171,12 +130,12 @@ private:
             m_unsafe.push_back({token.begin, token.begin, L"[]"});
             m_result.hasDocument = false;
         } else {
-            ReadRootScalar(Take1());
+            ReadRootScalar(m_cursor.Take());
         }
     }
 
     void ReadRootScalar(const LenientToken& token) {
-        const std::wstring_view word = Piece(token);
+        const std::wstring_view word = m_cursor.Piece(token);
         const WordRepair repair = token.Is(Kind::Word) ? RepairWord(word) : WordRepair();
         if (repair.code) {
             ReportNoDocument(repair.code, token.begin, token.end, repair.text, repair.fix,
@@ -192,7 +151,7 @@ private:
     }
 
     void ReadElement() {
-        const LenientToken& token = Peek();
+        const LenientToken& token = m_cursor.Peek();
         if (token.Is(Kind::End)) {
             CloseAtEnd(token.begin);
         } else if (token.Is(Kind::Close)) {
@@ -200,7 +159,7 @@ private:
         } else if (IsLessIndented(token)) {
             CloseHere(token);
         } else if (token.Is(Kind::Comma)) {
-            ReportSurplusComma(Take1());
+            ReportSurplusComma(m_cursor.Take());
         } else if (m_open.back().isObject) {
             ReadMember();
         } else {
@@ -238,11 +197,12 @@ private:
     void CloseHere(const LenientToken& token) {
         const Container container = m_open.back();
         m_open.pop_back();
-        const bool isAfterComma = m_next > 0 && m_tokens[m_next - 1].Is(Kind::Comma);
-        const int32_t at = isAfterComma ? m_tokens[m_next - 1].begin : LastEnd();
+        const LenientToken* last = m_cursor.Last();
+        const bool isAfterComma = last && last->Is(Kind::Comma);
+        const int32_t at = isAfterComma ? last->begin : m_cursor.LastEnd();
         const bool needsComma = !isAfterComma && !token.Is(Kind::Close);
         Report("unclosed", container.begin, container.begin + 1, "this bracket is not closed",
-               "add " + Quoted(container.Closer()) + " before " + Shown(token),
+               "add " + Quoted(container.Closer()) + " before " + m_cursor.Shown(token),
                {{at, at, std::wstring(container.Closer()) + (needsComma ? L"," : L"")}});
     }
 
@@ -254,10 +214,10 @@ private:
             return CloseHere(token);
         }
         if (isOwnLine && token.indent > container.indent && HasSurplusCloser()) {
-            return RemoveCloser(Take1());
+            return RemoveCloser(m_cursor.Take());
         }
         if (isOfKind) {
-            Take1();
+            m_cursor.Take();
             m_open.pop_back();
             return FinishValue();
         }
@@ -265,9 +225,9 @@ private:
     }
 
     void ReadWrongClose(const LenientToken& token) {
-        const size_t closers = UnmatchedClosers();
+        const size_t closers = m_cursor.UnmatchedClosers();
         if (closers > m_open.size()) {
-            return RemoveCloser(Take1());
+            return RemoveCloser(m_cursor.Take());
         }
         const bool isOfOuter = std::any_of(m_open.begin(), m_open.end() - 1, [&](const Container& outer) {
             return outer.isObject == (token.unit == L'}');
@@ -278,25 +238,26 @@ private:
         }
         const Container container = m_open.back();
         Report("wrong-bracket", token.begin, token.end,
-               Shown(token) + " does not close " + Quoted(container.isObject ? L"{" : L"["),
+               m_cursor.Shown(token) + " does not close " + Quoted(container.isObject ? L"{" : L"["),
                "write " + Quoted(container.Closer()),
                {{token.begin, token.end, std::wstring(container.Closer())}});
-        Take1();
+        m_cursor.Take();
         m_open.pop_back();
         FinishValue();
     }
 
     void ReadMember() {
-        const LenientToken& name = Peek();
-        if (!name.Is(Kind::Text) && !IsNameAt(0) && !(name.Is(Kind::Word) && Peek(1).Is(Kind::Open))) {
+        const LenientToken& name = m_cursor.Peek();
+        if (!name.Is(Kind::Text) && !m_cursor.IsNameAt(0) &&
+            !(name.Is(Kind::Word) && m_cursor.Peek(1).Is(Kind::Open))) {
             return ReadNoName(name);
         }
-        Take1();
+        m_cursor.Take();
         if (name.Is(Kind::Word)) {
-            Report("no-quotes", name.begin, name.end, "the name " + Shown(name) + " needs quotes",
+            Report("no-quotes", name.begin, name.end, "the name " + m_cursor.Shown(name) + " needs quotes",
                    "put it in double quotes", {{name.begin, name.begin, L"\""}, {name.end, name.end, L"\""}});
         }
-        if (IsNameAt(0) && HasSurplusCloser()) {
+        if (m_cursor.IsNameAt(0) && HasSurplusCloser()) {
             InsertGroup(name);
         } else if (ReadColon(name)) {
             ReadMemberValue(name);
@@ -307,13 +268,13 @@ private:
 
     void ReadNoName(const LenientToken& token) {
         if (token.Is(Kind::Word)) {
-            const auto number = m_next > 0 ? RepairWord(Piece(token)) : WordRepair();
-            ReportDoubtful("no-name", token.begin, token.end,
-                           Shown(token) + " is not expected here: a member begins with a name in quotes",
-                           number.code ? "write \"Name\": " + Utf8(number.value)
-                                       : "write \"Name\": and a value",
-                           {token.begin, token.end, L""});
-            Take1();
+            const auto number = m_cursor.Last() ? RepairWord(m_cursor.Piece(token)) : WordRepair();
+            ReportDoubtful(
+                "no-name", token.begin, token.end,
+                m_cursor.Shown(token) + " is not expected here: a member begins with a name in quotes",
+                number.code ? "write \"Name\": " + Utf8(number.value) : "write \"Name\": and a value",
+                {token.begin, token.end, L""});
+            m_cursor.Take();
             FinishValue();
             return;
         }
@@ -321,73 +282,75 @@ private:
                        "write \"Name\": before it",
                        {token.begin, token.begin, token.Is(Kind::Colon) ? L"\"\"" : L"\"\":"});
         if (token.Is(Kind::Colon)) {
-            Take1();
+            m_cursor.Take();
         }
         ReadMemberValue(token);
     }
 
     // Returns whether a value is to be read.
     bool ReadColon(const LenientToken& name) {
-        if (Peek().Is(Kind::Colon)) {
-            Take1();
-            while (Peek().Is(Kind::Colon)) {
-                const LenientToken& surplus = Take1();
+        if (m_cursor.Peek().Is(Kind::Colon)) {
+            m_cursor.Take();
+            while (m_cursor.Peek().Is(Kind::Colon)) {
+                const LenientToken& surplus = m_cursor.Take();
                 Report("surplus-colon", surplus.begin, surplus.end, "one colon is enough", "remove it",
                        {{surplus.begin, surplus.end, L""}});
             }
             return true;
         }
-        const LenientToken& next = Peek();
-        if (next.IsValueStart() && !next.isFirstOfLine && !IsNameAt(0)) {
+        const LenientToken& next = m_cursor.Peek();
+        if (next.IsValueStart() && !next.isFirstOfLine && !m_cursor.IsNameAt(0)) {
             Report("no-colon", next.begin, next.end, "the colon between name and value is missing",
-                   "write a colon after " + Shown(name), {{name.end, name.end, L":"}});
+                   "write a colon after " + m_cursor.Shown(name), {{name.end, name.end, L":"}});
             return true;
         }
-        ReportDoubtful("no-value", name.begin, name.end, "the name " + Shown(name) + " has no value",
+        ReportDoubtful("no-value", name.begin, name.end, "the name " + m_cursor.Shown(name) + " has no value",
                        "write a colon and a value after it", {name.end, name.end, L":null"});
         return false;
     }
 
     void ReadMemberValue(const LenientToken& name) {
-        const LenientToken& value = Peek();
+        const LenientToken& value = m_cursor.Peek();
         if (!value.IsValueStart()) {
-            ReportDoubtful("no-value", value.begin, value.end, "the name " + Shown(name) + " has no value",
+            ReportDoubtful("no-value", value.begin, value.end,
+                           "the name " + m_cursor.Shown(name) + " has no value",
                            "write a value after the colon", {value.begin, value.begin, L"null"});
             return FinishValue();
         }
-        if (!IsNameAt(0)) {
+        if (!m_cursor.IsNameAt(0)) {
             return ReadValue();
         }
         if (HasSurplusCloser()) {
-            return InsertBrace(value, name.begin, name.end, "\"{\" is missing after the name " + Shown(name));
+            return InsertBrace(value, name.begin, name.end,
+                               "\"{\" is missing after the name " + m_cursor.Shown(name));
         }
-        ReportDoubtful("no-value", name.begin, name.end, "the name " + Shown(name) + " has no value",
+        ReportDoubtful("no-value", name.begin, name.end, "the name " + m_cursor.Shown(name) + " has no value",
                        "write a value after the colon", {value.begin, value.begin, L"null,"});
     }
 
     void ReadItem() {
-        const LenientToken& token = Peek();
-        if (IsNameAt(0) && HasSurplusCloser()) {
+        const LenientToken& token = m_cursor.Peek();
+        if (m_cursor.IsNameAt(0) && HasSurplusCloser()) {
             return InsertBrace(token, token.begin, token.end, "\"{\" is missing before this name");
         }
-        if (IsNameAt(0)) {
+        if (m_cursor.IsNameAt(0)) {
             ReportDoubtful("no-brace", token.begin, token.end, "an array holds values without names",
-                           "put the member into \"{\" and \"}\"", {token.begin, Peek(1).end, L""});
-            Take1();
-            Take1();
+                           "put the member into \"{\" and \"}\"", {token.begin, m_cursor.Peek(1).end, L""});
+            m_cursor.Take();
+            m_cursor.Take();
             return;
         }
         if (token.Is(Kind::Colon)) {
             ReportDoubtful("no-value", token.begin, token.end, "a colon is not expected in an array",
                            "remove it", {token.begin, token.end, L""});
-            Take1();
+            m_cursor.Take();
             return;
         }
         ReadValue();
     }
 
     void ReadValue() {
-        const LenientToken& token = Take1();
+        const LenientToken& token = m_cursor.Take();
         if (token.Is(Kind::Open)) {
             return Push(token);
         }
@@ -398,7 +361,7 @@ private:
     }
 
     void ReadWord(const LenientToken& token) {
-        const WordRepair repair = RepairWord(Piece(token));
+        const WordRepair repair = RepairWord(m_cursor.Piece(token));
         if (repair.code && repair.isCertain) {
             Report(repair.code, token.begin, token.end, repair.text, repair.fix,
                    {{token.begin, token.end, repair.value}});
@@ -406,7 +369,7 @@ private:
             ReportDoubtful(repair.code, token.begin, token.end, repair.text, repair.fix,
                            {token.begin, token.end, repair.value});
         }
-        if (m_open.back().isObject && IsNumberWord(Piece(token))) {
+        if (m_open.back().isObject && IsNumberWord(m_cursor.Piece(token))) {
             ReadDecimalComma(token);
             ReadUnit(token);
         }
@@ -414,58 +377,60 @@ private:
 
     // "70,5": a comma right between digits, where a name would follow a comma.
     void ReadDecimalComma(const LenientToken& number) {
-        const LenientToken& comma = Peek();
-        const LenientToken& fraction = Peek(1);
+        const LenientToken& comma = m_cursor.Peek();
+        const LenientToken& fraction = m_cursor.Peek(1);
         if (!comma.Is(Kind::Comma) || comma.begin != number.end || !fraction.Is(Kind::Word) ||
-            fraction.begin != comma.end || !IsDigits(Piece(fraction)) || Peek(2).Is(Kind::Colon)) {
+            fraction.begin != comma.end || !IsDigits(m_cursor.Piece(fraction)) ||
+            m_cursor.Peek(2).Is(Kind::Colon)) {
             return;
         }
         Report("decimal-comma", number.begin, fraction.end, "a number has a decimal point, not a comma",
-               "write " + Utf8(Piece(number)) + "." + Utf8(Piece(fraction)),
+               "write " + Utf8(m_cursor.Piece(number)) + "." + Utf8(m_cursor.Piece(fraction)),
                {{comma.begin, comma.end, L"."}});
-        Take1();
-        Take1();
+        m_cursor.Take();
+        m_cursor.Take();
     }
 
     // "70 Mbps".
     void ReadUnit(const LenientToken& number) {
-        const LenientToken& unit = Peek();
-        if (!unit.Is(Kind::Word) || unit.isFirstOfLine || Peek(1).Is(Kind::Colon) || !IsUnit(Piece(unit))) {
+        const LenientToken& unit = m_cursor.Peek();
+        if (!unit.Is(Kind::Word) || unit.isFirstOfLine || m_cursor.Peek(1).Is(Kind::Colon) ||
+            !IsUnit(m_cursor.Piece(unit))) {
             return;
         }
-        Report("unit", unit.begin, unit.end, "a number cannot have a unit", "remove " + Quoted(Piece(unit)),
-               {{number.end, unit.end, L""}});
-        Take1();
+        Report("unit", unit.begin, unit.end, "a number cannot have a unit",
+               "remove " + Quoted(m_cursor.Piece(unit)), {{number.end, unit.end, L""}});
+        m_cursor.Take();
     }
 
     void FinishValue() {
-        while (!m_open.empty() && Peek().Is(Kind::Colon)) {
-            const LenientToken& token = Take1();
+        while (!m_open.empty() && m_cursor.Peek().Is(Kind::Colon)) {
+            const LenientToken& token = m_cursor.Take();
             ReportDoubtful("no-name", token.begin, token.end, "a colon is not expected here",
                            "remove it, or write a name", {token.begin, token.end, L""});
         }
-        if (!m_open.empty() && Peek().Is(Kind::Comma)) {
-            Take1();
+        if (!m_open.empty() && m_cursor.Peek().Is(Kind::Comma)) {
+            m_cursor.Take();
         }
     }
 
     void ReadRest() {
-        const LenientToken& first = Peek();
+        const LenientToken& first = m_cursor.Peek();
         if (first.Is(Kind::End) || !m_open.empty()) {
             return;
         }
         m_isBalanced = false;
-        const bool isPunctuation =
-            std::all_of(m_tokens.begin() + static_cast<std::ptrdiff_t>(m_next), m_tokens.end(),
-                        [](const LenientToken& token) {
-                            return token.Is(Kind::Close) || token.Is(Kind::Comma) || token.Is(Kind::End);
-                        });
-        const int32_t end = m_tokens[m_tokens.size() - 2].end;
+        const std::span<const LenientToken> rest = m_cursor.Rest();
+        const bool isPunctuation = std::all_of(rest.begin(), rest.end(), [](const LenientToken& token) {
+            return token.Is(Kind::Close) || token.Is(Kind::Comma) || token.Is(Kind::End);
+        });
+        const int32_t end = rest[rest.size() - 2].end; // of what precedes the end of the text
         if (isPunctuation) {
             Report("trailing", first.begin, end,
-                   first.Is(Kind::Close) ? Quoted(Piece(first)) + " closes nothing: the document has ended"
-                                         : "a comma follows the end of the document",
-                   "remove it", {{LastEnd(), end, L""}});
+                   first.Is(Kind::Close)
+                       ? Quoted(m_cursor.Piece(first)) + " closes nothing: the document has ended"
+                       : "a comma follows the end of the document",
+                   "remove it", {{m_cursor.LastEnd(), end, L""}});
         } else {
             ReportDoubtful("trailing", first.begin, end, "text follows the end of the document",
                            "remove it, or the bracket that ends the document too early",
@@ -477,9 +442,7 @@ private:
     bool m_byIndent;
     Recovered m_result;
     TextEdits m_unsafe;
-    std::vector<LenientToken> m_tokens;
-    std::vector<size_t> m_unmatched; // by token
-    size_t m_next = 0;
+    TokenCursor m_cursor;
     std::vector<Container> m_open;
     bool m_isBalanced = true;
 };
