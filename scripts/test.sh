@@ -57,14 +57,17 @@ test_preset() {
 release_lane() {
   step wine-prefix scripts/wine-run.sh cmd /c exit
   test_preset release
+}
+
+native_lane() {
   test_preset native
   step fuzz scripts/fuzz.sh --runs 3000
+  test_preset threads
 }
 
 # Uses a separate Wine server: a server handles one call at a time, and the tests count what they leave in temporary folders.
 debug_lane() {
   export ZQ_WINEPREFIX=$root/build/wine-debug
-  test_preset threads
   test_preset debug
 }
 
@@ -111,7 +114,7 @@ is_running() {
 # Each lane is a separate process group, which ends as a whole.
 set -m
 lanes=()
-for lane in build_lane release_lane debug_lane; do
+for lane in build_lane release_lane native_lane debug_lane; do
   $lane &
   lanes+=($!)
 done

@@ -8,7 +8,7 @@ namespace zq::test {
 
 namespace {
 
-constexpr int kTries = 1000;
+constexpr DWORD kEndMilliseconds = 20000;
 constexpr DWORD kPauseMilliseconds = 20;
 
 } // namespace
@@ -55,15 +55,15 @@ void RunningTool::Interrupt(const std::string& mark) const {
 }
 
 DWORD RunningTool::ExitCode() const {
-    WaitForSingleObject(m_process.hProcess, kTries * kPauseMilliseconds);
+    WaitForSingleObject(m_process.hProcess, kEndMilliseconds);
     DWORD code = 0;
     GetExitCodeProcess(m_process.hProcess, &code);
     return code;
 }
 
 // The program flushes each line; a file has no event for that.
-bool RunningTool::WaitFor(const std::string& text) const {
-    for (int i = 0; i < kTries; ++i) {
+bool RunningTool::WaitFor(const std::string& text, DWORD milliseconds) const {
+    for (DWORD waited = 0; waited < milliseconds; waited += kPauseMilliseconds) {
         if (Output().find(text) != std::string::npos) {
             return true;
         }

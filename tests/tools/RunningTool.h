@@ -18,8 +18,8 @@ public:
     RunningTool(const RunningTool&) = delete;
     RunningTool& operator=(const RunningTool&) = delete;
 
-    // Waits until its output holds `text`, up to 20 seconds. Returns whether it came.
-    bool WaitFor(const std::string& text) const;
+    // Waits until its output holds `text`, by default up to 20 seconds. Returns whether it came.
+    bool WaitFor(const std::string& text, DWORD milliseconds = 20000) const;
     // As Ctrl+C in its console. `mark` is a part of its arguments that no other process has.
     void Interrupt(const std::string& mark) const;
     // Waits until it has ended, up to 20 seconds, and returns its exit code, STILL_ACTIVE where it goes on.
