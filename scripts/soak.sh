@@ -3,7 +3,7 @@
 # Runs a quarter of an hour of bad moments for the files (scripts/bad-moments.sh), lifecycles, stops, saves and changes under
 # load; then everything together on eight threads, for a minute under ThreadSanitizer and for an hour under Wine, or both for
 # ZQ_SOAK_SECONDS; then each command of the tool on each of 1,036 broken files, which takes twenty minutes. Without a filter,
-# finally builds the committed state twice and checks that both builds give the same bytes.
+# finally analyses every source with clang-tidy, builds the committed state twice and checks that both builds give the same bytes.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '0..2' "$@"
 preset=${arguments[0]:-release}
@@ -23,5 +23,6 @@ done
 # 1,000 changes a second on the dashboard, for ten minutes or ZQ_SERVE_SOAK_SECONDS.
 tests/serve/serve_test.sh "build/$preset" tests/serve/soak.mjs
 if [[ $filter == "*" ]]; then
+  scripts/tidy.sh --all
   scripts/reproducible.sh
 fi

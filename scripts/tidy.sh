@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
-# Analyses the sources of src/, tools/ and tests/ with clang-tidy: scripts/tidy.sh [--all]
-#   --all   also analyses sources that have not changed since they last passed
+# Analyses the sources of src/, tools/ and tests/ with clang-tidy: scripts/tidy.sh [--all | --record]
+#   --all      also analyses sources that have not changed since they last passed
+#   --record   analyses the changed sources, then writes scripts/tidy-passed.txt, so that a new machine need not analyse them
 # Remembers the sources that passed in the user's cache folder, so that a new clone can use the results. Needs the builds
 # release and threads: their records of what each source includes determine which sources have changed.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
-parse_arguments '--all' "$@"
+parse_arguments '--all --record' "$@"
 
 cd "$root"
+recorded=scripts/tidy-passed.txt
 clean=${XDG_CACHE_HOME:-$HOME/.cache}/zqmodsettings/tidy
 mkdir -p "$clean" build/tidy
 for preset in release threads; do
@@ -24,11 +26,11 @@ sources_with_headers() {
     }
     /^[^ ]/ { flush(); next }
     /^ / {
-      path = $1
-      if (path ~ /^include\//) path = "build/release/" path # what the build makes, relative to its folder
+      path = $1 # whole, or relative to the folder of the build
+      if (path ~ /^include\//) path = "build/release/" path # what the build makes
       sub(/^\.\.\/\.\.\//, "", path)
       if (index(path, root) == 1) path = substr(path, length(root) + 1)
-      sub(/^components\/[^\/]*\//, "src/", path)
+      sub(/^(build\/[^\/]*\/)?components\/[^\/]*\//, "src/", path)
       if (path ~ /\.cpp$/) source = path
       else if (path ~ /^(include|src|tools|tests|build\/release\/include)\//) headers = headers " " path
     }
@@ -79,16 +81,25 @@ sources() {
   sources_with_headers threads | grep '^tests/concurrency/'
 }
 
+declare -A passed
+while read -r hash; do
+  passed[$hash]=1
+done <"$recorded"
+
 # The mark's name holds all that the result depends on, so a changed source or header has none.
+version=$(clang-tidy-14 --version | grep -oE 'version [0-9.]+')
+marks=()
 changed=()
-while read -r source headers; do
+while read -r source included; do
   [[ -f $source ]] || continue
   configurations=(.clang-tidy)
   [[ $source != tests/* ]] || configurations+=(tests/.clang-tidy)
   choose_arguments "$source"
-  # shellcheck disable=SC2086
-  hash=$( (printf '%s\n' "$source" "${source_arguments[@]}" && cat "${configurations[@]}" "$source" $headers) | sha256sum | cut -c1-32)
-  [[ -f $clean/$hash && -z ${options[--all]:-} ]] || changed+=("$source" "$clean/$hash")
+  mapfile -t headers < <(tr -s ' ' '\n' <<<"$included" | sed '/^$/d' | sort -u)
+  hash=$( (printf '%s\n' "$version" "$source" "${source_arguments[@]}" &&
+    cat "${configurations[@]}" "$source" "${headers[@]}") | sha256sum | cut -c1-32)
+  marks+=("$hash")
+  [[ (-f $clean/$hash || -n ${passed[$hash]:-}) && -z ${options[--all]:-} ]] || changed+=("$source" "$clean/$hash")
 done < <(sources)
 
 total=$((${#changed[@]} / 2))
@@ -97,3 +108,8 @@ for ((i = 0; i < total; i++)); do
   printf '%q ' analyse "$((i + 1))/$total" "${changed[@]:2 * i:2}" "${source_arguments[@]}"
   printf '\0'
 done | xargs -0 -r -n 1 -P "$(nproc)" bash -c
+
+if [[ -n ${options[--record]:-} ]]; then
+  printf '%s\n' "${marks[@]}" | sort >"$recorded"
+  echo "$recorded holds ${#marks[@]} sources."
+fi
