@@ -65,15 +65,12 @@ size_t AsciiPrefix(std::string_view bytes) {
     return count;
 }
 
-// Returns the length of the well-formed UTF-8 sequence at the front, or 0.
+// Returns the length of the well-formed UTF-8 sequence of several bytes at the front, or 0.
 size_t Utf8Sequence(std::string_view bytes) {
     const auto at = [&bytes](size_t i) { return static_cast<unsigned char>(bytes[i]); };
     const unsigned lead = at(0);
-    const size_t length = lead >= 0xC2 && lead < 0xE0   ? 2
-                          : lead >= 0xE0 && lead < 0xF0 ? 3
-                          : lead >= 0xF0 && lead < 0xF5 ? 4
-                                                        : 0;
-    if (length == 0 || length > bytes.size()) {
+    const size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    if (lead < 0xC2 || lead > 0xF4 || length > bytes.size()) {
         return 0;
     }
     // Over-long forms, surrogates and values beyond U+10FFFF.
@@ -93,7 +90,7 @@ size_t Utf8Sequence(std::string_view bytes) {
 // Returns the number of leading bytes that are well-formed non-ASCII sequences.
 size_t Utf8Run(std::string_view bytes) {
     size_t count = 0;
-    while (count < bytes.size() && static_cast<unsigned char>(bytes[count]) >= 0x80) {
+    while (count < bytes.size()) {
         const size_t sequence = Utf8Sequence(bytes.substr(count));
         if (sequence == 0) {
             break;
@@ -184,6 +181,15 @@ const wchar_t* AnsiCharacters() {
 const wchar_t* AsciiCharacters() { return kIdentity.data(); }
 
 bool IsAscii(std::string_view bytes) { return AsciiPrefix(bytes) == bytes.size(); }
+
+bool IsUtf8(std::string_view bytes) {
+    bytes.remove_prefix(AsciiPrefix(bytes));
+    while (const size_t run = Utf8Run(bytes)) {
+        bytes.remove_prefix(run);
+        bytes.remove_prefix(AsciiPrefix(bytes));
+    }
+    return bytes.empty();
+}
 
 std::wstring DecodeFileText(uint32_t codePage, const char* bytes, int32_t length) {
     if (!bytes || length < 1) {

@@ -27,6 +27,9 @@ const wchar_t* AsciiCharacters();
 
 bool IsAscii(std::string_view bytes);
 
+// Whether the bytes are well-formed UTF-8: no over-long forms, no surrogates, nothing beyond U+10FFFF.
+bool IsUtf8(std::string_view bytes);
+
 // The largest number of bytes that a character of a code page can have.
 uint32_t BytesPerCharacter(uint32_t codePage);
 

@@ -9,6 +9,8 @@ namespace zq {
 
 namespace {
 
+using namespace std::string_view_literals;
+
 struct Mark {
     std::string_view bytes;
     Encoding encoding;
@@ -16,54 +18,14 @@ struct Mark {
 
 // A mark of UTF-32 begins like one of UTF-16.
 constexpr std::array<Mark, 5> kMarks = {{
-    {std::string_view("\xFF\xFE\0\0", 4), Encoding::Utf32Little},
-    {std::string_view("\0\0\xFE\xFF", 4), Encoding::Utf32Big},
-    {"\xEF\xBB\xBF", Encoding::MarkedUtf8},
-    {"\xFF\xFE", Encoding::Utf16Little},
-    {"\xFE\xFF", Encoding::Utf16Big},
+    {"\xFF\xFE\0\0"sv, Encoding::Utf32Little},
+    {"\0\0\xFE\xFF"sv, Encoding::Utf32Big},
+    {"\xEF\xBB\xBF"sv, Encoding::MarkedUtf8},
+    {"\xFF\xFE"sv, Encoding::Utf16Little},
+    {"\xFE\xFF"sv, Encoding::Utf16Big},
 }};
 
 uint8_t ByteAt(std::string_view bytes, size_t offset) { return static_cast<uint8_t>(bytes[offset]); }
-
-bool IsAscii(std::string_view bytes) {
-    return std::all_of(bytes.begin(), bytes.end(),
-                       [](char byte) { return static_cast<uint8_t>(byte) < 0x80; });
-}
-
-// The length of the well-formed UTF-8 sequence at a offset, or 0.
-size_t Utf8SequenceAt(std::string_view bytes, size_t offset) {
-    const uint8_t lead = ByteAt(bytes, offset);
-    if (lead < 0x80) {
-        return 1;
-    }
-    const size_t length = lead >= 0xC2 && lead < 0xE0   ? 2
-                          : (lead & 0xF0) == 0xE0       ? 3
-                          : lead >= 0xF0 && lead < 0xF5 ? 4
-                                                        : 0;
-    if (length == 0 || length > bytes.size() - offset) {
-        return 0;
-    }
-    for (size_t i = 1; i < length; ++i) {
-        if ((ByteAt(bytes, offset + i) & 0xC0) != 0x80) {
-            return 0;
-        }
-    }
-    const uint8_t second = ByteAt(bytes, offset + 1);
-    const bool isOverlong = (lead == 0xE0 && second < 0xA0) || (lead == 0xF0 && second < 0x90);
-    const bool isOutside = (lead == 0xED && second >= 0xA0) || (lead == 0xF4 && second >= 0x90);
-    return isOverlong || isOutside ? 0 : length;
-}
-
-bool IsUtf8(std::string_view bytes) {
-    for (size_t offset = 0; offset < bytes.size();) {
-        const size_t length = Utf8SequenceAt(bytes, offset);
-        if (length == 0) {
-            return false;
-        }
-        offset += length;
-    }
-    return true;
-}
 
 // Every document begins with ASCII characters, so zero bytes next to the first two show UTF-16 without a
 // mark.
