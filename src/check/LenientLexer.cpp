@@ -138,11 +138,11 @@ bool LenientLexer::SkipMergeMarker() {
         return false;
     }
     const int32_t begin = m_offset;
-    if (m_conflict == 0) {
+    if (!m_isInConflict) {
         AddError(
             m_problems, "merge-conflict", begin, LineEnd(begin), "a merge conflict is not resolved here",
             "keep one of the two versions and remove the lines that begin with <<<<<<<, ======= and >>>>>>>");
-        m_conflict = m_problems.size();
+        m_isInConflict = true;
     }
     if (unit == L'=' || unit == L'|') {
         const size_t close = m_text.find(L"\n>>>>>>>", static_cast<size_t>(begin));
@@ -150,11 +150,11 @@ bool LenientLexer::SkipMergeMarker() {
             close == std::wstring_view::npos ? Length() : LineEnd(static_cast<int32_t>(close) + 1);
         m_unsafe.push_back({begin, end, L""});
         m_offset = end;
-        m_conflict = 0;
+        m_isInConflict = false;
         return true;
     }
     RemoveLine(begin);
-    m_conflict = unit == L'>' ? 0 : m_conflict;
+    m_isInConflict = unit != L'>';
     return true;
 }
 
@@ -217,9 +217,8 @@ LenientToken LenientLexer::Next() {
     case L'"':
         return ReadText();
     default:
-        break;
+        return IsOneOf(unit, kSingleQuotes) || IsOneOf(unit, kDoubleQuotes) ? ReadOddQuotes() : ReadWord();
     }
-    return IsOneOf(unit, kSingleQuotes) || IsOneOf(unit, kDoubleQuotes) ? ReadOddQuotes() : ReadWord();
 }
 
 // The offset of the unescaped quote that ends a text, or the length.

@@ -78,7 +78,7 @@ private:
     int32_t m_lineEnd = -1;
     int32_t m_indentLine = -1; // whose indentation is m_indent
     int32_t m_indent = 0;
-    size_t m_conflict = 0; // index of the conflict's problem, counted from 1
+    bool m_isInConflict = false; // whose problem is reported
 };
 
 } // namespace zq
