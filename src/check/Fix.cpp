@@ -111,9 +111,9 @@ bool IsSame(const VariableBatch::Entry& a, const VariableBatch::Entry& b) {
     case VariableBatch::Kind::Double:
         return a.real == b.real;
     case VariableBatch::Kind::String:
-        return VariableBatch::TextOf(a) == VariableBatch::TextOf(b);
+        break;
     }
-    return false;
+    return VariableBatch::TextOf(a) == VariableBatch::TextOf(b);
 }
 
 bool IsLoadedAs(ConfigFile file, std::string_view bytes, const VariableBatch& wanted) {

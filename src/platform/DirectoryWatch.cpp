@@ -54,7 +54,6 @@ DirectoryWatch::Result DirectoryWatch::Fetch() {
         const DWORD error = GetLastError();
         if (error == ERROR_IO_INCOMPLETE) {
             Cancel();
-            return Result::Nothing;
         }
         m_isPending = false;
         return error == ERROR_NOTIFY_ENUM_DIR ? Result::Lost : Result::Nothing;
