@@ -32,7 +32,12 @@ bool IsDigits(std::wstring_view word) {
 class Attempt {
 public:
     Attempt(std::wstring_view text, bool byIndent)
-        : m_text(text), m_byIndent(byIndent), m_cursor(text, m_result.problems, m_unsafe) {}
+        : m_text(text), m_byIndent(byIndent), m_cursor(text, m_result.problems, m_result.edits) {
+        m_result.isCertain = m_result.edits.empty();
+        for (const Problem& problem : m_result.problems) {
+            AddEdits(problem.edits);
+        }
+    }
 
     void Run() {
         ReadRoot();
@@ -46,11 +51,7 @@ public:
     bool IsBalanced() const { return m_isBalanced; }
 
     Recovered Take() {
-        for (const Problem& problem : m_result.problems) {
-            m_result.edits.insert(m_result.edits.end(), problem.edits.begin(), problem.edits.end());
-        }
-        m_result.isCertain = m_unsafe.empty() && m_result.problems.size() < kMostProblems;
-        m_result.edits.insert(m_result.edits.end(), m_unsafe.begin(), m_unsafe.end());
+        m_result.isCertain = m_result.isCertain && m_result.problems.size() < kMostProblems;
         return std::move(m_result);
     }
 
@@ -64,15 +65,25 @@ private:
         std::wstring_view Closer() const { return isObject ? L"}" : L"]"; }
     };
 
+    // In the order of the reading, which insertions at one offset keep.
+    void AddEdits(const TextEdits& edits) {
+        m_result.edits.insert(m_result.edits.end(), edits.begin(), edits.end());
+    }
+    void AddDoubtfulEdit(TextEdit edit) {
+        m_result.edits.push_back(std::move(edit));
+        m_result.isCertain = false;
+    }
+
     void Report(const char* code, int32_t begin, int32_t end, std::string text, std::string fix,
                 TextEdits edits) {
+        AddEdits(edits);
         AddError(m_result.problems, code, begin, end, std::move(text), std::move(fix), std::move(edits));
     }
     // Only the author knows what is missing here; with `edit` the reading goes on.
     void ReportDoubtful(const char* code, int32_t begin, int32_t end, std::string text, std::string fix,
                         TextEdit edit) {
         Report(code, begin, end, std::move(text), std::move(fix), {});
-        m_unsafe.push_back(std::move(edit));
+        AddDoubtfulEdit(std::move(edit));
     }
 
     void ReportNoDocument(const char* code, int32_t begin, int32_t end, std::string text, std::string fix,
@@ -127,7 +138,7 @@ private:
                 Report("empty", token.begin, token.end, "the file holds no document",
                        "write {} or [] at least", {});
             }
-            m_unsafe.push_back({token.begin, token.begin, L"[]"});
+            AddDoubtfulEdit({token.begin, token.begin, L"[]"});
             m_result.hasDocument = false;
         } else {
             ReadRootScalar(m_cursor.Take());
@@ -441,7 +452,6 @@ private:
     std::wstring_view m_text;
     bool m_byIndent;
     Recovered m_result;
-    TextEdits m_unsafe;
     TokenCursor m_cursor;
     std::vector<Container> m_open;
     bool m_isBalanced = true;

@@ -78,6 +78,7 @@ TEST(FileCheck, SaysOnceThatAValueIsMissing) {
     EXPECT_EQ(Lines({"1:2 error no-value"}), Check(R"({"A"})"));
     EXPECT_EQ(Lines({"1:6 error no-value"}), Check(R"({"A":})"));
     EXPECT_EQ(Lines({"1:2 error no-value"}), Check(R"({"A","B":1})"));
+    EXPECT_EQ(Lines({"1:2 error no-value", "1:6 error no-quotes"}), Check(R"({"A":B:1})"));
 }
 
 TEST(FileCheck, ShowsWhereATextIsCutShort) {
