@@ -116,7 +116,7 @@ SourceText::SourceText(std::string_view bytes) {
 void SourceText::FindLines() {
     m_lineStarts.push_back(0);
     for (size_t i = 0; i < m_text.size(); ++i) {
-        const bool isPair = m_text[i] == L'\r' && i + 1 < m_text.size() && m_text[i + 1] == L'\n';
+        const bool isPair = m_text[i] == L'\r' && m_text[i + 1] == L'\n'; // a zero follows the last unit
         if (m_text[i] == L'\n' || (m_text[i] == L'\r' && !isPair)) {
             m_lineStarts.push_back(static_cast<int32_t>(i) + 1);
         }

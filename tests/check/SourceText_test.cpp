@@ -75,15 +75,19 @@ TEST(SourceText, ALineEndsWithALineFeedACarriageReturnOrBoth) {
         EXPECT_EQ(wanted[offset], Placed(source, offset)) << offset;
     }
     EXPECT_EQ("2:1", Placed(SourceText("\r"), 1));
+    EXPECT_EQ("1:2", Placed(SourceText("a\r\n"), 1));
+    EXPECT_EQ("1:3", Placed(SourceText("a\r\n"), 2));
+    EXPECT_EQ("2:1", Placed(SourceText("a\r\n"), 3));
+    EXPECT_EQ("2:1", Placed(SourceText("a\r\nb"), 3));
     EXPECT_EQ("1:1", Placed(SourceText(""), 0));
 }
 
 TEST(SourceText, GivesALineWithoutItsLineBreak) {
-    const SourceText source("one\r\n\ntwo\rthree");
-    EXPECT_EQ(L"one", source.LineAt(0));
-    EXPECT_EQ(L"one", source.LineAt(4));
-    EXPECT_EQ(L"", source.LineAt(5));
-    EXPECT_EQ(L"two", source.LineAt(6));
+    const SourceText source("one~\r\n\ntwo\rthree");
+    EXPECT_EQ(L"one~", source.LineAt(0));
+    EXPECT_EQ(L"one~", source.LineAt(5));
+    EXPECT_EQ(L"", source.LineAt(6));
+    EXPECT_EQ(L"two", source.LineAt(7));
     EXPECT_EQ(L"three", source.LineAt(source.Length()));
 }
 
