@@ -1,4 +1,4 @@
-// Comparison of names that ignores the case of ASCII letters, and of no others.
+// ASCII letters, and comparison of names that ignores their case and that of no others.
 //
 // Portable.
 #pragma once
@@ -7,6 +7,10 @@
 #include <string_view>
 
 namespace zq {
+
+constexpr bool IsAsciiLetter(wchar_t unit) {
+    return (unit >= L'A' && unit <= L'Z') || (unit >= L'a' && unit <= L'z');
+}
 
 constexpr wchar_t AsciiLower(wchar_t unit) {
     return unit >= L'A' && unit <= L'Z' ? static_cast<wchar_t>(unit - L'A' + L'a') : unit;

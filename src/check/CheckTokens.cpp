@@ -2,17 +2,15 @@
 #include "check/Quote.h"
 #include "check/TextToken.h"
 
+#include "base/AsciiCase.h"
+
 #include <algorithm>
 
 namespace zq {
 
 namespace {
 
-bool IsAsciiLetter(wchar_t unit) { return (unit >= L'A' && unit <= L'Z') || (unit >= L'a' && unit <= L'z'); }
-
-bool IsHexDigit(wchar_t unit) {
-    return (unit >= L'0' && unit <= L'9') || (unit >= L'a' && unit <= L'f') || (unit >= L'A' && unit <= L'F');
-}
+bool IsHexDigit(wchar_t unit) { return HexDigit(unit) >= 0; }
 
 // \uXXXX, which no folder's name is likely to look like.
 bool IsHexEscape(std::wstring_view text) {
@@ -133,8 +131,7 @@ private:
             return;
         }
         std::wstring lower(word);
-        std::transform(lower.begin(), lower.end(), lower.begin(),
-                       [](wchar_t unit) { return unit < L'a' ? static_cast<wchar_t>(unit + 32) : unit; });
+        std::transform(lower.begin(), lower.end(), lower.begin(), AsciiLower);
         Warn("literal-case", node.begin, node.end, Quoted(word) + " is not in lower case",
              "write " + Utf8(lower), {{node.begin, node.end, lower}});
     }

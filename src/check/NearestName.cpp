@@ -1,13 +1,13 @@
 #include "check/NearestName.h"
 
+#include "base/AsciiCase.h"
+
 #include <algorithm>
 #include <utility>
 
 namespace zq {
 
 namespace {
-
-wchar_t Lower(wchar_t unit) { return unit >= L'A' && unit <= L'Z' ? static_cast<wchar_t>(unit + 32) : unit; }
 
 bool IsDigit(wchar_t unit) { return unit >= L'0' && unit <= L'9'; }
 
@@ -25,7 +25,7 @@ size_t Tolerance(size_t length) {
 }
 
 bool Holds(std::wstring_view name, std::wstring_view part) {
-    const auto isSame = [](wchar_t a, wchar_t b) { return Lower(a) == Lower(b); };
+    const auto isSame = [](wchar_t a, wchar_t b) { return AsciiLower(a) == AsciiLower(b); };
     return !part.empty() &&
            std::search(name.begin(), name.end(), part.begin(), part.end(), isSame) != name.end();
 }
@@ -47,9 +47,10 @@ public:
         m_row[0] = i + 1;
         size_t least = m_row[0];
         for (size_t j = 0; j < m_b.size(); ++j) {
-            const bool isSame = Lower(a[i]) == Lower(m_b[j]);
+            const bool isSame = AsciiLower(a[i]) == AsciiLower(m_b[j]);
             m_row[j + 1] = std::min({m_last[j] + (isSame ? 0 : 1), m_last[j + 1] + 1, m_row[j] + 1});
-            if (i > 0 && j > 0 && Lower(a[i]) == Lower(m_b[j - 1]) && Lower(a[i - 1]) == Lower(m_b[j])) {
+            if (i > 0 && j > 0 && AsciiLower(a[i]) == AsciiLower(m_b[j - 1]) &&
+                AsciiLower(a[i - 1]) == AsciiLower(m_b[j])) {
                 m_row[j + 1] = std::min(m_row[j + 1], m_before[j - 1] + 1);
             }
             least = std::min(least, m_row[j + 1]);

@@ -1,5 +1,6 @@
 #include "check/Recovery.h"
 
+#include "base/AsciiCase.h"
 #include "check/Quote.h"
 #include "check/TokenCursor.h"
 #include "check/WordRepair.h"
@@ -18,10 +19,8 @@ using Kind = LenientToken::Kind;
 constexpr size_t kMostProblems = 500;
 
 bool IsUnit(std::wstring_view word) {
-    return std::all_of(word.begin(), word.end(), [](wchar_t unit) {
-        return (unit >= L'A' && unit <= L'Z') || (unit >= L'a' && unit <= L'z') || unit == L'%' ||
-               unit == L'/';
-    });
+    return std::all_of(word.begin(), word.end(),
+                       [](wchar_t unit) { return IsAsciiLetter(unit) || unit == L'%' || unit == L'/'; });
 }
 
 bool IsDigits(std::wstring_view word) {

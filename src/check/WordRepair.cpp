@@ -1,5 +1,6 @@
 #include "check/WordRepair.h"
 
+#include "base/AsciiCase.h"
 #include "check/NearestName.h"
 #include "check/Quote.h"
 #include "config/json/JsonScalar.h"
@@ -13,13 +14,10 @@ namespace zq {
 namespace {
 
 bool IsDigit(wchar_t unit) { return unit >= L'0' && unit <= L'9'; }
-bool IsLetter(wchar_t unit) { return (unit >= L'A' && unit <= L'Z') || (unit >= L'a' && unit <= L'z'); }
 
 std::wstring Lower(std::wstring_view word) {
     std::wstring lower(word);
-    std::transform(lower.begin(), lower.end(), lower.begin(), [](wchar_t unit) {
-        return unit >= L'A' && unit <= L'Z' ? static_cast<wchar_t>(unit + 32) : unit;
-    });
+    std::transform(lower.begin(), lower.end(), lower.begin(), AsciiLower);
     return lower;
 }
 
@@ -152,7 +150,7 @@ WordRepair RepairHex(std::wstring_view word) {
 WordRepair RepairUnit(std::wstring_view word) {
     const size_t units = PlainNumberUnits(word);
     const std::wstring_view rest = word.substr(units);
-    const auto isUnit = [](wchar_t unit) { return IsLetter(unit) || unit == L'%' || unit == L'/'; };
+    const auto isUnit = [](wchar_t unit) { return IsAsciiLetter(unit) || unit == L'%' || unit == L'/'; };
     if (units == 0 || rest.empty() || !std::all_of(rest.begin(), rest.end(), isUnit)) {
         return {};
     }
@@ -182,7 +180,7 @@ bool IsMistypedLiteral(std::wstring_view word, std::wstring& meant) {
 
 bool IsPlainText(std::wstring_view word) {
     return std::all_of(word.begin(), word.end(), [](wchar_t unit) {
-        return IsLetter(unit) || IsDigit(unit) || unit == L'_' || unit == L'-' || unit == L'.' ||
+        return IsAsciiLetter(unit) || IsDigit(unit) || unit == L'_' || unit == L'-' || unit == L'.' ||
                unit == L'+';
     });
 }

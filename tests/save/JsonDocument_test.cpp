@@ -40,6 +40,8 @@ TEST_F(JsonDocument, AFileOfThreeBytesOrNoneIsUnreadable) {
     EXPECT_FALSE(document);
     EXPECT_EQ(1, Load(""));
     EXPECT_FALSE(document);
+    EXPECT_EQ(0, Load("[12]"));
+    EXPECT_TRUE(document);
 }
 
 TEST_F(JsonDocument, AByteOrderMarkDoesNotParse) {
