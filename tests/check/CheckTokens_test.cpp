@@ -198,6 +198,11 @@ TEST(CheckTokens, WritesLiteralsInLowerCase) {
     }
 }
 
+TEST(CheckTokens, SaysNothingOfLiteralsInLowerCase) {
+    EXPECT_EQ(Lines(), Check(R"({"A":true,"B":false})"));
+    EXPECT_EQ(Lines({"1:6 warning skipped-null"}), Check(R"({"A":null})"));
+}
+
 TEST(CheckTokens, PutsAMissingCommaRightAfterTheValueBeforeIt) {
     for (const char* const blanks : {" ", "\t", "\r\n", "\n \t"}) {
         const Problem problem = Only("{\"A\":1"s + blanks + "\"B\":2}");

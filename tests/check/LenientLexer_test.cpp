@@ -292,6 +292,15 @@ TEST(LenientLexer, EscapesQuotesInsideAText) {
                        {L"\"a\"b\"", "unopened-text: \"a\"\"b\""}});
 }
 
+TEST(LenientLexer, AQuoteBeforeABlankOrAnotherTokenIsNotInsideAText) {
+    EXPECT_EQ("01-20 22-23 2C 3A-3B 3D 5B 5D 7B 7D", UnitsOf([](wchar_t unit) {
+                  return First(L"\"a\"" + std::wstring(1, unit) + L"b\" c\"").end == 3;
+              }));
+    // Nor are the quotes of a name.
+    EXPECT_EQ(3, First(L"\"a\"b\" c\":1").end);
+    EXPECT_EQ(3, First(L"\"a\"b\" c\" :1").end);
+}
+
 TEST(LenientLexer, EscapesTwentyQuotesInsideATextAtMost) {
     const auto withPairs = [](int pairs) {
         std::wstring text = L"\"";

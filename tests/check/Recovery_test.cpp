@@ -154,42 +154,60 @@ TEST(Recovery, StopsAtFiveHundredProblems) {
 TEST(Recovery, SaysWhatToWriteAndWhere) {
     struct Advice {
         std::wstring_view written;
+        std::string shown; // the piece of the text that the problem points at
         std::string text;
         std::string fix;
     };
     for (const Advice& advice : std::vector<Advice>{
-             {L"\"A\":1}", "the document does not begin with \"{\"", "write \"{\" before \"A\""},
-             {L"{\"A\" \"B\":1}}", "a colon and \"{\" are missing after the name \"A\"",
+             {L"\"A\":1}", "\"A\"", "the document does not begin with \"{\"", "write \"{\" before \"A\""},
+             {L"{\"A\" \"B\":1}}", "\"A\"", "a colon and \"{\" are missing after the name \"A\"",
               "write \": {\" before \"B\""},
-             {L"{\"A\":\"B\":1}}", "\"{\" is missing after the name \"A\"", "write \"{\" before \"B\""},
-             {L"[\"B\":1}]", "\"{\" is missing before this name", "write \"{\" before \"B\""},
-             {L"]{}", "\"]\" closes nothing", "remove it"},
-             {L"[1}", "\"}\" does not close \"[\"", "write \"]\""},
-             {L"{\"A\":1]", "\"]\" does not close \"{\"", "write \"}\""},
-             {L"{\"A\":1", "this bracket is not closed before the file ends",
+             {L"{\"A\":\"B\":1}}", "\"A\"", "\"{\" is missing after the name \"A\"",
+              "write \"{\" before \"B\""},
+             {L"[\"B\":1}]", "\"B\"", "\"{\" is missing before this name", "write \"{\" before \"B\""},
+             {L"[\"B\":1]", "\"B\"", "an array holds values without names",
+              "put the member into \"{\" and \"}\""},
+             {L"]{}", "]", "\"]\" closes nothing", "remove it"},
+             {L"[1}", "}", "\"}\" does not close \"[\"", "write \"]\""},
+             {L"{\"A\":1]", "]", "\"]\" does not close \"{\"", "write \"}\""},
+             {L"{\"A\":1", "{", "this bracket is not closed before the file ends",
               "add \"}\" at the end of the file"},
-             {L"{\"A\":[1", "this bracket and those around it are not closed before the file ends",
+             {L"{\"A\":[1", "[", "this bracket and those around it are not closed before the file ends",
               "add \"]}\" at the end of the file"},
-             {L"{\n \"A\":[\n  1\n \"C\":2\n}", "this bracket is not closed", "add \"]\" before \"C\""},
-             {L"{\"A\" 1}", "the colon between name and value is missing", "write a colon after \"A\""},
-             {L"{A:1}", "the name \"A\" needs quotes", "put it in double quotes"},
-             {L"{\"A\"}", "the name \"A\" has no value", "write a colon and a value after it"},
-             {L"{\"A\":}", "the name \"A\" has no value", "write a value after the colon"},
-             {L"{\"A\":1,0x10}", "\"0x10\" is not expected here: a member begins with a name in quotes",
-              "write \"Name\": 16"},
-             {L"{\"A\":1,x y}", "\"x\" is not expected here: a member begins with a name in quotes",
+             {L"{\n \"A\":[\n  1\n \"C\":2\n}", "[", "this bracket is not closed", "add \"]\" before \"C\""},
+             {L"[1,,2]", ",", "a value is missing before this comma", "remove the comma"},
+             {L"{\"A\"::1}", ":", "one colon is enough", "remove it"},
+             {L"{\"A\" 1}", "1", "the colon between name and value is missing", "write a colon after \"A\""},
+             {L"{A:1}", "A", "the name \"A\" needs quotes", "put it in double quotes"},
+             {L"{\"A\"}", "\"A\"", "the name \"A\" has no value", "write a colon and a value after it"},
+             {L"{\"A\":}", "}", "the name \"A\" has no value", "write a value after the colon"},
+             {L"{\"A\":B:1}", "\"A\"", "the name \"A\" has no value", "write a value after the colon"},
+             {L"{:1}", ":", "a name in quotes is missing here", "write \"Name\": before it"},
+             {L"[:1]", ":", "a colon is not expected in an array", "remove it"},
+             {L"{\"A\":[1]:2}", ":", "a colon is not expected here", "remove it, or write a name"},
+             {L"{\"A\":1,0x10}", "0x10",
+              "\"0x10\" is not expected here: a member begins with a name in quotes", "write \"Name\": 16"},
+             {L"{\"A\":1,x y}", "x", "\"x\" is not expected here: a member begins with a name in quotes",
               "write \"Name\": \"x\""},
-             {L"{\"A\":70,5}", "a number has a decimal point, not a comma", "write 70.5"},
-             {L"{\"A\":70 Mbps}", "a number cannot have a unit", "remove \"Mbps\""},
-             {L"5", "the file holds only the number \"5\"", "write an object, as {\"Name\": 5}"},
-             {L"{}]", "\"]\" closes nothing: the document has ended", "remove it"},
-             {L"{},", "a comma follows the end of the document", "remove it"},
-             {L"{} x", "text follows the end of the document",
+             {L"{5}", "5", "\"5\" is not expected here: a member begins with a name in quotes",
+              "write \"Name\": and a value"},
+             {L"{\"A\":70,5}", "70,5", "a number has a decimal point, not a comma", "write 70.5"},
+             {L"{\"A\":70 Mbps}", "Mbps", "a number cannot have a unit", "remove \"Mbps\""},
+             {L"", "", "the file holds no document", "write {} or [] at least"},
+             {L"5", "5", "the file holds only the number \"5\"", "write an object, as {\"Name\": 5}"},
+             {L":1", ":", "the document does not begin with a bracket", "write \"{\" and a name in quotes"},
+             {L"{}] ,", "] ,", "\"]\" closes nothing: the document has ended", "remove it"},
+             {L"{},", ",", "a comma follows the end of the document", "remove it"},
+             {L"{} x y ", "x y", "text follows the end of the document",
               "remove it, or the bracket that ends the document too early"}}) {
         const Problems problems = Recover(advice.written).problems;
         ASSERT_FALSE(problems.empty()) << Utf8(advice.written);
-        EXPECT_EQ(advice.text, problems[0].text) << Utf8(advice.written);
-        EXPECT_EQ(advice.fix, problems[0].fix) << Utf8(advice.written);
+        const Problem& problem = problems[0];
+        EXPECT_EQ(advice.shown, Utf8(advice.written.substr(static_cast<size_t>(problem.begin),
+                                                           static_cast<size_t>(problem.end - problem.begin))))
+            << Utf8(advice.written);
+        EXPECT_EQ(advice.text, problem.text) << Utf8(advice.written);
+        EXPECT_EQ(advice.fix, problem.fix) << Utf8(advice.written);
     }
 }
 
