@@ -125,6 +125,9 @@ TEST(CheckTokens, APathBeginsWithADriveOrAShare) {
     EXPECT_EQ(kLetters, CharactersOf(isShare));
     EXPECT_EQ(Lines({"backslash: \\ \\"}), Said("C:\\x\\y"));
     EXPECT_EQ(Lines({"backslash: \\"}), Said("C:\\x"));
+    // Whoever writes one of these knows escapes.
+    EXPECT_EQ(Lines({"lost-escape: "}), Said("C:\\x\\\"y"));
+    EXPECT_EQ(Lines({"lost-escape: "}), Said("C:\\x\\\\y"));
 }
 
 TEST(CheckTokens, AHexadecimalEscapeIsNoFolder) {
@@ -204,7 +207,7 @@ TEST(CheckTokens, SaysNothingOfLiteralsInLowerCase) {
 }
 
 TEST(CheckTokens, PutsAMissingCommaRightAfterTheValueBeforeIt) {
-    for (const char* const blanks : {" ", "\t", "\r\n", "\n \t"}) {
+    for (const char* const blanks : {"", " ", "\t", "\r\n", "\n \t"}) {
         const Problem problem = Only("{\"A\":1"s + blanks + "\"B\":2}");
         EXPECT_STREQ("missing-comma", problem.code);
         EXPECT_EQ((TextEdits{{6, 6, L","}}), problem.edits) << testing::PrintToString(blanks);
