@@ -189,6 +189,8 @@ TEST(CheckTokens, ComparesIntegersWithTheLargest) {
     EXPECT_FALSE(isTooLarge("999999999999999999"));
     EXPECT_EQ("\"-9999999999999999999\" does not fit into 64 bits and is read as -9223372036854775807",
               Only(R"({"A":-9999999999999999999})").text);
+    EXPECT_EQ("\"9999999999999999999\" does not fit into 64 bits and is read as 9223372036854775807",
+              Only(R"({"A":9999999999999999999})").text);
 }
 
 TEST(CheckTokens, WritesLiteralsInLowerCase) {
@@ -199,6 +201,18 @@ TEST(CheckTokens, WritesLiteralsInLowerCase) {
         EXPECT_EQ((TextEdits{{5, 5 + static_cast<int32_t>(word.size()), lower}}), problem.edits) << word;
         EXPECT_EQ("write " + Utf8(lower), problem.fix);
     }
+}
+
+TEST(CheckTokens, ALineBreakInATextOrALostQuoteShowsThatItIsMisread) {
+    const auto isMisread = [](const char* code, const std::wstring& edit) {
+        return IsMisread({{Severity::Warning, code, 0, 1, "", "", {{0, 1, edit}}}});
+    };
+    EXPECT_TRUE(isMisread("lost-unit", L""));
+    EXPECT_TRUE(isMisread("raw-control", L"\\n"));
+    EXPECT_TRUE(isMisread("raw-control", L"\\r"));
+    EXPECT_FALSE(isMisread("raw-control", L"\\t"));
+    EXPECT_FALSE(isMisread("odd-number", L"\\n"));
+    EXPECT_FALSE(IsMisread({}));
 }
 
 TEST(CheckTokens, SaysNothingOfLiteralsInLowerCase) {

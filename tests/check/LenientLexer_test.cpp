@@ -8,6 +8,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace zq::test {
@@ -320,6 +321,31 @@ TEST(LenientLexer, DoublesTheBackslashesOfAPathThatEndsInOne) {
                        {L"\"C:\\\\new\\\"", "backslash: \"C:\\\\new\\\\\""},
                        {L"\"\\\"", "backslash: \"\\\\\""},
                        {L"\"C:\\\\new\\\\\"", ": \"C:\\\\new\\\\\""}});
+}
+
+TEST(LenientLexer, ShowsThePieceThatIsWrong) {
+    for (const auto& [text, shown] :
+         std::vector<std::pair<std::wstring_view, std::wstring_view>>{{L"{ # x\n}", L"# x"},
+                                                                      {L"{/* x */}", L"/* x */"},
+                                                                      {L"{\u00A0\u2003}", L"\u00A0\u2003"},
+                                                                      {L"{\n<<<<<<< a\n}", L"<<<<<<< a"},
+                                                                      {L"{\"A\"=>1}", L"=>"},
+                                                                      {L"{\"A\"=1}", L"="},
+                                                                      {L"{\"A\":1;}", L";"},
+                                                                      {L"\"x\u201D,", L"\u201D"},
+                                                                      {L"\"C:\\a\\\",", L"C:\\a\\\""},
+                                                                      {L"\"C:\\\\a\\\",", L"\\\""},
+                                                                      {L"\"A: 1,", L"\"A"},
+                                                                      {L"\"x,", L"\"x"},
+                                                                      {L"\"a \"b\" c\"", L"\"b\" c"},
+                                                                      {L"{'A':'x',", L"'A':'x'"},
+                                                                      {L"{'A':\"x\",\n'B'", L"'A'"},
+                                                                      {L"{A\":1}", L"A\""}}) {
+        const Problem problem = Lex(text).problems.at(0);
+        EXPECT_EQ(shown, text.substr(static_cast<size_t>(problem.begin),
+                                     static_cast<size_t>(problem.end - problem.begin)))
+            << Utf8(text);
+    }
 }
 
 TEST(LenientLexer, MeasuresTheIndentationOfEachLine) {

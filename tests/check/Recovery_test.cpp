@@ -94,6 +94,7 @@ TEST(Recovery, WritesTheNamesColonsAndValuesThatAreMissing) {
                       {L"{1}", "no-name?: {}"},
                       {L"{\"A\":1:2}", "no-value no-quotes?: {\"A\":null,\"1\":2}"},
                       {L"{\"A\":x:2}", "no-value no-quotes?: {\"A\":null,\"x\":2}"},
+                      {L"{\"A\":[1]:,\"B\":2}", "no-name?: {\"A\":[1],\"B\":2}"},
                       {L"[:1]", "no-value?: [1]"}});
 }
 
