@@ -162,6 +162,12 @@ class Report:
         (small, own_small), (large, own_large) = sorted(self.group(name)[competitor].items())[-2:]
         return f"{own_large / large / (own_small / small):.2f}"
 
+    def bound(self, name, competitor, floor):
+        """As ratio, if the first row took only as long as a floor."""
+        rows = self.group(name)
+        ratios = [rows[competitor][size] / value for size, value in rows[floor].items()]
+        return f"{min(ratios):.1f} to {max(ratios):.1f}"
+
     def unpack_bound(self):
         """How much faster than the best peer with the same maps unpacking would be if the codec cost nothing."""
         rows = self.group("unpack")

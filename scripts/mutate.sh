@@ -4,18 +4,22 @@
 #   --random N    plants N faults drawn at random from all of src/ instead (tests/mutation/mutants.py)
 #   --seed S      the seed of the drawing (default: the current time, which is printed)
 #   --minutes M   draws no more faults after M minutes
+#   --part K/N    judges only each Nth of these faults, from the Kth on, so that N runs side by side share them
 # PATTERN, a pattern for grep, selects listed faults by file and tests, and random ones by file. Works on a copy in
-# build/mutation. Exits with 1 if a listed fault survives or no longer fits the sources, or if less than 95 % of the random ones
-# are caught. Writes all survivors to build/mutation/survivors.txt.
+# build/mutation (build/mutation-K for a part). Exits with 1 if a listed fault survives or no longer fits the sources, or if
+# less than 95 % of the random ones are caught. Writes all survivors to survivors.txt in the folder of the copy.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
-parse_arguments '--list= --random= --seed= --minutes= 0..1' "$@"
+parse_arguments '--list= --random= --seed= --minutes= --part= 0..1' "$@"
 pattern=${arguments[0]:-.}
 faults=${options[--list]:-$root/tests/mutation/faults.txt}
 [[ -f $faults ]] || fail "there is no file $faults." 2
 for name in --random --seed --minutes; do
   require_number "$name" "${options[$name]:-}"
 done
+part=${options[--part]:-1/1}
+[[ $part =~ ^[1-9][0-9]*/[1-9][0-9]*$ && ${part%/*} -le ${part#*/} ]] || fail "--part takes K/N, as in 1/2, not $part." 2
 work=$root/build/mutation
+[[ $part == 1/1 ]] || work+=-${part%/*}
 tree=$work/tree
 original=$work/original # what is planted in: the working tree may change during a run
 export ZQ_WINEPREFIX=$work/wine
@@ -169,7 +173,8 @@ if [[ -n ${options[--random]:-} ]]; then
     done
     judge "$file" "$number: $kind: ${line#"${line%%[! ]*}"}" "${programs_and_filters[@]}"
   done < <("$root/tests/mutation/mutants.py" "$original" "$seed" | awk -F '\t' -v pattern="$pattern" '
-    BEGIN { if (pattern == ".") pattern = "" } $1 ~ pattern')
+    BEGIN { if (pattern == ".") pattern = "" } $1 ~ pattern' |
+    awk -v first="${part%/*}" -v parts="${part#*/}" 'NR % parts == first % parts')
   echo "$caught caught, $survived survived, $unfit did not build and were replaced"
   [[ $((100 * caught)) -ge $((95 * (caught + survived))) ]]
   exit

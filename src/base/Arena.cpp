@@ -57,7 +57,8 @@ void Arena::AddChunk(size_t bytes) {
     RaiseIfCancelled(m_cancellation);
     // Growing by a fraction of the total keeps the unused end small.
     const size_t part = m_life == Life::Short ? 16 : 4;
-    const size_t grown = std::clamp(m_chunkBytes / part, kSmallestChunk, kLargestChunk);
+    const size_t wanted = std::max(m_chunkBytes / part, m_expected);
+    const size_t grown = std::clamp(wanted, kSmallestChunk, kLargestChunk);
     const size_t size = std::max(bytes, m_life == Life::Short ? std::max(grown, kKeptChunk) : grown);
     void* memory = m_life == Life::Short && size == kKeptChunk ? g_keptChunks.Take() : nullptr;
     if (!memory) {
@@ -66,6 +67,7 @@ void Arena::AddChunk(size_t bytes) {
     EndChunk();
     m_chunks = new (memory) Chunk{m_chunks, size, 0};
     m_chunkBytes += size;
+    m_expected -= std::min(m_expected, size);
     m_next = reinterpret_cast<std::byte*>(m_chunks + 1);
     m_end = m_next + size;
 }
@@ -87,7 +89,7 @@ void Arena::Clear() noexcept {
     while (m_chunks) {
         FreeChunk(std::exchange(m_chunks, m_chunks->next), m_life);
     }
-    m_chunkBytes = 0;
+    m_chunkBytes = m_expected = 0;
     m_next = m_end = nullptr;
 }
 

@@ -33,6 +33,9 @@ public:
     // Sets what is checked each time that the arena grows; growing then raises Cancelled. May be null.
     void StopOn(const Cancellation* cancellation) { m_cancellation = cancellation; }
 
+    // Says how many bytes are about to be allocated, so that a few large chunks take them.
+    void Expect(size_t bytes) { m_expected = bytes; }
+
     // Memory for `count` objects that need no destructor. Raises std::bad_alloc.
     template <class T>
     T* Allocate(size_t count) {
@@ -79,6 +82,7 @@ private:
     const Cancellation* m_cancellation = nullptr;
     Chunk* m_chunks = nullptr;
     size_t m_chunkBytes = 0; // of all chunks
+    size_t m_expected = 0;
     std::byte* m_next = nullptr;
     std::byte* m_end = nullptr;
 };

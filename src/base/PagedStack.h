@@ -13,7 +13,7 @@
 namespace zq {
 
 // `kPage` is the number of items in a page.
-template <class T, size_t kPage = 2048>
+template <class T, size_t kPage>
 class PagedStack {
     static_assert(std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>);
 

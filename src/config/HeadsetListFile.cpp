@@ -1,5 +1,6 @@
 #include "config/HeadsetListFile.h"
 
+#include "base/Decimal.h"
 #include "base/HostLog.h"
 #include "config/Flattening.h"
 #include "config/json/JsonReader.h"
@@ -16,8 +17,8 @@ constexpr uint8_t kResponses = 4 | kJsonObjectsOnly;
 constexpr uint8_t kItem = 5;
 constexpr uint8_t kValues = 6;
 
-void LogInvalid(const HostLog& log, const std::wstring& name) {
-    log.Log(LogFailure, L"Invalid hmd list item : %s", name.c_str());
+void LogInvalid(const HostLog& log, const NameBuffer& name) {
+    log.Log(LogFailure, L"Invalid hmd list item : %s", name.String().c_str());
 }
 
 const JsonValue* IntegerMember(const JsonValue& item, std::wstring_view key) {
@@ -34,9 +35,9 @@ void FlattenArray(NameBuffer& name, const JsonValue& array, VariableBatch& batch
     int32_t index = 0;
     for (const JsonValue& element : array.Elements()) {
         name.CutTo(length);
-        name.AppendKey(std::to_wstring(index++));
+        name.AppendKey(Decimal(index++).View());
         if (!AddScalar(name.View(), element, batch, trace)) {
-            LogInvalid(log, name.String());
+            LogInvalid(log, name);
             ReportSkipped(trace, element, Skipped::ResponseValue);
         }
     }
@@ -51,8 +52,9 @@ void FlattenDevice(const JsonValue& device, VariableBatch& batch, const HostLog&
     }
     // Up to a zero character, as a printf would take it: hosts read no name beyond one.
     const std::wstring_view text = GetJsonString(*name);
-    const std::wstring prefix = std::wstring(L"CL.").append(text.substr(0, text.find(L'\0')));
-    batch.UsePrefix(batch.PrefixFor(nullptr, prefix));
+    NameBuffer prefix(L"CL.");
+    prefix.Append(text.substr(0, text.find(L'\0')));
+    batch.UsePrefix(batch.PrefixFor(nullptr, prefix.View()));
     for (const JsonValue& item : responses->Elements()) {
         if (item.Is(JsonKind::Object)) {
             FlattenHmdListItem(prefix, item, batch, log, trace);
@@ -96,27 +98,32 @@ bool FlattenHeadsetListFile(const JsonValue& root, VariableBatch& batch, const H
     return true;
 }
 
-void FlattenHmdListItem(std::wstring_view prefix, const JsonValue& item, VariableBatch& batch,
-                        const HostLog& log, FlattenTrace* trace) {
+void FlattenHmdListItem(NameBuffer& prefix, const JsonValue& item, VariableBatch& batch, const HostLog& log,
+                        FlattenTrace* trace) {
     const JsonValue* mainRequest = IntegerMember(item, L"MainRequest");
     const JsonValue* subRequest = IntegerMember(item, L"SubRequest");
     const JsonValue* index = IntegerMember(item, L"index");
     const JsonValue* value = item.Member(L"Value");
     if (!mainRequest || !subRequest || !index || !value) {
-        LogInvalid(log, std::wstring(prefix));
+        LogInvalid(log, prefix);
         ReportSkipped(trace, item, Skipped::ResponseNumbers);
         return;
     }
 
-    NameBuffer name(prefix);
+    const size_t length = prefix.Length();
     for (const JsonValue* number : {mainRequest, subRequest, index}) {
-        name.Append(L".");
-        name.Append(std::to_wstring(number->integer));
+        prefix.Append(L".");
+        prefix.Append(Decimal(number->integer).View());
     }
+    bool isTaken = true;
     if (value->Is(JsonKind::Array)) {
-        FlattenArray(name, *value, batch, log, trace);
-    } else if (!AddScalar(name.View(), *value, batch, trace)) {
-        LogInvalid(log, std::wstring(prefix));
+        FlattenArray(prefix, *value, batch, log, trace);
+    } else {
+        isTaken = AddScalar(prefix.View(), *value, batch, trace);
+    }
+    prefix.CutTo(length);
+    if (!isTaken) {
+        LogInvalid(log, prefix);
         ReportSkipped(trace, *value, Skipped::ResponseValue);
     }
 }

@@ -13,6 +13,7 @@ namespace zq {
 
 class FlattenTrace;
 class HostLog;
+class NameBuffer;
 class VariableBatch;
 
 // What of the document is read, for the reader (JsonRoleOf).
@@ -24,8 +25,9 @@ bool IsHeadsetListRoot(const JsonValue& root);
 bool FlattenHeadsetListFile(const JsonValue& root, VariableBatch& batch, const HostLog& log,
                             FlattenTrace* trace);
 
-// One response; `prefix` is "CL." and the device's name.
-void FlattenHmdListItem(std::wstring_view prefix, const JsonValue& item, VariableBatch& batch,
-                        const HostLog& log, FlattenTrace* trace = nullptr);
+// One response. `prefix` is "CL." and the device's name; it is extended for a moment and is the same
+// afterwards.
+void FlattenHmdListItem(NameBuffer& prefix, const JsonValue& item, VariableBatch& batch, const HostLog& log,
+                        FlattenTrace* trace = nullptr);
 
 } // namespace zq

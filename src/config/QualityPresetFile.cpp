@@ -103,9 +103,11 @@ private:
             Free(level.presets);
         }
         if (preset.Is(JsonKind::Object)) {
-            std::wstring name = L"CL.";
-            name += level.members[level.nextMember - 1].key;
-            name += kPresetSuffixes[index];
+            constexpr std::wstring_view kStart = L"CL.";
+            const std::wstring_view key = level.members[level.nextMember - 1].key;
+            std::wstring name;
+            name.reserve(kStart.size() + key.size() + kPresetSuffixes[index].size());
+            name.append(kStart).append(key).append(kPresetSuffixes[index]);
             Enter(std::move(name), preset);
         }
     }

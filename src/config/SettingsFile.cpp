@@ -1,5 +1,6 @@
 #include "config/SettingsFile.h"
 
+#include "base/Decimal.h"
 #include "base/HostLog.h"
 #include "base/PagedStack.h"
 #include "config/Flattening.h"
@@ -181,9 +182,10 @@ private:
     }
 
     void PublishHeaderName(uint32_t number, std::wstring_view name) {
-        const std::wstring variable = std::wstring(kNameList) + std::to_wstring(number);
-        m_batch.AddString(BatchName::Numbered(variable, number), name);
-        m_log.Log(LogProgress, L"Set variable STRING %s = %s", variable.c_str(), std::wstring(name).c_str());
+        m_listName.assign(kNameList).append(Decimal(number).View());
+        m_batch.AddString(BatchName::Numbered(m_listName, number), name);
+        m_headerName = name;
+        m_log.Log(LogProgress, L"Set variable STRING %s = %s", m_listName.c_str(), m_headerName.c_str());
     }
 
     static constexpr std::wstring_view kNameList = L"HmdNameList.";
@@ -198,6 +200,8 @@ private:
     PagedStack<std::wstring_view, 256> m_names; // of headers, those of the innermost level last
     std::vector<const JsonValue*> m_nameNodes;  // where they stand, for the trace
     const BatchPrefix* m_listPrefix = nullptr;
+    std::wstring m_listName; // of the variable that holds a header's name
+    std::wstring m_headerName;
 };
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "variables/BatchWrite.h"
 
 #include "base/Cancellation.h"
+#include "base/Decimal.h"
 
 #include <algorithm>
 #include <array>
@@ -32,15 +33,6 @@ bool IsSameValue(const std::wstring& held, std::wstring_view given) { return IsS
         end -= prefix->pieceLength;
         CopyShort(end, prefix->piece, prefix->pieceLength * sizeof(wchar_t));
     }
-}
-
-void AppendDecimal(std::wstring& out, uint32_t number) {
-    const size_t start = out.size();
-    do {
-        out += static_cast<wchar_t>(L'0' + number % 10);
-        number /= 10;
-    } while (number != 0);
-    std::reverse(out.begin() + static_cast<std::ptrdiff_t>(start), out.end());
 }
 
 } // namespace
@@ -176,7 +168,7 @@ std::wstring_view BatchWrite::NameAfterPrefix(const wchar_t* name, uint32_t leng
     if (name) {
         m_name.append(name, length);
     } else {
-        AppendDecimal(m_name, length);
+        m_name.append(Decimal(length).View());
     }
     return std::wstring_view(m_name).substr(m_sharedUnits);
 }
@@ -262,15 +254,20 @@ void BatchWrite::RemoveNew(VariableMaps& maps, const Item& item) noexcept {
 
 void BatchWrite::Reserve(VariableMaps& maps) const {
     using Kind = VariableBatch::Kind;
-    const auto reserve = [](auto& map, size_t count) {
-        if (count != 0) {
-            map.Reserve(count);
+    const auto reserve = [this](auto& map, Kind kind, Kind other) {
+        ExpectedEntries expected = m_batch.Expected(kind);
+        if (other != kind) {
+            expected.count += m_batch.Expected(other).count;
+            expected.nameUnits += m_batch.Expected(other).nameUnits;
+        }
+        if (expected.count != 0) {
+            map.Reserve(expected);
         }
     };
-    reserve(maps.bools, m_batch.Count(Kind::Bool));
-    reserve(maps.integers, m_batch.Count(Kind::Int64) + m_batch.Count(Kind::Number));
-    reserve(maps.doubles, m_batch.Count(Kind::Double) + m_batch.Count(Kind::Number));
-    reserve(maps.strings, m_batch.Count(Kind::String));
+    reserve(maps.bools, Kind::Bool, Kind::Bool);
+    reserve(maps.integers, Kind::Int64, Kind::Number);
+    reserve(maps.doubles, Kind::Double, Kind::Number);
+    reserve(maps.strings, Kind::String, Kind::String);
 }
 
 void BatchWrite::WriteAll(VariableMaps& maps) {

@@ -21,6 +21,8 @@ public:
     NodePool(const NodePool&) = delete;
     NodePool& operator=(const NodePool&) = delete;
 
+    // As Arena::Expect, of all nodes together.
+    void Expect(size_t bytes) { m_blocks.Expect(bytes); }
     // Raises std::bad_alloc. Memory is aligned to 16 bytes.
     void* Allocate(size_t bytes);
     // `bytes` as given to Allocate.

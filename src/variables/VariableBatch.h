@@ -7,6 +7,7 @@
 #include "base/Arena.h"
 #include "base/ShortCopy.h"
 #include "variables/BatchRecords.h"
+#include "variables/ExpectedEntries.h"
 #include "variables/NamePrefix.h"
 
 #include <array>
@@ -111,7 +112,7 @@ public:
         return entry.prefix == 0 ? nullptr : m_prefixes[entry.prefix - 1];
     }
     const Cancellation* CancelledBy() const { return m_cancellation; }
-    size_t Count(Kind kind) const { return m_counts[static_cast<size_t>(kind)]; }
+    const ExpectedEntries& Expected(Kind kind) const { return m_expected[static_cast<size_t>(kind)]; }
     // What follows the prefix: the whole name where there is none. REQUIRES: the name is no number.
     static std::wstring_view NameOf(const Entry& entry) { return {entry.name, entry.nameLength}; }
     static std::wstring_view TextOf(const Entry& entry) { return {entry.text, entry.textLength}; }
@@ -133,7 +134,10 @@ private:
 
     // Returns where the value goes.
     std::byte* Append(Kind kind, const BatchName& name) {
-        ++m_counts[static_cast<size_t>(kind)];
+        ExpectedEntries& expected = m_expected[static_cast<size_t>(kind)];
+        ++expected.count;
+        expected.nameUnits +=
+            name.text.size() - (m_prefix && m_prefix->shared ? m_prefix->shared->length : 0);
         const uint32_t prefix = m_prefix ? m_prefix->number : 0;
         if (prefix != 0 && name.isNumbered) {
             return m_records.Add(m_memory, kind, prefix, Naming::Numbered, nullptr, name.number);
@@ -169,7 +173,7 @@ private:
     const Cancellation* m_cancellation;
     BatchRecords m_records;
     std::vector<const BatchPrefix*> m_prefixes; // by number
-    std::array<size_t, 5> m_counts{};           // by Kind
+    std::array<ExpectedEntries, 5> m_expected;  // by Kind
     Arena m_memory{Arena::Life::Short};
     const BatchPrefix* m_prefix = nullptr; // of the names that are added
 };

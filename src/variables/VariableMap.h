@@ -8,6 +8,7 @@
 #pragma once
 
 #include "base/ShortCopy.h"
+#include "variables/ExpectedEntries.h"
 #include "variables/NameHash.h"
 #include "variables/NamePrefix.h"
 #include "variables/NodePool.h"
@@ -79,8 +80,13 @@ public:
         return node;
     }
 
-    // Makes the table large enough for `size` entries in one step, as far as memory allows.
-    void Reserve(size_t size) { GrowFor(size); }
+    // Makes the table large enough for so many entries in one step, as far as memory allows.
+    void Reserve(const ExpectedEntries& expected) {
+        GrowFor(expected.count);
+        if (m_size == 0) { // otherwise most of them may be there already
+            m_pool.Expect(expected.count * sizeof(Node) + expected.nameUnits * sizeof(wchar_t));
+        }
+    }
 
     // The entry of that name, made with an empty value where there is none. Raises std::bad_alloc, and has
     // changed nothing then.

@@ -11,7 +11,7 @@ void VariableMaps::Apply(const VariableBatch& batch) { BatchWrite(batch, hashSee
 
 void VariableMaps::Reserve(const PacketCounts& counts) noexcept {
     const auto reserve = [&counts](auto& map, VariableType type) {
-        if (counts[type] != 0) {
+        if (counts[type].count != 0) {
             map.Reserve(counts[type]);
         }
     };

@@ -164,7 +164,9 @@ PacketCounts CountPacketRecords(std::span<const std::byte> packet) {
         if (HasBadLength(nameBytes, valueBytes)) {
             break;
         }
-        ++counts[type < counts.size() ? type : 0];
+        ExpectedEntries& expected = counts[type < counts.size() ? type : 0];
+        ++expected.count;
+        expected.nameUnits += static_cast<size_t>(nameBytes) / sizeof(char16_t);
         offset += kPacketRecordHeaderBytes + static_cast<size_t>(nameBytes) + static_cast<size_t>(valueBytes);
     }
     return counts;

@@ -4,6 +4,8 @@
 // Portable, no locks: knows neither the store nor the system.
 #pragma once
 
+#include "variables/ExpectedEntries.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -54,7 +56,7 @@ struct PacketRecord {
 };
 
 // Records by type code; those of no known type count as code 0.
-using PacketCounts = std::array<size_t, 6>;
+using PacketCounts = std::array<ExpectedEntries, 6>;
 
 // What a reader will read of the packet, found without a look at names and values.
 PacketCounts CountPacketRecords(std::span<const std::byte> packet);

@@ -41,6 +41,17 @@ TEST_P(ArenaOfEachLife, MemoryThatIsNotTakenIsHandedOutAgain) {
     EXPECT_EQ(static_cast<std::byte*>(room) + 56, arena.Room(1));
 }
 
+TEST_P(ArenaOfEachLife, ExpectedPiecesAreAdjacent) {
+    constexpr size_t kBytes = 1024;
+    constexpr size_t kPieces = 100;
+    Arena arena(GetParam());
+    arena.Expect(kPieces * kBytes);
+    const auto* first = arena.Allocate<std::byte>(kBytes);
+    for (size_t i = 1; i < kPieces; ++i) {
+        ASSERT_EQ(first + i * kBytes, arena.Allocate<std::byte>(kBytes)) << i;
+    }
+}
+
 TEST_P(ArenaOfEachLife, APieceTooLargeForAnyMemoryIsRefused) {
     Arena arena(GetParam());
     EXPECT_THROW(arena.Allocate<uint64_t>(static_cast<size_t>(-1) / 8), std::bad_alloc);

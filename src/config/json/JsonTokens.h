@@ -45,8 +45,9 @@ public:
             return Mask(_mm_cmpeq_epi16(_mm_subs_epu16(above, span), _mm_setzero_si128()));
         }
     }
-    // How many units a number of mask bits is.
+    // How many units a number of mask bits is, and the other way round.
     static int32_t Units(int bits) { return bits / static_cast<int32_t>(sizeof(Unit)); }
+    static unsigned Bits(int32_t units) { return static_cast<unsigned>(units) * sizeof(Unit); }
 
 private:
     static __m128i Fill(char unit) { return sizeof(Unit) == 1 ? _mm_set1_epi8(unit) : _mm_set1_epi16(unit); }
@@ -111,9 +112,30 @@ inline int32_t FindQuoteOrBackslash(const Unit* text, int32_t offset, int32_t le
     return offset;
 }
 
-// The offset of the quote that ends a string, from inside the string on, or `length`.
+// The offset of the quote that ends a string, from inside the string on, or `length`. A block is compared
+// once, however many escapes are in it.
 template <class Unit>
 inline int32_t FindClosingQuote(const Unit* text, int32_t offset, int32_t length) {
+    if constexpr (detail::UnitBlock<Unit>::kExists) {
+        using Block = detail::UnitBlock<Unit>;
+        while (length - offset >= Block::kUnits) {
+            uint32_t found = Block(text + offset).EitherOf('"', '\\');
+            int32_t done = Block::kUnits; // more where an escape reaches beyond the block
+            while (found != 0) {
+                const int32_t unit = Block::Units(std::countr_zero(found));
+                if (text[offset + unit] == '"') {
+                    return offset + unit;
+                }
+                const int32_t next = unit + EscapeUnits(text + offset + unit, length - offset - unit);
+                if (next >= Block::kUnits) {
+                    done = next;
+                    break;
+                }
+                found &= kWholeJsonBlock << Block::Bits(next);
+            }
+            offset += done;
+        }
+    }
     offset = FindQuoteOrBackslash(text, offset, length);
     while (offset < length && text[offset] != '"') {
         offset += EscapeUnits(text + offset, length - offset);

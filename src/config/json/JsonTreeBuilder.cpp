@@ -7,7 +7,7 @@ namespace zq {
 
 namespace {
 
-bool IsBefore(const JsonMember& a, const JsonMember& b) { return a.key < b.key; }
+bool IsBefore(const JsonMember& a, const JsonMember& b) { return IsKeyBefore(a.key, b.key); }
 bool IsNotBefore(const JsonMember& a, const JsonMember& b) { return !IsBefore(a, b); }
 
 // The library's stable sort allocates for each call; most objects are too small to be worth that.
@@ -17,8 +17,11 @@ void StableSort(JsonMember* first, JsonMember* last) {
         std::stable_sort(first, last, IsBefore);
         return;
     }
-    for (JsonMember* member = first; member != last; ++member) {
-        std::rotate(std::upper_bound(first, member, *member, IsBefore), member, member + 1);
+    for (JsonMember* next = first; next != last; ++next) {
+        const JsonMember member = *next;
+        JsonMember* place = std::upper_bound(first, next, member, IsBefore);
+        std::copy_backward(place, next, next + 1);
+        *place = member;
     }
 }
 

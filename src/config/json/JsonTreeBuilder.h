@@ -47,8 +47,8 @@ private:
 
     Arena& m_arena;
     std::wstring_view m_key;
-    PagedStack<OpenContainer> m_open;
-    PagedStack<JsonMember> m_members; // of all open containers, innermost last
+    PagedStack<OpenContainer, 128> m_open;
+    PagedStack<JsonMember, 512> m_members; // of all open containers, innermost last
 };
 
 } // namespace zq

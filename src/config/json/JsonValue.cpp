@@ -15,8 +15,9 @@ std::span<const JsonMember> JsonValue::Members() const {
 const JsonValue* JsonValue::Member(std::wstring_view key) const {
     const std::span<const JsonMember> all = Members();
     const auto found =
-        std::lower_bound(all.begin(), all.end(), key,
-                         [](const JsonMember& member, std::wstring_view k) { return member.key < k; });
+        std::lower_bound(all.begin(), all.end(), key, [](const JsonMember& member, std::wstring_view k) {
+            return IsKeyBefore(member.key, k);
+        });
     return found != all.end() && found->key == key ? &found->value : nullptr;
 }
 
