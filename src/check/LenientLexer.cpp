@@ -142,7 +142,6 @@ bool LenientLexer::SkipMergeMarker() {
         AddError(
             m_problems, "merge-conflict", begin, LineEnd(begin), "a merge conflict is not resolved here",
             "keep one of the two versions and remove the lines that begin with <<<<<<<, ======= and >>>>>>>");
-        m_isInConflict = true;
     }
     if (unit == L'=' || unit == L'|') {
         const size_t close = m_text.find(L"\n>>>>>>>", static_cast<size_t>(begin));
