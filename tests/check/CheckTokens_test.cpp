@@ -73,7 +73,7 @@ TEST(CheckTokens, NamesTheControlCharacter) {
 }
 
 TEST(CheckTokens, KnowsTheEscapesThatTheModuleReads) {
-    const auto isKnown = [](char letter) { return Said("x\\"s + letter + "0041") == Lines(); };
+    const auto isKnown = [](char letter) { return Said("x\\"s + letter + "0041").empty(); };
     EXPECT_EQ("\"/\\nrtu", CharactersOf(isKnown));
     EXPECT_EQ(Lines({"lost-escape: \\u0008"}), Said("x\\b"));
     EXPECT_EQ(Lines({"lost-escape: \\u000C"}), Said("x\\f"));
