@@ -136,19 +136,39 @@ class Report:
         """The one figure of a group."""
         return format(next(iter(next(iter(self.group(name).values())).values())), form)
 
+    def leads(self, name, parsers):
+        """For each size of a group, how much longer the best peer takes than the module, and what the document is called."""
+        rows = self.group(name)
+        for size, own in rows["module"].items():
+            peers = [values[size] for competitor, values in rows.items() if competitor != "module" and
+                     not competitor.startswith("floor:") and ("kept" if "kept" in competitor else "new") in parsers]
+            yield min(peers) / own, size, f"{name.removeprefix('load-')}, {short_size(size)} bytes"
+
     def worst_shape(self):
         """The documents on which the module's lead over the best peer is smallest: with a new parser, and with a kept one."""
-        leads = {"new": [], "kept": []}
-        for name in [group for group in self.groups if re.match(r"load(-(?!linear|memory)|$)", group)]:
-            rows = self.groups[name]
-            for size, own in rows["module"].items():
-                for parser, found in leads.items():
-                    peers = [values[size] for competitor, values in rows.items() if competitor != "module" and
-                             not competitor.startswith("floor:") and ("kept" in competitor) == (parser == "kept")]
-                    found.append((min(peers) / own, f"{name.removeprefix('load-')}, {short_size(size)} bytes"))
-        (new, new_where), (kept, kept_where) = min(leads["new"]), min(leads["kept"])
+        names = [group for group in self.groups if re.match(r"load(-(?!linear|memory)|$)", group)]
+        (new, _, new_where), (kept, _, kept_where) = [min(lead for name in names for lead in self.leads(name, [parser]))
+                                                      for parser in ("new", "kept")]
         return (f"**Worst shape:** the best peer with a new parser takes {new:.2f} times as long as the module ({new_where}), "
                 f"the best peer with a kept one {kept:.2f} times ({kept_where}).")
+
+    def least_lead(self, names, parsers, least_size="0"):
+        """The range of the lead over the best peer with such parsers, in groups and from a size on."""
+        leads = [lead for name in names.split() for lead, size, _ in self.leads(name, parsers.split()) if size >= float(least_size)]
+        return f"{min(leads):.2f} to {max(leads):.2f}"
+
+    def byte_costs(self, name):
+        """The smallest and the largest byte_cost of the peers of a group."""
+        costs = [self.byte_cost(name, competitor) for competitor in self.group(name)
+                 if competitor != "module" and not competitor.startswith("floor:")]
+        return f"{min(costs)} to {max(costs)}"
+
+    def packing_bound(self):
+        """Packing, as a multiple of a copy of the packet and one mutex pair."""
+        rows = self.group("pack")
+        ratios = [own / (rows["floor: a copy of the packet"][size] + rows["floor: a bare mutex pair"][size])
+                  for size, own in rows["PackAllVariables"].items()]
+        return f"{min(ratios):.2f} to {max(ratios):.2f}"
 
     def ratio(self, name, competitor):
         """The range of a competitor's ratio to the first row over all sizes."""
