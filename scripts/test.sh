@@ -103,12 +103,16 @@ show_progress() {
   fi
 }
 
-stop_lanes() {
-  kill -- "${lanes[@]/#/-}" 2>/dev/null || true
+# Asks the shell, not the system: the process number of a lane that has ended may be another program's by now.
+running_lanes() {
+  jobs -rp
 }
 
-is_running() {
-  kill -0 "${lanes[@]}" 2>/dev/null
+stop_lanes() {
+  local lane
+  for lane in $(running_lanes); do
+    kill -- "-$lane" 2>/dev/null || true
+  done
 }
 
 # Each lane is a separate process group, which ends as a whole.
@@ -126,7 +130,7 @@ failed_step() {
   grep -lx failed "$states"/* | head -n 1 | sed 's|.*/||' || true
 }
 
-while [[ -z $(failed_step) ]] && is_running; do
+while [[ -z $(failed_step) && -n $(running_lanes) ]]; do
   show_progress
   sleep 0.5
 done
