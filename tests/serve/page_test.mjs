@@ -109,12 +109,10 @@ describe("the page", () => {
       );
       return drawn - written;
     };
-    // Rewritten and renamed over in turn. Three rounds, and the median of each: others use this machine too, and hold one up
-    // now and then.
+    // Rewritten and renamed over in turn. Up to ten rounds: others use this machine too, and hold one up now and then.
     let number = 80;
     const rounds = [];
-    const median = (times) => times[times.length / 2];
-    while (rounds.length < 3 && !rounds.some((times) => median(times) < 100)) {
+    while (rounds.length < 10 && !rounds.some((times) => Math.max(...times) < 100)) {
       const times = [];
       for (let i = 0; i < 10; i++) {
         times.push(await shown(++number, (text) => (i % 2 === 0 ? folder.write(kSettings, text) : folder.replace(kSettings, text))));
@@ -123,7 +121,7 @@ describe("the page", () => {
       rounds.push(times);
     }
     assert.match(await value(page, "Settings.CurrentBitrate"), new RegExp(`${number - 1} → ${number}`));
-    assert.ok(rounds.some((times) => median(times) < 100), `the median of each round: ${rounds.map(median)}`);
+    assert.ok(rounds.some((times) => Math.max(...times) < 100), `the longest of each round: ${rounds.map((times) => Math.max(...times))}`);
   });
 
   test("marks what differs from the default, and puts it back", async () => {
