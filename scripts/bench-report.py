@@ -152,7 +152,7 @@ class Report:
         return (f"**Worst shape:** the best peer with a new parser takes {new:.2f} times as long as the module ({new_where}), "
                 f"the best peer with a kept one {kept:.2f} times ({kept_where}).")
 
-    def least_lead(self, names, parsers, least_size="0"):
+    def lead(self, names, parsers, least_size="0"):
         """The range of the lead over the best peer with such parsers, in groups and from a size on."""
         leads = [lead for name in names.split() for lead, size, _ in self.leads(name, parsers.split()) if size >= float(least_size)]
         return f"{min(leads):.2f} to {max(leads):.2f}"
@@ -163,7 +163,7 @@ class Report:
                  if competitor != "module" and not competitor.startswith("floor:")]
         return f"{min(costs)} to {max(costs)}"
 
-    def packing_bound(self):
+    def packing_ratio(self):
         """Packing, as a multiple of a copy of the packet and one mutex pair."""
         rows = self.group("pack")
         ratios = [own / (rows["floor: a copy of the packet"][size] + rows["floor: a bare mutex pair"][size])
@@ -183,7 +183,7 @@ class Report:
         return f"{own_large / large / (own_small / small):.2f}"
 
     def bound(self, name, competitor, floor):
-        """As ratio, if the first row took only as long as a floor."""
+        """As ratio(), if the first row took only as long as a floor."""
         rows = self.group(name)
         ratios = [rows[competitor][size] / value for size, value in rows[floor].items()]
         return f"{min(ratios):.1f} to {max(ratios):.1f}"

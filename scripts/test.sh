@@ -33,7 +33,7 @@ configure_and_build() {
   cmake --preset "$1" && cmake --build --preset "$1" -j "$processors"
 }
 
-# after STEP: waits for the end of a step of the other lane.
+# after STEP: waits for the end of a step of another lane.
 after() {
   until [[ -s $states/$1 && $(<"$states/$1") == ok ]]; do
     sleep 0.2

@@ -110,6 +110,6 @@ for ((i = 0; i < total; i++)); do
 done | xargs -0 -r -n 1 -P "$(nproc)" bash -c
 
 if [[ -n ${options[--record]:-} ]]; then
-  printf '%s\n' "${marks[@]}" | sort >"$recorded"
-  echo "$recorded holds ${#marks[@]} sources."
+  printf '%s\n' "${marks[@]}" | sort -u >"$recorded"
+  echo "$recorded holds $(wc -l <"$recorded") sources."
 fi

@@ -254,20 +254,16 @@ void BatchWrite::RemoveNew(VariableMaps& maps, const Item& item) noexcept {
 
 void BatchWrite::Reserve(VariableMaps& maps) const {
     using Kind = VariableBatch::Kind;
-    const auto reserve = [this](auto& map, Kind kind, Kind other) {
-        ExpectedEntries expected = m_batch.Expected(kind);
-        if (other != kind) {
-            expected.count += m_batch.Expected(other).count;
-            expected.nameUnits += m_batch.Expected(other).nameUnits;
-        }
+    const auto reserve = [](auto& map, const ExpectedEntries& expected) {
         if (expected.count != 0) {
             map.Reserve(expected);
         }
     };
-    reserve(maps.bools, Kind::Bool, Kind::Bool);
-    reserve(maps.integers, Kind::Int64, Kind::Number);
-    reserve(maps.doubles, Kind::Double, Kind::Number);
-    reserve(maps.strings, Kind::String, Kind::String);
+    const ExpectedEntries& numbers = m_batch.Expected(Kind::Number);
+    reserve(maps.bools, m_batch.Expected(Kind::Bool));
+    reserve(maps.integers, m_batch.Expected(Kind::Int64) + numbers);
+    reserve(maps.doubles, m_batch.Expected(Kind::Double) + numbers);
+    reserve(maps.strings, m_batch.Expected(Kind::String));
 }
 
 void BatchWrite::WriteAll(VariableMaps& maps) {

@@ -10,6 +10,9 @@ struct ExpectedEntries {
     size_t nameUnits = 0; // of all names, without the prefixes that maps share
 
     bool operator==(const ExpectedEntries&) const = default;
+    ExpectedEntries operator+(const ExpectedEntries& other) const {
+        return {count + other.count, nameUnits + other.nameUnits};
+    }
 };
 
 } // namespace zq

@@ -11,21 +11,6 @@
 namespace zq::test {
 namespace {
 
-// The problem with this code, as "piece | text | fix".
-std::string Said(std::string_view document, std::string_view code, ConfigFile file = ConfigFile::Settings,
-                 const DefaultFile& defaults = {}) {
-    const FileCheck check(file, document, defaults);
-    std::string said;
-    for (const Problem& problem : check.All()) {
-        if (problem.code == code) {
-            said += std::string(document.substr(static_cast<size_t>(problem.begin),
-                                                static_cast<size_t>(problem.end - problem.begin))) +
-                    " | " + problem.text + " | " + problem.fix;
-        }
-    }
-    return said;
-}
-
 TEST(CheckStructure, SaysWhatIsExpectedInPlaceOfAValueOfAnotherKind) {
     const char* const brackets = R"(put its values into "[" and "]")";
     for (const auto& [file, document, said, fix] :

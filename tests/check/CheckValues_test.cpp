@@ -11,20 +11,6 @@
 namespace zq::test {
 namespace {
 
-// The problem with this code, as "piece | text | fix".
-std::string Said(std::string_view document, std::string_view code, const DefaultFile& defaults = {}) {
-    const FileCheck check(ConfigFile::Settings, document, defaults);
-    std::string said;
-    for (const Problem& problem : check.All()) {
-        if (problem.code == code) {
-            said += std::string(document.substr(static_cast<size_t>(problem.begin),
-                                                static_cast<size_t>(problem.end - problem.begin))) +
-                    " | " + problem.text + " | " + problem.fix;
-        }
-    }
-    return said;
-}
-
 TEST(CheckValues, SaysWhichTypeTheDefaultFileHas) {
     const std::vector<std::array<std::string, 3>> types = {{"true", "a bool", "true"},
                                                            {"5", "a whole number", "5"},
@@ -34,7 +20,8 @@ TEST(CheckValues, SaysWhichTypeTheDefaultFileHas) {
         const DefaultFile defaults(ConfigFile::Settings, R"({"Mine":{"A":)" + wantedValue + "}}");
         for (const auto& [value, kind, shown] : types) {
             const bool fits = kind == wanted || (value == "5" && wantedValue == "0.5");
-            const std::string said = Said(R"({"Mine":{"A":)" + value + "}}", "wrong-type", defaults);
+            const std::string said =
+                Said(R"({"Mine":{"A":)" + value + "}}", "wrong-type", ConfigFile::Settings, defaults);
             EXPECT_EQ(fits ? ""
                            : value + " | Mine.A: " + shown + " is " + kind + ", but the default file has " +
                                  wanted + " | write " + wanted,

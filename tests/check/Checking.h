@@ -30,6 +30,21 @@ inline Lines Check(std::string_view bytes, ConfigFile file = ConfigFile::Setting
     return LinesOf(FileCheck(file, bytes, defaults));
 }
 
+// The problems with this code, each as "piece | text | fix".
+inline std::string Said(std::string_view document, std::string_view code,
+                        ConfigFile file = ConfigFile::Settings, const DefaultFile& defaults = {}) {
+    const FileCheck check(file, document, defaults);
+    std::string said;
+    for (const Problem& problem : check.All()) {
+        if (problem.code == code) {
+            said += std::string(document.substr(static_cast<size_t>(problem.begin),
+                                                static_cast<size_t>(problem.end - problem.begin))) +
+                    " | " + problem.text + " | " + problem.fix;
+        }
+    }
+    return said;
+}
+
 inline bool IsAccepted(std::string_view bytes, ConfigFile file = ConfigFile::Settings) {
     return FileCheck(file, bytes, {}).IsAccepted();
 }
