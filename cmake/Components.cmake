@@ -5,16 +5,16 @@
 #
 # A component sees only its own headers and those of the components that it links: the headers of each component are linked
 # into a separate search path, so that an include against the direction of the arrows does not compile. PUBLIC are the
-# components that its headers include, PRIVATE those that only its sources include. SMALL is for code that waits for the
-# system: a release compiles it for size.
+# components that its headers include, PRIVATE those that only its sources include. SMALL is for code whose speed nobody
+# waits for: see zq_compile_small.
 function(zq_component target)
   cmake_parse_arguments(ARG "SMALL" "FOLDER" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
   add_library(${target} STATIC ${ARG_SOURCES})
   zq_component_headers(${target} ${ARG_FOLDER})
   target_link_libraries(${target} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE} zq_options zq_shipped)
   set_property(GLOBAL APPEND PROPERTY ZQ_COMPONENTS ${target})
-  if(ARG_SMALL AND ZQ_RELEASE_IMAGES)
-    target_compile_options(${target} PRIVATE -Os)
+  if(ARG_SMALL)
+    zq_compile_small(${target})
   endif()
   if(ZQ_HARDENED)
     # The tests repeat this code thousands of times; unoptimised and checked, it takes three times as long.

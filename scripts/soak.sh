@@ -17,7 +17,7 @@ ZQ_SOAK_SECONDS=${ZQ_SOAK_SECONDS:-60} build/threads/bin/concurrency_tests --gte
 build "$preset"
 export ZQ_TEST_LONG=1
 export ZQ_SOAK_SECONDS=${ZQ_SOAK_SECONDS:-3600}
-for program in core_tests system_tests tool_tests; do
+for program in portable_tests core_tests system_tests tool_tests; do
   scripts/run-tests.sh "build/$preset/bin/$program.exe" --gtest_brief=1 --gtest_filter="$filter"
 done
 # 1,000 changes a second on the dashboard, for ten minutes or ZQ_SERVE_SOAK_SECONDS.

@@ -7,8 +7,8 @@
 #include "platform/Mutex.h"
 #include "platform/Thread.h"
 #include "save/SaveOperations.h"
+#include "support/LongForm.h"
 #include "support/win32/Folders.h"
-#include "support/win32/LongForm.h"
 #include "support/win32/Waiting.h"
 
 #include <gtest/gtest.h>

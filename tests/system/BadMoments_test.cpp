@@ -4,9 +4,9 @@
 // mixture of two contents stays.
 //
 // ZQ_TEST_LONG in the environment runs the long forms.
+#include "support/LongForm.h"
 #include "support/win32/FullDisk.h"
 #include "support/win32/HeldFile.h"
-#include "support/win32/LongForm.h"
 #include "support/win32/Waiting.h"
 #include "support/win32/WatchedFolder.h"
 

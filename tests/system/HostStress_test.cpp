@@ -1,6 +1,6 @@
 // Many writers, many hosts and hosts that come and go, all at once: what arrives, in which order, and what is
 // left behind.
-#include "support/win32/LongForm.h"
+#include "support/LongForm.h"
 #include "support/win32/Module.h"
 #include "support/win32/ProcessResources.h"
 #include "support/win32/VariableHost.h"

@@ -1,9 +1,9 @@
 // Failing calls to Windows: every call that the watcher, the loaders, the saves and the survey make to the
 // system fails in turn, and the host can go on using the module.
+#include "support/LongForm.h"
 #include "support/win32/FakeWbem.h"
 #include "support/win32/ImportFault.h"
 #include "support/win32/ImportTable.h"
-#include "support/win32/LongForm.h"
 #include "support/win32/Module.h"
 #include "support/win32/ProcessResources.h"
 #include "support/win32/VariableHost.h"

@@ -1,5 +1,5 @@
 // The four lifecycle operations as a host sees them: their whole logs, their order, what they leave behind.
-#include "support/win32/LongForm.h"
+#include "support/LongForm.h"
 #include "support/win32/Module.h"
 #include "support/win32/Waiting.h"
 

@@ -2,8 +2,8 @@
 // and saves share one folder, the disk is full for a while, and processes are killed.
 //
 // ZQ_TEST_LONG in the environment runs 3,000 moments, ZQ_TEST_SEED repeats a run.
+#include "support/LongForm.h"
 #include "support/win32/FullDisk.h"
-#include "support/win32/LongForm.h"
 #include "support/win32/WatchedFolder.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // Packets between module objects, valid and damaged, as a host makes and frees them.
-#include "support/win32/LongForm.h"
+#include "support/LongForm.h"
 #include "support/win32/Module.h"
 #include "support/win32/VariableHost.h"
 #include "support/win32/Waiting.h"

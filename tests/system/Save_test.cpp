@@ -1,5 +1,5 @@
 // The save slots through the DLL: what the file holds afterwards, and what is logged.
-#include "support/win32/LongForm.h"
+#include "support/LongForm.h"
 #include "support/win32/Module.h"
 #include "support/win32/UnixCommand.h"
 #include "support/win32/Waiting.h"

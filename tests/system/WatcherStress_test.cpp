@@ -1,8 +1,8 @@
 // Many edits by a second process: none is lost, none is replaced by the default.
 //
 // ZQ_TEST_LONG in the environment runs the long forms.
+#include "support/LongForm.h"
 #include "support/win32/ImportPatch.h"
-#include "support/win32/LongForm.h"
 #include "support/win32/Module.h"
 #include "support/win32/ProcessResources.h"
 #include "support/win32/Waiting.h"

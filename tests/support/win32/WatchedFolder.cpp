@@ -1,6 +1,6 @@
 #include "support/win32/WatchedFolder.h"
 
-#include "support/win32/LongForm.h"
+#include "support/LongForm.h"
 #include "support/win32/Waiting.h"
 
 #include <cstdio>
