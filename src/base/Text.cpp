@@ -33,11 +33,8 @@ std::optional<CharacterTable> AskForTable(uint32_t codePage) {
         bytes[i] = static_cast<char>(i);
     }
     const std::wstring text = WideFromBytes(codePage, bytes.data(), static_cast<int32_t>(bytes.size()));
-    CharacterTable table{};
-    if (text.size() != table.size()) {
-        return std::nullopt;
-    }
-    std::copy(text.begin(), text.end(), table.begin());
+    CharacterTable table{}; // the zeros after a text that is too short are refused with it
+    std::copy_n(text.begin(), std::min(text.size(), table.size()), table.begin());
     const bool isAsciiKept = std::equal(table.begin(), table.begin() + 0x80, kIdentity.begin());
     const bool isRestBeyond =
         std::all_of(table.begin() + 0x80, table.end(), [](wchar_t c) { return c >= 0x80; });

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -105,13 +106,22 @@ TEST_P(ArenaOfEachLife, ReleasedArenaStartsAfresh) {
     EXPECT_EQ(1, old[99]);
 }
 
-// A short-lived arena takes the memory that was freed last.
-TEST(Arena, ChunkIsFreedWithTheLastOfItsPieces) {
-    std::vector<std::unique_ptr<Arena>> keptChunks;
-    for (int i = 0; i < 4; ++i) {
-        keptChunks.push_back(std::make_unique<Arena>(Arena::Life::Short));
-        keptChunks.back()->Allocate<unsigned char>(1);
+// Holds the chunks that are kept for short-lived arenas, so that the next one takes the memory freed last.
+class KeptChunksInUse {
+public:
+    KeptChunksInUse() {
+        for (Arena& arena : m_arenas) {
+            arena.Allocate<unsigned char>(1);
+        }
     }
+
+private:
+    std::array<Arena, 4> m_arenas{Arena(Arena::Life::Short), Arena(Arena::Life::Short),
+                                  Arena(Arena::Life::Short), Arena(Arena::Life::Short)};
+};
+
+TEST(Arena, ChunkIsFreedWithTheLastOfItsPieces) {
+    const KeptChunksInUse keptChunks;
     Arena arena(Arena::Life::Short);
     auto* first = arena.Allocate<unsigned char>(24);
     auto* second = arena.Allocate<unsigned char>(24);
@@ -123,6 +133,41 @@ TEST(Arena, ChunkIsFreedWithTheLastOfItsPieces) {
     release.GiveBack(first, 24);
     Arena after(Arena::Life::Short);
     EXPECT_EQ(first, after.Allocate<unsigned char>(24));
+}
+
+TEST(Arena, PiecesOfEveryLengthAreGivenBackWhole) {
+    const KeptChunksInUse keptChunks;
+    for (const size_t alignment : {size_t{1}, size_t{2}, size_t{8}}) {
+        Arena arena(Arena::Life::Short, alignment);
+        std::vector<unsigned char*> pieces;
+        for (size_t bytes = 1; bytes <= 40; ++bytes) {
+            pieces.push_back(arena.Allocate<unsigned char>(bytes));
+        }
+        Arena::Release release(arena);
+
+        for (size_t bytes = 1; bytes <= 40; ++bytes) {
+            release.GiveBack(pieces[bytes - 1], bytes);
+        }
+        Arena after(Arena::Life::Short);
+        EXPECT_EQ(pieces[0], after.Allocate<unsigned char>(1)) << alignment;
+    }
+}
+
+TEST(Arena, TheChunkOfAShortLivedArenaIsKeptForTheNextOne) {
+    const KeptChunksInUse keptChunks;
+    const void* chunk = nullptr;
+    {
+        Arena arena(Arena::Life::Short);
+        chunk = arena.Allocate<unsigned char>(1);
+    }
+    // Memory that was given back to the system's heap would be taken by one of these.
+    Arena longLived;
+    for (int i = 0; i < 100; ++i) {
+        longLived.Allocate<unsigned char>(size_t{64} * 1024);
+    }
+
+    Arena next(Arena::Life::Short);
+    EXPECT_EQ(chunk, next.Allocate<unsigned char>(1));
 }
 
 INSTANTIATE_TEST_SUITE_P(All, ArenaOfEachLife, testing::Values(Arena::Life::Long, Arena::Life::Short));

@@ -83,6 +83,14 @@ TEST(Text, EveryCharacterIsWrittenAndReadAsUtf8) {
     EXPECT_EQ(0u, wrong);
 }
 
+TEST(Text, EveryLoneSurrogateIsWrittenAsTheReplacementCharacter) {
+    for (uint32_t unit = 0xD800; unit <= 0xDFFF; ++unit) {
+        const std::wstring lone(1, static_cast<wchar_t>(unit));
+        ASSERT_EQ("\xEF\xBF\xBD", BytesFromWide(kCodePageUtf8, lone)) << unit;
+        ASSERT_EQ("\xEF\xBF\xBD!", BytesFromWide(kCodePageUtf8, lone + L'!')) << unit;
+    }
+}
+
 TEST(Text, OnlyCompleteSequencesOfTheShortestFormAreUtf8) {
     constexpr uint32_t kPoints = 0x140000; // four bytes can hold more than the last character
     for (uint32_t point = 0; point < kPoints; ++point) {
