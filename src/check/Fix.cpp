@@ -70,7 +70,7 @@ private:
 
     // Such a unit inside an escape is lost in the reading; one that reads the same takes its offset.
     void WriteEscape(int32_t offset, int32_t units) {
-        const bool isHex = units > 1 && At(offset + 1) == L'u';
+        const bool isHex = units > 2; // no other escape is that long
         constexpr char kNoDigit = 'g';
         for (int32_t i = offset; i < offset + units; ++i) {
             m_characters += IsPlain(At(i)) ? 0 : 1;

@@ -207,9 +207,9 @@ private:
     void CloseHere(const LenientToken& token) {
         const Container container = m_open.back();
         m_open.pop_back();
-        const LenientToken* last = m_cursor.Last();
-        const bool isAfterComma = last && last->Is(Kind::Comma);
-        const int32_t at = isAfterComma ? last->begin : m_cursor.LastEnd();
+        const LenientToken& last = m_cursor.Last();
+        const bool isAfterComma = last.Is(Kind::Comma);
+        const int32_t at = isAfterComma ? last.begin : last.end;
         const bool needsComma = !isAfterComma && !token.Is(Kind::Close);
         Report("unclosed", container.begin, container.begin + 1, "this bracket is not closed",
                "add " + Quoted(container.Closer()) + " before " + m_cursor.Shown(token),
@@ -278,7 +278,7 @@ private:
 
     void ReadNoName(const LenientToken& token) {
         if (token.Is(Kind::Word)) {
-            const auto number = m_cursor.Last() ? RepairWord(m_cursor.Piece(token)) : WordRepair();
+            const WordRepair number = RepairWord(m_cursor.Piece(token));
             ReportDoubtful(
                 "no-name", token.begin, token.end,
                 m_cursor.Shown(token) + " is not expected here: a member begins with a name in quotes",
@@ -440,7 +440,7 @@ private:
                    first.Is(Kind::Close)
                        ? Quoted(m_cursor.Piece(first)) + " closes nothing: the document has ended"
                        : "a comma follows the end of the document",
-                   "remove it", {{m_cursor.LastEnd(), end, L""}});
+                   "remove it", {{m_cursor.Last().end, end, L""}});
         } else {
             ReportDoubtful("trailing", first.begin, end, "text follows the end of the document",
                            "remove it, or the bracket that ends the document too early",

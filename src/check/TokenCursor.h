@@ -24,9 +24,8 @@ public:
     const LenientToken& Peek(size_t ahead = 0) const;
     const LenientToken& Take() { return m_tokens[m_next < m_tokens.size() - 1 ? m_next++ : m_next]; }
 
-    // The token taken last, or null.
-    const LenientToken* Last() const { return m_next == 0 ? nullptr : &m_tokens[m_next - 1]; }
-    int32_t LastEnd() const { return m_next == 0 ? 0 : m_tokens[m_next - 1].end; }
+    // The token taken last. REQUIRES: one was taken.
+    const LenientToken& Last() const { return m_tokens[m_next - 1]; }
     // The next token and all that follow it.
     std::span<const LenientToken> Rest() const { return std::span(m_tokens).subspan(m_next); }
 

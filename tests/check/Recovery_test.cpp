@@ -190,6 +190,8 @@ TEST(Recovery, SaysWhatToWriteAndWhere) {
               "\"0x10\" is not expected here: a member begins with a name in quotes", "write \"Name\": 16"},
              {L"{\"A\":1,x y}", "x", "\"x\" is not expected here: a member begins with a name in quotes",
               "write \"Name\": \"x\""},
+             {L"{0x10}", "0x10", "\"0x10\" is not expected here: a member begins with a name in quotes",
+              "write \"Name\": 16"},
              {L"{5}", "5", "\"5\" is not expected here: a member begins with a name in quotes",
               "write \"Name\": and a value"},
              {L"{\"A\":70,5}", "70,5", "a number has a decimal point, not a comma", "write 70.5"},
