@@ -48,6 +48,22 @@ TEST(CheckEdges, ANameAfterANameLeavesTheFirstWithoutAValue) {
     EXPECT_EQ(Lines({"1:2 error no-value", "1:6 warning skipped-null"}), Check(R"({"A":"B":1})"));
 }
 
+TEST(CheckEdges, BlanksAfterADocumentOfOneCharacterAreRemovedToo) {
+    EXPECT_EQ(1U, Only("5 ", "trailing", ConfigFile::Quality).edits.size());
+}
+
+// As UTF-8, the two bytes are one character, so the escape takes the next quote as well.
+TEST(CheckEdges, WhatOnlyTheByteForByteReadingRefusesIsReportedAtTheEnd) {
+    EXPECT_EQ(Lines({"1:7 warning wrong-escape", "1:11 warning non-ascii", "1:17 error length"}),
+              Check("{\"A\":\"\\u00\xC3\xA9\" x\"}"));
+}
+
+TEST(CheckEdges, AFixLeavesATextWithoutItsClosingQuoteThatTheModuleReads) {
+    const std::optional<FixedFile> fixed = FixFile(ConfigFile::Settings, "\"x");
+    ASSERT_TRUE(fixed);
+    EXPECT_FALSE(fixed->isChanged);
+}
+
 TEST(CheckEdges, OnlyBlanksAreRemovedAfterTheEnd) {
     const std::optional<FixedFile> blanks = FixFile(ConfigFile::Settings, "{} \t\n");
     ASSERT_TRUE(blanks);

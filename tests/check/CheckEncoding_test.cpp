@@ -6,6 +6,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace zq::test {
@@ -88,6 +89,20 @@ TEST(CheckEncoding, SaysWhatFollowsTheEnd) {
     EXPECT_EQ("", Said("{}", "trailing"));
     EXPECT_EQ(" | remove it: the file must end with its last \"]\"",
               Said("[] ", "trailing").substr(Said("[] ", "trailing").find(" |")));
+}
+
+// In a text with too many faults to repair, what follows its end is not removed before it is checked.
+TEST(CheckEncoding, TheFirstUnitThatIsNoBlankMakesTheRestText) {
+    for (const auto& [text, what] :
+         {std::pair(L"{} \x20", "blanks follow"), std::pair(L"{} !", "text follows")}) {
+        JsonRoot root;
+        DocumentMap document;
+        document.Read(root, text);
+        Problems problems;
+        CheckEnd(text, document, problems);
+        ASSERT_EQ(1U, problems.size());
+        EXPECT_EQ(what + " the end of the document"s, problems[0].text);
+    }
 }
 
 } // namespace

@@ -273,6 +273,7 @@ TEST(LenientLexer, ReplacesOtherQuotesAndEscapesStraightOnesInside) {
     ExpectCorrections({{L"{'A':'x'}", "single-quotes: {\"A\":\"x\"}"},
                        {L"{'A':1,\n'B':2}", "single-quotes single-quotes: {\"A\":1,\n\"B\":2}"},
                        {L"'say \"x\"'", "single-quotes: \"say \\\"x\\\"\""},
+                       {L"'\"x\" he said'", "single-quotes: \"\\\"x\\\" he said\""},
                        {L"'it\\'s'", "single-quotes: \"it's\""},
                        {L"'a\\\\'", "single-quotes: \"a\\\\\""},
                        {L"'it's'", "single-quotes: \"it's\""},
