@@ -44,6 +44,15 @@ TEST(BatchRecords, EachKindIsReadBackInItsOrder) {
     EXPECT_EQ(L"string", VariableBatch::NameOf(entries[4]));
 }
 
+TEST(BatchRecords, AreEmptyUntilTheFirstEntry) {
+    VariableBatch batch;
+    EXPECT_TRUE(batch.Entries().empty());
+
+    batch.AddBool(L"b", 1);
+
+    EXPECT_FALSE(batch.Entries().empty());
+}
+
 // Records of every length around the edges of a page, one longer than a page among them.
 TEST(BatchRecords, PositionsLeadToTheirRecordsOnEveryPage) {
     constexpr int kCount = 3000;

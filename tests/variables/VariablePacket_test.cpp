@@ -104,6 +104,16 @@ TEST(PacketWriter, TextIsUtf16WhateverTheWidthOfWideCharacters) {
     EXPECT_EQ(L"\u20AC\U0001F600", ReadAll(Written(writer)).records.at(0).text);
 }
 
+TEST(PacketWriter, TheFirstAndTheLastCharacterOfTwoUnitsAreWrittenWhole) {
+    PacketWriter writer;
+
+    writer.AppendText(VariableTypeString, L"A", L"\U00010000\U0010FFFF");
+
+    EXPECT_EQ(RawPacket(kUtf16).Record(4, kA, {0x00, 0xD8, 0x00, 0xDC, 0xFF, 0xDB, 0xFF, 0xDF}).m_bytes,
+              Written(writer));
+    EXPECT_EQ(L"\U00010000\U0010FFFF", ReadAll(Written(writer)).records.at(0).text);
+}
+
 TEST(PacketWriter, KeepsWhatItHoldsWhileItsBufferDoubles) {
     PacketWriter writer;
     std::vector<std::wstring> names;

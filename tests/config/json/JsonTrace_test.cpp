@@ -63,6 +63,7 @@ TEST(JsonTrace, ReportsWhyReadingFails) {
     EXPECT_EQ(Calls({Fault(JsonFault::Empty, 0)}), Trace(L""));
     EXPECT_EQ(Calls({Fault(JsonFault::Empty, 2)}), Trace(L" \n"));
     EXPECT_EQ(Calls({Fault(JsonFault::NoValue, 1)}), Trace(L" x"));
+    EXPECT_EQ(Calls({Fault(JsonFault::NoValue, 0)}), Trace(L"x"));
     EXPECT_EQ(Calls({Fault(JsonFault::NeverClosed, 0)}), Trace(L"[1"));
     EXPECT_EQ(Calls({"[ 0", "[ 1", "close 3", Fault(JsonFault::Unfinished, 3)}), Trace(L"[[]"));
     EXPECT_EQ(Calls({"{ 0", Fault(JsonFault::NoKey, 1)}), Trace(L"{1}"));
