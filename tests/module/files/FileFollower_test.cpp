@@ -91,6 +91,27 @@ TEST_F(Following, ANoticeWithoutAChangeDoesNotStartThemAgain) {
     EXPECT_EQ(Times{700}, m_passes);
 }
 
+// Between two looks that are further apart, the file may have been complete.
+TEST_F(Following, AGapOfMoreThan400MillisecondsBetweenTwoLooksStartsThemAgain) {
+    Write(kSettings, kBroken);
+    Notice();
+    clock.Advance(400);
+    Follow(ReloadCause::Timer);
+    clock.Advance(299);
+    Follow(ReloadCause::Timer);
+    EXPECT_EQ(Times(), m_passes);
+    clock.Advance(1);
+    Follow(ReloadCause::Timer);
+    EXPECT_EQ(Times{700}, m_passes);
+
+    Write(kSettings, kBroken);
+    Notice();
+    clock.Advance(401);
+    Follow(ReloadCause::Timer);
+    RunFor(4000);
+    EXPECT_EQ((Times{700, 700 + 401 + 700}), m_passes);
+}
+
 TEST_F(Following, ANewTimeOfTheSameContentDoesNotStartThemAgain) {
     Write(kSettings, "{");
     Notice();

@@ -157,6 +157,36 @@ TEST_F(WatcherThread, AMissingFolderEndsItWithItsMessage) {
               host.Lines());
 }
 
+TEST_F(WatcherThread, NoticesOfOtherFilesDoNotHoldUpARepair) {
+    StartAndWatch();
+    WriteBytes(folders.Outside(L"new"), "broken");
+    fs::rename(folders.Outside(L"new"), PathOf(ConfigFile::Settings));
+
+    bool isRepaired = false;
+    for (int i = 0; i < 100 && !isRepaired; ++i) {
+        WriteBytes(folders.DataDir() / L"other.txt", "x");
+        isRepaired = m_passed.Wait(50);
+    }
+    EXPECT_TRUE(isRepaired);
+}
+
+// On the simulated clock: the stop is signalled when the watcher has looked at the files for the first time.
+TEST_F(WatcherThread, ALoadIsAbandoned800MillisecondsAfterTheStop) {
+    StartLoaded();
+    FolderWatcher watcher(files, context, {m_folder, m_stop, [] {}, [] {}, [this] { m_stop.Set(); }});
+    const auto source = [&](const char* text, uint64_t milliseconds) {
+        Write(ConfigFile::Settings, text);
+        watcher.PrepareStop();
+        clock.Advance(milliseconds);
+        m_stop.Reset();
+        watcher.ThreadEntryWatchConfig();
+        return String(L"Source");
+    };
+
+    EXPECT_EQ(L"user", source(R"({"Source":"edit"})", 800));
+    EXPECT_EQ(L"edit", source(R"({"Source":"edit"})", 799));
+}
+
 BOOL WINAPI RefuseChanges(HANDLE, LPVOID, DWORD, BOOL, DWORD, LPDWORD, LPOVERLAPPED,
                           LPOVERLAPPED_COMPLETION_ROUTINE) {
     SetLastError(ERROR_INVALID_FUNCTION);
