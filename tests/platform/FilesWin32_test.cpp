@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -69,6 +70,13 @@ TEST_F(FileOperations, ACopyReplacesNothing) {
     EXPECT_NE(0U, WriteNewFile(To(), {'x'}));
 
     EXPECT_EQ("stays", ReadBytes(To()));
+}
+
+TEST_F(FileOperations, ANewFileMayBeEmpty) {
+    EXPECT_EQ(0U, WriteNewFile(To(), {}));
+
+    EXPECT_TRUE(FileExists(To()));
+    EXPECT_EQ("", ReadBytes(To()));
 }
 
 TEST_F(FileOperations, ACopyThatFailsLeavesNothing) {
@@ -141,6 +149,19 @@ TEST_F(FileOperations, TemporaryPathsAreBesideTheFileRecognisedAndNeverTheSame) 
         paths.insert(path);
     }
     EXPECT_EQ(100U, paths.size());
+}
+
+TEST_F(FileOperations, EachDigitOfATemporaryPathIsRandom) {
+    std::array<std::set<wchar_t>, kTemporaryDigits> digits;
+    for (int i = 0; i < 100; ++i) {
+        const std::wstring path = TemporaryPath(To());
+        for (size_t digit = 0; digit < digits.size(); ++digit) {
+            digits[digit].insert(path[To().size() + 1 + digit]);
+        }
+    }
+    for (const std::set<wchar_t>& seen : digits) {
+        EXPECT_LT(8U, seen.size());
+    }
 }
 
 TEST_F(FileOperations, ASnapshotHoldsTheTimeAndTheBytesOfOneMoment) {

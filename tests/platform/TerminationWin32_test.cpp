@@ -5,6 +5,7 @@
 #include "base/HostLog.h"
 #include "platform/Event.h"
 #include "platform/Mutex.h"
+#include "platform/Termination.h"
 #include "platform/Thread.h"
 #include "save/SaveOperations.h"
 #include "support/LongForm.h"
@@ -108,6 +109,49 @@ protected:
 
 TEST_F(InsideTheHeap, NoOtherThreadStalls) {
     Repeat(Run, this, {}, [] { std::make_unique<std::string>(5000, 'x'); });
+}
+
+// A long computation inside the system's library, which takes no lock.
+class Computation {
+public:
+    Computation() : m_thread(CreateThread(nullptr, 0, Run, this, 0, nullptr)) { m_entered.Wait(20'000); }
+    ~Computation() {
+        m_isOver = true;
+        WaitForSingleObject(m_thread.get(), INFINITE);
+    }
+    HANDLE Get() const { return m_thread.get(); }
+
+private:
+    static DWORD WINAPI Run(void* self) {
+        static_cast<Computation*>(self)->Compute();
+        return 0;
+    }
+    void Compute() {
+        const auto compute = reinterpret_cast<DWORD(WINAPI*)(DWORD, const BYTE*, INT)>(
+            reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlComputeCrc32")));
+        const std::vector<BYTE> bytes(32U << 20U);
+        m_entered.Set();
+        while (!m_isOver) {
+            m_sum = compute(m_sum, bytes.data(), static_cast<INT>(bytes.size()));
+        }
+    }
+
+    Event m_entered{EventReset::Manual};
+    std::atomic<bool> m_isOver{false};
+    DWORD m_sum = 0;
+    UniqueHandle m_thread;
+};
+
+// A try is over sooner if it finds the thread between two computations, and later on a busy machine.
+TEST(SuspendOutsideSystemLibrary, AComputationInsideTheLibraryIsSuspendedAfter80Milliseconds) {
+    const Computation computation;
+    EXPECT_TRUE(WaitFor([&] {
+        const ULONGLONG start = GetTickCount64();
+        SuspendOutsideSystemLibrary(computation.Get());
+        const ULONGLONG elapsed = GetTickCount64() - start;
+        ResumeThread(computation.Get());
+        return elapsed >= 80 && elapsed < 100;
+    }));
 }
 
 class InsideARaise : public Termination {
