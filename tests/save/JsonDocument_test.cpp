@@ -127,5 +127,20 @@ TEST_F(JsonDocument, AVeryDeepFileIsParsedButNotWritable) {
     EXPECT_FALSE(IsWritable(*document));
 }
 
+TEST_F(JsonDocument, EachObjectIsOneLevelOfTheDepth) {
+    const auto objects = [](size_t count) {
+        std::string text;
+        for (size_t i = 1; i < count; ++i) {
+            text += "{\"A\":";
+        }
+        return text + "{}" + std::string(count - 1, '}');
+    };
+
+    EXPECT_EQ(0, Load(objects(256)));
+    EXPECT_TRUE(IsWritable(*document));
+    EXPECT_EQ(0, Load(objects(257)));
+    EXPECT_FALSE(IsWritable(*document));
+}
+
 } // namespace
 } // namespace zq
