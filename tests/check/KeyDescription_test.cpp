@@ -103,8 +103,11 @@ TEST(SchemaRule, SaysWhyAValueDoesNotFit) {
     EXPECT_EQ("no-choice: is not one of the possible values; write \"cbr\", \"vbr\" or \"cqp\"",
               MisfitText(L"Video.RateControl", Text(L"CBR")));
     EXPECT_EQ("fits", MisfitText(L"Properties.BitrateList", Text(L"20,40.5")));
-    EXPECT_EQ("no-number-list: is not a list of numbers; write numbers, separated by commas: \"20,40,70\"",
-              MisfitText(L"Properties.BitrateList", Text(L"20,,40")));
+    for (const wchar_t* list : {L"20,,40", L",20", L"20,", L"", L"20;40"}) {
+        EXPECT_EQ(
+            "no-number-list: is not a list of numbers; write numbers, separated by commas: \"20,40,70\"",
+            MisfitText(L"Properties.BitrateList", Text(list)));
+    }
 }
 
 // A whole number of a file is a double too.
