@@ -28,13 +28,12 @@ class Sink {
 public:
     ~Sink() { maps.RemoveBinaries(); }
 
-    void Bool(std::wstring_view name, uint8_t value) { Entry(maps.bools, name) = value; }
-    void Int64(std::wstring_view name, int64_t value) { Entry(maps.integers, name) = value; }
-    void Double(std::wstring_view name, double value) { Entry(maps.doubles, name) = value; }
-    void String(std::wstring_view name, std::wstring value) { Entry(maps.strings, name) = std::move(value); }
-    void String(std::wstring_view name, std::wstring_view value) { Entry(maps.strings, name) = value; }
+    void Bool(std::wstring_view name, uint8_t value) { Set(maps.bools, name, value); }
+    void Int64(std::wstring_view name, int64_t value) { Set(maps.integers, name, value); }
+    void Double(std::wstring_view name, double value) { Set(maps.doubles, name, value); }
+    void String(std::wstring_view name, std::wstring_view value) { Set(maps.strings, name, value); }
     void Binary(std::wstring_view name, const void* bytes, size_t length) {
-        BinaryBlock*& block = Entry(maps.binaries, name);
+        BinaryBlock*& block = maps.binaries.FindOrAdd(name, maps.Hash(name)).first->value;
         BinaryBlock::Free(block);
         block = BinaryBlock::Make(bytes, length);
     }
@@ -47,9 +46,14 @@ public:
     VariableMaps maps{kSeed};
 
 private:
-    template <class Value>
-    Value& Entry(VariableMap<Value>& map, std::wstring_view name) {
-        return map.FindOrAdd(name, maps.Hash(name)).first->value;
+    template <class Value, class Given>
+    void Set(VariableMap<Value>& map, std::wstring_view name, const Given& value) {
+        const uint32_t hash = maps.Hash(name);
+        if (auto* node = map.Find(name, hash)) {
+            map.Assign(node, value);
+        } else {
+            map.Add(name, hash, nullptr, value);
+        }
     }
 };
 
@@ -124,7 +128,7 @@ public:
         from.maps.bools.ForEach([&](auto name, uint8_t value) { start(1, name), packer.pack(value); });
         from.maps.integers.ForEach([&](auto name, int64_t value) { start(2, name), packer.pack(value); });
         from.maps.doubles.ForEach([&](auto name, double value) { start(3, name), packer.pack(value); });
-        from.maps.strings.ForEach([&](auto name, const std::wstring& value) {
+        from.maps.strings.ForEach([&](auto name, std::wstring_view value) {
             start(4, name), PackBytes(packer, value.data(), value.size() * sizeof(wchar_t));
         });
         from.maps.binaries.ForEach([&](auto name, const BinaryBlock* block) {
@@ -190,7 +194,7 @@ private:
             sink.Double(name, value.as<double>());
             break;
         case VariableTypeString:
-            sink.String(name, std::wstring(WideOf(value.via.bin.ptr, value.via.bin.size)));
+            sink.String(name, WideOf(value.via.bin.ptr, value.via.bin.size));
             break;
         default:
             sink.Binary(name, value.via.bin.ptr, value.via.bin.size);
@@ -213,8 +217,9 @@ public:
         from.maps.bools.ForEach([&](auto name, uint8_t value) { start(1, name), archive(value); });
         from.maps.integers.ForEach([&](auto name, int64_t value) { start(2, name), archive(value); });
         from.maps.doubles.ForEach([&](auto name, double value) { start(3, name), archive(value); });
-        from.maps.strings.ForEach(
-            [&](auto name, const std::wstring& value) { start(4, name), archive(value); });
+        from.maps.strings.ForEach([&](auto name, std::wstring_view value) {
+            start(4, name), PackText(archive, value.data(), value.size());
+        });
         from.maps.binaries.ForEach([&](auto name, const BinaryBlock* block) {
             start(5, name), PackText(archive, static_cast<const char*>(block->Bytes()), block->size);
         });
@@ -305,9 +310,7 @@ struct PlainSink {
     void Bool(std::wstring_view name, uint8_t value) { bools[std::wstring(name)] = value; }
     void Int64(std::wstring_view name, int64_t value) { integers[std::wstring(name)] = value; }
     void Double(std::wstring_view name, double value) { doubles[std::wstring(name)] = value; }
-    void String(std::wstring_view name, std::wstring value) {
-        strings[std::wstring(name)] = std::move(value);
-    }
+    void String(std::wstring_view name, std::wstring_view value) { strings[std::wstring(name)] = value; }
     void Binary(std::wstring_view name, const void* bytes, size_t length) {
         const auto* first = static_cast<const char*>(bytes);
         binaries[std::wstring(name)].assign(first, first + length);

@@ -22,7 +22,7 @@ bool IsSameValue(int64_t held, int64_t given) { return held == given; }
 bool IsSameValue(double held, double given) {
     return std::bit_cast<uint64_t>(held) == std::bit_cast<uint64_t>(given);
 }
-bool IsSameValue(const std::wstring& held, std::wstring_view given) { return IsSameName(held, given); }
+bool IsSameValue(const StoredText& held, std::wstring_view given) { return IsSameName(held, given); }
 
 // Appends the pieces from below `outer`, which may be null, to `prefix`.
 [[gnu::noinline]] void AppendPieces(std::wstring& out, const BatchPrefix* prefix, const BatchPrefix* outer) {
@@ -318,9 +318,7 @@ bool BatchWrite::Set(VariableMap<Value>& map, Replacements<Value>& replacements,
                      Given given) {
     auto* node = map.Find(name.rest, name.hash, name.prefix);
     if (!node) {
-        Value value(given);
-        node = map.Add(name.rest, name.hash, name.prefix);
-        node->value = std::move(value);
+        map.Add(name.rest, name.hash, name.prefix, given);
         return true;
     }
     if (!IsSameValue(node->value, given)) {

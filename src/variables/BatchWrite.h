@@ -101,7 +101,7 @@ private:
     Replacements<uint8_t> m_bools;
     Replacements<int64_t> m_integers;
     Replacements<double> m_doubles;
-    Replacements<std::wstring> m_strings;
+    Replacements<StoredText> m_strings;
     std::unordered_map<const BatchPrefix*, SharedPrefix> m_shared;
 
     // The prefix in use, and a buffer that begins with what of it is not hashed yet, the units that follow

@@ -9,6 +9,7 @@
 #include "variables/BatchRecords.h"
 #include "variables/ExpectedEntries.h"
 #include "variables/NamePrefix.h"
+#include "variables/StoredText.h"
 
 #include <array>
 #include <cstddef>
@@ -85,6 +86,7 @@ public:
     void AddString(const BatchName& name, std::wstring_view text) {
         const uint32_t length = LengthOf(text);
         std::byte* value = Append(Kind::String, name);
+        m_expected[static_cast<size_t>(Kind::String)].units += StoredText::RoomFor(text.size());
         Put(value, text.data());
         Put(value + sizeof(const wchar_t*), length);
     }
@@ -136,8 +138,7 @@ private:
     std::byte* Append(Kind kind, const BatchName& name) {
         ExpectedEntries& expected = m_expected[static_cast<size_t>(kind)];
         ++expected.count;
-        expected.nameUnits +=
-            name.text.size() - (m_prefix && m_prefix->shared ? m_prefix->shared->length : 0);
+        expected.units += name.text.size() - (m_prefix && m_prefix->shared ? m_prefix->shared->length : 0);
         const uint32_t prefix = m_prefix ? m_prefix->number : 0;
         if (prefix != 0 && name.isNumbered) {
             return m_records.Add(m_memory, kind, prefix, Naming::Numbered, nullptr, name.number);

@@ -12,6 +12,7 @@
 #include "variables/NameHash.h"
 #include "variables/NamePrefix.h"
 #include "variables/NodePool.h"
+#include "variables/StoredText.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -26,15 +27,30 @@
 
 namespace zq {
 
+// The characters that a node has room for after its name: none, but for a text.
+template <class Value>
+struct NodeRoom {
+    explicit NodeRoom(size_t) {}
+    static constexpr size_t Units() { return 0; }
+};
+template <>
+struct NodeRoom<StoredText> {
+    explicit NodeRoom(size_t room) : units(static_cast<uint32_t>(room)) {}
+    size_t Units() const { return units; }
+    uint32_t units;
+};
+
 template <class Value>
 class VariableMap {
 public:
-    // Followed by its name or, where it has a prefix, by the pointer to the prefix and the rest of the name.
+    // Followed by its name or, where it has a prefix, by the pointer to the prefix and the rest of the name;
+    // then by the room for a text.
     struct Node {
         Node* next;
         uint32_t hash;
-        uint32_t lengthAndKind; // characters after the node; the top bit is set where there is a prefix
+        uint32_t lengthAndKind; // characters of the name after the node; the top bit: whether it has a prefix
         Value value;
+        [[no_unique_address]] NodeRoom<Value> room;
 
         const NamePrefix* Prefix() const {
             return HasPrefix() ? *reinterpret_cast<const NamePrefix* const*>(this + 1) : nullptr;
@@ -55,7 +71,13 @@ public:
 
         bool HasPrefix() const { return (lengthAndKind & kHasPrefix) != 0; }
         size_t PrefixBytes() const { return HasPrefix() ? kPointerBytes : 0; }
-        size_t Bytes() const { return sizeof(Node) + PrefixBytes() + Rest().size() * sizeof(wchar_t); }
+        wchar_t* Room() {
+            auto* start = reinterpret_cast<std::byte*>(this + 1) + PrefixBytes();
+            return reinterpret_cast<wchar_t*>(start) + Rest().size();
+        }
+        size_t Bytes() const {
+            return sizeof(Node) + PrefixBytes() + (Rest().size() + room.Units()) * sizeof(wchar_t);
+        }
     };
 
     VariableMap() = default;
@@ -84,7 +106,7 @@ public:
     void Reserve(const ExpectedEntries& expected) {
         GrowFor(expected.count);
         if (m_size == 0) { // otherwise most of them may be there already
-            m_pool.Expect(expected.count * sizeof(Node) + expected.nameUnits * sizeof(wchar_t));
+            m_pool.Expect(expected.count * sizeof(Node) + expected.units * sizeof(wchar_t));
         }
     }
 
@@ -94,17 +116,36 @@ public:
         if (Node* node = Find(name, hash)) {
             return {node, false};
         }
-        return {Add(name, hash), true};
+        return {AddEmpty(name, hash, nullptr), true};
     }
 
-    // A new entry with an empty value. With a prefix, which outlives the entry, `name` is what follows it.
-    // REQUIRES: there is no such name. Raises std::bad_alloc, and has changed nothing then.
-    Node* Add(std::wstring_view name, uint32_t hash, const NamePrefix* prefix = nullptr) {
-        GrowFor(m_size + 1);
-        Node* node = MakeNode(name, hash, prefix);
-        Link(node);
-        ++m_size;
+    // A new entry with a value made of `given`. With a prefix, which outlives the entry, `name` is what
+    // follows it. REQUIRES: there is no such name. Raises std::bad_alloc, and has changed nothing then.
+    template <class Given>
+    Node* Add(std::wstring_view name, uint32_t hash, const NamePrefix* prefix, const Given& given) {
+        if constexpr (std::is_same_v<Value, StoredText>) {
+            if (const size_t room = StoredText::RoomFor(given.size())) {
+                Node* node = AddEmpty(name, hash, prefix, room);
+                node->value = StoredText(given, node->Room());
+                return node;
+            }
+        }
+        Value value(given);
+        Node* node = AddEmpty(name, hash, prefix);
+        node->value = std::move(value);
         return node;
+    }
+
+    // Gives an entry another value, made of `given`. Raises std::bad_alloc, and has changed nothing then.
+    template <class Given>
+    static void Assign(Node* node, const Given& given) {
+        if constexpr (std::is_same_v<Value, StoredText>) {
+            if (given.size() <= node->room.Units()) {
+                node->value = StoredText(given, node->Room());
+                return;
+            }
+        }
+        node->value = Value(given);
     }
 
     // Returns whether there was such a name.
@@ -179,13 +220,22 @@ private:
         head = node;
     }
 
-    Node* MakeNode(std::wstring_view rest, uint32_t hash, const NamePrefix* prefix) {
+    Node* AddEmpty(std::wstring_view name, uint32_t hash, const NamePrefix* prefix, size_t room = 0) {
+        GrowFor(m_size + 1);
+        Node* node = MakeNode(name, hash, prefix, room);
+        Link(node);
+        ++m_size;
+        return node;
+    }
+
+    Node* MakeNode(std::wstring_view rest, uint32_t hash, const NamePrefix* prefix, size_t room) {
         const size_t prefixBytes = prefix ? Node::kPointerBytes : 0;
-        const size_t bytes = sizeof(Node) + prefixBytes + rest.size() * sizeof(wchar_t);
+        const size_t bytes = sizeof(Node) + prefixBytes + (rest.size() + room) * sizeof(wchar_t);
         void* memory = m_pool.Allocate(bytes);
         m_loneNodes += NodePool::IsPooled(bytes) ? 0 : 1;
         const auto length = static_cast<uint32_t>(rest.size());
-        Node* node = new (memory) Node{nullptr, hash, prefix ? length | Node::kHasPrefix : length, Value()};
+        Node* node = new (memory)
+            Node{nullptr, hash, prefix ? length | Node::kHasPrefix : length, Value(), NodeRoom<Value>(room)};
         auto* after = reinterpret_cast<std::byte*>(node + 1);
         std::memcpy(after, &prefix, prefixBytes);
         CopyShort(after + prefixBytes, rest.data(), rest.size() * sizeof(wchar_t));

@@ -6,11 +6,11 @@
 
 #include "variables/BinaryBlock.h"
 #include "variables/NamePrefix.h"
+#include "variables/StoredText.h"
 #include "variables/VariableMap.h"
 #include "variables/VariablePacket.h"
 
 #include <cstdint>
-#include <string>
 #include <string_view>
 
 namespace zq {
@@ -42,7 +42,7 @@ struct VariableMaps {
     VariableMap<int64_t> integers;
     VariableMap<double> doubles;
     VariableMap<BinaryBlock*> binaries;
-    VariableMap<std::wstring> strings;
+    VariableMap<StoredText> strings;
 };
 
 } // namespace zq

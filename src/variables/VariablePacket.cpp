@@ -1,7 +1,9 @@
 #include "variables/VariablePacket.h"
 
+#include "CZQVariable.h"
 #include "base/ShortCopy.h"
 #include "base/Text.h"
+#include "variables/StoredText.h"
 
 #include <algorithm>
 #include <array>
@@ -166,7 +168,10 @@ PacketCounts CountPacketRecords(std::span<const std::byte> packet) {
         }
         ExpectedEntries& expected = counts[type < counts.size() ? type : 0];
         ++expected.count;
-        expected.nameUnits += static_cast<size_t>(nameBytes) / sizeof(char16_t);
+        expected.units += static_cast<size_t>(nameBytes) / sizeof(char16_t);
+        if (type == VariableTypeString) {
+            expected.units += StoredText::RoomFor(static_cast<size_t>(valueBytes) / sizeof(char16_t));
+        }
         offset += kPacketRecordHeaderBytes + static_cast<size_t>(nameBytes) + static_cast<size_t>(valueBytes);
     }
     return counts;

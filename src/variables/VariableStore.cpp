@@ -37,19 +37,18 @@ bool GetScalar(const VariableMaps& maps, const VariableMap<Value>& map, std::wst
     return node != nullptr;
 }
 
-// The one rule of all setters that compare. The new value is made before anything changes.
+// The one rule of all setters that compare.
 template <class Value, class Given>
 bool SetCompared(VariableMaps& maps, VariableMap<Value>& map, std::wstring_view name, Given given) {
     const uint32_t hash = maps.Hash(name);
     auto* node = map.Find(name, hash);
-    if (node && node->value == given) {
-        return false;
-    }
-    Value value(given);
     if (!node) {
-        node = map.FindOrAdd(name, hash).first;
+        map.Add(name, hash, nullptr, given);
+    } else if (node->value == given) {
+        return false;
+    } else {
+        map.Assign(node, given);
     }
-    node->value = std::move(value);
     return true;
 }
 
@@ -76,7 +75,7 @@ size_t RecordBytes(const VariableMaps& maps) {
     size_t bytes = ScalarBytes(maps.bools) + ScalarBytes(maps.integers) + ScalarBytes(maps.doubles) +
                    NameBytes(maps.strings) + NameBytes(maps.binaries);
     maps.strings.ForEach(
-        [&](std::wstring_view, const std::wstring& text) { bytes += text.size() * sizeof(wchar_t); });
+        [&](std::wstring_view, std::wstring_view text) { bytes += text.size() * sizeof(wchar_t); });
     maps.binaries.ForEach([&](std::wstring_view, const BinaryBlock* block) { bytes += block->size; });
     return bytes;
 }
@@ -129,10 +128,11 @@ bool VariableStore::GetDouble(std::wstring_view name, double* value) const {
 bool VariableStore::GetString(std::wstring_view name, wchar_t* buffer, int32_t bufferSize) const {
     MutexLock lock(m_mutex);
     const auto* node = m_maps.strings.Find(name, m_maps.Hash(name));
-    if (!node || bufferSize < 0 || static_cast<size_t>(bufferSize) <= node->value.size()) {
+    const std::wstring_view text = node ? node->value.View() : std::wstring_view();
+    if (!node || bufferSize < 0 || static_cast<size_t>(bufferSize) <= text.size()) {
         return false;
     }
-    wchar_t* end = std::copy(node->value.begin(), node->value.end(), buffer);
+    wchar_t* end = std::copy(text.begin(), text.end(), buffer);
     std::fill(end, buffer + bufferSize, L'\0');
     return true;
 }
@@ -206,7 +206,7 @@ PacketWriter VariableStore::PackAll() const {
     PackMap(packet, VariableTypeBool, m_maps.bools);
     PackMap(packet, VariableTypeInt64, m_maps.integers);
     PackMap(packet, VariableTypeDouble, m_maps.doubles);
-    m_maps.strings.ForEach([&](std::wstring_view name, const std::wstring& text) {
+    m_maps.strings.ForEach([&](std::wstring_view name, std::wstring_view text) {
         packet.AppendText(VariableTypeString, name, text);
     });
     m_maps.binaries.ForEach([&](std::wstring_view name, const BinaryBlock* block) {

@@ -19,7 +19,7 @@ inline TypedVariables VariablesOf(const VariableMaps& maps) {
     maps.bools.ForEach([&](std::wstring_view name, uint8_t value) { all.Bool(name, value); });
     maps.integers.ForEach([&](std::wstring_view name, int64_t value) { all.Int64(name, value); });
     maps.doubles.ForEach([&](std::wstring_view name, double value) { all.Double(name, value); });
-    maps.strings.ForEach([&](std::wstring_view name, const std::wstring& value) { all.String(name, value); });
+    maps.strings.ForEach([&](std::wstring_view name, std::wstring_view value) { all.String(name, value); });
     return all;
 }
 

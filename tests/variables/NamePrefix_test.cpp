@@ -155,11 +155,11 @@ TEST(BatchWrite, ValueThatIsHeldKeepsItsMemory) {
     batch.AddString(L"S", text);
     VariableMaps maps(1);
     maps.Apply(batch);
-    const wchar_t* held = maps.strings.Find(L"S", maps.Hash(L"S"))->value.data();
+    const wchar_t* held = maps.strings.Find(L"S", maps.Hash(L"S"))->value.View().data();
 
     maps.Apply(batch);
 
-    EXPECT_EQ(held, maps.strings.Find(L"S", maps.Hash(L"S"))->value.data());
+    EXPECT_EQ(held, maps.strings.Find(L"S", maps.Hash(L"S"))->value.View().data());
 }
 
 TEST(BatchWrite, NegativeZeroTakesThePlaceOfZero) {
