@@ -104,14 +104,15 @@ TEST(PacketWriter, TextIsUtf16WhateverTheWidthOfWideCharacters) {
     EXPECT_EQ(L"\u20AC\U0001F600", ReadAll(Written(writer)).records.at(0).text);
 }
 
-TEST(PacketWriter, TheFirstAndTheLastCharacterOfTwoUnitsAreWrittenWhole) {
+TEST(PacketWriter, TheFirstAndTheLastCharacterOfTwoUnitsAndTheOneBeforeThemAreWritten) {
     PacketWriter writer;
 
-    writer.AppendText(VariableTypeString, L"A", L"\U00010000\U0010FFFF");
+    writer.AppendText(VariableTypeString, L"A", L"\uFFFF\U00010000\U0010FFFF");
 
-    EXPECT_EQ(RawPacket(kUtf16).Record(4, kA, {0x00, 0xD8, 0x00, 0xDC, 0xFF, 0xDB, 0xFF, 0xDF}).m_bytes,
-              Written(writer));
-    EXPECT_EQ(L"\U00010000\U0010FFFF", ReadAll(Written(writer)).records.at(0).text);
+    EXPECT_EQ(
+        RawPacket(kUtf16).Record(4, kA, {0xFF, 0xFF, 0x00, 0xD8, 0x00, 0xDC, 0xFF, 0xDB, 0xFF, 0xDF}).m_bytes,
+        Written(writer));
+    EXPECT_EQ(L"\uFFFF\U00010000\U0010FFFF", ReadAll(Written(writer)).records.at(0).text);
 }
 
 TEST(PacketWriter, KeepsWhatItHoldsWhileItsBufferDoubles) {
