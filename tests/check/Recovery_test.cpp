@@ -136,6 +136,11 @@ TEST(Recovery, ADocumentIsNotInventedWhereThereIsNone) {
         EXPECT_FALSE(recovered.isCertain) << Utf8(text);
         EXPECT_EQ(codes, recovered.problems.at(0).code) << Utf8(text);
     }
+    // What is read instead is an empty one.
+    ExpectRecoveries({{L" \n", "empty?:  \n[]"},
+                      {L"yes", "wrong-literal?: []"},
+                      {L"5", "number-at-end?: []"},
+                      {L":1", "no-name trailing?: []"}});
     for (const std::wstring_view text : {L"{", L"\"A\":1}", L"]{}", L"[ture]"}) {
         EXPECT_TRUE(Recover(text).hasDocument) << Utf8(text);
     }
