@@ -68,6 +68,13 @@ export class DataFolder {
   }
 }
 
+const servers = new Set();
+
+// For the end of a test file: a test that fails leaves its server running, and this process would wait for it.
+export function killServers() {
+  servers.forEach((server) => server.process.kill("SIGKILL"));
+}
+
 export class Server {
   // `build` is the build folder with bin/zqsettings.exe.
   static async start(build, folder, options = []) {
@@ -78,6 +85,7 @@ export class Server {
       [join(build, "bin/zqsettings.exe"), "serve", ...data, ...options],
       { stdio: ["ignore", "pipe", "pipe"] },
     );
+    servers.add(server);
     server.output = "";
     server.process.stdout.on("data", (data) => (server.output += data));
     server.process.stderr.on("data", (data) => (server.output += data));
@@ -96,6 +104,7 @@ export class Server {
     const timer = setTimeout(() => this.process.kill("SIGKILL"), kWaitCap);
     const code = await this.ended;
     clearTimeout(timer);
+    servers.delete(this);
     return code;
   }
 }

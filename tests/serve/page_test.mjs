@@ -5,7 +5,7 @@ import net from "node:net";
 import { createRequire } from "node:module";
 import { join } from "node:path";
 import { after, before, describe, test } from "node:test";
-import { DataFolder, goTo, kHmdList, kQuality, kSettings, openPage, seen, Server, startBrowser, until } from "./harness.mjs";
+import { DataFolder, goTo, kHmdList, killServers, kQuality, kSettings, openPage, seen, Server, startBrowser, until } from "./harness.mjs";
 import { Client } from "./protocol.mjs";
 
 const build = process.env.ZQ_BUILD;
@@ -62,6 +62,7 @@ before(async () => {
   browser = await startBrowser();
 });
 after(() => browser.close());
+after(killServers);
 
 describe("the page", () => {
   let folder;

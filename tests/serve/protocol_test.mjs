@@ -3,11 +3,12 @@ import assert from "node:assert/strict";
 import { spawn } from "node:child_process";
 import { unlinkSync } from "node:fs";
 import { join } from "node:path";
-import { test } from "node:test";
-import { DataFolder, kHmdList, kQuality, kSettings, root, Server, until } from "./harness.mjs";
+import { after, test } from "node:test";
+import { DataFolder, kHmdList, killServers, kQuality, kSettings, root, Server, until } from "./harness.mjs";
 import { Client } from "./protocol.mjs";
 
 const build = process.env.ZQ_BUILD;
+after(killServers);
 
 class Watch {
   static async start(folder) {

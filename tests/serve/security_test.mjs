@@ -5,10 +5,12 @@ import net from "node:net";
 import { networkInterfaces } from "node:os";
 import { join } from "node:path";
 import { after, before, describe, test } from "node:test";
-import { DataFolder, kHmdList, kSettings, Server, until } from "./harness.mjs";
+import { DataFolder, kHmdList, killServers, kSettings, Server, until } from "./harness.mjs";
 import { Client, raw, request } from "./protocol.mjs";
 
 const build = process.env.ZQ_BUILD;
+
+after(killServers);
 
 describe("the server", () => {
   let folder;

@@ -81,10 +81,10 @@ TEST(StoredText, MovesBetweenValuesAndIsFreedOnce) {
 
 TEST(StoredText, NodesAreReusedForTextsThatNeedAsMuchRoom) {
     TextMap map;
-    auto* first = map.Add(L"Name", kHash, nullptr, std::wstring_view(L"a text of 24 characters "));
+    auto* first = map.Add(L"Name", kHash, nullptr, std::wstring_view(L"a text of 23 characters"));
     map.Remove(first);
     EXPECT_NE(first, map.Add(L"Name", kHash, nullptr, std::wstring_view(L"short")));
-    EXPECT_EQ(first, map.Add(L"Other", kHash + 1, nullptr, std::wstring_view(L"another of 23 characters")));
+    EXPECT_EQ(first, map.Add(L"Twin", kHash + 1, nullptr, std::wstring_view(L"a twin of 23 characters")));
 }
 
 } // namespace
