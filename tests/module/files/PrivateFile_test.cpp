@@ -25,6 +25,10 @@ TEST_F(PrivateFileLook, AnAcceptableContentIsAccepted) {
     EXPECT_TRUE(look.config.text);
 }
 
+TEST_F(PrivateFileLook, AFileWhoseTimeWasNeverRecordedIsNotDoubted) {
+    EXPECT_EQ(0U, File(kFile).ConfirmAt());
+}
+
 TEST_F(PrivateFileLook, AFileWithTheRecordedTimeIsUnchangedWhateverItHolds) {
     Write(kFile, R"({"Edit":1})");
     Record();
