@@ -16,11 +16,13 @@
 
 #include <array>
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <random>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace zq::test {
@@ -111,47 +113,85 @@ TEST_F(InsideTheHeap, NoOtherThreadStalls) {
     Repeat(Run, this, {}, [] { std::make_unique<std::string>(5000, 'x'); });
 }
 
-// A long computation inside the system's library, which takes no lock.
-class Computation {
+// A function of the system's library that no import library has.
+template <class Function>
+Function* InsideTheLibrary(const char* name) {
+    return reinterpret_cast<Function*>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), name)));
+}
+
+// Does one thing inside the system's library again and again, and nothing else.
+class InsideTheLibraryOnly {
 public:
-    Computation() : m_thread(CreateThread(nullptr, 0, Run, this, 0, nullptr)) { m_entered.Wait(20'000); }
-    ~Computation() {
+    explicit InsideTheLibraryOnly(std::function<void()> work)
+        : m_work(std::move(work)), m_thread(CreateThread(nullptr, 0, Run, this, 0, nullptr)) {
+        m_entered.Wait(20'000);
+    }
+    ~InsideTheLibraryOnly() {
         m_isOver = true;
         WaitForSingleObject(m_thread.get(), INFINITE);
     }
-    HANDLE Get() const { return m_thread.get(); }
+    InsideTheLibraryOnly(const InsideTheLibraryOnly&) = delete;
+    InsideTheLibraryOnly& operator=(const InsideTheLibraryOnly&) = delete;
+
+    // Returns after how many milliseconds the thread was suspended; it goes on then.
+    ULONGLONG Suspend() const {
+        const ULONGLONG start = GetTickCount64();
+        SuspendOutsideSystemLibrary(m_thread.get());
+        const ULONGLONG elapsed = GetTickCount64() - start;
+        ResumeThread(m_thread.get());
+        return elapsed;
+    }
 
 private:
-    static DWORD WINAPI Run(void* self) {
-        static_cast<Computation*>(self)->Compute();
-        return 0;
-    }
-    void Compute() {
-        const auto compute = reinterpret_cast<DWORD(WINAPI*)(DWORD, const BYTE*, INT)>(
-            reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlComputeCrc32")));
-        const std::vector<BYTE> bytes(32U << 20U);
-        m_entered.Set();
-        while (!m_isOver) {
-            m_sum = compute(m_sum, bytes.data(), static_cast<INT>(bytes.size()));
+    static DWORD WINAPI Run(void* argument) {
+        auto* self = static_cast<InsideTheLibraryOnly*>(argument);
+        self->m_entered.Set();
+        while (!self->m_isOver) {
+            self->m_work();
         }
+        return 0;
     }
 
     Event m_entered{EventReset::Manual};
     std::atomic<bool> m_isOver{false};
-    DWORD m_sum = 0;
+    std::function<void()> m_work;
     UniqueHandle m_thread;
 };
 
 // A try is over sooner if it finds the thread between two computations, and later on a busy machine.
 TEST(SuspendOutsideSystemLibrary, AComputationInsideTheLibraryIsSuspendedAfter80Milliseconds) {
-    const Computation computation;
+    auto* const compute = InsideTheLibrary<DWORD WINAPI(DWORD, const BYTE*, INT)>("RtlComputeCrc32");
+    const std::vector<BYTE> bytes(32U << 20U);
+    DWORD sum = 0;
+    const InsideTheLibraryOnly computation(
+        [&] { sum = compute(sum, bytes.data(), static_cast<INT>(bytes.size())); });
+
     EXPECT_TRUE(WaitFor([&] {
-        const ULONGLONG start = GetTickCount64();
-        SuspendOutsideSystemLibrary(computation.Get());
-        const ULONGLONG elapsed = GetTickCount64() - start;
-        ResumeThread(computation.Get());
+        const ULONGLONG elapsed = computation.Suspend();
         return elapsed >= 80 && elapsed < 100;
     }));
+}
+
+// Two kinds of wait in turn, so that the thread does not seem to stay in one. One try in two is over sooner,
+// because it finds the thread between two waits or in the same wait again and again.
+TEST(SuspendOutsideSystemLibrary, AThreadInsideTheKernelIsWatchedForTheWholeTime) {
+    auto* const delay = InsideTheLibrary<LONG WINAPI(BOOLEAN, const LARGE_INTEGER*)>("NtDelayExecution");
+    auto* const wait =
+        InsideTheLibrary<LONG WINAPI(HANDLE, BOOLEAN, const LARGE_INTEGER*)>("NtWaitForSingleObject");
+    const Event never{EventReset::Manual};
+    LARGE_INTEGER millisecond;
+    millisecond.QuadPart = -10'000;
+    const InsideTheLibraryOnly waits([&] {
+        delay(FALSE, &millisecond);
+        wait(never.Get(), FALSE, &millisecond);
+    });
+
+    bool isWatched = false;
+    for (int i = 0; i < 40 && !isWatched; ++i) {
+        isWatched = waits.Suspend() >= 100;
+    }
+    EXPECT_TRUE(isWatched);
 }
 
 class InsideARaise : public Termination {
