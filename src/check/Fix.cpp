@@ -86,11 +86,9 @@ private:
 };
 
 struct FlatDocument {
-    explicit FlatDocument(std::wstring_view text) { document.Read(root, text); }
-
-    // Returns whether the file can be loaded, once its text is.
-    bool Flatten(ConfigFile file) {
-        return document.Result() >= 1 && FlattenConfig(file, root, batch, HostLog());
+    FlatDocument(ConfigFile file, std::wstring_view text) {
+        document.Read(root, text);
+        FlattenConfig(file, root, batch, HostLog()); // a root of the wrong kind gives no variables
     }
 
     JsonRoot root;
@@ -211,10 +209,7 @@ std::optional<FixedFile> FixFile(ConfigFile file, std::string_view bytes) {
     if (!EditAll(text, fixed.problems)) {
         return {};
     }
-    FlatDocument meant(text);
-    if (!meant.Flatten(file)) {
-        return {};
-    }
+    const FlatDocument meant(file, text);
     fixed.bytes = AsciiText(meant.document, text, fixed.characters);
     if (!IsSettled(fixed.bytes) || !IsLoadedAs(file, fixed.bytes, meant.batch)) {
         return {};
