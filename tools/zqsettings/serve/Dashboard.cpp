@@ -205,6 +205,9 @@ void Dashboard::TakeChanges() {
 }
 
 void Dashboard::ReportRefused() {
+    // Whoever finds nothing to report may say that the file is accepted again: only after the report of
+    // another thread.
+    const std::lock_guard lock(m_reportMutex);
     for (const RefusedTexts::Refused& refused : m_refused.Take()) {
         KeepBeside(refused);
         m_state.Add(RefusalMessage(refused.file, refused.bytes, "replaced", {"", refused.id}));

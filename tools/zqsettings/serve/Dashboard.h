@@ -83,6 +83,7 @@ private:
     DataFiles m_defaults;
     LiveState m_state;
     RefusedTexts m_refused;
+    std::mutex m_reportMutex; // from taking a refused text until it is reported
 
     std::mutex m_runMutex;
     std::optional<ScratchFolder> m_copy;
