@@ -90,9 +90,11 @@ void CheckZeroBytes(const SourceText& source, Problems& problems) {
     }
 }
 
-bool IsBlank(wchar_t unit) { return unit <= 32; }
-
 } // namespace
+
+bool IsBlank(std::wstring_view text) {
+    return std::all_of(text.begin(), text.end(), [](wchar_t unit) { return unit <= 32; });
+}
 
 void CheckEncoding(const SourceText& source, const TextEdits& handled, Problems& problems) {
     CheckMark(source, problems);
@@ -107,7 +109,7 @@ void CheckEnd(std::wstring_view text, const DocumentMap& document, Problems& pro
         return;
     }
     const std::wstring_view rest = text.substr(static_cast<size_t>(end));
-    const bool isBlank = std::all_of(rest.begin(), rest.end(), IsBlank);
+    const bool isBlank = IsBlank(rest);
     const bool isLineBreak = isBlank && rest.find_first_of(L"\r\n") != std::wstring_view::npos;
     AddError(problems, "trailing", end, length,
              isLineBreak ? "a line break follows the end of the document"

@@ -22,6 +22,9 @@ void CheckEncoding(const SourceText& source, const TextEdits& handled, Problems&
 
 // The next three work on the text that `document` was read from, edited or not.
 
+// Whether the module skips all of the text.
+bool IsBlank(std::wstring_view text);
+
 // Checks what follows the end of the document.
 void CheckEnd(std::wstring_view text, const DocumentMap& document, Problems& problems);
 

@@ -22,10 +22,6 @@ bool IsRootOfKind(ConfigFile file, const JsonValue& root) {
 
 bool IsError(const Problem& problem) { return problem.severity == Severity::Error; }
 
-bool IsBlank(std::wstring_view text) {
-    return std::all_of(text.begin(), text.end(), [](wchar_t unit) { return unit <= 32; });
-}
-
 // Whether the text can be read, and only blanks follow the document.
 bool IsReadable(std::wstring_view text) {
     JsonRoot root;

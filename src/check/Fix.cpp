@@ -139,10 +139,6 @@ std::string AsciiText(const DocumentMap& document, std::wstring_view text, size_
     return ascii;
 }
 
-bool IsBlank(std::wstring_view text) {
-    return std::all_of(text.begin(), text.end(), [](wchar_t unit) { return unit <= 32; });
-}
-
 // The problems of a text that can be read.
 Problems ProblemsOf(std::wstring_view text, const DocumentMap& document) {
     Problems problems;

@@ -298,6 +298,8 @@ TEST(LenientLexer, AQuoteBeforeABlankOrAnotherTokenIsNotInsideAText) {
     EXPECT_EQ("01-20 22-23 2C 3A-3B 3D 5B 5D 7B 7D", UnitsOf([](wchar_t unit) {
                   return First(L"\"a\"" + std::wstring(1, unit) + L"b\" c\"").end == 3;
               }));
+    // Nor is one of a text that does not end.
+    EXPECT_EQ(3, First(L"\"a\"b\" c").end);
     // Nor are the quotes of a name.
     EXPECT_EQ(3, First(L"\"a\"b\" c\":1").end);
     EXPECT_EQ(3, First(L"\"a\"b\" c\" :1").end);
