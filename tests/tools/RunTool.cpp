@@ -1,5 +1,6 @@
 #include "tools/RunTool.h"
 
+#include "support/win32/ChildProcess.h"
 #include "support/win32/Folders.h"
 
 #include <stdexcept>
@@ -27,13 +28,7 @@ ToolRun RunTool(const std::wstring& arguments) {
     startup.hStdOutput = CreateInheritable(folder.Path() / L"output");
     startup.hStdError = CreateInheritable(folder.Path() / L"errors");
     const std::filesystem::path program = ProgramFolder() / L"zqsettings.exe";
-    std::wstring line = L"zqsettings " + arguments;
-    PROCESS_INFORMATION process = {};
-    if (!CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
-                        &process)) {
-        throw std::runtime_error("zqsettings.exe does not start: Windows error " +
-                                 std::to_string(GetLastError()));
-    }
+    const PROCESS_INFORMATION process = StartProcess(program.c_str(), L"zqsettings " + arguments, startup);
 
     const bool hasEnded = WaitForSingleObject(process.hProcess, kRunCapMs) == WAIT_OBJECT_0;
     if (!hasEnded) {

@@ -1,8 +1,7 @@
 #include "tools/RunningTool.h"
 
+#include "support/win32/ChildProcess.h"
 #include "support/win32/UnixCommand.h"
-
-#include <stdexcept>
 
 namespace zq::test {
 
@@ -23,16 +22,10 @@ RunningTool::RunningTool(const std::wstring& arguments) {
                     &security, CREATE_ALWAYS, 0, nullptr);
     startup.hStdError = startup.hStdOutput;
     const std::filesystem::path program = ProgramFolder() / L"zqsettings.exe";
-    std::wstring line = L"zqsettings " + arguments;
     // A group of its own can be sent Ctrl+Break, which does not reach the tests then; it takes no Ctrl+C.
     const DWORD flags = HasUnixCommands() ? 0 : CREATE_NEW_PROCESS_GROUP;
-    const BOOL isStarted = CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, flags,
-                                          nullptr, nullptr, &startup, &m_process);
+    m_process = StartProcess(program.c_str(), L"zqsettings " + arguments, startup, flags);
     CloseHandle(startup.hStdOutput);
-    if (!isStarted) {
-        throw std::runtime_error("zqsettings.exe does not start: Windows error " +
-                                 std::to_string(GetLastError()));
-    }
 }
 
 RunningTool::~RunningTool() {

@@ -12,17 +12,30 @@ constexpr DWORD kCapMilliseconds = 120'000;
 
 } // namespace
 
+PROCESS_INFORMATION StartProcess(const wchar_t* program, const std::wstring& line, STARTUPINFOW& startup,
+                                 DWORD flags) {
+    constexpr int kMostTries = 2;
+    const BOOL isInherited = (startup.dwFlags & STARTF_USESTDHANDLES) != 0 ? TRUE : FALSE;
+    DWORD error = ERROR_INTERNAL_ERROR;
+    for (int i = 0; i < kMostTries && error == ERROR_INTERNAL_ERROR; ++i) {
+        std::wstring writable = line;
+        PROCESS_INFORMATION process{};
+        if (CreateProcessW(program, writable.data(), nullptr, nullptr, isInherited, flags, nullptr, nullptr,
+                           &startup, &process)) {
+            return process;
+        }
+        error = GetLastError();
+    }
+    throw std::runtime_error("a program does not start: Windows error " + std::to_string(error));
+}
+
 ChildProcess::ChildProcess(const std::wstring& commandLine) {
     std::wstring command = L"\"" + ProgramFolder().wstring() + L"\\" + commandLine;
     const size_t nameEnd = command.find(L".exe");
     command.insert(nameEnd + 4, L"\"");
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
-    if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                        &m_process)) {
-        throw std::runtime_error("cannot start a second process: Windows error " +
-                                 std::to_string(GetLastError()));
-    }
+    m_process = StartProcess(nullptr, command, startup);
 }
 
 ChildProcess::~ChildProcess() {

@@ -7,6 +7,12 @@
 
 namespace zq::test {
 
+// As CreateProcessW, with the standard handles of `startup` if it has any. The caller must close both
+// handles. Wine 8 rarely loses a new process before it begins, and reports an internal error: the process is
+// started once more then. Raises std::runtime_error.
+PROCESS_INFORMATION StartProcess(const wchar_t* program, const std::wstring& line, STARTUPINFOW& startup,
+                                 DWORD flags = 0);
+
 class ChildProcess {
 public:
     // `commandLine` starts with the program's name without its folder.
