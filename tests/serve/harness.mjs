@@ -11,7 +11,7 @@ export const kSettings = "ZQ2_serverSetting.setting";
 export const kHmdList = "ZQ2_HmdList.json";
 export const kQuality = "ZQ2_QualityPreset.json";
 
-const kStartCap = 60_000;
+const kStartCap = 30_000;
 const kWaitCap = Number(process.env.ZQ_WAIT_CAP ?? 10_000);
 
 // Waits for an event, never for a time: calls `look` until it returns something true.
@@ -76,27 +76,42 @@ export function killServers() {
 }
 
 export class Server {
-  // `build` is the build folder with bin/zqsettings.exe.
+  // `build` is the build folder with bin/zqsettings.exe. Wine 8 rarely loses a new process, or only its first thread, before it
+  // begins: the server is started once more then.
   static async start(build, folder, options = []) {
-    const server = new Server();
+    const server = new Server(build, folder, options);
+    if (await server.printsAddress()) {
+      return server;
+    }
+    server.process.kill("SIGKILL");
+    const second = new Server(build, folder, options);
+    if (await second.printsAddress()) {
+      return second;
+    }
+    throw new Error(`the server does not start: ${second.output}`);
+  }
+  constructor(build, folder, options) {
     const data = folder ? ["--data", `Z:${folder.path.replaceAll("/", "\\")}`] : [];
-    server.process = spawn(
+    this.process = spawn(
       join(root, "scripts/wine-run.sh"),
       [join(build, "bin/zqsettings.exe"), "serve", ...data, ...options],
       { stdio: ["ignore", "pipe", "pipe"] },
     );
-    servers.add(server);
-    server.output = "";
-    server.process.stdout.on("data", (data) => (server.output += data));
-    server.process.stderr.on("data", (data) => (server.output += data));
-    server.ended = new Promise((resolve) => server.process.on("exit", resolve));
-    server.address = await until(() => server.output.match(/http:\S+/)?.[0], "the address is printed", kStartCap).catch(
-      (error) => {
-        throw new Error(`${error.message}\n${server.output}`);
-      },
-    );
-    server.url = new URL(server.address);
-    return server;
+    servers.add(this);
+    this.output = "";
+    this.hasEnded = false;
+    this.process.stdout.on("data", (data) => (this.output += data));
+    this.process.stderr.on("data", (data) => (this.output += data));
+    this.ended = new Promise((resolve) => this.process.on("exit", resolve));
+    this.ended.then(() => (this.hasEnded = true));
+  }
+  // Returns false if it ends before that, or takes too long.
+  async printsAddress() {
+    const isOver = () => this.hasEnded || /http:\S+/.test(this.output);
+    await until(isOver, "the address is printed", kStartCap).catch(() => {});
+    this.address = this.output.match(/http:\S+/)?.[0];
+    this.url = this.address && new URL(this.address);
+    return Boolean(this.address);
   }
   // As Ctrl+C; the exit code.
   async stop() {
