@@ -173,27 +173,6 @@ TEST(SuspendOutsideSystemLibrary, AComputationInsideTheLibraryIsSuspendedAfter80
     }));
 }
 
-// Two kinds of wait in turn, so that the thread does not seem to stay in one. One try in two is over sooner,
-// because it finds the thread between two waits or in the same wait again and again.
-TEST(SuspendOutsideSystemLibrary, AThreadInsideTheKernelIsWatchedForTheWholeTime) {
-    auto* const delay = InsideTheLibrary<LONG WINAPI(BOOLEAN, const LARGE_INTEGER*)>("NtDelayExecution");
-    auto* const wait =
-        InsideTheLibrary<LONG WINAPI(HANDLE, BOOLEAN, const LARGE_INTEGER*)>("NtWaitForSingleObject");
-    const Event never{EventReset::Manual};
-    LARGE_INTEGER millisecond;
-    millisecond.QuadPart = -10'000;
-    const InsideTheLibraryOnly waits([&] {
-        delay(FALSE, &millisecond);
-        wait(never.Get(), FALSE, &millisecond);
-    });
-
-    bool isWatched = false;
-    for (int i = 0; i < 40 && !isWatched; ++i) {
-        isWatched = waits.Suspend() >= 100;
-    }
-    EXPECT_TRUE(isWatched);
-}
-
 class InsideARaise : public Termination {
 protected:
     static void Raise() {
