@@ -5,8 +5,8 @@
 #
 # A component sees only its own headers and those of the components that it links: the headers of each component are linked
 # into a separate search path, so that an include against the direction of the arrows does not compile. PUBLIC are the
-# components that its headers include, PRIVATE those that only its sources include. SMALL is for code whose speed nobody
-# waits for: see zq_compile_small.
+# components that its headers include, PRIVATE those that only its sources include. SMALL is for code that mostly waits:
+# see zq_compile_small.
 function(zq_component target)
   cmake_parse_arguments(ARG "SMALL" "FOLDER" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
   add_library(${target} STATIC ${ARG_SOURCES})
