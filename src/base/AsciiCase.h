@@ -1,4 +1,4 @@
-// ASCII letters, and comparison of names that ignores their case and that of no others.
+// ASCII letters and digits, and comparison of names that ignores the case of ASCII letters only.
 //
 // Portable.
 #pragma once
@@ -10,6 +10,13 @@ namespace zq {
 
 constexpr bool IsAsciiLetter(wchar_t unit) {
     return (unit >= L'A' && unit <= L'Z') || (unit >= L'a' && unit <= L'z');
+}
+
+constexpr bool IsAsciiDigit(wchar_t unit) { return unit >= L'0' && unit <= L'9'; }
+
+// Also false for an empty text.
+constexpr bool IsAsciiNumber(std::wstring_view text) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), IsAsciiDigit);
 }
 
 constexpr wchar_t AsciiLower(wchar_t unit) {

@@ -11,25 +11,25 @@ namespace zq {
 namespace {
 
 using Entry = VariableBatch::Entry;
-using Kind = VariableBatch::Kind;
+using ValueKind = VariableBatch::Kind;
 
 JsonValue ValueOf(const Entry& entry) {
     JsonValue value;
     switch (entry.kind) {
-    case Kind::Bool:
+    case ValueKind::Bool:
         value.kind = JsonKind::Bool;
         value.boolean = entry.boolean;
         break;
-    case Kind::Int64:
-    case Kind::Number:
+    case ValueKind::Int64:
+    case ValueKind::Number:
         value.kind = JsonKind::Integer;
         value.integer = entry.integer;
         break;
-    case Kind::Double:
+    case ValueKind::Double:
         value.kind = JsonKind::Double;
         value.real = entry.real;
         break;
-    case Kind::String:
+    case ValueKind::String:
         value.kind = JsonKind::String;
         value.count = static_cast<uint32_t>(entry.textLength);
         value.text = entry.text;
@@ -38,24 +38,24 @@ JsonValue ValueOf(const Entry& entry) {
     return value;
 }
 
-const char* KindTextOf(Kind kind) {
+const char* KindTextOf(ValueKind kind) {
     switch (kind) {
-    case Kind::Bool:
+    case ValueKind::Bool:
         return "a bool";
-    case Kind::Int64:
-    case Kind::Number:
+    case ValueKind::Int64:
+    case ValueKind::Number:
         return "a whole number";
-    case Kind::Double:
+    case ValueKind::Double:
         return "a number with a point";
-    case Kind::String:
+    case ValueKind::String:
         break;
     }
     return "a text";
 }
 
 // A whole number is a double too.
-bool Fits(Kind kind, Kind wanted) {
-    return kind == wanted || (kind == Kind::Number && wanted == Kind::Double);
+bool Fits(ValueKind kind, ValueKind wanted) {
+    return kind == wanted || (kind == ValueKind::Number && wanted == ValueKind::Double);
 }
 
 bool IsSingleType(const SchemaRule& rule) {
@@ -118,7 +118,7 @@ using ByName = std::map<std::wstring_view, const PlacedVariable*>;
 void CheckIndex(const ByName& byName, Problems& problems) {
     const auto index = byName.find(L"DHI");
     const auto size = byName.find(L"HmdNameSize");
-    if (index == byName.end() || size == byName.end() || index->second->entry.kind != Kind::Number) {
+    if (index == byName.end() || size == byName.end() || index->second->entry.kind != ValueKind::Number) {
         return;
     }
     const int64_t wanted = index->second->entry.integer;
@@ -138,12 +138,12 @@ void CheckIndex(const ByName& byName, Problems& problems) {
 void CheckMaximum(const ByName& byName, Problems& problems) {
     constexpr std::wstring_view kMaximum = L".MaxBitrate";
     for (const auto& [name, maximum] : byName) {
-        if (!name.ends_with(kMaximum) || maximum->entry.kind != Kind::Number) {
+        if (!name.ends_with(kMaximum) || maximum->entry.kind != ValueKind::Number) {
             continue;
         }
         const std::wstring prefix(name.substr(0, name.size() - kMaximum.size()));
         const auto bitrate = byName.find(prefix + L".Bitrate");
-        if (bitrate == byName.end() || bitrate->second->entry.kind != Kind::Number ||
+        if (bitrate == byName.end() || bitrate->second->entry.kind != ValueKind::Number ||
             bitrate->second->entry.integer <= maximum->entry.integer) {
             continue;
         }

@@ -1,5 +1,7 @@
 #include "check/KeyDescription.h"
 
+#include "base/AsciiCase.h"
+
 #include <algorithm>
 #include <array>
 
@@ -8,10 +10,6 @@ namespace zq {
 namespace {
 
 using Found = std::optional<KeyDescription>;
-
-bool IsDigits(std::wstring_view text) {
-    return !text.empty() && text.find_first_not_of(L"0123456789") == std::wstring_view::npos;
-}
 
 // Follows a name down the members that the schema names; each of them may itself hold points.
 std::optional<SchemaRule> Below(const SchemaRule& rule, std::wstring_view name) {
@@ -68,7 +66,7 @@ Found DescribeResponse(std::wstring_view member) {
         const size_t point = std::min(rest.find(L'.'), rest.size());
         const std::wstring_view part = rest.substr(0, point);
         isSize = parts == 3 && part == L"ArraySize";
-        const bool isNumber = IsDigits(part.substr(part.starts_with(L'-') ? 1 : 0));
+        const bool isNumber = IsAsciiNumber(part.substr(part.starts_with(L'-') ? 1 : 0));
         if (!isNumber && !isSize) {
             return {};
         }
@@ -104,7 +102,7 @@ Found DescribeOfHeadset(std::wstring_view name) {
 
 Found DescribeOfModule(std::wstring_view name) {
     constexpr std::wstring_view kList = L"HmdNameList.";
-    const bool isListed = name.starts_with(kList) && IsDigits(name.substr(kList.size()));
+    const bool isListed = name.starts_with(kList) && IsAsciiNumber(name.substr(kList.size()));
     const std::wstring pattern = isListed ? L"HmdNameList.<n>" : std::wstring(name);
     const SchemaRule module = SchemaRule::OfModule();
     return module.Names(pattern) ? Found(KeyDescription{{}, pattern, *module.Member(pattern)}) : Found();

@@ -10,7 +10,7 @@ namespace zq {
 
 namespace {
 
-using Kind = LenientToken::Kind;
+using TokenKind = LenientToken::Kind;
 
 bool IsSpace(wchar_t unit) { return unit >= 1 && unit <= 32; }
 bool IsLineBreak(wchar_t unit) { return unit == L'\n' || unit == L'\r'; }
@@ -167,7 +167,7 @@ void LenientLexer::SkipBetweenTokens() {
     }
 }
 
-LenientToken LenientLexer::Make(Kind kind, int32_t end) {
+LenientToken LenientLexer::Make(TokenKind kind, int32_t end) {
     LenientToken token;
     token.kind = kind;
     token.unit = At(m_offset);
@@ -187,32 +187,32 @@ LenientToken LenientLexer::Make(Kind kind, int32_t end) {
 LenientToken LenientLexer::Next() {
     SkipBetweenTokens();
     if (!Has(m_offset)) {
-        return Make(Kind::End, m_offset);
+        return Make(TokenKind::End, m_offset);
     }
     const wchar_t unit = At(m_offset);
     switch (unit) {
     case L'{':
     case L'[':
-        return Make(Kind::Open, m_offset + 1);
+        return Make(TokenKind::Open, m_offset + 1);
     case L'}':
     case L']':
-        return Make(Kind::Close, m_offset + 1);
+        return Make(TokenKind::Close, m_offset + 1);
     case L':':
-        return Make(Kind::Colon, m_offset + 1);
+        return Make(TokenKind::Colon, m_offset + 1);
     case L',':
-        return Make(Kind::Comma, m_offset + 1);
+        return Make(TokenKind::Comma, m_offset + 1);
     case L'=': {
         const int32_t end = m_offset + (At(m_offset + 1) == L'>' ? 2 : 1);
         AddError(m_problems, "equals-sign", m_offset, end,
                  "a colon separates a name from its value, not " + Quoted(Piece(m_offset, end)),
                  "write a colon", {{m_offset, end, L":"}});
-        return Make(Kind::Colon, end);
+        return Make(TokenKind::Colon, end);
     }
     case L';':
         AddError(m_problems, "semicolon", m_offset, m_offset + 1,
                  "members are separated by commas, not semicolons", "write a comma",
                  {{m_offset, m_offset + 1, L","}});
-        return Make(Kind::Comma, m_offset + 1);
+        return Make(TokenKind::Comma, m_offset + 1);
     case L'"':
         return ReadText();
     default:
@@ -268,7 +268,7 @@ bool LenientLexer::ClosePath(int32_t begin) {
 LenientToken LenientLexer::CloseText(int32_t begin) {
     const int32_t lineEnd = LineEnd(begin);
     if (ClosePath(begin)) {
-        return Make(Kind::Text, TrimmedEnd(begin, lineEnd));
+        return Make(TokenKind::Text, TrimmedEnd(begin, lineEnd));
     }
     // A name ends before its colon, a value before the punctuation at the end of its line.
     int32_t end = begin + 1;
@@ -281,7 +281,7 @@ LenientToken LenientLexer::CloseText(int32_t begin) {
     end = isName ? end : TrimmedEnd(begin, lineEnd);
     AddError(m_problems, "unclosed-text", begin, end, "the text that begins here has no closing quote",
              "add a quote at its end", {{end, end, L"\""}});
-    return Make(Kind::Text, end);
+    return Make(TokenKind::Text, end);
 }
 
 // "My "best" server": quotes in a pair inside a text, of which the first one is at `quote`. Returns the
@@ -312,13 +312,13 @@ LenientToken LenientLexer::ReadText() {
     const int32_t quote = ClosingQuote(begin);
     const int32_t lineEnd = LineEnd(begin);
     if (quote < lineEnd && EndsToken(quote + 1)) {
-        return Make(Kind::Text, quote + 1);
+        return Make(TokenKind::Text, quote + 1);
     }
     if (CloseCurly(begin, quote)) {
-        return Make(Kind::Text, m_problems.back().end);
+        return Make(TokenKind::Text, m_problems.back().end);
     }
     if (quote < lineEnd) {
-        return Make(Kind::Text, ReadInnerQuotes(begin, quote) + 1);
+        return Make(TokenKind::Text, ReadInnerQuotes(begin, quote) + 1);
     }
     // A line break in a text is possible; most often the closing quote is missing.
     int32_t next = lineEnd;
@@ -326,7 +326,7 @@ LenientToken LenientLexer::ReadText() {
         ++next;
     }
     const bool goesOn = Has(quote) && EndsToken(quote + 1) && !IsOneOf(At(next), L"\"}]");
-    return goesOn ? Make(Kind::Text, quote + 1) : CloseText(begin);
+    return goesOn ? Make(TokenKind::Text, quote + 1) : CloseText(begin);
 }
 
 // Quotes of another kind; those of one line are one problem.
@@ -364,7 +364,7 @@ LenientToken LenientLexer::ReadOddQuotes() {
                  std::string(isCurly ? "typographic" : "single") + " quotes do not enclose a name or text",
                  "use the straight double quote, \"", std::move(edits));
     }
-    return Make(Kind::Text, end);
+    return Make(TokenKind::Text, end);
 }
 
 LenientToken LenientLexer::ReadWord() {
@@ -380,11 +380,11 @@ LenientToken LenientLexer::ReadWord() {
         AddError(m_problems, "unopened-text", begin, end + 1,
                  "the text that begins here has no opening quote", "add a quote at its start",
                  {{begin, begin, L"\""}});
-        LenientToken token = Make(Kind::Text, end + 1);
+        LenientToken token = Make(TokenKind::Text, end + 1);
         token.isUnquoted = true;
         return token;
     }
-    return Make(Kind::Word, end);
+    return Make(TokenKind::Word, end);
 }
 
 } // namespace zq

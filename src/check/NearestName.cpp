@@ -9,11 +9,9 @@ namespace zq {
 
 namespace {
 
-bool IsDigit(wchar_t unit) { return unit >= L'0' && unit <= L'9'; }
-
 std::wstring WithoutDigits(std::wstring_view name) {
     std::wstring rest(name);
-    std::erase_if(rest, IsDigit);
+    std::erase_if(rest, IsAsciiDigit);
     return rest;
 }
 

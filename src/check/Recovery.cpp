@@ -14,17 +14,13 @@ namespace zq {
 
 namespace {
 
-using Kind = LenientToken::Kind;
+using TokenKind = LenientToken::Kind;
 
 constexpr size_t kMostProblems = 500;
 
 bool IsUnit(std::wstring_view word) {
     return std::all_of(word.begin(), word.end(),
                        [](wchar_t unit) { return IsAsciiLetter(unit) || unit == L'%' || unit == L'/'; });
-}
-
-bool IsDigits(std::wstring_view word) {
-    return !word.empty() && word.find_first_not_of(L"0123456789") == std::wstring_view::npos;
 }
 
 // One reading of the whole text.
@@ -119,20 +115,20 @@ private:
     }
 
     void ReadRoot() {
-        while (m_cursor.Peek().Is(Kind::Close) || m_cursor.Peek().Is(Kind::Comma)) {
+        while (m_cursor.Peek().Is(TokenKind::Close) || m_cursor.Peek().Is(TokenKind::Comma)) {
             const LenientToken& token = m_cursor.Take();
-            if (token.Is(Kind::Close)) {
+            if (token.Is(TokenKind::Close)) {
                 RemoveCloser(token);
             } else {
                 ReportSurplusComma(token);
             }
         }
         const LenientToken& token = m_cursor.Peek();
-        if (token.Is(Kind::Open)) {
+        if (token.Is(TokenKind::Open)) {
             Push(m_cursor.Take());
         } else if (m_cursor.IsNameAt(0)) {
             InsertBrace(token, token.begin, token.end, "the document does not begin with \"{\"");
-        } else if (token.Is(Kind::End)) {
+        } else if (token.Is(TokenKind::End)) {
             if (m_result.problems.empty()) {
                 Report("empty", token.begin, token.end, "the file holds no document",
                        "write {} or [] at least", {});
@@ -146,15 +142,15 @@ private:
 
     void ReadRootScalar(const LenientToken& token) {
         const std::wstring_view word = m_cursor.Piece(token);
-        const WordRepair repair = token.Is(Kind::Word) ? RepairWord(word) : WordRepair();
+        const WordRepair repair = token.Is(TokenKind::Word) ? RepairWord(word) : WordRepair();
         if (repair.code) {
             ReportNoDocument(repair.code, token.begin, token.end, repair.text, repair.fix,
                              {token.begin, token.end, L"[]"});
-        } else if (token.Is(Kind::Word) && token.end == static_cast<int32_t>(m_text.size())) {
+        } else if (token.Is(TokenKind::Word) && token.end == static_cast<int32_t>(m_text.size())) {
             ReportNoDocument(
                 "number-at-end", token.begin, token.end, "the file holds only the number " + Quoted(word),
                 "write an object, as {\"Name\": " + Utf8(word) + "}", {token.begin, token.end, L"[]"});
-        } else if (token.Is(Kind::Colon)) {
+        } else if (token.Is(TokenKind::Colon)) {
             ReportNoDocument("no-name", token.begin, token.end, "the document does not begin with a bracket",
                              "write \"{\" and a name in quotes", {token.begin, token.end, L"[]"});
         }
@@ -162,13 +158,13 @@ private:
 
     void ReadElement() {
         const LenientToken& token = m_cursor.Peek();
-        if (token.Is(Kind::End)) {
+        if (token.Is(TokenKind::End)) {
             CloseAtEnd(token.begin);
-        } else if (token.Is(Kind::Close)) {
+        } else if (token.Is(TokenKind::Close)) {
             ReadClose(token);
         } else if (IsLessIndented(token)) {
             CloseHere(token);
-        } else if (token.Is(Kind::Comma)) {
+        } else if (token.Is(TokenKind::Comma)) {
             ReportSurplusComma(m_cursor.Take());
         } else if (m_open.back().isObject) {
             ReadMember();
@@ -208,9 +204,9 @@ private:
         const Container container = m_open.back();
         m_open.pop_back();
         const LenientToken& last = m_cursor.Last();
-        const bool isAfterComma = last.Is(Kind::Comma);
+        const bool isAfterComma = last.Is(TokenKind::Comma);
         const int32_t at = isAfterComma ? last.begin : last.end;
-        const bool needsComma = !isAfterComma && !token.Is(Kind::Close);
+        const bool needsComma = !isAfterComma && !token.Is(TokenKind::Close);
         Report("unclosed", container.begin, container.begin + 1, "this bracket is not closed",
                "add " + Quoted(container.Closer()) + " before " + m_cursor.Shown(token),
                {{at, at, std::wstring(container.Closer()) + (needsComma ? L"," : L"")}});
@@ -258,12 +254,12 @@ private:
 
     void ReadMember() {
         const LenientToken& name = m_cursor.Peek();
-        if (!name.Is(Kind::Text) && !m_cursor.IsNameAt(0) &&
-            !(name.Is(Kind::Word) && m_cursor.Peek(1).Is(Kind::Open))) {
+        if (!name.Is(TokenKind::Text) && !m_cursor.IsNameAt(0) &&
+            !(name.Is(TokenKind::Word) && m_cursor.Peek(1).Is(TokenKind::Open))) {
             return ReadNoName(name);
         }
         m_cursor.Take();
-        if (name.Is(Kind::Word)) {
+        if (name.Is(TokenKind::Word)) {
             Report("no-quotes", name.begin, name.end, "the name " + m_cursor.Shown(name) + " needs quotes",
                    "put it in double quotes", {{name.begin, name.begin, L"\""}, {name.end, name.end, L"\""}});
         }
@@ -277,7 +273,7 @@ private:
     }
 
     void ReadNoName(const LenientToken& token) {
-        if (token.Is(Kind::Word)) {
+        if (token.Is(TokenKind::Word)) {
             const WordRepair number = RepairWord(m_cursor.Piece(token));
             ReportDoubtful(
                 "no-name", token.begin, token.end,
@@ -290,8 +286,8 @@ private:
         }
         ReportDoubtful("no-name", token.begin, token.end, "a name in quotes is missing here",
                        "write \"Name\": before it",
-                       {token.begin, token.begin, token.Is(Kind::Colon) ? L"\"\"" : L"\"\":"});
-        if (token.Is(Kind::Colon)) {
+                       {token.begin, token.begin, token.Is(TokenKind::Colon) ? L"\"\"" : L"\"\":"});
+        if (token.Is(TokenKind::Colon)) {
             m_cursor.Take();
         }
         ReadMemberValue(token);
@@ -299,9 +295,9 @@ private:
 
     // Returns whether a value is to be read.
     bool ReadColon(const LenientToken& name) {
-        if (m_cursor.Peek().Is(Kind::Colon)) {
+        if (m_cursor.Peek().Is(TokenKind::Colon)) {
             m_cursor.Take();
-            while (m_cursor.Peek().Is(Kind::Colon)) {
+            while (m_cursor.Peek().Is(TokenKind::Colon)) {
                 const LenientToken& surplus = m_cursor.Take();
                 Report("surplus-colon", surplus.begin, surplus.end, "one colon is enough", "remove it",
                        {{surplus.begin, surplus.end, L""}});
@@ -350,7 +346,7 @@ private:
             m_cursor.Take();
             return;
         }
-        if (token.Is(Kind::Colon)) {
+        if (token.Is(TokenKind::Colon)) {
             ReportDoubtful("no-value", token.begin, token.end, "a colon is not expected in an array",
                            "remove it", {token.begin, token.end, L""});
             m_cursor.Take();
@@ -361,10 +357,10 @@ private:
 
     void ReadValue() {
         const LenientToken& token = m_cursor.Take();
-        if (token.Is(Kind::Open)) {
+        if (token.Is(TokenKind::Open)) {
             return Push(token);
         }
-        if (token.Is(Kind::Word)) {
+        if (token.Is(TokenKind::Word)) {
             ReadWord(token);
         }
         FinishValue();
@@ -389,9 +385,9 @@ private:
     void ReadDecimalComma(const LenientToken& number) {
         const LenientToken& comma = m_cursor.Peek();
         const LenientToken& fraction = m_cursor.Peek(1);
-        if (!comma.Is(Kind::Comma) || comma.begin != number.end || !fraction.Is(Kind::Word) ||
-            fraction.begin != comma.end || !IsDigits(m_cursor.Piece(fraction)) ||
-            m_cursor.Peek(2).Is(Kind::Colon)) {
+        if (!comma.Is(TokenKind::Comma) || comma.begin != number.end || !fraction.Is(TokenKind::Word) ||
+            fraction.begin != comma.end || !IsAsciiNumber(m_cursor.Piece(fraction)) ||
+            m_cursor.Peek(2).Is(TokenKind::Colon)) {
             return;
         }
         Report("decimal-comma", number.begin, fraction.end, "a number has a decimal point, not a comma",
@@ -404,7 +400,7 @@ private:
     // "70 Mbps".
     void ReadUnit(const LenientToken& number) {
         const LenientToken& unit = m_cursor.Peek();
-        if (!unit.Is(Kind::Word) || unit.isFirstOfLine || m_cursor.Peek(1).Is(Kind::Colon) ||
+        if (!unit.Is(TokenKind::Word) || unit.isFirstOfLine || m_cursor.Peek(1).Is(TokenKind::Colon) ||
             !IsUnit(m_cursor.Piece(unit))) {
             return;
         }
@@ -414,30 +410,30 @@ private:
     }
 
     void FinishValue() {
-        while (!m_open.empty() && m_cursor.Peek().Is(Kind::Colon)) {
+        while (!m_open.empty() && m_cursor.Peek().Is(TokenKind::Colon)) {
             const LenientToken& token = m_cursor.Take();
             ReportDoubtful("no-name", token.begin, token.end, "a colon is not expected here",
                            "remove it, or write a name", {token.begin, token.end, L""});
         }
-        if (!m_open.empty() && m_cursor.Peek().Is(Kind::Comma)) {
+        if (!m_open.empty() && m_cursor.Peek().Is(TokenKind::Comma)) {
             m_cursor.Take();
         }
     }
 
     void ReadRest() {
         const LenientToken& first = m_cursor.Peek();
-        if (first.Is(Kind::End) || !m_open.empty()) {
+        if (first.Is(TokenKind::End) || !m_open.empty()) {
             return;
         }
         m_isBalanced = false;
         const std::span<const LenientToken> rest = m_cursor.Rest();
         const bool isPunctuation = std::all_of(rest.begin(), rest.end(), [](const LenientToken& token) {
-            return token.Is(Kind::Close) || token.Is(Kind::Comma) || token.Is(Kind::End);
+            return token.Is(TokenKind::Close) || token.Is(TokenKind::Comma) || token.Is(TokenKind::End);
         });
         const int32_t end = rest[rest.size() - 2].end; // of what precedes the end of the text
         if (isPunctuation) {
             Report("trailing", first.begin, end,
-                   first.Is(Kind::Close)
+                   first.Is(TokenKind::Close)
                        ? Quoted(m_cursor.Piece(first)) + " closes nothing: the document has ended"
                        : "a comma follows the end of the document",
                    "remove it", {{m_cursor.Last().end, end, L""}});

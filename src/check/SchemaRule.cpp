@@ -1,5 +1,6 @@
 #include "check/SchemaRule.h"
 
+#include "base/AsciiCase.h"
 #include "check/EmbeddedSchemas.h"
 #include "check/Quote.h"
 #include "config/json/JsonReader.h"
@@ -118,7 +119,7 @@ std::string ChoicesText(const SchemaRule& rule) {
 bool IsNumberListText(std::wstring_view text) {
     bool isDigitBefore = false;
     for (const wchar_t unit : text) {
-        const bool isDigit = (unit >= L'0' && unit <= L'9') || unit == L'.';
+        const bool isDigit = IsAsciiDigit(unit) || unit == L'.';
         if (!isDigit && (unit != L',' || !isDigitBefore)) {
             return false;
         }

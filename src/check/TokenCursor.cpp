@@ -6,13 +6,17 @@
 
 namespace zq {
 
-using Kind = LenientToken::Kind;
+namespace {
+
+using TokenKind = LenientToken::Kind;
+
+} // namespace
 
 TokenCursor::TokenCursor(std::wstring_view text, Problems& problems, TextEdits& unsafe) : m_text(text) {
     LenientLexer lexer(text, problems, unsafe);
     do {
         m_tokens.push_back(lexer.Next());
-    } while (!m_tokens.back().Is(Kind::End));
+    } while (!m_tokens.back().Is(TokenKind::End));
     CountUnmatched();
 }
 
@@ -21,7 +25,8 @@ const LenientToken& TokenCursor::Peek(size_t ahead) const {
 }
 
 bool TokenCursor::IsNameAt(size_t ahead) const {
-    return (Peek(ahead).Is(Kind::Text) || Peek(ahead).Is(Kind::Word)) && Peek(ahead + 1).Is(Kind::Colon);
+    return (Peek(ahead).Is(TokenKind::Text) || Peek(ahead).Is(TokenKind::Word)) &&
+           Peek(ahead + 1).Is(TokenKind::Colon);
 }
 
 std::wstring_view TokenCursor::Piece(const LenientToken& token) const {
@@ -41,9 +46,9 @@ void TokenCursor::CountUnmatched() {
     m_unmatched.assign(m_tokens.size() + 1, 0);
     for (size_t i = m_tokens.size(); i-- > 0;) {
         const size_t after = m_unmatched[i + 1];
-        m_unmatched[i] = m_tokens[i].Is(Kind::Close)  ? after + 1
-                         : m_tokens[i].Is(Kind::Open) ? after - (after > 0 ? 1 : 0)
-                                                      : after;
+        m_unmatched[i] = m_tokens[i].Is(TokenKind::Close)  ? after + 1
+                         : m_tokens[i].Is(TokenKind::Open) ? after - (after > 0 ? 1 : 0)
+                                                           : after;
     }
 }
 

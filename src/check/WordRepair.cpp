@@ -13,8 +13,6 @@ namespace zq {
 
 namespace {
 
-bool IsDigit(wchar_t unit) { return unit >= L'0' && unit <= L'9'; }
-
 std::wstring Lower(std::wstring_view word) {
     std::wstring lower(word);
     std::transform(lower.begin(), lower.end(), lower.begin(), AsciiLower);
@@ -26,9 +24,10 @@ size_t PlainNumberUnits(std::wstring_view word) {
     size_t units = !word.empty() && (word[0] == L'+' || word[0] == L'-') ? 1 : 0;
     bool hasPoint = false;
     bool hasDigit = false;
-    for (; units < word.size() && (IsDigit(word[units]) || (word[units] == L'.' && !hasPoint)); ++units) {
+    for (; units < word.size() && (IsAsciiDigit(word[units]) || (word[units] == L'.' && !hasPoint));
+         ++units) {
         hasPoint |= word[units] == L'.';
-        hasDigit |= IsDigit(word[units]);
+        hasDigit |= IsAsciiDigit(word[units]);
     }
     return hasDigit ? units : 0;
 }
@@ -77,7 +76,7 @@ constexpr std::array<OtherLiteral, 7> kOtherLiterals = {{{L"yes", L"true"},
 std::wstring WithoutExponent(std::wstring_view mantissa, int exponent) {
     std::wstring digits;
     auto point = static_cast<int>(std::min(mantissa.find(L'.'), mantissa.size()));
-    std::copy_if(mantissa.begin(), mantissa.end(), std::back_inserter(digits), IsDigit);
+    std::copy_if(mantissa.begin(), mantissa.end(), std::back_inserter(digits), IsAsciiDigit);
     const bool hasPoint = mantissa.find(L'.') != std::wstring_view::npos;
     point += exponent;
     if (point <= 0) {
@@ -109,7 +108,7 @@ WordRepair RepairExponent(std::wstring_view word) {
     std::wstring_view digits = word.substr(e + 1);
     const bool isNegative = digits.starts_with(L'-');
     digits.remove_prefix(isNegative || digits.starts_with(L'+') ? 1 : 0);
-    if (digits.empty() || digits.size() > 3 || !std::all_of(digits.begin(), digits.end(), IsDigit)) {
+    if (digits.empty() || digits.size() > 3 || !std::all_of(digits.begin(), digits.end(), IsAsciiDigit)) {
         return {};
     }
     int exponent = 0;
@@ -161,7 +160,7 @@ WordRepair RepairSeparators(std::wstring_view word) {
     const size_t separator = word.find_first_of(L"_'");
     std::wstring digits(word);
     std::erase_if(digits, [](wchar_t unit) { return unit == L'_' || unit == L'\''; });
-    if (separator == std::wstring_view::npos || separator == 0 || !IsDigit(word[0]) ||
+    if (separator == std::wstring_view::npos || separator == 0 || !IsAsciiDigit(word[0]) ||
         PlainNumberUnits(digits) != digits.size()) {
         return {};
     }
@@ -180,7 +179,7 @@ bool IsMistypedLiteral(std::wstring_view word, std::wstring& meant) {
 
 bool IsPlainText(std::wstring_view word) {
     return std::all_of(word.begin(), word.end(), [](wchar_t unit) {
-        return IsAsciiLetter(unit) || IsDigit(unit) || unit == L'_' || unit == L'-' || unit == L'.' ||
+        return IsAsciiLetter(unit) || IsAsciiDigit(unit) || unit == L'_' || unit == L'-' || unit == L'.' ||
                unit == L'+';
     });
 }

@@ -14,7 +14,7 @@ namespace zq {
 
 namespace {
 
-constexpr uint8_t kObject = 2;
+constexpr uint8_t kPresetObject = 2;
 constexpr uint8_t kPresets = 3;
 
 // By the position of a preset in its array; later positions share the last one.
@@ -123,10 +123,10 @@ private:
 } // namespace
 
 uint8_t QualityRoleOf(uint8_t parent, bool isObject, std::wstring_view key) {
-    if (parent == kObject) {
+    if (parent == kPresetObject) {
         return isObject || key.empty() ? kJsonUnread : kPresets;
     }
-    return isObject ? kObject : kJsonUnread; // the root and the elements of a list of presets
+    return isObject ? kPresetObject : kJsonUnread; // the root and the elements of a list of presets
 }
 
 void FlattenQualityFile(const JsonValue& root, VariableBatch& batch, const HostLog& log, FlattenTrace* trace,

@@ -18,7 +18,7 @@ bool IsHeaderListKey(std::wstring_view key) {
     return key.size() == 2 && (key[0] == L'C' || key[0] == L'c') && (key[1] == L'L' || key[1] == L'l');
 }
 
-constexpr uint8_t kObject = 2;
+constexpr uint8_t kSettingsObject = 2;
 constexpr uint8_t kHeaderList = 3 | kJsonObjectsOnly;
 
 class SettingsWalker {
@@ -207,11 +207,11 @@ private:
 } // namespace
 
 uint8_t SettingsRoleOf(uint8_t parent, bool isObject, std::wstring_view key) {
-    if (parent == kObject) {
+    if (parent == kSettingsObject) {
         const bool isRead = isObject ? !key.empty() : IsHeaderListKey(key);
-        return !isRead ? kJsonUnread : isObject ? kObject : kHeaderList;
+        return !isRead ? kJsonUnread : isObject ? kSettingsObject : kHeaderList;
     }
-    return isObject ? kObject : kJsonUnread; // the root and the elements of a header list
+    return isObject ? kSettingsObject : kJsonUnread; // the root and the elements of a header list
 }
 
 void FlattenSettingsFile(const JsonValue& root, VariableBatch& batch, const HostLog& log, FlattenTrace* trace,

@@ -1,5 +1,7 @@
 #include "platform/Clock.h"
 
+#include "platform/FileTicks.h"
+
 #include <windows.h>
 
 namespace zq {
@@ -12,7 +14,7 @@ public:
     uint64_t FileTicks() const override {
         FILETIME now{};
         GetSystemTimeAsFileTime(&now);
-        return static_cast<uint64_t>(now.dwHighDateTime) << 32U | now.dwLowDateTime;
+        return TicksOf(now);
     }
     void Sleep(uint32_t milliseconds) const override { ::Sleep(milliseconds); }
 };

@@ -1,6 +1,7 @@
 #define _CRT_RAND_S // NOLINT(bugprone-reserved-identifier): asks the library for rand_s
 #include "platform/Files.h"
 
+#include "platform/FileTicks.h"
 #include "platform/TemporaryName.h"
 
 #include <cstdlib>
@@ -19,7 +20,7 @@ constexpr uint64_t kTicksPerSecond = 10'000'000;
 constexpr int64_t kSecondsFrom1601To1970 = 11'644'473'600;
 
 FileTime TimeOf(const FILETIME& time) {
-    const uint64_t ticks = static_cast<uint64_t>(time.dwHighDateTime) << 32U | time.dwLowDateTime;
+    const uint64_t ticks = TicksOf(time);
     return {static_cast<int64_t>(ticks / kTicksPerSecond) - kSecondsFrom1601To1970, ticks};
 }
 

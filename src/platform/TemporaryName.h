@@ -4,6 +4,8 @@
 // Portable.
 #pragma once
 
+#include "base/AsciiCase.h"
+
 #include <algorithm>
 #include <string_view>
 
@@ -22,7 +24,7 @@ inline bool IsTemporaryName(std::wstring_view name) {
     }
     const std::wstring_view digits = name.substr(name.size() - kTemporaryDigits);
     return std::all_of(digits.begin(), digits.end(),
-                       [](wchar_t c) { return (c >= L'0' && c <= L'9') || (c >= L'a' && c <= L'f'); });
+                       [](wchar_t c) { return IsAsciiDigit(c) || (c >= L'a' && c <= L'f'); });
 }
 
 } // namespace zq

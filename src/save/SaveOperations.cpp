@@ -15,8 +15,8 @@ namespace zq {
 
 namespace {
 
-constexpr ULONGLONG kHeldMilliseconds = 500;
-constexpr DWORD kHeldPauseMilliseconds = 10;
+constexpr ULONGLONG kSaveHeldMilliseconds = 500;
+constexpr DWORD kSavePauseMilliseconds = 10;
 
 using Bytes = std::vector<char>;
 using Edit = std::function<SaveResult(EditableDocument&)>;
@@ -79,8 +79,8 @@ std::optional<SaveResult> TryRewrite(const SaveTarget& target, const Edit& edit,
 SaveResult Rewrite(const SaveTarget& target, const Edit& edit) {
     const ULONGLONG start = GetTickCount64();
     std::optional<SaveResult> result;
-    while (!(result = TryRewrite(target, edit, GetTickCount64() - start >= kHeldMilliseconds))) {
-        Sleep(kHeldPauseMilliseconds);
+    while (!(result = TryRewrite(target, edit, GetTickCount64() - start >= kSaveHeldMilliseconds))) {
+        Sleep(kSavePauseMilliseconds);
     }
     if (*result == SaveResult::Saved || *result == SaveResult::CannotWrite) {
         target.log.Log(LogProgress, L"[ModSetting] SaveJsonDoc() done, ret code :%d,file:%s",

@@ -15,7 +15,7 @@ namespace {
 using namespace std::string_literals;
 
 // The problem with this code, as "begin-end text | fix".
-std::string Said(std::string_view bytes, std::string_view code) {
+std::string SaidAt(std::string_view bytes, std::string_view code) {
     const FileCheck check(ConfigFile::Settings, bytes, {});
     std::string said;
     for (const Problem& problem : check.All()) {
@@ -31,12 +31,14 @@ TEST(CheckEncoding, NamesTheEncodingThatTheModuleCannotRead) {
     const std::string fix = "save it as UTF-8 without a byte order mark";
     const std::string mark =
         "0-0 the file begins with a byte order mark, three bytes that the module does not expect | ";
-    EXPECT_EQ(mark + fix, Said("\xEF\xBB\xBF{}", "byte-order-mark"));
+    EXPECT_EQ(mark + fix, SaidAt("\xEF\xBB\xBF{}", "byte-order-mark"));
     for (const std::string& bytes : {"\xFF\xFE{\0}\0"s, "\xFE\xFF\0{\0}"s, "{\0}\0"s, "\0{\0}"s}) {
-        EXPECT_EQ("0-0 the file is in UTF-16, which the module cannot read | " + fix, Said(bytes, "utf-16"));
+        EXPECT_EQ("0-0 the file is in UTF-16, which the module cannot read | " + fix,
+                  SaidAt(bytes, "utf-16"));
     }
     for (const std::string& bytes : {"\xFF\xFE\0\0{\0\0\0}\0\0\0"s, "\0\0\xFE\xFF\0\0\0{\0\0\0}"s}) {
-        EXPECT_EQ("0-0 the file is in UTF-32, which the module cannot read | " + fix, Said(bytes, "utf-32"));
+        EXPECT_EQ("0-0 the file is in UTF-32, which the module cannot read | " + fix,
+                  SaidAt(bytes, "utf-32"));
     }
 }
 
@@ -44,19 +46,19 @@ TEST(CheckEncoding, ShowsARunOfCharactersOnceWithEightEscapesAtMost) {
     const std::string text =
         " is not ASCII: the module reads other characters or refuses the file, depending on the "
         "machine's code page | write ";
-    EXPECT_EQ("6-7 \"\\u0080\"" + text + "\\u0080", Said("{\"A\":\"\xC2\x80\"}", "non-ascii"));
+    EXPECT_EQ("6-7 \"\\u0080\"" + text + "\\u0080", SaidAt("{\"A\":\"\xC2\x80\"}", "non-ascii"));
     EXPECT_EQ("6-8 \"\xC3\xA9\xE2\x82\xAC\"" + text + "\\u00E9\\u20AC",
-              Said("{\"A\":\"\xC3\xA9\xE2\x82\xAC\"}", "non-ascii"));
-    EXPECT_EQ("", Said("{\"A\":\"\x7F\"}", "non-ascii"));
+              SaidAt("{\"A\":\"\xC3\xA9\xE2\x82\xAC\"}", "non-ascii"));
+    EXPECT_EQ("", SaidAt("{\"A\":\"\x7F\"}", "non-ascii"));
     std::string eight;
     std::string escapes;
     for (int i = 0; i < 8; ++i) {
         eight += "\xC3\xA9";
         escapes += "\\u00E9";
     }
-    EXPECT_EQ("6-14 \"" + eight + "\"" + text + escapes, Said("{\"A\":\"" + eight + "\"}", "non-ascii"));
+    EXPECT_EQ("6-14 \"" + eight + "\"" + text + escapes, SaidAt("{\"A\":\"" + eight + "\"}", "non-ascii"));
     EXPECT_EQ("6-15 \"" + eight + "\xC3\xA9\"" + text + escapes + " ...",
-              Said("{\"A\":\"" + eight + "\xC3\xA9\"}", "non-ascii"));
+              SaidAt("{\"A\":\"" + eight + "\xC3\xA9\"}", "non-ascii"));
 }
 
 TEST(CheckEncoding, LeavesCharactersThatAreEditedAwayToTheirProblem) {
@@ -68,27 +70,27 @@ TEST(CheckEncoding, CountsTheZerosAfterTheEnd) {
     EXPECT_EQ("2-2 the file ends in zero bytes (3), as after a power cut | remove them, and check whether "
               "anything before "
               "them is missing",
-              Said("{}\0\0\0"s, "zero-bytes"));
+              SaidAt("{}\0\0\0"s, "zero-bytes"));
     EXPECT_EQ("2-2 the file ends in zero bytes (1), as after a power cut | remove them, and check whether "
               "anything before "
               "them is missing",
-              Said("{}\0"s, "zero-bytes"));
+              SaidAt("{}\0"s, "zero-bytes"));
     EXPECT_EQ("0-0 the file holds nothing but zero bytes; was it written when the machine lost power? | "
               "restore it from a "
               "copy",
-              Said("\0"s, "zero-file"));
-    EXPECT_EQ("", Said("{}", "zero-bytes"));
-    EXPECT_EQ("", Said("", "zero-file"));
+              SaidAt("\0"s, "zero-file"));
+    EXPECT_EQ("", SaidAt("{}", "zero-bytes"));
+    EXPECT_EQ("", SaidAt("", "zero-file"));
 }
 
 TEST(CheckEncoding, SaysWhatFollowsTheEnd) {
     const std::string fix = " | remove it: the file must end with its last \"}\"";
-    EXPECT_EQ("2-3 a line break follows the end of the document" + fix, Said("{}\n", "trailing"));
-    EXPECT_EQ("2-4 a line break follows the end of the document" + fix, Said("{}\t\r", "trailing"));
-    EXPECT_EQ("2-4 blanks follow the end of the document" + fix, Said("{}\x01 ", "trailing"));
-    EXPECT_EQ("", Said("{}", "trailing"));
+    EXPECT_EQ("2-3 a line break follows the end of the document" + fix, SaidAt("{}\n", "trailing"));
+    EXPECT_EQ("2-4 a line break follows the end of the document" + fix, SaidAt("{}\t\r", "trailing"));
+    EXPECT_EQ("2-4 blanks follow the end of the document" + fix, SaidAt("{}\x01 ", "trailing"));
+    EXPECT_EQ("", SaidAt("{}", "trailing"));
     EXPECT_EQ(" | remove it: the file must end with its last \"]\"",
-              Said("[] ", "trailing").substr(Said("[] ", "trailing").find(" |")));
+              SaidAt("[] ", "trailing").substr(SaidAt("[] ", "trailing").find(" |")));
 }
 
 // In a text with too many faults to repair, what follows its end is not removed before it is checked.

@@ -16,7 +16,7 @@ namespace {
 using namespace std::string_literals;
 
 // "code: what is written instead" of each problem that a text with this inside has, whatever a save does.
-Lines Said(const std::string& inside) {
+Lines SaidInside(const std::string& inside) {
     const FileCheck check(ConfigFile::Settings, "{\"A\":\"" + inside + "\"}", {});
     Lines lines;
     for (const Problem& problem : check.All()) {
@@ -54,11 +54,11 @@ TEST(CheckTokens, WritesAControlCharacterAsItsEscape) {
                                    : unit == '\t' ? "\\t"
                                                   : Utf8(HexEscapeOf(static_cast<wchar_t>(unit)));
         EXPECT_EQ(Lines({"raw-control: " + escape}),
-                  Said("x" + std::string(1, static_cast<char>(unit)) + "y"))
+                  SaidInside("x" + std::string(1, static_cast<char>(unit)) + "y"))
             << unit;
     }
-    EXPECT_EQ(Lines(), Said(" !~\x7F"));
-    EXPECT_EQ(Lines({"raw-control: \\t \\u0001"}), Said("\t\x01"));
+    EXPECT_EQ(Lines(), SaidInside(" !~\x7F"));
+    EXPECT_EQ(Lines({"raw-control: \\t \\u0001"}), SaidInside("\t\x01"));
 }
 
 TEST(CheckTokens, NamesTheControlCharacter) {
@@ -73,11 +73,11 @@ TEST(CheckTokens, NamesTheControlCharacter) {
 }
 
 TEST(CheckTokens, KnowsTheEscapesThatTheModuleReads) {
-    const auto isKnown = [](char letter) { return Said("x\\"s + letter + "0041").empty(); };
+    const auto isKnown = [](char letter) { return SaidInside("x\\"s + letter + "0041").empty(); };
     EXPECT_EQ("\"/\\nrtu", CharactersOf(isKnown));
-    EXPECT_EQ(Lines({"lost-escape: \\u0008"}), Said("x\\b"));
-    EXPECT_EQ(Lines({"lost-escape: \\u000C"}), Said("x\\f"));
-    EXPECT_EQ(Lines({"lost-escape: "}), Said("x\\v"));
+    EXPECT_EQ(Lines({"lost-escape: \\u0008"}), SaidInside("x\\b"));
+    EXPECT_EQ(Lines({"lost-escape: \\u000C"}), SaidInside("x\\f"));
+    EXPECT_EQ(Lines({"lost-escape: "}), SaidInside("x\\v"));
     EXPECT_EQ("write \\u000C", Only(R"({"A":"x\f"})").fix);
     EXPECT_EQ("write two backslashes for a backslash", Only(R"({"A":"x\v"})").fix);
 }
@@ -87,7 +87,7 @@ TEST(CheckTokens, AHexadecimalEscapeHasFourDigits) {
         const auto isDigit = [at](char character) {
             std::string escape = "\\u0041";
             escape[2 + at] = character;
-            const Lines said = Said("x" + escape);
+            const Lines said = SaidInside("x" + escape);
             return std::none_of(said.begin(), said.end(),
                                 [](const std::string& line) { return line.starts_with("wrong-escape"); });
         };
@@ -111,28 +111,30 @@ TEST(CheckTokens, WarnsOfTheEscapesThatASaveRewrites) {
                                                     {"\\uFFFD", {"save-hazard: "}},
                                                     {"\\u00E9\\u00E8", {"save-hazard: "}},
                                                     {"\\u0000", {"zero-character: "}}}) {
-        EXPECT_EQ(said, Said("x" + escape)) << escape;
+        EXPECT_EQ(said, SaidInside("x" + escape)) << escape;
     }
 }
 
 TEST(CheckTokens, APathBeginsWithADriveOrAShare) {
-    const auto isDrive = [](char drive) { return Said(drive + ":\\x\\y"s).at(0).starts_with("backslash"); };
+    const auto isDrive = [](char drive) {
+        return SaidInside(drive + ":\\x\\y"s).at(0).starts_with("backslash");
+    };
     EXPECT_EQ(kLetters, CharactersOf(isDrive));
     const auto isShare = [](char first) {
-        const Lines said = Said("\\\\"s + first + "a\\x");
+        const Lines said = SaidInside("\\\\"s + first + "a\\x");
         return !said.empty() && said[0].starts_with("backslash");
     };
     EXPECT_EQ(kLetters, CharactersOf(isShare));
-    EXPECT_EQ(Lines({"backslash: \\ \\"}), Said("C:\\x\\y"));
-    EXPECT_EQ(Lines({"backslash: \\"}), Said("C:\\x"));
+    EXPECT_EQ(Lines({"backslash: \\ \\"}), SaidInside("C:\\x\\y"));
+    EXPECT_EQ(Lines({"backslash: \\"}), SaidInside("C:\\x"));
     // Whoever writes one of these knows escapes.
-    EXPECT_EQ(Lines({"lost-escape: "}), Said("C:\\x\\\"y"));
-    EXPECT_EQ(Lines({"lost-escape: "}), Said("C:\\x\\\\y"));
+    EXPECT_EQ(Lines({"lost-escape: "}), SaidInside("C:\\x\\\"y"));
+    EXPECT_EQ(Lines({"lost-escape: "}), SaidInside("C:\\x\\\\y"));
 }
 
 TEST(CheckTokens, AHexadecimalEscapeIsNoFolder) {
     const auto isEscape = [](char digit) {
-        const Lines said = Said("C:\\u004"s + digit + "\\n");
+        const Lines said = SaidInside("C:\\u004"s + digit + "\\n");
         return said.empty() || !said[0].starts_with("backslash");
     };
     std::string digits = CharactersOf(isEscape);

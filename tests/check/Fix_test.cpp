@@ -153,12 +153,12 @@ TypedVariables MeantVariables(ConfigFile file, const std::string& bytes) {
     return VariablesOf(maps);
 }
 
-struct Tally {
+struct FixTally {
     int accepted = 0;
     int fixed = 0;
 };
 
-void ExpectAgreement(ConfigFile file, const std::string& bytes, Tally& tally) {
+void ExpectAgreement(ConfigFile file, const std::string& bytes, FixTally& tally) {
     const bool isLoaded = RunConfig(file, bytes).isLoaded;
     const FileCheck check(file, bytes, {});
     EXPECT_EQ(isLoaded, check.IsAccepted());
@@ -184,7 +184,7 @@ void ExpectAgreement(ConfigFile file, const std::string& bytes, Tally& tally) {
 
 TEST(Fix, AgreesWithTheModuleOnGeneratedDocuments) {
     const int documents = Long(700, 200);
-    Tally tally;
+    FixTally tally;
     for (const ConfigFile file : {ConfigFile::Settings, ConfigFile::HmdList, ConfigFile::Quality}) {
         for (uint64_t seed = 0; seed < static_cast<uint64_t>(documents); ++seed) {
             const std::string bytes = Disguised(DocumentGenerator(seed).Document(file), seed);

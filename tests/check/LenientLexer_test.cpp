@@ -14,7 +14,7 @@
 namespace zq::test {
 namespace {
 
-using Kind = LenientToken::Kind;
+using TokenKind = LenientToken::Kind;
 
 struct Lexed {
     std::vector<LenientToken> tokens;
@@ -25,7 +25,7 @@ struct Lexed {
 Lexed Lex(std::wstring_view text) {
     Lexed lexed;
     LenientLexer lexer(text, lexed.problems, lexed.unsafe);
-    for (LenientToken token = lexer.Next(); !token.Is(Kind::End); token = lexer.Next()) {
+    for (LenientToken token = lexer.Next(); !token.Is(TokenKind::End); token = lexer.Next()) {
         lexed.tokens.push_back(token);
     }
     return lexed;
@@ -114,7 +114,7 @@ TEST(LenientLexer, RemovesInvisibleCharactersAndReplacesOtherBlanks) {
 bool EnclosesWith(std::string_view code, wchar_t unit) {
     const Lexed lexed = Lex(std::wstring(1, unit) + L"x" + unit);
     return lexed.problems.size() == 1 && lexed.problems[0].code == code && lexed.tokens.size() == 1 &&
-           lexed.tokens[0].Is(Kind::Text) && lexed.tokens[0].end == 3;
+           lexed.tokens[0].Is(TokenKind::Text) && lexed.tokens[0].end == 3;
 }
 
 TEST(LenientLexer, KnowsTheQuotesThatAreNotStraight) {
@@ -164,8 +164,9 @@ TEST(LenientLexer, AWordEndsBeforeWhatCannotBeInIt) {
 TEST(LenientLexer, EveryBracketColonAndCommaIsAToken) {
     const std::wstring_view text = L"{[\"a\":1,-2.5]}";
     EXPECT_EQ("{|[|\"a\"|:|1|,|-2.5|]|}", Tokens(text));
-    const Kind wanted[] = {Kind::Open,  Kind::Open, Kind::Text,  Kind::Colon, Kind::Word,
-                           Kind::Comma, Kind::Word, Kind::Close, Kind::Close};
+    const TokenKind wanted[] = {TokenKind::Open,  TokenKind::Open,  TokenKind::Text,
+                                TokenKind::Colon, TokenKind::Word,  TokenKind::Comma,
+                                TokenKind::Word,  TokenKind::Close, TokenKind::Close};
     const Lexed lexed = Lex(text);
     ASSERT_EQ(std::size(wanted), lexed.tokens.size());
     for (size_t i = 0; i < lexed.tokens.size(); ++i) {
@@ -192,8 +193,8 @@ TEST(LenientLexer, WritesTheColonsAndCommasThatAreMeant) {
                        {L"{\"A\"==1}", "equals-sign equals-sign: {\"A\"::1}"},
                        {L"{\"A\":1;\"B\":2}", "semicolon: {\"A\":1,\"B\":2}"}});
     EXPECT_EQ("a colon separates a name from its value, not \"=>\"", Lex(L"a=>1").problems.at(0).text);
-    EXPECT_EQ(Kind::Colon, First(L"=").kind);
-    EXPECT_EQ(Kind::Comma, First(L";").kind);
+    EXPECT_EQ(TokenKind::Colon, First(L"=").kind);
+    EXPECT_EQ(TokenKind::Comma, First(L";").kind);
 }
 
 TEST(LenientLexer, RemovesCommentsWithTheBlanksBeforeThem) {

@@ -99,7 +99,7 @@ TEST(WordRepair, DropsUnitsAndSeparators) {
 
 // The ASCII characters for which this is true.
 template <class IsIt>
-std::wstring CharactersOf(IsIt isIt) {
+std::wstring WordUnitsOf(IsIt isIt) {
     std::wstring characters;
     for (wchar_t character = 1; character < 127; ++character) {
         characters += isIt(character) ? std::wstring(1, character) : L"";
@@ -113,11 +113,11 @@ const std::wstring kSmallLetters = L"abcdefghijklmnopqrstuvwxyz";
 
 TEST(WordRepair, AUnitIsLettersAPercentSignOrASlash) {
     EXPECT_EQ(L"%/" + kCapitals + kSmallLetters,
-              CharactersOf([](wchar_t unit) { return Repaired(std::wstring(L"70M") + unit) == "unit 70"; }));
+              WordUnitsOf([](wchar_t unit) { return Repaired(std::wstring(L"70M") + unit) == "unit 70"; }));
 }
 
 TEST(WordRepair, SeparatorsAreUnderscoresAndApostrophesAfterADigit) {
-    EXPECT_EQ(L"'_", CharactersOf([](wchar_t unit) {
+    EXPECT_EQ(L"'_", WordUnitsOf([](wchar_t unit) {
                   return Repaired(L"10" + std::wstring(1, unit) + L"000") == "separators 10000";
               }));
     EXPECT_EQ("separators 1234.5", Repaired(L"1'234.5"));
@@ -127,7 +127,7 @@ TEST(WordRepair, SeparatorsAreUnderscoresAndApostrophesAfterADigit) {
 }
 
 TEST(WordRepair, QuotesAreWrittenAroundWordsOfPlainCharacters) {
-    EXPECT_EQ(L"+-." + kDigits + kCapitals + L"_" + kSmallLetters, CharactersOf([](wchar_t unit) {
+    EXPECT_EQ(L"+-." + kDigits + kCapitals + L"_" + kSmallLetters, WordUnitsOf([](wchar_t unit) {
                   const WordRepair repair = RepairWord(std::wstring(L"HE") + unit + L"X");
                   return repair.isCertain && std::string_view(repair.code) == "no-quotes";
               }));

@@ -4,11 +4,11 @@
 namespace zq::test {
 namespace {
 
-using Bytes = std::vector<unsigned char>;
+using PacketBytes = std::vector<unsigned char>;
 
 class Packets : public OpenModule {};
 
-PacketView ViewOf(const Bytes& bytes) { return {bytes.data(), bytes.size()}; }
+PacketView ViewOf(const PacketBytes& bytes) { return {bytes.data(), bytes.size()}; }
 
 std::vector<std::wstring> NamesOf(PacketView packet) {
     std::vector<std::wstring> names;
@@ -21,7 +21,7 @@ std::vector<std::wstring> NamesOf(PacketView packet) {
 using Names = std::vector<std::wstring>;
 
 // One record: type, lengths, name and value.
-void Append(Bytes& packet, unsigned char type, const std::string& name, const std::string& value) {
+void Append(PacketBytes& packet, unsigned char type, const std::string& name, const std::string& value) {
     for (const size_t number : {size_t{type}, name.size(), value.size()}) {
         for (int shift = 0; shift < 32; shift += 8) {
             packet.push_back(static_cast<unsigned char>(number >> shift));
@@ -31,7 +31,7 @@ void Append(Bytes& packet, unsigned char type, const std::string& name, const st
     packet.insert(packet.end(), value.begin(), value.end());
 }
 
-const Bytes kUtf8Header{0xBF, 0xFE, 0xEB, 1, 0xE9, 0xFD, 0, 0};
+const PacketBytes kUtf8Header{0xBF, 0xFE, 0xEB, 1, 0xE9, 0xFD, 0, 0};
 
 TEST_F(Packets, HoldEveryVariableWithItsValue) {
     module.removeAll();
@@ -78,7 +78,7 @@ TEST_F(Packets, OfASingleValueNeedNoVariable) {
 }
 
 TEST_F(Packets, OfUtf8AreReadToo) {
-    Bytes bytes = kUtf8Header;
+    PacketBytes bytes = kUtf8Header;
     Append(bytes, 4, "caf\xC3\xA9", "\xE2\x82\xAC");
     const PacketView packet = ViewOf(bytes);
     ASSERT_TRUE(packet.isWhole());
@@ -87,7 +87,7 @@ TEST_F(Packets, OfUtf8AreReadToo) {
 }
 
 TEST_F(Packets, AreReadAsTheModuleReadsThem) {
-    Bytes bytes = kUtf8Header;
+    PacketBytes bytes = kUtf8Header;
     Append(bytes, 2, "Short", "1234");   // too few bytes for its type: skipped
     Append(bytes, 9, "Unknown", "1234"); // no such type: skipped
     Append(bytes, 1, "Long", "\1more");  // the first byte counts
@@ -110,8 +110,8 @@ TEST_F(Packets, EndAtDamageOfEveryLength) {
     module.set(L"B", L"text");
     const Packet packet = module.pack();
     for (size_t size = 0; size < packet.size(); ++size) {
-        const Bytes cut(reinterpret_cast<const unsigned char*>(packet.data()),
-                        reinterpret_cast<const unsigned char*>(packet.data()) + size);
+        const PacketBytes cut(reinterpret_cast<const unsigned char*>(packet.data()),
+                              reinterpret_cast<const unsigned char*>(packet.data()) + size);
         EXPECT_LT(NamesOf(ViewOf(cut)).size(), 2u);
         EXPECT_EQ(size >= 8, ViewOf(cut).isPacket());
     }
@@ -119,7 +119,7 @@ TEST_F(Packets, EndAtDamageOfEveryLength) {
 }
 
 TEST_F(Packets, WithNegativeLengthsOrOtherBytesAreEmpty) {
-    Bytes bytes = kUtf8Header;
+    PacketBytes bytes = kUtf8Header;
     Append(bytes, 1, "A", "\1");
     bytes[12 + 3] = 0xFF; // the name's length
     EXPECT_EQ(Names{}, NamesOf(ViewOf(bytes)));

@@ -60,7 +60,7 @@ public:
 
 // Keeps its counts without a lock: the module calls it on one thread, and is done with it when it has been
 // unregistered.
-class PlainHost final : public CZQVariableHost {
+class CountingListener final : public CZQVariableHost {
 public:
     void OnVariableChanged(const wchar_t*, uint32_t, CZQVariableHost*) override { ++changes; }
     void OnVariablesReloaded() override { ++reloads; }
@@ -189,7 +189,7 @@ protected:
     }
 
     void Visit() {
-        PlainHost guest;
+        CountingListener guest;
         m_hosts.RegisterHost(&guest);
         Sleep(2);
         m_hosts.UnregisterHost(&guest);
@@ -258,7 +258,7 @@ protected:
 };
 
 TEST_F(FilesConcurrency, EverythingAtOnceLosesNoSave) {
-    PlainHost listener;
+    CountingListener listener;
     m_hosts.RegisterHost(&listener);
     {
         Threads threads;

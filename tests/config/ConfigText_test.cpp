@@ -10,13 +10,13 @@
 namespace zq::test {
 namespace {
 
-struct Row {
+struct DecodedRow {
     std::string bytes;
     bool isLoaded;
     int32_t parseResult;
 };
 
-void Expect(const Row& row) {
+void Expect(const DecodedRow& row) {
     SCOPED_TRACE(Printable(std::wstring(row.bytes.begin(), row.bytes.end())));
     const ConfigRun run = RunConfig(ConfigFile::Settings, row.bytes);
     EXPECT_EQ(row.isLoaded, run.isLoaded);

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int kDocuments = 2000;
 
-struct Tally {
+struct LoadTally {
     int loaded = 0;
     size_t variables = 0;
     size_t lines = 0;
@@ -25,8 +25,8 @@ uint64_t FirstSeed() {
     return seed ? std::strtoull(seed, nullptr, 10) : 20260;
 }
 
-Tally CompareAll(ConfigFile file, ReferenceFile referenceFile) {
-    Tally tally;
+LoadTally CompareAll(ConfigFile file, ReferenceFile referenceFile) {
+    LoadTally tally;
     for (uint64_t seed = FirstSeed(), end = seed + kDocuments; seed != end; ++seed) {
         const std::string document = DocumentGenerator(seed).Document(file);
         const ConfigRun run = RunConfig(file, document);
@@ -49,7 +49,7 @@ Tally CompareAll(ConfigFile file, ReferenceFile referenceFile) {
 }
 
 // The series must be worth something: it loads and it refuses, it sets variables and it complains.
-void ExpectUseful(const Tally& tally) {
+void ExpectUseful(const LoadTally& tally) {
     EXPECT_LT(kDocuments / 4, tally.loaded);
     EXPECT_GT(kDocuments * 9 / 10, tally.loaded);
     EXPECT_LT(size_t{kDocuments / 2}, tally.variables);

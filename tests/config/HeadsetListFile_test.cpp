@@ -5,16 +5,18 @@
 namespace zq::test {
 namespace {
 
-ConfigRun Load(const std::string& bytes) { return RunConfig(ConfigFile::HmdList, bytes); }
+ConfigRun LoadHeadsets(const std::string& bytes) { return RunConfig(ConfigFile::HmdList, bytes); }
 
 ConfigRun LoadItem(const std::string& item) {
-    return Load(R"([{"DeviceName":"A","Response":[)" + item + "]}]");
+    return LoadHeadsets(R"([{"DeviceName":"A","Response":[)" + item + "]}]");
 }
 
-std::vector<LogLine> Invalid(const std::wstring& name) { return {{4, L"Invalid hmd list item : " + name}}; }
+std::vector<LogLine> InvalidItem(const std::wstring& name) {
+    return {{4, L"Invalid hmd list item : " + name}};
+}
 
 TEST(FlattenHmdList, EmptyArrayLoadsAndSetsNothing) {
-    const ConfigRun run = Load("[]");
+    const ConfigRun run = LoadHeadsets("[]");
 
     EXPECT_TRUE(run.isLoaded);
     EXPECT_EQ(TypedVariables(), run.variables);
@@ -23,7 +25,7 @@ TEST(FlattenHmdList, EmptyArrayLoadsAndSetsNothing) {
 
 TEST(FlattenHmdList, RootThatIsNoArrayIsRefused) {
     for (const char* root : {"{}", "true", "null", "\"x\""}) {
-        const ConfigRun run = Load(root);
+        const ConfigRun run = LoadHeadsets(root);
         EXPECT_FALSE(run.isLoaded) << root;
         EXPECT_EQ(TypedVariables(), run.variables) << root;
         EXPECT_EQ((std::vector<LogLine>{{4, L"Invalid hmd list format."}}), run.lines) << root;
@@ -36,8 +38,8 @@ TEST(FlattenHmdList, ArrayValueGivesItsSizeAndItsElements) {
                   .Number(L"CL.MERIN5.3.1.0.0", 20)
                   .Number(L"CL.MERIN5.3.1.0.1", 40)
                   .Number(L"CL.MERIN5.3.1.0.2", 70),
-              Load(R"([{"DeviceName":"MERIN5","Response":[)"
-                   R"({"MainRequest":3,"SubRequest":1,"index":0,"Value":[20,40,70]}]}])")
+              LoadHeadsets(R"([{"DeviceName":"MERIN5","Response":[)"
+                           R"({"MainRequest":3,"SubRequest":1,"index":0,"Value":[20,40,70]}]}])")
                   .variables);
 }
 
@@ -49,7 +51,7 @@ TEST(FlattenHmdList, OddElementIsReportedWithItsOwnName) {
                   .Bool(L"CL.A.1.2.3.0", 1)
                   .String(L"CL.A.1.2.3.1", L"a"),
               run.variables);
-    EXPECT_EQ(Invalid(L"CL.A.1.2.3.2"), run.lines);
+    EXPECT_EQ(InvalidItem(L"CL.A.1.2.3.2"), run.lines);
 }
 
 TEST(FlattenHmdList, ElementsAfterAnInvalidOneStillLoad) {
@@ -78,7 +80,7 @@ TEST(FlattenHmdList, DoubleAsANumberOfTheItemIsReportedWithThePrefix) {
         const ConfigRun run = LoadItem(item);
         EXPECT_TRUE(run.isLoaded) << item;
         EXPECT_EQ(TypedVariables(), run.variables) << item;
-        EXPECT_EQ(Invalid(L"CL.A"), run.lines) << item;
+        EXPECT_EQ(InvalidItem(L"CL.A"), run.lines) << item;
     }
 }
 
@@ -87,7 +89,7 @@ TEST(FlattenHmdList, MissingNullOrObjectValueIsReportedWithThePrefix) {
         const ConfigRun run =
             LoadItem(std::string(R"({"MainRequest":1,"SubRequest":2,"index":3)") + value + "}");
         EXPECT_EQ(TypedVariables(), run.variables) << value;
-        EXPECT_EQ(Invalid(L"CL.A"), run.lines) << value;
+        EXPECT_EQ(InvalidItem(L"CL.A"), run.lines) << value;
     }
 }
 
@@ -113,7 +115,7 @@ TEST(FlattenHmdList, OddDevicesAreSkippedWithoutAMessage) {
           std::string(R"({"DeviceName":"A"})"), std::string(R"({"DeviceName":"A","Response":{}})"),
           std::string(R"({"DeviceName":"A","Response":5})"), std::string("5"), std::string("[]"),
           std::string("null")}) {
-        const ConfigRun run = Load("[" + device + "]");
+        const ConfigRun run = LoadHeadsets("[" + device + "]");
         EXPECT_TRUE(run.isLoaded) << device;
         EXPECT_EQ(TypedVariables(), run.variables) << device;
         EXPECT_TRUE(run.lines.empty()) << device;
@@ -129,7 +131,8 @@ TEST(FlattenHmdList, ResponseElementsThatAreNoObjectsAreSkippedWithoutAMessage) 
 
 TEST(FlattenHmdList, EmptyDeviceNameGivesAnEmptyPart) {
     EXPECT_EQ(TypedVariables().Number(L"CL..1.1.0", 1),
-              Load(R"([{"DeviceName":"","Response":[{"MainRequest":1,"SubRequest":1,"index":0,"Value":1}]}])")
+              LoadHeadsets(
+                  R"([{"DeviceName":"","Response":[{"MainRequest":1,"SubRequest":1,"index":0,"Value":1}]}])")
                   .variables);
 }
 
@@ -138,7 +141,7 @@ TEST(FlattenHmdList, LaterOfEqualItemsWins) {
     const std::string device = R"({"DeviceName":"A","Response":[)" + item;
 
     EXPECT_EQ(TypedVariables().Number(L"CL.A.1.1.0", 3),
-              Load("[" + device + "1}," + item + "2}]}," + device + "3}]}]").variables);
+              LoadHeadsets("[" + device + "1}," + item + "2}]}," + device + "3}]}]").variables);
 }
 
 } // namespace

@@ -207,7 +207,7 @@ TEST(HostileDocuments, TimeGrowsOnlyWithTheLength) {
         const char* what;
         size_t size;
         Maker make;
-    } kDocuments[] = {
+    } kGrowing[] = {
         {"closed brackets", 20000, [](size_t n) { return Nested("[", n, "", "]"); }},
         {"open brackets", 50000, [](size_t n) { return Repeat("[", n); }},
         {"open brackets and one closing", 20000, [](size_t n) { return Repeat("[", n) + "]"; }},
@@ -221,7 +221,7 @@ TEST(HostileDocuments, TimeGrowsOnlyWithTheLength) {
         {"white space", 100000, [](size_t n) { return Repeat(" \n", n) + "{}"; }},
         {"digits with a point", 50000, [](size_t n) { return "[1." + Repeat("7", n) + "]"; }},
     };
-    for (const auto& document : kDocuments) {
+    for (const auto& document : kGrowing) {
         SCOPED_TRACE(document.what);
         ExpectLinearTime(ConfigFile::Settings, document.size, document.make);
     }

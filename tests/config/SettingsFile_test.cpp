@@ -5,7 +5,7 @@
 namespace zq::test {
 namespace {
 
-ConfigRun Load(std::string_view bytes) { return RunConfig(ConfigFile::Settings, bytes); }
+ConfigRun LoadSettings(std::string_view bytes) { return RunConfig(ConfigFile::Settings, bytes); }
 
 TypedVariables WithoutHeaders() { return TypedVariables().Int64(L"HmdNameSize", 0); }
 
@@ -14,20 +14,20 @@ LogLine HeaderLine(int index, const std::wstring& name) {
 }
 
 TEST(FlattenSettings, NestedObjectGivesADottedName) {
-    EXPECT_EQ(WithoutHeaders().Bool(L"A.B", 1), Load(R"({"A":{"B":true}})").variables);
+    EXPECT_EQ(WithoutHeaders().Bool(L"A.B", 1), LoadSettings(R"({"A":{"B":true}})").variables);
     EXPECT_EQ(WithoutHeaders().Number(L"A.B.C", 1).Number(L"A.D", 2),
-              Load(R"({"A":{"B":{"C":1},"D":2}})").variables);
+              LoadSettings(R"({"A":{"B":{"C":1},"D":2}})").variables);
 }
 
 TEST(FlattenSettings, EmptyKeyAndNullGiveNothing) {
-    EXPECT_EQ(WithoutHeaders(), Load(R"({"":1})").variables);
-    EXPECT_EQ(WithoutHeaders(), Load(R"({"":{"A":1}})").variables);
-    EXPECT_EQ(WithoutHeaders(), Load(R"({"A":null})").variables);
-    EXPECT_EQ(WithoutHeaders().Number(L"A.C", 2), Load(R"({"A":{"":1,"C":2}})").variables);
+    EXPECT_EQ(WithoutHeaders(), LoadSettings(R"({"":1})").variables);
+    EXPECT_EQ(WithoutHeaders(), LoadSettings(R"({"":{"A":1}})").variables);
+    EXPECT_EQ(WithoutHeaders(), LoadSettings(R"({"A":null})").variables);
+    EXPECT_EQ(WithoutHeaders().Number(L"A.C", 2), LoadSettings(R"({"A":{"":1,"C":2}})").variables);
 }
 
 TEST(FlattenSettings, EachKindGoesToItsMap) {
-    const ConfigRun run = Load(R"({"B":false,"D":5.0,"I":5,"S":"five"})");
+    const ConfigRun run = LoadSettings(R"({"B":false,"D":5.0,"I":5,"S":"five"})");
 
     EXPECT_EQ(WithoutHeaders().Bool(L"B", 0).Double(L"D", 5.0).Number(L"I", 5).String(L"S", L"five"),
               run.variables);
@@ -36,11 +36,11 @@ TEST(FlattenSettings, EachKindGoesToItsMap) {
 
 TEST(FlattenSettings, OneNameMayBeOfSeveralTypes) {
     EXPECT_EQ(WithoutHeaders().Number(L"A.B", 1).Bool(L"A.B", 1),
-              Load(R"({"A":{"B":1},"A.B":true})").variables);
+              LoadSettings(R"({"A":{"B":1},"A.B":true})").variables);
 }
 
 TEST(FlattenSettings, HeaderListNamesGroupsAndSkipsOddElements) {
-    const ConfigRun run = Load(R"({"CL":[{"HD":"X"},{"HD":""},{"HD":5},{"Y":1}]})");
+    const ConfigRun run = LoadSettings(R"({"CL":[{"HD":"X"},{"HD":""},{"HD":5},{"Y":1}]})");
 
     EXPECT_EQ(TypedVariables()
                   .Int64(L"HmdNameSize", 2)
@@ -58,7 +58,7 @@ TEST(FlattenSettings, HeaderElementsBecomeVariablesOfTheirName) {
                   .String(L"CL.MERIN5.HD", L"MERIN5")
                   .Number(L"CL.MERIN5.Bitrate", 40)
                   .Bool(L"CL.MERIN5.A.B", 1),
-              Load(R"({"CL":[{"HD":"MERIN5","Bitrate":40,"A":{"B":true}}]})").variables);
+              LoadSettings(R"({"CL":[{"HD":"MERIN5","Bitrate":40,"A":{"B":true}}]})").variables);
 }
 
 TEST(FlattenSettings, HeaderListKeyIsTakenInAnyLetterCase) {
@@ -68,28 +68,29 @@ TEST(FlattenSettings, HeaderListKeyIsTakenInAnyLetterCase) {
                       .Int64(L"HmdNameSize", 1)
                       .String(L"HmdNameList.0", L"X")
                       .String(key + L".X.HD", L"X"),
-                  Load("{\"" + narrow + R"(":[{"HD":"X"}]})").variables);
+                  LoadSettings("{\"" + narrow + R"(":[{"HD":"X"}]})").variables);
     }
 }
 
 TEST(FlattenSettings, HeaderNameIsLookedUpInItsLetterCase) {
-    EXPECT_EQ(WithoutHeaders(), Load(R"({"CL":[{"hd":"X"},{"Hd":"Y"},5,"HD",null,[{"HD":"Z"}]]})").variables);
+    EXPECT_EQ(WithoutHeaders(),
+              LoadSettings(R"({"CL":[{"hd":"X"},{"Hd":"Y"},5,"HD",null,[{"HD":"Z"}]]})").variables);
 }
 
 TEST(FlattenSettings, OtherArraysAreIgnored) {
-    const ConfigRun run = Load(R"({"Other":[1,2],"CLX":[{"HD":"X"}],"C":[{"HD":"X"}]})");
+    const ConfigRun run = LoadSettings(R"({"Other":[1,2],"CLX":[{"HD":"X"}],"C":[{"HD":"X"}]})");
 
     EXPECT_EQ(WithoutHeaders(), run.variables);
     EXPECT_TRUE(run.lines.empty());
 }
 
 TEST(FlattenSettings, HeaderListKeyWithAnotherKindIsAnOrdinaryMember) {
-    EXPECT_EQ(WithoutHeaders().Number(L"CL.HD", 1), Load(R"({"CL":{"HD":1}})").variables);
-    EXPECT_EQ(WithoutHeaders().String(L"CL", L"x"), Load(R"({"CL":"x"})").variables);
+    EXPECT_EQ(WithoutHeaders().Number(L"CL.HD", 1), LoadSettings(R"({"CL":{"HD":1}})").variables);
+    EXPECT_EQ(WithoutHeaders().String(L"CL", L"x"), LoadSettings(R"({"CL":"x"})").variables);
 }
 
 TEST(FlattenSettings, NestedHeaderListIsFlattenedButNotCounted) {
-    const ConfigRun run = Load(R"({"A":{"CL":[{"HD":"X","B":1}]}})");
+    const ConfigRun run = LoadSettings(R"({"A":{"CL":[{"HD":"X","B":1}]}})");
 
     EXPECT_EQ(TypedVariables()
                   .Int64(L"HmdNameSize", 0)
@@ -101,7 +102,7 @@ TEST(FlattenSettings, NestedHeaderListIsFlattenedButNotCounted) {
 }
 
 TEST(FlattenSettings, InnerLevelsPublishBeforeOuterOnes) {
-    const ConfigRun run = Load(R"({"CL":[{"HD":"OUT","CL":[{"HD":"IN1"},{"HD":"IN2"}]}]})");
+    const ConfigRun run = LoadSettings(R"({"CL":[{"HD":"OUT","CL":[{"HD":"IN1"},{"HD":"IN2"}]}]})");
 
     EXPECT_EQ(TypedVariables()
                   .Int64(L"HmdNameSize", 1)
@@ -116,24 +117,25 @@ TEST(FlattenSettings, InnerLevelsPublishBeforeOuterOnes) {
 }
 
 TEST(FlattenSettings, SeveralHeaderListsOfOneLevelCountTogether) {
-    const ConfigRun run = Load(R"({"cl":[{"HD":"B"}],"CL":[{"HD":"A"}]})");
+    const ConfigRun run = LoadSettings(R"({"cl":[{"HD":"B"}],"CL":[{"HD":"A"}]})");
 
     EXPECT_EQ((std::vector<LogLine>{HeaderLine(0, L"A"), HeaderLine(1, L"B")}), run.lines);
 }
 
 TEST(FlattenSettings, HeaderCountOverridesAMemberOfThatName) {
     EXPECT_EQ(TypedVariables().Int64(L"HmdNameSize", 0).Double(L"HmdNameSize", 7),
-              Load(R"({"HmdNameSize":7})").variables);
+              LoadSettings(R"({"HmdNameSize":7})").variables);
 }
 
 TEST(FlattenSettings, NamesThatMeetKeepTheLaterInKeyOrder) {
-    EXPECT_EQ(WithoutHeaders().Number(L"A.B", 2), Load(R"({"A.B":2,"A":{"B":1}})").variables);
-    EXPECT_EQ(WithoutHeaders().Number(L"A.B.C", 2), Load(R"({"A.B":{"C":2},"A":{"B.C":1}})").variables);
+    EXPECT_EQ(WithoutHeaders().Number(L"A.B", 2), LoadSettings(R"({"A.B":2,"A":{"B":1}})").variables);
+    EXPECT_EQ(WithoutHeaders().Number(L"A.B.C", 2),
+              LoadSettings(R"({"A.B":{"C":2},"A":{"B.C":1}})").variables);
 }
 
 TEST(FlattenSettings, RootOfAnotherKindLoadsAndSetsNothing) {
     for (const char* root : {"[1]", "[]", "true", "null", "\"x\"", "[{\"A\":1}]"}) {
-        const ConfigRun run = Load(root);
+        const ConfigRun run = LoadSettings(root);
         EXPECT_TRUE(run.isLoaded) << root;
         EXPECT_EQ(TypedVariables(), run.variables) << root;
         EXPECT_TRUE(run.lines.empty()) << root;
@@ -160,7 +162,7 @@ TEST(FlattenSettings, LoadingAgainWithoutAKeyLeavesItsVariable) {
 
 TEST(FlattenSettings, KeysAreTakenAsTheyAre) {
     EXPECT_EQ(WithoutHeaders().Number(L" a ", 1).Number(L"a", 2).Number(L"A", 3).Number(L"\xE9", 4),
-              Load(R"({" a ":1,"a":2,"A":3,"\u00e9":4})").variables);
+              LoadSettings(R"({" a ":1,"a":2,"A":3,"\u00e9":4})").variables);
 }
 
 } // namespace

@@ -9,7 +9,7 @@ namespace {
 
 using Microsoft::WRL::ComPtr;
 
-using Text = std::optional<std::wstring>;
+using OptionalText = std::optional<std::wstring>;
 using Integers = std::vector<int64_t>;
 
 constexpr const wchar_t* kSpace = L"root\\Test";
@@ -41,13 +41,13 @@ protected:
         Connect()->ForEach(kQuery, [&](const WmiObject& object) { result = read(object); });
         return result.value();
     }
-    Text TextOf(FakeValue value) {
+    OptionalText TextOf(FakeValue value) {
         return ReadOf(std::move(value), [](const WmiObject& object) { return object.Text(L"P"); });
     }
-    Text NumberTextOf(FakeValue value) {
+    OptionalText NumberTextOf(FakeValue value) {
         return ReadOf(std::move(value), [](const WmiObject& object) { return object.NumberText(L"P"); });
     }
-    Text FirstTextOf(FakeValue value) {
+    OptionalText FirstTextOf(FakeValue value) {
         return ReadOf(std::move(value), [](const WmiObject& object) { return object.FirstText(L"P"); });
     }
     Integers IntegersOf(FakeValue value) {

@@ -60,7 +60,7 @@ TEST_F(DeviceName, OfMoreThan255CharactersIsNotUsed) {
 }
 
 // A host that counts notices of one variable.
-class CountingHost final : public CZQVariableHost {
+class CountingListener final : public CZQVariableHost {
 public:
     void OnVariableChanged(const wchar_t* name, uint32_t type, CZQVariableHost*) override {
         if (std::wstring(L"DefaultDeviceName") == name && type == VariableTypeString) {
@@ -78,7 +78,7 @@ public:
 
 TEST_F(DeviceName, SetAgainUnchangedCausesNoNotice) {
     InitWith("{}");
-    CountingHost listener;
+    CountingListener listener;
     module.Variables().RegisterHost(&listener);
 
     module->UpdateDefaultDeviceName();

@@ -24,7 +24,7 @@
 namespace zq::test {
 namespace {
 
-constexpr int kWriters = 2;
+constexpr int kSoakWriters = 2;
 constexpr int kSavers = 2;
 constexpr int kNames = 64; // a writer's names come round: what is held does not grow
 
@@ -34,7 +34,7 @@ int SoakSeconds() {
 }
 
 // Keeps no messages; otherwise it would grow.
-class CountingHost final : public CZQModHost {
+class CountingLog final : public CZQModHost {
 public:
     void Log(const wchar_t*, int32_t, const wchar_t* format, va_list) override {
         ++messages;
@@ -48,12 +48,12 @@ public:
 };
 
 // Checks that each writer's changes come once and in order.
-class OrderedHost final : public CZQVariableHost {
+class SoakListener final : public CZQVariableHost {
 public:
     void OnVariableChanged(const wchar_t* name, uint32_t, CZQVariableHost*) override {
         wchar_t* end = nullptr;
         const auto writer = std::wcstoul(name, &end, 10);
-        if (end == name || *end != L'.' || writer >= kWriters) {
+        if (end == name || *end != L'.' || writer >= kSoakWriters) {
             return; // a variable of the files or the survey
         }
         wrong += std::wcstol(end + 1, nullptr, 10) != m_next[writer] % kNames;
@@ -67,10 +67,10 @@ public:
     std::atomic<long> reloads{0};
 
 private:
-    std::array<long, kWriters> m_next{};
+    std::array<long, kSoakWriters> m_next{};
 };
 
-class GuestHost final : public CZQVariableHost {
+class SoakGuest final : public CZQVariableHost {
 public:
     void OnVariableChanged(const wchar_t*, uint32_t, CZQVariableHost*) override { late += !isRegistered; }
     void OnVariablesReloaded() override { late += !isRegistered; }
@@ -134,7 +134,7 @@ protected:
         ++m_saves;
     }
 
-    void Visit(GuestHost& guest) {
+    void Visit(SoakGuest& guest) {
         guest.isRegistered = true;
         m_module.Variables().RegisterHost(&guest);
         Sleep(2);
@@ -156,7 +156,7 @@ protected:
         Module module;
         module.Init(m_thirdHost, m_thirdFolders);
         module->DoStart();
-        GuestHost guest;
+        SoakGuest guest;
         guest.isRegistered = true;
         module.Variables().RegisterHost(&guest);
         module.Variables().SetVariableBinary(L"B", sizeof(round), &round, nullptr, 0);
@@ -220,7 +220,7 @@ protected:
 
     void ExpectSameVariables() {
         SendPacket();
-        for (int writer = 0; writer < kWriters; ++writer) {
+        for (int writer = 0; writer < kSoakWriters; ++writer) {
             for (int k = 0; k < kNames; ++k) {
                 const std::wstring name = std::to_wstring(writer) + L'.' + std::to_wstring(k);
                 EXPECT_EQ(m_module.Int64(name.c_str()), m_other.Int64(name.c_str()));
@@ -230,9 +230,9 @@ protected:
 
     ModuleFolders m_folders;
     ModuleFolders m_thirdFolders;
-    CountingHost m_host;
-    CountingHost m_thirdHost;
-    OrderedHost m_listener;
+    CountingLog m_host;
+    CountingLog m_thirdHost;
+    SoakListener m_listener;
     Module m_module;
     Module m_other; // another object, which packets go to
     std::shared_mutex m_work;
@@ -250,8 +250,8 @@ protected:
 TEST_F(Soak, NothingIsLostAndNothingGrows) {
     const ULONGLONG length = static_cast<ULONGLONG>(SoakSeconds()) * 1000;
     const bool isLong = length > 60'000;
-    GuestHost guest;
-    for (int writer = 0; writer < kWriters; ++writer) {
+    SoakGuest guest;
+    for (int writer = 0; writer < kSoakWriters; ++writer) {
         Start([this, writer](long round) { Write(writer, round); }, 5);
     }
     for (int saver = 0; saver < kSavers; ++saver) {

@@ -24,10 +24,10 @@ const fs::path kSource = fs::path(ZQ_SOURCE_DIR);
 
 std::string Slug(const fs::path& mistake) { return mistake.stem().extension().string().substr(1); }
 
-using Bytes = std::map<fs::path, std::string>;
+using BytesByPath = std::map<fs::path, std::string>;
 
-Bytes BytesBelow(const fs::path& folder) {
-    Bytes bytes;
+BytesByPath BytesBelow(const fs::path& folder) {
+    BytesByPath bytes;
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
         if (entry.is_regular_file()) {
             bytes.emplace(entry.path(), ReadBytes(entry.path()));
@@ -123,7 +123,7 @@ TEST_F(CheckMistakes, AreDocumentedAsTheToolReportsThem) {
 
 TEST_F(CheckMistakes, StayAsTheyAreWhenChecked) {
     Copy(Mistakes());
-    const Bytes before = BytesBelow(m_folder.Path());
+    const BytesByPath before = BytesBelow(m_folder.Path());
 
     Check(L"");
     Check(L"--strict --all");
@@ -133,10 +133,10 @@ TEST_F(CheckMistakes, StayAsTheyAreWhenChecked) {
 
 TEST_F(CheckMistakes, StayAsTheyAreBesideTheirFixedCopies) {
     Copy(Mistakes());
-    const Bytes before = BytesBelow(m_folder.Path());
+    const BytesByPath before = BytesBelow(m_folder.Path());
 
     Check(L"--fix");
-    const Bytes after = BytesBelow(m_folder.Path());
+    const BytesByPath after = BytesBelow(m_folder.Path());
     Check(L"--fix");
 
     EXPECT_LE(before.size() + 30, after.size());
@@ -151,11 +151,11 @@ TEST_F(CheckMistakes, StayAsTheyAreBesideTheirFixedCopies) {
 
 TEST_F(CheckMistakes, AreKeptWhenTheyAreFixedInPlace) {
     Copy(Mistakes());
-    const Bytes before = BytesBelow(m_folder.Path());
+    const BytesByPath before = BytesBelow(m_folder.Path());
 
     Check(L"--in-place");
 
-    const Bytes after = BytesBelow(m_folder.Path());
+    const BytesByPath after = BytesBelow(m_folder.Path());
     size_t fixed = 0;
     for (const auto& [path, bytes] : before) {
         const auto backup = after.find(path.native() + L".bak");
@@ -166,7 +166,7 @@ TEST_F(CheckMistakes, AreKeptWhenTheyAreFixedInPlace) {
     EXPECT_EQ(before.size() + fixed, after.size());
 }
 
-std::string Mutated(std::string text, std::mt19937& random) {
+std::string WithBytesChanged(std::string text, std::mt19937& random) {
     constexpr std::string_view kBytes = "{}[]\",:;'#/\\ \t\n.-+eE07aZ=\x80\xC3\xE2";
     for (unsigned i = 1 + random() % 3; i > 0; --i) {
         text[random() % text.size()] = kBytes[random() % kBytes.size()];
@@ -180,13 +180,13 @@ TEST_F(CheckMistakes, OfRandomEditsNoByteChanges) {
     const fs::path folder = m_folder.Path() / L"data";
     fs::create_directory(folder);
     std::mt19937 random(18);
-    Bytes before;
+    BytesByPath before;
     std::vector<std::wstring> lines(static_cast<size_t>(edits) / 50); // each as long as the system takes
     for (int i = 0; i < edits; ++i) {
         const fs::path name = names[random() % names.size()];
         const fs::path path =
             folder / (name.stem().wstring() + L'.' + std::to_wstring(i) + name.extension().wstring());
-        before[path] = Mutated(ReadBytes(kSource / "defaults" / name), random);
+        before[path] = WithBytesChanged(ReadBytes(kSource / "defaults" / name), random);
         WriteBytes(path, before[path]);
         lines[static_cast<size_t>(i) % lines.size()] += L" \"" + path.wstring() + L'"';
     }
@@ -199,7 +199,7 @@ TEST_F(CheckMistakes, OfRandomEditsNoByteChanges) {
         EXPECT_GE(1u, RunTool(L"check --fix --json" + line).exitCode);
     }
 
-    Bytes after = BytesBelow(folder);
+    BytesByPath after = BytesBelow(folder);
     std::erase_if(after, [](const auto& file) { return file.first.stem().extension() == L".fixed"; });
     EXPECT_EQ(before, after);
 }

@@ -10,7 +10,7 @@
 namespace zq {
 namespace {
 
-using Kind = VariableBatch::Kind;
+using RecordKind = VariableBatch::Kind;
 using Names = VariableBatch::Names;
 
 std::vector<VariableBatch::Entry> EntriesOf(const VariableBatch& batch) {
@@ -29,17 +29,17 @@ TEST(BatchRecords, EachKindIsReadBackInItsOrder) {
 
     ASSERT_EQ(5U, entries.size());
     EXPECT_EQ(5U, batch.Entries().size());
-    EXPECT_EQ(Kind::Bool, entries[0].kind);
+    EXPECT_EQ(RecordKind::Bool, entries[0].kind);
     EXPECT_EQ(1, entries[0].boolean);
     EXPECT_EQ(L"b", VariableBatch::NameOf(entries[0]));
-    EXPECT_EQ(Kind::Int64, entries[1].kind);
+    EXPECT_EQ(RecordKind::Int64, entries[1].kind);
     EXPECT_EQ(INT64_MIN, entries[1].integer);
     EXPECT_EQ(L"", VariableBatch::NameOf(entries[1]));
-    EXPECT_EQ(Kind::Number, entries[2].kind);
+    EXPECT_EQ(RecordKind::Number, entries[2].kind);
     EXPECT_EQ(-7, entries[2].integer);
-    EXPECT_EQ(Kind::Double, entries[3].kind);
+    EXPECT_EQ(RecordKind::Double, entries[3].kind);
     EXPECT_EQ(0.1, entries[3].real);
-    EXPECT_EQ(Kind::String, entries[4].kind);
+    EXPECT_EQ(RecordKind::String, entries[4].kind);
     EXPECT_EQ(L"text", VariableBatch::TextOf(entries[4]));
     EXPECT_EQ(L"string", VariableBatch::NameOf(entries[4]));
 }

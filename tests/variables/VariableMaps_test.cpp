@@ -96,9 +96,9 @@ TEST(VariableMaps, SecondBatchOverwritesAndRemovesNothing) {
 }
 
 // Asks for the end the n-th time that somebody looks.
-class CancelAt final : public Cancellation {
+class CancelOnceAt final : public Cancellation {
 public:
-    explicit CancelAt(int look) : m_look(look) {}
+    explicit CancelOnceAt(int look) : m_look(look) {}
     bool IsRequested() const override { return m_looks++ == m_look; }
     int Looks() const { return m_looks; }
 
@@ -135,14 +135,14 @@ TEST(VariableMaps, BatchThatFailsHalfWayLeavesNoTrace) {
     first.AddString(L"Text", L"a text that stands on the heap");
     maps.Apply(first);
     const TypedVariables before = VariablesOf(maps);
-    const CancelAt never(-1);
+    const CancelOnceAt never(-1);
     {
         VariableMaps others(1);
         ApplyManyKinds(others, never);
     }
 
     for (int look = 0; look < never.Looks(); ++look) {
-        const CancelAt cancellation(look);
+        const CancelOnceAt cancellation(look);
         EXPECT_THROW(ApplyManyKinds(maps, cancellation), Cancelled);
         EXPECT_EQ(before, VariablesOf(maps)) << look;
     }

@@ -145,7 +145,7 @@ std::string TextOf(const CheckedFile& file, const CheckOptions& options, bool ha
     return text + (file.fix ? file.fix->text : "");
 }
 
-void WriteFile(JsonWriter& writer, const CheckedFile& file) {
+void WriteCheckedFile(JsonWriter& writer, const CheckedFile& file) {
     writer.StartObject();
     WriteMember(writer, "file", file.argument.shown);
     WriteMember(writer, "accepted", file.check->IsAccepted());
@@ -185,7 +185,7 @@ void PrintFiles(const std::vector<CheckedFile>& files, const std::vector<FailedF
         text = JsonDocument([&](JsonWriter& writer) {
             writer.StartArray();
             for (const CheckedFile& file : files) {
-                WriteFile(writer, file);
+                WriteCheckedFile(writer, file);
             }
             for (const FailedFile& failure : failures) {
                 WriteFailure(writer, failure);

@@ -29,7 +29,8 @@ void Describe(CLI::App& app) {
 }
 
 // Help and versions end well; everything else that the parser raises is a mistake in the command line.
-int ExitCodeOf(const CLI::App& app, const CLI::ParseError& error, const std::vector<std::string>& arguments) {
+int ExitCodeOfUsage(const CLI::App& app, const CLI::ParseError& error,
+                    const std::vector<std::string>& arguments) {
     if (dynamic_cast<const CLI::RuntimeError*>(&error)) {
         return error.get_exit_code();
     }
@@ -51,7 +52,7 @@ int Run(std::vector<std::string> arguments) {
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
         return static_cast<int>(ExitCode::Yes);
     } catch (const CLI::ParseError& error) {
-        return ExitCodeOf(app, error, arguments);
+        return ExitCodeOfUsage(app, error, arguments);
     }
 }
 

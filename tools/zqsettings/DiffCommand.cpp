@@ -21,7 +21,7 @@ struct DiffOptions {
     bool isExitCode = false;
 };
 
-std::string JsonTextOf(const std::vector<VariableChange>& changes) {
+std::string DifferencesJson(const std::vector<VariableChange>& changes) {
     return JsonDocument([&](JsonWriter& writer) {
         writer.StartArray();
         for (const VariableChange& change : changes) {
@@ -31,7 +31,7 @@ std::string JsonTextOf(const std::vector<VariableChange>& changes) {
     });
 }
 
-std::string TextOf(const std::vector<VariableChange>& changes) {
+std::string DifferencesText(const std::vector<VariableChange>& changes) {
     std::string text;
     for (const VariableChange& change : changes) {
         text += ChangeText(change) + "\n";
@@ -46,7 +46,7 @@ void Diff(const DiffOptions& options) {
     const std::vector<Variable> before = options.filter.Apply(LookAt(options.module, std::nullopt));
     const std::vector<Variable> after = options.filter.Apply(LookAt(options.module, folder));
     const std::vector<VariableChange> changes = Difference(before, after);
-    Print(options.isJson ? JsonTextOf(changes) : TextOf(changes));
+    Print(options.isJson ? DifferencesJson(changes) : DifferencesText(changes));
     if (options.isExitCode && !changes.empty()) {
         throw Ended{ExitCode::No};
     }

@@ -70,7 +70,7 @@ std::string OwnValueText(const std::vector<VariableOrigin>& others) {
     return text + (others.empty() ? "; no file sets it\n" : "\n");
 }
 
-std::string DefaultText(const std::vector<VariableOrigin>& defaults) {
+std::string DefaultLine(const std::vector<VariableOrigin>& defaults) {
     for (const VariableOrigin& origin : defaults) {
         if (origin.fate == OriginFate::Counts) {
             return "    default " + PositionText(origin) + ": " + OriginValueText(origin) + "\n";
@@ -92,7 +92,7 @@ std::string TextOf(const std::vector<Explanation>& explanations) {
             text += OriginText(origin);
         }
         text += one.origins.empty() ? OwnValueText(one.others) : "";
-        text += DefaultText(one.defaults);
+        text += DefaultLine(one.defaults);
     }
     return text;
 }

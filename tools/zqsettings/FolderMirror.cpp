@@ -6,6 +6,7 @@
 #include "Text.h"
 
 #include "config/ConfigFile.h"
+#include "platform/FileTicks.h"
 
 #include <fstream>
 
@@ -20,12 +21,10 @@ namespace {
 // Longer than the tick of any file system's clock that a server runs on.
 constexpr uint64_t kFreshTicks = 1'000'000; // of 100 ns: 100 ms
 
-uint64_t Ticks(const FILETIME& time) { return uint64_t{time.dwHighDateTime} << 32U | time.dwLowDateTime; }
-
 bool IsFresh(uint64_t time) {
     FILETIME now{};
     GetSystemTimePreciseAsFileTime(&now);
-    return Ticks(now) - time < kFreshTicks;
+    return TicksOf(now) - time < kFreshTicks;
 }
 
 } // namespace
@@ -61,7 +60,7 @@ FolderMirror::Stamp FolderMirror::StampOf(const fs::path& path) {
     if (!GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) {
         return {};
     }
-    return {true, Ticks(data.ftLastWriteTime), uint64_t{data.nFileSizeHigh} << 32U | data.nFileSizeLow};
+    return {true, TicksOf(data.ftLastWriteTime), uint64_t{data.nFileSizeHigh} << 32U | data.nFileSizeLow};
 }
 
 std::optional<PrivateFile> FolderMirror::FollowOne(ConfigFile file) {

@@ -2,6 +2,7 @@
 
 #include "FileBytes.h"
 
+#include "base/AsciiCase.h"
 #include "check/FileCheck.h"
 #include "platform/Handle.h"
 
@@ -24,7 +25,7 @@ constexpr std::wstring_view kTimeForm = L"00000000T000000.000Z"; // 0 for any di
 bool IsTime(std::wstring_view text) {
     return text.size() == kTimeForm.size() &&
            std::equal(text.begin(), text.end(), kTimeForm.begin(), [](wchar_t unit, wchar_t form) {
-               return form == L'0' ? unit >= L'0' && unit <= L'9' : unit == form;
+               return form == L'0' ? IsAsciiDigit(unit) : unit == form;
            });
 }
 

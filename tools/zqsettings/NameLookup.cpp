@@ -31,8 +31,8 @@ std::string NearestText(const std::string& name, const std::vector<Variable>& va
     }
     std::string text;
     const std::vector<std::wstring> nearest = NearestNames(WideFromUtf8(name), names, kShownNames);
-    for (const std::wstring& near : nearest) {
-        text += (text.empty() ? "" : ", ") + Utf8FromWide(near);
+    for (const std::wstring& each : nearest) {
+        text += (text.empty() ? "" : ", ") + Utf8FromWide(each);
     }
     return nearest.empty() ? "" : (nearest.size() == 1 ? "; the nearest is " : "; the nearest are ") + text;
 }

@@ -14,7 +14,7 @@ using Bytes = std::span<const std::byte>;
 
 // A value that is longer than its type counts by its first bytes, as the module takes it.
 template <class Value>
-std::optional<VariableValue> NumberOf(Bytes bytes) {
+std::optional<VariableValue> PacketNumber(Bytes bytes) {
     Value value;
     if (bytes.size() < sizeof(value)) {
         return std::nullopt;
@@ -32,11 +32,11 @@ std::vector<uint8_t> BinaryOf(Bytes bytes) {
 std::optional<VariableValue> DecodeValue(PacketReader& reader, const PacketRecord& record) {
     switch (record.type) {
     case VariableTypeBool:
-        return NumberOf<ZQBool>(record.value);
+        return PacketNumber<ZQBool>(record.value);
     case VariableTypeInt64:
-        return NumberOf<int64_t>(record.value);
+        return PacketNumber<int64_t>(record.value);
     case VariableTypeDouble:
-        return NumberOf<double>(record.value);
+        return PacketNumber<double>(record.value);
     case VariableTypeString:
         return std::wstring(reader.Decode(record.value));
     case VariableTypeBinary:

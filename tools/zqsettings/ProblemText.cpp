@@ -18,7 +18,7 @@ constexpr const char* kPlain = "\x1B[0m";
 
 bool IsLowSurrogate(wchar_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
-std::wstring Visible(std::wstring_view text) {
+std::wstring VisibleLine(std::wstring_view text) {
     std::wstring visible(text);
     std::replace_if(visible.begin(), visible.end(), IsControlUnit, L' ');
     return visible;
@@ -44,7 +44,9 @@ public:
         m_to = std::min(m_from + kWidth, m_line.size());
     }
 
-    std::string Line() const { return Utf8FromWide(Lead() + Visible(m_line.substr(m_from, m_to - m_from))); }
+    std::string Line() const {
+        return Utf8FromWide(Lead() + VisibleLine(m_line.substr(m_from, m_to - m_from)));
+    }
 
     std::string Blanks() const {
         return std::string(Lead().size() + Characters(m_line.substr(m_from, m_begin - m_from)), ' ');

@@ -60,7 +60,7 @@ fs::path PreparedFolder(const SaveOptions& options) {
     return folder;
 }
 
-std::string TextOf(const std::vector<VariableChange>& changes) {
+std::string SavedText(const std::vector<VariableChange>& changes) {
     std::string text;
     for (const VariableChange& change : changes) {
         text += ChangeText(change) + '\n';
@@ -68,7 +68,7 @@ std::string TextOf(const std::vector<VariableChange>& changes) {
     return changes.empty() ? "Saved; the variables had this value already.\n" : text;
 }
 
-std::string JsonTextOf(const fs::path& file, const std::vector<VariableChange>& changes) {
+std::string SavedJson(const fs::path& file, const std::vector<VariableChange>& changes) {
     return JsonDocument([&](JsonWriter& writer) {
         writer.StartObject();
         WriteMember(writer, "file", Utf8FromPath(file));
@@ -93,7 +93,7 @@ void SaveAndReport(const SaveOptions& options, const PrivateFile& file, const st
     }
     const std::vector<VariableChange> changes =
         Difference(before, LookAt(options.module, file.path.parent_path()));
-    Print(options.isJson ? JsonTextOf(file.path, changes) : TextOf(changes));
+    Print(options.isJson ? SavedJson(file.path, changes) : SavedText(changes));
 }
 
 void Set(const SetOptions& options) {

@@ -40,7 +40,7 @@ SavedValue Require(const std::optional<Value>& value, const std::string& text, c
     return *value;
 }
 
-const char* TypeOf(JsonKind kind) {
+const char* JsonTypeOf(JsonKind kind) {
     switch (kind) {
     case JsonKind::Bool:
         return "bool";
@@ -115,7 +115,7 @@ SavedValue ParseSavedValueFor(const std::string& name, const SettingMember& memb
         return *DoubleOf(text);
     }
     try {
-        return ParseSavedValue(text, TypeOf(member.kind));
+        return ParseSavedValue(text, JsonTypeOf(member.kind));
     } catch (const Failure&) {
         throw Failure("nothing was saved: \"" + text + '"' + WhatIsWrong(member.kind, text) + ", and " +
                           name + " is " + member.text + line + "; --type saves another type",

@@ -1,6 +1,7 @@
 #include "TimeText.h"
 
 #include "config/ConfigFile.h"
+#include "platform/FileTicks.h"
 
 #include <algorithm>
 #include <array>
@@ -30,8 +31,6 @@ std::string UtcText(const SYSTEMTIME& time) {
                      time.wMinute, time.wSecond, time.wMilliseconds);
 }
 
-uint64_t Ticks(const FILETIME& time) { return uint64_t{time.dwHighDateTime} << 32U | time.dwLowDateTime; }
-
 } // namespace
 
 std::string UtcText() { return UtcText(Now()); }
@@ -46,7 +45,7 @@ std::string UtcText(uint64_t fileTime) {
 uint64_t TimeOfWrite(const std::filesystem::path& file) {
     WIN32_FILE_ATTRIBUTE_DATA data{};
     GetFileAttributesExW(file.c_str(), GetFileExInfoStandard, &data);
-    return Ticks(data.ftLastWriteTime);
+    return TicksOf(data.ftLastWriteTime);
 }
 
 std::string UtcFileStamp() {
@@ -69,7 +68,7 @@ double MillisecondsSinceLastWrite(const std::filesystem::path& folder) {
     }
     FILETIME now{};
     GetSystemTimePreciseAsFileTime(&now);
-    return (static_cast<double>(Ticks(now)) - static_cast<double>(newest)) / kTicksPerMillisecond;
+    return (static_cast<double>(TicksOf(now)) - static_cast<double>(newest)) / kTicksPerMillisecond;
 }
 
 } // namespace zq::tool

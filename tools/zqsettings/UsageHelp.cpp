@@ -18,7 +18,7 @@ std::string Nearest(const std::string& name, const std::vector<std::wstring>& kn
     return nearest.empty() ? "" : "; did you mean " + Utf8FromWide(nearest.front()) + "?";
 }
 
-std::vector<std::wstring> CommandNames(const CLI::App& app) {
+std::vector<std::wstring> KnownCommands(const CLI::App& app) {
     std::vector<std::wstring> names;
     for (const CLI::App* command : app.get_subcommands({})) {
         names.push_back(WideFromUtf8(command->get_name()));
@@ -26,7 +26,7 @@ std::vector<std::wstring> CommandNames(const CLI::App& app) {
     return names;
 }
 
-std::vector<std::wstring> OptionNames(const CLI::App& command) {
+std::vector<std::wstring> KnownOptions(const CLI::App& command) {
     std::vector<std::wstring> names;
     for (const CLI::Option* option : command.get_options()) {
         for (const std::string& name : option->get_lnames()) {
@@ -74,7 +74,7 @@ const CLI::App* CommandWith(const std::string& option, const CLI::App& app,
                             const std::vector<std::string>& arguments) {
     for (const std::string& argument : arguments) {
         if (const CLI::App* const command = FindCommand(app, argument)) {
-            const std::vector<std::wstring> known = OptionNames(*command);
+            const std::vector<std::wstring> known = KnownOptions(*command);
             return std::find(known.begin(), known.end(), WideFromUtf8(option)) == known.end() ? nullptr
                                                                                               : command;
         }
@@ -103,7 +103,7 @@ void RequireCommand(const CLI::App& app, const std::vector<std::string>& argumen
     if (name.starts_with('-') || FindCommand(app, name)) {
         return;
     }
-    const std::string nearest = Nearest(name, CommandNames(app));
+    const std::string nearest = Nearest(name, KnownCommands(app));
     throw Failure("there is no command \"" + name + '"' +
                       (nearest.empty() ? "; \"zqsettings help\" lists them" : nearest),
                   ExitCode::Usage);
@@ -121,7 +121,7 @@ std::string UsageText(const CLI::App& app, const std::string& error,
         "; see \"zqsettings help" + (&command == &app ? "" : ' ' + command.get_name()) + '"';
     for (const std::string& argument : arguments) {
         const std::string name = argument.substr(0, argument.find('='));
-        const std::vector<std::wstring> known = OptionNames(command);
+        const std::vector<std::wstring> known = KnownOptions(command);
         if (name.starts_with("--") && name.size() > 2 &&
             std::find(known.begin(), known.end(), WideFromUtf8(name)) == known.end()) {
             if (const CLI::App* const owner =

@@ -15,23 +15,23 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using Kind = VariableBatch::Kind;
+using RecordKind = VariableBatch::Kind;
 
 VariableValue ValueOf(const VariableBatch::Entry& entry) {
     switch (entry.kind) {
-    case Kind::Bool:
+    case RecordKind::Bool:
         return static_cast<ZQBool>(entry.boolean);
-    case Kind::Double:
+    case RecordKind::Double:
         return entry.real;
-    case Kind::String:
+    case RecordKind::String:
         return std::wstring(VariableBatch::TextOf(entry));
     default:
         return entry.integer;
     }
 }
 
-bool Sets(Kind kind, VariableType type) {
-    return TypeOf(kind) == type || (kind == Kind::Number && type == VariableTypeDouble);
+bool Sets(RecordKind kind, VariableType type) {
+    return TypeOf(kind) == type || (kind == RecordKind::Number && type == VariableTypeDouble);
 }
 
 class OriginFinder {
@@ -77,13 +77,13 @@ private:
 
 } // namespace
 
-VariableType TypeOf(Kind kind) {
+VariableType TypeOf(RecordKind kind) {
     switch (kind) {
-    case Kind::Bool:
+    case RecordKind::Bool:
         return VariableTypeBool;
-    case Kind::Double:
+    case RecordKind::Double:
         return VariableTypeDouble;
-    case Kind::String:
+    case RecordKind::String:
         return VariableTypeString;
     default:
         return VariableTypeInt64;

@@ -1,5 +1,6 @@
 #include "module/files/KeptCopies.h"
 
+#include "base/AsciiCase.h"
 #include "platform/Files.h"
 
 #include <algorithm>
@@ -34,7 +35,7 @@ bool IsTimeName(std::wstring_view text) {
     constexpr std::wstring_view kPattern = L"00000000T000000.000Z";
     return text.size() == kPattern.size() &&
            std::equal(text.begin(), text.end(), kPattern.begin(), [](wchar_t unit, wchar_t pattern) {
-               return pattern == L'0' ? unit >= L'0' && unit <= L'9' : unit == pattern;
+               return pattern == L'0' ? IsAsciiDigit(unit) : unit == pattern;
            });
 }
 

@@ -14,13 +14,13 @@ namespace {
 using namespace std::string_view_literals;
 using test::Printable;
 
-struct Row {
+struct StringRow {
     std::wstring_view text; // from the opening quote on
     int32_t count;
     std::wstring_view result;
 };
 
-void Expect(const Row& row) {
+void Expect(const StringRow& row) {
     SCOPED_TRACE(Printable(row.text));
     // Memory of exactly the text's size: a read past the end is seen by the sanitizers.
     const std::vector<wchar_t> text(row.text.begin(), row.text.end());

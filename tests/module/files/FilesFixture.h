@@ -28,6 +28,13 @@
 
 namespace zq::test {
 
+inline constexpr ConfigFile kSettings = ConfigFile::Settings;
+inline constexpr ConfigFile kHmdList = ConfigFile::HmdList;
+inline constexpr ConfigFile kQuality = ConfigFile::Quality;
+
+// Somebody's unfinished work, which is never lost.
+inline constexpr std::string_view kBroken = "{\"Somebody's\":\"work\"";
+
 inline constexpr uint64_t kTicksPerMillisecond = 10'000;
 inline constexpr uint64_t kTicksPerSecond = 10'000'000;
 inline constexpr uint64_t kTestEpoch = 134'000'000'000'000'000; // in 2025

@@ -21,7 +21,7 @@ constexpr DWORD kNewName = FILE_ACTION_RENAMED_NEW_NAME;
 
 constexpr const wchar_t* kTemporary = L"ZQ2_serverSetting.setting.0123456789abcdef.zqtmp";
 
-struct Notice {
+struct FolderEvent {
     DWORD action;
     std::wstring name;
 };
@@ -31,7 +31,7 @@ constexpr size_t kWindowsAlignment = 4;
 constexpr size_t kWineAlignment = 2;
 
 // The buffer as the system fills it, the last record without a next.
-std::vector<std::byte> Buffer(const std::vector<Notice>& notices, size_t alignment = kWindowsAlignment) {
+std::vector<std::byte> Buffer(const std::vector<FolderEvent>& notices, size_t alignment = kWindowsAlignment) {
     constexpr size_t kNameOffset = offsetof(FILE_NOTIFY_INFORMATION, FileName);
     std::vector<std::byte> buffer;
     for (size_t i = 0; i < notices.size(); ++i) {
@@ -49,7 +49,7 @@ std::vector<std::byte> Buffer(const std::vector<Notice>& notices, size_t alignme
     return buffer;
 }
 
-bool IsAbout(const std::vector<Notice>& notices) {
+bool IsAbout(const std::vector<FolderEvent>& notices) {
     const bool isAbout = IsAboutConfigFile(Buffer(notices));
     EXPECT_EQ(isAbout, IsAboutConfigFile(Buffer(notices, kWineAlignment)));
     return isAbout;

@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr DWORD kCap = 20'000;
+constexpr DWORD kWatchCap = 20'000;
 
 class WatcherThread : public FilesFixture {
 protected:
@@ -32,7 +32,7 @@ protected:
     // Waits until every further edit causes a notice.
     void StartAndWatch() {
         Start();
-        ASSERT_TRUE(m_requested.Wait(kCap));
+        ASSERT_TRUE(m_requested.Wait(kWatchCap));
     }
     void Stop() {
         m_watcher.PrepareStop();
@@ -91,7 +91,7 @@ TEST_F(WatcherThread, AnEditIsLoadedAndThenReportedOnce) {
 
     fs::rename(DefaultOf(ConfigFile::Settings), PathOf(ConfigFile::Settings));
 
-    ASSERT_TRUE(m_passed.Wait(kCap));
+    ASSERT_TRUE(m_passed.Wait(kWatchCap));
     EXPECT_EQ(L"default", String(L"Source"));
     EXPECT_EQ(1, m_notified);
 }
@@ -106,7 +106,7 @@ TEST_F(WatcherThread, AnEditBeforeTheStartIsLoaded) {
         },
         &m_watcher, {m_stop.Get()});
 
-    ASSERT_TRUE(m_passed.Wait(kCap));
+    ASSERT_TRUE(m_passed.Wait(kWatchCap));
 
     EXPECT_EQ(L"edit", String(L"Source"));
 }
@@ -116,7 +116,7 @@ TEST_F(WatcherThread, AChangeOfAnotherFileOnlyRenewsTheRequest) {
 
     WriteBytes(folders.DataDir() / L"other.txt", "x");
 
-    ASSERT_TRUE(m_requested.Wait(kCap));
+    ASSERT_TRUE(m_requested.Wait(kWatchCap));
     Stop();
     EXPECT_EQ(LinesOf({kBeginLine, kOpenLine, kEndLine}), host.Lines());
 }
@@ -128,7 +128,7 @@ TEST_F(WatcherThread, ABrokenFileIsReplacedWithinASecondWithoutAFurtherNotice) {
     WriteBytes(folders.Outside(L"new"), "broken");
     fs::rename(folders.Outside(L"new"), PathOf(ConfigFile::Settings));
 
-    ASSERT_TRUE(m_passed.Wait(kCap));
+    ASSERT_TRUE(m_passed.Wait(kWatchCap));
     EXPECT_GE(GetTickCount64() - start, 700U - 16U);
     EXPECT_EQ(DefaultContent(ConfigFile::Settings), Content(ConfigFile::Settings));
 }
@@ -139,12 +139,12 @@ TEST_F(WatcherThread, AHeldFileIsLoadedOnceItIsFree) {
     UniqueHandle held = Hold(folders.Outside(L"new"), GENERIC_READ, FILE_SHARE_DELETE);
     fs::rename(folders.Outside(L"new"), PathOf(ConfigFile::Settings));
     // The pass runs without it.
-    ASSERT_TRUE(m_passed.Wait(kCap));
+    ASSERT_TRUE(m_passed.Wait(kWatchCap));
     EXPECT_EQ(L"user", String(L"Source"));
 
     held.reset();
 
-    ASSERT_TRUE(m_passed.Wait(kCap));
+    ASSERT_TRUE(m_passed.Wait(kWatchCap));
     EXPECT_EQ(L"edit", String(L"Source"));
 }
 
@@ -215,7 +215,7 @@ TEST_F(WatcherThread, ATerminatedWatcherLeavesTheFolderClosed) {
         never.Wait(INFINITE);
     };
     fs::rename(DefaultOf(ConfigFile::Settings), PathOf(ConfigFile::Settings));
-    ASSERT_TRUE(inside.Wait(kCap));
+    ASSERT_TRUE(inside.Wait(kWatchCap));
     EXPECT_FALSE(m_thread.EndsAfter(m_stop.Get()));
 
     m_thread.Terminate({});
@@ -236,7 +236,7 @@ TEST_F(WatcherThread, ItCanRunAgainAfterItEnded) {
 
     fs::rename(DefaultOf(ConfigFile::Settings), PathOf(ConfigFile::Settings));
 
-    EXPECT_TRUE(m_passed.Wait(kCap));
+    EXPECT_TRUE(m_passed.Wait(kWatchCap));
     EXPECT_EQ(L"default", String(L"Source"));
 }
 

@@ -11,11 +11,6 @@
 
 namespace zq::test {
 
-inline constexpr ConfigFile kSettings = ConfigFile::Settings;
-inline constexpr ConfigFile kQuality = ConfigFile::Quality;
-
-inline constexpr std::string_view kBroken = "{\"Somebody's\":\"work\"";
-
 class Switch final : public Cancellation {
 public:
     bool IsRequested() const override { return isOn; }

@@ -8,51 +8,49 @@
 namespace zq::test {
 namespace {
 
-constexpr ConfigFile kFile = ConfigFile::Settings;
-
 class PrivateFileLook : public FilesFixture {
 protected:
-    void Record() { File(kFile).Record(File(kFile).Look().config.file, clock); }
-    FileVerdict VerdictIfChanged() { return File(kFile).LookIfChanged(clock).verdict; }
+    void Record() { File(kSettings).Record(File(kSettings).Look().config.file, clock); }
+    FileVerdict VerdictIfChanged() { return File(kSettings).LookIfChanged(clock).verdict; }
 };
 
 TEST_F(PrivateFileLook, AnAcceptableContentIsAccepted) {
-    Write(kFile, R"({"Edit":1})");
+    Write(kSettings, R"({"Edit":1})");
 
-    const FileLook look = File(kFile).Look();
+    const FileLook look = File(kSettings).Look();
 
     EXPECT_EQ(FileVerdict::Accepted, look.verdict);
     EXPECT_TRUE(look.config.text);
 }
 
 TEST_F(PrivateFileLook, AFileWhoseTimeWasNeverRecordedIsNotDoubted) {
-    EXPECT_EQ(0U, File(kFile).ConfirmAt());
+    EXPECT_EQ(0U, File(kSettings).ConfirmAt());
 }
 
 TEST_F(PrivateFileLook, AFileWithTheRecordedTimeIsUnchangedWhateverItHolds) {
-    Write(kFile, R"({"Edit":1})");
+    Write(kSettings, R"({"Edit":1})");
     Record();
-    WriteBytes(PathOf(kFile), R"({"Edit":2})");
-    SetLastWrite(PathOf(kFile), File(kFile).Time().ticks);
+    WriteBytes(PathOf(kSettings), R"({"Edit":2})");
+    SetLastWrite(PathOf(kSettings), File(kSettings).Time().ticks);
 
     EXPECT_EQ(FileVerdict::Unchanged, VerdictIfChanged());
-    EXPECT_FALSE(File(kFile).HasOtherTime());
+    EXPECT_FALSE(File(kSettings).HasOtherTime());
 }
 
 TEST_F(PrivateFileLook, AnEarlierTimeIsAChangeToo) {
-    Write(kFile, R"({"Edit":1})");
+    Write(kSettings, R"({"Edit":1})");
     Record();
-    SetLastWrite(PathOf(kFile), File(kFile).Time().ticks - 1);
+    SetLastWrite(PathOf(kSettings), File(kSettings).Time().ticks - 1);
 
     EXPECT_EQ(FileVerdict::Accepted, VerdictIfChanged());
-    EXPECT_TRUE(File(kFile).HasOtherTime());
+    EXPECT_TRUE(File(kSettings).HasOtherTime());
 }
 
 TEST_F(PrivateFileLook, ABrokenContentIsRefused) {
     for (const std::string& bytes : {std::string(), std::string("{"), std::string("{\"Edit\":1"),
                                      std::string("{} x"), std::string(4, '\0')}) {
-        Write(kFile, bytes);
-        EXPECT_EQ(FileVerdict::Refused, File(kFile).Look().verdict) << bytes;
+        Write(kSettings, bytes);
+        EXPECT_EQ(FileVerdict::Refused, File(kSettings).Look().verdict) << bytes;
     }
 }
 
@@ -63,126 +61,126 @@ TEST_F(PrivateFileLook, AHeadsetListThatIsNotAnArrayIsRefused) {
 }
 
 TEST_F(PrivateFileLook, AFileThatDoesNotExistIsMissing) {
-    EXPECT_EQ(FileVerdict::Missing, File(kFile).Look().verdict);
+    EXPECT_EQ(FileVerdict::Missing, File(kSettings).Look().verdict);
     EXPECT_EQ(FileVerdict::Missing, VerdictIfChanged());
-    EXPECT_TRUE(File(kFile).HasOtherTime());
+    EXPECT_TRUE(File(kSettings).HasOtherTime());
 }
 
 TEST_F(PrivateFileLook, ADanglingLinkIsMissing) {
     if (!HasUnixCommands()) {
         GTEST_SKIP();
     }
-    MakeLink(folders.Outside(L"nothing"), PathOf(kFile));
+    MakeLink(folders.Outside(L"nothing"), PathOf(kSettings));
 
-    EXPECT_EQ(FileVerdict::Missing, File(kFile).Look().verdict);
+    EXPECT_EQ(FileVerdict::Missing, File(kSettings).Look().verdict);
     EXPECT_EQ(FileVerdict::Missing, VerdictIfChanged());
 }
 
 TEST_F(PrivateFileLook, AFileThatIsNotSharedIsHeld) {
-    Write(kFile, R"({"Edit":1})");
-    const UniqueHandle held = Hold(PathOf(kFile));
+    Write(kSettings, R"({"Edit":1})");
+    const UniqueHandle held = Hold(PathOf(kSettings));
 
-    EXPECT_EQ(FileVerdict::Held, File(kFile).Look().verdict);
+    EXPECT_EQ(FileVerdict::Held, File(kSettings).Look().verdict);
     EXPECT_EQ(FileVerdict::Held, VerdictIfChanged());
 }
 
 TEST_F(PrivateFileLook, AFileThatIsLockedForReadingIsHeld) {
-    Write(kFile, R"({"Edit":1})");
+    Write(kSettings, R"({"Edit":1})");
     const Fault locked =
         FaultOf<struct LockedTag>("kernel32.dll", "ReadFile", ReadFile, FALSE, ERROR_LOCK_VIOLATION);
     const ArmedFault armed(locked, 0);
 
-    EXPECT_EQ(FileVerdict::Held, File(kFile).Look().verdict);
+    EXPECT_EQ(FileVerdict::Held, File(kSettings).Look().verdict);
 }
 
 TEST_F(PrivateFileLook, AFolderOfThatNameIsRefused) {
-    std::filesystem::create_directory(PathOf(kFile));
+    std::filesystem::create_directory(PathOf(kSettings));
 
-    EXPECT_EQ(FileVerdict::Refused, File(kFile).Look().verdict);
+    EXPECT_EQ(FileVerdict::Refused, File(kSettings).Look().verdict);
 }
 
-BOOL WINAPI RefuseAttributes(LPCWSTR, GET_FILEEX_INFO_LEVELS, LPVOID) {
+BOOL WINAPI RefuseAllAttributes(LPCWSTR, GET_FILEEX_INFO_LEVELS, LPVOID) {
     SetLastError(ERROR_ACCESS_DENIED);
     return FALSE;
 }
 
 TEST_F(PrivateFileLook, AFileWhoseTimeCannotBeQueriedHasNoTime) {
-    Write(kFile, R"({"Edit":1})");
-    const ImportPatch patch(nullptr, "kernel32.dll", "GetFileAttributesExW", AsProc(RefuseAttributes));
+    Write(kSettings, R"({"Edit":1})");
+    const ImportPatch patch(nullptr, "kernel32.dll", "GetFileAttributesExW", AsProc(RefuseAllAttributes));
 
     EXPECT_EQ(FileVerdict::NoTime, VerdictIfChanged());
 }
 
 TEST_F(PrivateFileLook, TwoWritesWithOneTimeAreBothSeen) {
-    WriteNow(kFile, R"({"Edit":1})");
+    WriteNow(kSettings, R"({"Edit":1})");
     Record();
-    WriteNow(kFile, R"({"Edit":2})");
+    WriteNow(kSettings, R"({"Edit":2})");
 
-    EXPECT_FALSE(File(kFile).HasOtherTime());
+    EXPECT_FALSE(File(kSettings).HasOtherTime());
     EXPECT_EQ(FileVerdict::Accepted, VerdictIfChanged());
 }
 
 TEST_F(PrivateFileLook, ATimeOf49MillisecondsIsDoubtedAndOneOf50IsNot) {
-    WriteNow(kFile, R"({"Edit":1})");
+    WriteNow(kSettings, R"({"Edit":1})");
     clock.Advance(49);
     Record();
-    EXPECT_EQ(clock.Milliseconds() + 50, File(kFile).ConfirmAt());
+    EXPECT_EQ(clock.Milliseconds() + 50, File(kSettings).ConfirmAt());
 
     clock.Advance(1);
     Record();
-    EXPECT_EQ(0U, File(kFile).ConfirmAt());
+    EXPECT_EQ(0U, File(kSettings).ConfirmAt());
 }
 
 TEST_F(PrivateFileLook, ATimeInTheFutureIsDoubted) {
-    WriteNow(kFile, R"({"Edit":1})");
-    SetLastWrite(PathOf(kFile), clock.FileTicks() + 3600 * kTicksPerSecond);
+    WriteNow(kSettings, R"({"Edit":1})");
+    SetLastWrite(PathOf(kSettings), clock.FileTicks() + 3600 * kTicksPerSecond);
     Record();
 
-    EXPECT_EQ(clock.Milliseconds() + 50, File(kFile).ConfirmAt());
+    EXPECT_EQ(clock.Milliseconds() + 50, File(kSettings).ConfirmAt());
 }
 
 TEST_F(PrivateFileLook, DoubtEndsWithTheFirstLookAfter50MillisecondsThatFindsTheSameBytes) {
-    WriteNow(kFile, R"({"Edit":1})");
+    WriteNow(kSettings, R"({"Edit":1})");
     Record();
 
     clock.Advance(49);
     EXPECT_EQ(FileVerdict::Unchanged, VerdictIfChanged());
-    EXPECT_NE(0U, File(kFile).ConfirmAt());
+    EXPECT_NE(0U, File(kSettings).ConfirmAt());
 
     clock.Advance(1);
     EXPECT_EQ(FileVerdict::Unchanged, VerdictIfChanged());
-    EXPECT_EQ(0U, File(kFile).ConfirmAt());
+    EXPECT_EQ(0U, File(kSettings).ConfirmAt());
 
     // From here on the time decides.
-    WriteBytes(PathOf(kFile), R"({"Edit":2})");
-    SetLastWrite(PathOf(kFile), File(kFile).Time().ticks);
+    WriteBytes(PathOf(kSettings), R"({"Edit":2})");
+    SetLastWrite(PathOf(kSettings), File(kSettings).Time().ticks);
     EXPECT_EQ(FileVerdict::Unchanged, VerdictIfChanged());
 }
 
 TEST_F(PrivateFileLook, ADoubtedFileThatIsHeldStaysDoubted) {
-    WriteNow(kFile, R"({"Edit":1})");
+    WriteNow(kSettings, R"({"Edit":1})");
     Record();
     clock.Advance(50);
     {
-        const UniqueHandle held = Hold(PathOf(kFile));
+        const UniqueHandle held = Hold(PathOf(kSettings));
         EXPECT_EQ(FileVerdict::Held, VerdictIfChanged());
     }
 
-    EXPECT_NE(0U, File(kFile).ConfirmAt());
+    EXPECT_NE(0U, File(kSettings).ConfirmAt());
     EXPECT_EQ(FileVerdict::Unchanged, VerdictIfChanged());
 }
 
 TEST_F(PrivateFileLook, ATimeRecordedWithoutDoubtEndsAnEarlierOne) {
-    WriteNow(kFile, R"({"Edit":1})");
+    WriteNow(kSettings, R"({"Edit":1})");
     Record();
 
-    File(kFile).RecordTime(File(kFile).Time());
+    File(kSettings).RecordTime(File(kSettings).Time());
 
-    EXPECT_EQ(0U, File(kFile).ConfirmAt());
+    EXPECT_EQ(0U, File(kSettings).ConfirmAt());
 }
 
 TEST_F(PrivateFileLook, RecordingWritesTheModulesMember) {
-    Write(kFile, R"({"Edit":1})");
+    Write(kSettings, R"({"Edit":1})");
 
     Record();
 
@@ -199,14 +197,14 @@ HANDLE WINAPI FailToOpen(LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DW
 }
 
 TEST_F(PrivateFileLook, ALookIsTakenUnderTheFilesMutexAndLeavesItFree) {
-    g_mutex = &MutexOf(kFile);
+    g_mutex = &MutexOf(kSettings);
     {
         const ImportPatch patch(nullptr, "kernel32.dll", "CreateFileW", AsProc(FailToOpen));
-        File(kFile).Look();
+        File(kSettings).Look();
     }
 
     EXPECT_FALSE(g_wasFree);
-    EXPECT_TRUE(IsFree(MutexOf(kFile)));
+    EXPECT_TRUE(IsFree(MutexOf(kSettings)));
 }
 
 } // namespace

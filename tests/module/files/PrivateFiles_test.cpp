@@ -10,12 +10,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr ConfigFile kSettings = ConfigFile::Settings;
-constexpr ConfigFile kHmdList = ConfigFile::HmdList;
-constexpr ConfigFile kQuality = ConfigFile::Quality;
-
-constexpr std::string_view kBroken = "{\"Somebody's\":\"work\"";
-
 class InitialLoads : public FilesFixture {
 protected:
     InitialLoads() {

@@ -10,9 +10,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr ConfigFile kFile = ConfigFile::Settings;
-constexpr std::string_view kBroken = "{\"Somebody's\":\"work\"";
-
 // The module's file operations as the system sees them. Here the test program takes the place of the DLL.
 std::vector<Fault> FileFaults(DWORD error) {
     return {
@@ -35,8 +32,8 @@ std::vector<Fault> FileFaults(DWORD error) {
 
 class ReplaceByDefaultTest : public FilesFixture {
 protected:
-    ReplacementResult Replace() { return ReplaceByDefault(File(kFile), m_look); }
-    void LookNow() { m_look = File(kFile).Look(); }
+    ReplacementResult Replace() { return ReplaceByDefault(File(kSettings), m_look); }
+    void LookNow() { m_look = File(kSettings).Look(); }
     fs::path Rejected() const { return folders.DataDir() / L"rejected"; }
 
     void ExpectNoTemporaryFiles() const {
@@ -47,26 +44,26 @@ protected:
     void ExpectReplaced() {
         const ReplacementResult result = Replace();
         EXPECT_EQ(Replacement::Done, result.outcome) << result.error;
-        EXPECT_EQ(DefaultContent(kFile), Content(kFile));
+        EXPECT_EQ(DefaultContent(kSettings), Content(kSettings));
         ExpectNoTemporaryFiles();
-        EXPECT_TRUE(IsFree(MutexOf(kFile)));
+        EXPECT_TRUE(IsFree(MutexOf(kSettings)));
     }
     void ExpectUnchanged(Replacement outcome, std::string_view content) {
         EXPECT_EQ(outcome, Replace().outcome);
-        EXPECT_EQ(content, Content(kFile));
+        EXPECT_EQ(content, Content(kSettings));
         ExpectNoTemporaryFiles();
-        EXPECT_TRUE(IsFree(MutexOf(kFile)));
+        EXPECT_TRUE(IsFree(MutexOf(kSettings)));
     }
 
     // Expects either the old content or the new one, complete.
     void ExpectWhole(const ReplacementResult& result, bool wasThere) {
-        if (!fs::exists(PathOf(kFile))) {
+        if (!fs::exists(PathOf(kSettings))) {
             EXPECT_FALSE(wasThere);
             EXPECT_NE(Replacement::Done, result.outcome);
         } else if (result.outcome == Replacement::Done) {
-            EXPECT_EQ(DefaultContent(kFile), Content(kFile));
+            EXPECT_EQ(DefaultContent(kSettings), Content(kSettings));
         } else {
-            EXPECT_EQ(kBroken, Content(kFile));
+            EXPECT_EQ(kBroken, Content(kSettings));
         }
     }
 
@@ -78,9 +75,9 @@ protected:
                 SCOPED_TRACE(fault.function + " call " + std::to_string(call) + " error " +
                              std::to_string(error));
                 ASSERT_LT(call, 100);
-                fs::remove(PathOf(kFile));
+                fs::remove(PathOf(kSettings));
                 prepare();
-                const bool wasThere = fs::exists(PathOf(kFile));
+                const bool wasThere = fs::exists(PathOf(kSettings));
                 LookNow();
                 ReplacementResult result;
                 bool hasFailed = false;
@@ -90,7 +87,7 @@ protected:
                     hasFailed = armed.HasFailed();
                 }
                 ExpectWhole(result, wasThere);
-                EXPECT_TRUE(IsFree(MutexOf(kFile)));
+                EXPECT_TRUE(IsFree(MutexOf(kSettings)));
                 if (fault.function != "DeleteFileW") {
                     ExpectNoTemporaryFiles();
                 }
@@ -108,7 +105,7 @@ protected:
 };
 
 TEST_F(ReplaceByDefaultTest, ARefusedFileIsReplaced) {
-    Write(kFile, kBroken);
+    Write(kSettings, kBroken);
     LookNow();
 
     ExpectReplaced();
@@ -123,7 +120,7 @@ TEST_F(ReplaceByDefaultTest, AMissingFileIsProvided) {
 
 TEST_F(ReplaceByDefaultTest, WithAFolderForThemTheRefusedFileIsMovedThere) {
     fs::create_directory(Rejected());
-    Write(kFile, kBroken);
+    Write(kSettings, kBroken);
     LookNow();
 
     ExpectReplaced();
@@ -137,8 +134,8 @@ TEST_F(ReplaceByDefaultTest, WithAFolderForThemTheRefusedFileIsMovedThere) {
 // A hard link is the file itself: only the name in the folder is replaced.
 TEST_F(ReplaceByDefaultTest, ARefusedFileWithAnotherNameKeepsItsContentThere) {
     const fs::path other = folders.Outside(L"other.json");
-    Write(kFile, "broken");
-    fs::create_hard_link(PathOf(kFile), other);
+    Write(kSettings, "broken");
+    fs::create_hard_link(PathOf(kSettings), other);
     LookNow();
 
     ExpectReplaced();
@@ -147,24 +144,24 @@ TEST_F(ReplaceByDefaultTest, ARefusedFileWithAnotherNameKeepsItsContentThere) {
 }
 
 TEST_F(ReplaceByDefaultTest, AFileThatHasBecomeAcceptableIsLeftAsItIs) {
-    Write(kFile, kBroken);
+    Write(kSettings, kBroken);
     LookNow();
-    Write(kFile, R"({"Edit":1})");
+    Write(kSettings, R"({"Edit":1})");
 
     ExpectUnchanged(Replacement::Overtaken, R"({"Edit":1})");
 }
 
 TEST_F(ReplaceByDefaultTest, AFileThatIsBrokenInAnotherWayIsLeftAsItIs) {
-    Write(kFile, kBroken);
+    Write(kSettings, kBroken);
     LookNow();
-    Write(kFile, "{");
+    Write(kSettings, "{");
 
     ExpectUnchanged(Replacement::Overtaken, "{");
 }
 
 TEST_F(ReplaceByDefaultTest, AGapThatSomebodyFilledIsLeftAsItIs) {
     LookNow();
-    Write(kFile, R"({"Edit":1})");
+    Write(kSettings, R"({"Edit":1})");
 
     ExpectUnchanged(Replacement::Overtaken, R"({"Edit":1})");
 }
@@ -180,7 +177,7 @@ BOOL WINAPI MoveAfterHook(LPCWSTR from, LPCWSTR to, DWORD flags) {
 TEST_F(ReplaceByDefaultTest, AGapThatIsFilledAtTheLastMomentIsLeftAsItIs) {
     LookNow();
     // Another program makes the file after the module has looked under the mutex.
-    g_beforeMove = [this] { Write(kFile, R"({"Edit":1})"); };
+    g_beforeMove = [this] { Write(kSettings, R"({"Edit":1})"); };
     ReplacementResult result;
     {
         const ImportPatch patch(nullptr, "kernel32.dll", "MoveFileExW", AsProc(MoveAfterHook));
@@ -189,35 +186,35 @@ TEST_F(ReplaceByDefaultTest, AGapThatIsFilledAtTheLastMomentIsLeftAsItIs) {
     }
 
     EXPECT_EQ(Replacement::Overtaken, result.outcome);
-    EXPECT_EQ(R"({"Edit":1})", Content(kFile));
+    EXPECT_EQ(R"({"Edit":1})", Content(kSettings));
     ExpectNoTemporaryFiles();
 }
 
 TEST_F(ReplaceByDefaultTest, ARefusedFileThatWasDeletedMeanwhileIsNotReplaced) {
-    Write(kFile, kBroken);
+    Write(kSettings, kBroken);
     LookNow();
-    fs::remove(PathOf(kFile));
+    fs::remove(PathOf(kSettings));
 
     EXPECT_EQ(Replacement::Overtaken, Replace().outcome);
-    EXPECT_FALSE(fs::exists(PathOf(kFile)));
+    EXPECT_FALSE(fs::exists(PathOf(kSettings)));
 }
 
 TEST_F(ReplaceByDefaultTest, AFileThatIsNotSharedIsHeld) {
-    Write(kFile, kBroken);
+    Write(kSettings, kBroken);
     LookNow();
-    UniqueHandle held = Hold(PathOf(kFile));
+    UniqueHandle held = Hold(PathOf(kSettings));
     EXPECT_EQ(Replacement::Held, Replace().outcome);
     held.reset();
 
-    EXPECT_EQ(kBroken, Content(kFile));
+    EXPECT_EQ(kBroken, Content(kSettings));
     ExpectReplaced();
 }
 
 TEST_F(ReplaceByDefaultTest, AFileThatSomebodyWritesIsHeldHoweverItIsShared) {
-    Write(kFile, kBroken);
+    Write(kSettings, kBroken);
     LookNow();
     UniqueHandle held =
-        Hold(PathOf(kFile), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
+        Hold(PathOf(kSettings), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
     ExpectUnchanged(Replacement::Held, kBroken);
     held.reset();
 
@@ -229,9 +226,9 @@ TEST_F(ReplaceByDefaultTest, AFileThatCannotBeDeletedIsHeld) {
         if (hasRejected) {
             fs::create_directory(Rejected());
         }
-        Write(kFile, kBroken);
+        Write(kSettings, kBroken);
         LookNow();
-        UniqueHandle held = Hold(PathOf(kFile), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);
+        UniqueHandle held = Hold(PathOf(kSettings), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);
         const ReplacementResult result = Replace();
         EXPECT_NE(Replacement::Overtaken, result.outcome);
         held.reset();
@@ -242,9 +239,9 @@ TEST_F(ReplaceByDefaultTest, AFileThatCannotBeDeletedIsHeld) {
 
 TEST_F(ReplaceByDefaultTest, ADefaultThatIsHeldChangesNothing) {
     fs::create_directory(Rejected());
-    Write(kFile, kBroken);
+    Write(kSettings, kBroken);
     LookNow();
-    const UniqueHandle held = Hold(DefaultOf(kFile));
+    const UniqueHandle held = Hold(DefaultOf(kSettings));
 
     ExpectUnchanged(Replacement::Held, kBroken);
     EXPECT_TRUE(NamesIn(Rejected()).empty());
@@ -252,9 +249,9 @@ TEST_F(ReplaceByDefaultTest, ADefaultThatIsHeldChangesNothing) {
 
 TEST_F(ReplaceByDefaultTest, AMissingDefaultFailsAndTheRefusedFileStays) {
     fs::create_directory(Rejected());
-    Write(kFile, kBroken);
+    Write(kSettings, kBroken);
     LookNow();
-    fs::remove(DefaultOf(kFile));
+    fs::remove(DefaultOf(kSettings));
 
     ExpectUnchanged(Replacement::Failed, kBroken);
     EXPECT_TRUE(NamesIn(Rejected()).empty());
@@ -262,17 +259,17 @@ TEST_F(ReplaceByDefaultTest, AMissingDefaultFailsAndTheRefusedFileStays) {
 
 TEST_F(ReplaceByDefaultTest, TheRaisedErrorNamesBothFilesAndTheReason) {
     try {
-        RaiseReplacementError(File(kFile), ERROR_FILE_NOT_FOUND);
+        RaiseReplacementError(File(kSettings), ERROR_FILE_NOT_FOUND);
         FAIL();
     } catch (const fs::filesystem_error& error) {
-        EXPECT_EQ(DefaultOf(kFile), error.path1());
-        EXPECT_EQ(PathOf(kFile), error.path2());
+        EXPECT_EQ(DefaultOf(kSettings), error.path1());
+        EXPECT_EQ(PathOf(kSettings), error.path2());
         EXPECT_EQ(ERROR_FILE_NOT_FOUND, static_cast<DWORD>(error.code().value()));
     }
 }
 
 TEST_F(ReplaceByDefaultTest, AReadOnlyFileIsReplacedByOneThatCanBeWritten) {
-    Write(kFile, kBroken);
+    Write(kSettings, kBroken);
     SetFileAttributesW(paths[0].c_str(), FILE_ATTRIBUTE_READONLY);
     SetFileAttributesW(defaultPaths[0].c_str(), FILE_ATTRIBUTE_READONLY);
     LookNow();
@@ -285,26 +282,26 @@ TEST_F(ReplaceByDefaultTest, AReadOnlyFileIsReplacedByOneThatCanBeWritten) {
 }
 
 TEST_F(ReplaceByDefaultTest, AFolderOfThatNameFailsAndStaysWithWhatItHolds) {
-    fs::create_directory(PathOf(kFile));
-    WriteBytes(PathOf(kFile) / L"inside.txt", "stays");
+    fs::create_directory(PathOf(kSettings));
+    WriteBytes(PathOf(kSettings) / L"inside.txt", "stays");
     LookNow();
 
     EXPECT_EQ(Replacement::Failed, Replace().outcome);
 
-    EXPECT_EQ("stays", ReadBytes(PathOf(kFile) / L"inside.txt"));
+    EXPECT_EQ("stays", ReadBytes(PathOf(kSettings) / L"inside.txt"));
     ExpectNoTemporaryFiles();
 }
 
 TEST_F(ReplaceByDefaultTest, AFailureAtAnyCallLeavesTheOldOrTheNewContentComplete) {
     for (const DWORD error : {ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION, ERROR_DISK_FULL}) {
-        FailAtEachCall(error, [this] { Write(kFile, kBroken); });
+        FailAtEachCall(error, [this] { Write(kSettings, kBroken); });
     }
 }
 
 TEST_F(ReplaceByDefaultTest, AFailureWithAFolderForRefusedFilesLeavesTheOldOrTheNewContentComplete) {
     fs::create_directory(Rejected());
     for (const DWORD error : {ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION, ERROR_DISK_FULL}) {
-        FailAtEachCall(error, [this] { Write(kFile, kBroken); });
+        FailAtEachCall(error, [this] { Write(kSettings, kBroken); });
     }
 }
 
@@ -321,7 +318,7 @@ protected:
             GTEST_SKIP();
         }
         WriteBytes(m_target, kBroken);
-        MakeLink(m_target, PathOf(kFile));
+        MakeLink(m_target, PathOf(kSettings));
         LookNow();
     }
     void TearDown() override {
@@ -330,7 +327,7 @@ protected:
         }
     }
     // Wine's own removal would take the target.
-    void RemoveLink() const { ASSERT_EQ(0, RunUnix(folders.DataDir(), "rm " + UnixPath(PathOf(kFile)))); }
+    void RemoveLink() const { ASSERT_EQ(0, RunUnix(folders.DataDir(), "rm " + UnixPath(PathOf(kSettings)))); }
 
     const fs::path m_target = folders.Outside(L"target.json");
 };
@@ -358,7 +355,7 @@ TEST_F(ReplaceLink, AFolderForRefusedFilesThatIsALinkOutCountsAsAbsent) {
     fs::create_directory(elsewhere);
     MakeLink(elsewhere, Rejected());
     RemoveLink();
-    Write(kFile, kBroken);
+    Write(kSettings, kBroken);
     LookNow();
 
     ExpectReplaced();
@@ -368,7 +365,7 @@ TEST_F(ReplaceLink, AFolderForRefusedFilesThatIsALinkOutCountsAsAbsent) {
 
 TEST_F(ReplaceLink, ADanglingLinkIsReplacedByAFile) {
     RemoveLink();
-    MakeLink(folders.Outside(L"nothing.json"), PathOf(kFile));
+    MakeLink(folders.Outside(L"nothing.json"), PathOf(kSettings));
     LookNow();
     EXPECT_EQ(FileVerdict::Missing, m_look.verdict);
 

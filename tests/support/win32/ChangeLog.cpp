@@ -7,7 +7,7 @@ namespace zq::test {
 
 namespace {
 
-constexpr DWORD kCapMilliseconds = 10'000;
+constexpr DWORD kNoticeCapMilliseconds = 10'000;
 constexpr DWORD kFilter = FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_LAST_WRITE;
 
 } // namespace
@@ -34,7 +34,7 @@ void ChangeLog::Request() {
 }
 
 bool ChangeLog::WaitForName(std::wstring_view name) {
-    while (WaitForSingleObject(m_overlapped.hEvent, kCapMilliseconds) == WAIT_OBJECT_0) {
+    while (WaitForSingleObject(m_overlapped.hEvent, kNoticeCapMilliseconds) == WAIT_OBJECT_0) {
         DWORD bytes = 0;
         GetOverlappedResult(m_folder, &m_overlapped, &bytes, TRUE);
         const bool isFound = HasName(bytes, name);

@@ -8,7 +8,7 @@ namespace zq::test {
 
 namespace {
 
-constexpr DWORD kCapMilliseconds = 120'000;
+constexpr DWORD kProcessCapMilliseconds = 120'000;
 
 } // namespace
 
@@ -45,7 +45,7 @@ ChildProcess::~ChildProcess() {
 }
 
 DWORD ChildProcess::ExitCode() {
-    if (WaitForSingleObject(m_process.hProcess, kCapMilliseconds) != WAIT_OBJECT_0) {
+    if (WaitForSingleObject(m_process.hProcess, kProcessCapMilliseconds) != WAIT_OBJECT_0) {
         TerminateProcess(m_process.hProcess, 99);
     }
     DWORD code = 0;
@@ -56,7 +56,7 @@ DWORD ChildProcess::ExitCode() {
 void ChildProcess::KillAfter(DWORD milliseconds) {
     if (WaitForSingleObject(m_process.hProcess, milliseconds) != WAIT_OBJECT_0) {
         TerminateProcess(m_process.hProcess, 98);
-        WaitForSingleObject(m_process.hProcess, kCapMilliseconds);
+        WaitForSingleObject(m_process.hProcess, kProcessCapMilliseconds);
     }
 }
 

@@ -4,7 +4,7 @@ namespace zq::test {
 
 namespace {
 
-ComCalls* current = nullptr;
+ComCalls* currentCalls = nullptr;
 
 template <class Function>
 Function* OriginalOf(const ImportPatch& patch, Function*) {
@@ -19,37 +19,37 @@ ComCalls::ComCalls()
                            AsProc(&ComCalls::InitializeSecurity)),
       m_setProxyBlanket(nullptr, "ole32.dll", "CoSetProxyBlanket", AsProc(&ComCalls::SetProxyBlanket)),
       m_uninitialize(nullptr, "ole32.dll", "CoUninitialize", AsProc(&ComCalls::Uninitialize)) {
-    current = this;
+    currentCalls = this;
 }
 
-ComCalls::~ComCalls() { current = nullptr; }
+ComCalls::~ComCalls() { currentCalls = nullptr; }
 
 HRESULT WINAPI ComCalls::Initialize(void* reserved, DWORD model) {
-    ++current->initializations;
+    ++currentCalls->initializations;
     if (reserved || model != COINIT_MULTITHREADED) {
-        current->argumentsAsExpected = false;
+        currentCalls->argumentsAsExpected = false;
     }
-    if (current->initializeResult) {
-        return *current->initializeResult;
+    if (currentCalls->initializeResult) {
+        return *currentCalls->initializeResult;
     }
-    return OriginalOf(current->m_initialize, &Initialize)(reserved, model);
+    return OriginalOf(currentCalls->m_initialize, &Initialize)(reserved, model);
 }
 
 HRESULT WINAPI ComCalls::InitializeSecurity(PSECURITY_DESCRIPTOR descriptor, LONG serviceCount,
                                             SOLE_AUTHENTICATION_SERVICE* services, void* reserved1,
                                             DWORD authenticationLevel, DWORD impersonationLevel,
                                             void* authenticationList, DWORD capabilities, void* reserved3) {
-    ++current->securityCalls;
+    ++currentCalls->securityCalls;
     if (descriptor || serviceCount != -1 || services || reserved1 ||
         authenticationLevel != RPC_C_AUTHN_LEVEL_DEFAULT ||
         impersonationLevel != RPC_C_IMP_LEVEL_IMPERSONATE || authenticationList ||
         capabilities != EOAC_NONE || reserved3) {
-        current->argumentsAsExpected = false;
+        currentCalls->argumentsAsExpected = false;
     }
-    if (current->securityResult) {
-        return *current->securityResult;
+    if (currentCalls->securityResult) {
+        return *currentCalls->securityResult;
     }
-    return OriginalOf(current->m_initializeSecurity,
+    return OriginalOf(currentCalls->m_initializeSecurity,
                       &InitializeSecurity)(descriptor, serviceCount, services, reserved1, authenticationLevel,
                                            impersonationLevel, authenticationList, capabilities, reserved3);
 }
@@ -58,23 +58,23 @@ HRESULT WINAPI ComCalls::SetProxyBlanket(IUnknown* proxy, DWORD authentication, 
                                          OLECHAR* principal, DWORD authenticationLevel,
                                          DWORD impersonationLevel, RPC_AUTH_IDENTITY_HANDLE identity,
                                          DWORD capabilities) {
-    ++current->proxyBlankets;
+    ++currentCalls->proxyBlankets;
     if (!proxy || authentication != RPC_C_AUTHN_WINNT || authorization != RPC_C_AUTHZ_NONE || principal ||
         authenticationLevel != RPC_C_AUTHN_LEVEL_CALL || impersonationLevel != RPC_C_IMP_LEVEL_IMPERSONATE ||
         identity || capabilities != EOAC_NONE) {
-        current->argumentsAsExpected = false;
+        currentCalls->argumentsAsExpected = false;
     }
-    return OriginalOf(current->m_setProxyBlanket,
+    return OriginalOf(currentCalls->m_setProxyBlanket,
                       &SetProxyBlanket)(proxy, authentication, authorization, principal, authenticationLevel,
                                         impersonationLevel, identity, capabilities);
 }
 
 void WINAPI ComCalls::Uninitialize() {
-    ++current->uninitializations;
-    if (current->onUninitialize) {
-        current->onUninitialize();
+    ++currentCalls->uninitializations;
+    if (currentCalls->onUninitialize) {
+        currentCalls->onUninitialize();
     }
-    OriginalOf(current->m_uninitialize, &Uninitialize)();
+    OriginalOf(currentCalls->m_uninitialize, &Uninitialize)();
 }
 
 } // namespace zq::test

@@ -10,7 +10,7 @@ namespace zq::test {
 
 namespace {
 
-FakeAdapters* current = nullptr;
+FakeAdapters* currentAdapters = nullptr;
 
 template <size_t Size>
 void PutText(char (&field)[Size], const std::string& text) {
@@ -28,26 +28,26 @@ IP_ADDR_STRING* MakeAddress(const std::string& text) {
 
 FakeAdapters::FakeAdapters()
     : m_patch(nullptr, "iphlpapi.dll", "GetAdaptersInfo", AsProc(&FakeAdapters::GetInfo)) {
-    current = this;
+    currentAdapters = this;
 }
 
-FakeAdapters::~FakeAdapters() { current = nullptr; }
+FakeAdapters::~FakeAdapters() { currentAdapters = nullptr; }
 
 ULONG WINAPI FakeAdapters::GetInfo(IP_ADAPTER_INFO* buffer, ULONG* length) {
-    const size_t call = current->lengths.size();
-    current->lengths.push_back(*length);
-    const auto needed = static_cast<ULONG>(current->adapters.size() * sizeof(IP_ADAPTER_INFO));
-    const auto error = current->errors.find(call);
-    if (error != current->errors.end() || *length < needed) {
-        const auto reported = current->reportedLengths.find(call);
-        *length = reported == current->reportedLengths.end() ? needed : reported->second;
-        return error == current->errors.end() ? ERROR_BUFFER_OVERFLOW : error->second;
+    const size_t call = currentAdapters->lengths.size();
+    currentAdapters->lengths.push_back(*length);
+    const auto needed = static_cast<ULONG>(currentAdapters->adapters.size() * sizeof(IP_ADAPTER_INFO));
+    const auto error = currentAdapters->errors.find(call);
+    if (error != currentAdapters->errors.end() || *length < needed) {
+        const auto reported = currentAdapters->reportedLengths.find(call);
+        *length = reported == currentAdapters->reportedLengths.end() ? needed : reported->second;
+        return error == currentAdapters->errors.end() ? ERROR_BUFFER_OVERFLOW : error->second;
     }
-    for (size_t i = 0; i < current->adapters.size(); ++i) {
-        const FakeAdapter& from = current->adapters[i];
+    for (size_t i = 0; i < currentAdapters->adapters.size(); ++i) {
+        const FakeAdapter& from = currentAdapters->adapters[i];
         IP_ADAPTER_INFO& to = buffer[i];
         to = {};
-        to.Next = i + 1 < current->adapters.size() ? &to + 1 : nullptr;
+        to.Next = i + 1 < currentAdapters->adapters.size() ? &to + 1 : nullptr;
         PutText(to.Description, from.description);
         PutText(to.IpAddressList.IpAddress.String, from.address);
         if (!from.secondAddress.empty()) {

@@ -15,7 +15,7 @@
 namespace zq::test {
 namespace {
 
-constexpr DWORD kCap = 10'000;
+constexpr DWORD kNoticeCap = 10'000;
 
 // Stays inside its callback until it is released.
 class SlowHost final : public CZQVariableHost {
@@ -23,7 +23,7 @@ public:
     void OnVariableChanged(const wchar_t*, uint32_t, CZQVariableHost*) override { Call(); }
     void OnVariablesReloaded() override { Call(); }
 
-    bool WaitUntilInside() const { return m_inside.Wait(kCap); }
+    bool WaitUntilInside() const { return m_inside.Wait(kNoticeCap); }
     void Release() const { m_release.Set(); }
 
     std::atomic<int> running{0};
@@ -37,7 +37,7 @@ private:
         mostAtOnce = std::max<int>(mostAtOnce, ++running);
         ++calls;
         m_inside.Set();
-        m_release.Wait(kCap);
+        m_release.Wait(kNoticeCap);
         if (onRelease) {
             onRelease();
         }
@@ -221,7 +221,7 @@ TEST_F(Registry, AHostThatUnregistersItselfInACallbackCanComeBack) {
     host.Release();
 
     // Its thread ends inside the callback; another one may wait for that.
-    ASSERT_TRUE(g_terminating.Wait(kCap));
+    ASSERT_TRUE(g_terminating.Wait(kNoticeCap));
     m_hosts.UnregisterHost(&host);
     EXPECT_FALSE(hasReturned);
     EXPECT_EQ(1, host.calls);

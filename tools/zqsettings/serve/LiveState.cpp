@@ -7,7 +7,7 @@ namespace zq::tool {
 
 namespace {
 
-constexpr size_t kMostKept = 2000;
+constexpr size_t kMostEvents = 2000;
 constexpr size_t kMostKeptBytes = size_t{4} * 1024 * 1024;
 
 } // namespace
@@ -15,7 +15,7 @@ constexpr size_t kMostKeptBytes = size_t{4} * 1024 * 1024;
 void LiveState::Shelf::Put(Kept message) {
     m_bytes += message.text->size();
     m_messages.push_back(std::move(message));
-    while (!m_messages.empty() && (m_messages.size() > kMostKept || m_bytes > kMostKeptBytes)) {
+    while (!m_messages.empty() && (m_messages.size() > kMostEvents || m_bytes > kMostKeptBytes)) {
         m_bytes -= m_messages.front().text->size();
         m_messages.pop_front();
     }

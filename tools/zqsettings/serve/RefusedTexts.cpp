@@ -10,7 +10,7 @@ namespace zq::tool {
 
 namespace {
 
-constexpr size_t kMostKept = 10;
+constexpr size_t kMostTexts = 10;
 
 } // namespace
 
@@ -45,7 +45,7 @@ std::vector<RefusedTexts::Refused> RefusedTexts::Take() {
         }
         return true;
     });
-    m_kept.resize(std::min(m_kept.size(), kMostKept));
+    m_kept.resize(std::min(m_kept.size(), kMostTexts));
     return taken;
 }
 
