@@ -76,7 +76,10 @@ describe("the server", () => {
   });
 
   test("refuses a request with a body", async () => {
-    assert.equal((await request(server, { method: "POST", body: "x".repeat(100) })).status, 413);
+    // Also one that is still being sent when the answer comes.
+    for (const length of [100, 900_000]) {
+      assert.equal((await request(server, { method: "POST", body: "x".repeat(length) })).status, 413, `${length} bytes`);
+    }
   });
 
   test("refuses a header that is too long", async () => {
@@ -134,7 +137,6 @@ describe("the server", () => {
     const { result } = await client.ask("file", { file: kHmdList });
     const answer = await client.ask("write", { file: kHmdList, text: result.text.replace("501", "502"), hash: result.hash });
     assert.equal(answer.ok, true, answer.reason);
-    assert.ok(!existsSync(`${folder.file(kHmdList)}.part`));
     const { readdirSync } = await import("node:fs");
     assert.deepEqual(readdirSync(folder.path).sort(), [kHmdList, "ZQ2_QualityPreset.json", kSettings, "rejected"].sort());
     client.close();
@@ -195,7 +197,7 @@ describe("the server", () => {
     const seen = slow.messages.length;
     slow.socket._socket.resume();
     const isLast = (message) => message.kind === "state" && message.variables.some((each) => each.name === "Big.N7" && each.value === 12000007);
-    await until(() => slow.messages.slice(seen).some(isLast), "a state with the last values", 30000);
+    await until(() => slow.messages.slice(seen).some(isLast), "a state with the last values");
     folder.write(kSettings, content);
     slow.close();
     quick.close();

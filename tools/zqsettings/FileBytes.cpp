@@ -25,6 +25,26 @@ constexpr int kHeldTries = 25;
 
 bool IsHeld(DWORD error) { return error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION; }
 
+bool IsReadOnly(const fs::path& path) {
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0;
+}
+
+// Calls `replace`, which returns 0 or the system's error, again for half a second where somebody holds the
+// file: of some holders the system says no more than that access is denied.
+template <class Replace>
+DWORD ReplaceWhenFree(const fs::path& path, Replace replace) {
+    for (int attempt = 1;; ++attempt) {
+        const DWORD error = replace();
+        const bool mayBeHeld = IsHeld(error) || error == ERROR_UNABLE_TO_REMOVE_REPLACED ||
+                               (error == ERROR_ACCESS_DENIED && !IsReadOnly(path));
+        if (!mayBeHeld || attempt == kHeldTries) {
+            return error;
+        }
+        Sleep(kHeldPauseMilliseconds);
+    }
+}
+
 [[noreturn]] void Fail(const fs::path& path, const char* what, DWORD error) {
     throw Failure("the file " + Utf8FromPath(path) + ' ' + what + ": " + SystemErrorText(error));
 }
@@ -134,26 +154,38 @@ bool TemporaryFile::MoveToFree(const fs::path& path) {
     return false;
 }
 
-uint32_t TemporaryFile::Exchange(const fs::path& keptAs) {
-    if (ReplaceFileW(m_target.c_str(), m_path.c_str(), keptAs.c_str(), 0, nullptr, nullptr)) {
-        m_path.clear();
-        return ERROR_SUCCESS;
+void TemporaryFile::Replace() {
+    constexpr DWORD kFlags = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
+    const DWORD error = ReplaceWhenFree(m_target, [&]() -> DWORD {
+        return MoveFileExW(m_path.c_str(), m_target.c_str(), kFlags) ? DWORD{ERROR_SUCCESS} : GetLastError();
+    });
+    if (error != ERROR_SUCCESS) {
+        Fail(m_target, "cannot be replaced", error);
     }
-    const DWORD error = GetLastError();
+    m_path.clear();
+}
+
+void TemporaryFile::Exchange(const fs::path& keptAs) {
+    const DWORD error = ReplaceWhenFree(m_target, [&]() -> DWORD {
+        return ReplaceFileW(m_target.c_str(), m_path.c_str(), keptAs.c_str(), 0, nullptr, nullptr)
+                   ? DWORD{ERROR_SUCCESS}
+                   : GetLastError();
+    });
     // Half done: what was moved away goes back, unless somebody has put a file there meanwhile.
     if (error == ERROR_UNABLE_TO_MOVE_REPLACEMENT_2) {
         MoveFileExW(keptAs.c_str(), m_target.c_str(), 0);
     }
-    return error;
+    if (error != ERROR_SUCCESS) {
+        Fail(m_target, "cannot be replaced", error);
+    }
+    m_path.clear();
 }
 
 void ExchangeFile(const fs::path& path, std::string_view bytes, const fs::path& keptAs) {
     if (fs::exists(fs::symlink_status(keptAs))) {
         throw Failure("the file " + Utf8FromPath(keptAs) + " exists already");
     }
-    if (const DWORD error = TemporaryFile(path, bytes).Exchange(keptAs)) {
-        Fail(path, "cannot be replaced", error);
-    }
+    TemporaryFile(path, bytes).Exchange(keptAs);
 }
 
 } // namespace zq::tool

@@ -2,7 +2,6 @@
 // a new file never goes over an existing one, and an exchange keeps what it replaces.
 #pragma once
 
-#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -31,8 +30,11 @@ public:
 
     // Renames it. Returns false where something of that name exists; raises Failure where it cannot be moved.
     bool MoveToFree(const std::filesystem::path& path);
-    // Puts it in the place of its target, which is moved to `keptAs`. Returns 0 or the system's error.
-    uint32_t Exchange(const std::filesystem::path& keptAs);
+    // Puts it in the place of its target, a link there included, which is gone then. Raises Failure where
+    // that fails; the target is as it was then. A file that somebody holds is tried again for half a second.
+    void Replace();
+    // The same, but the target is moved to `keptAs`.
+    void Exchange(const std::filesystem::path& keptAs);
 
 private:
     std::filesystem::path m_target;
@@ -41,7 +43,7 @@ private:
 
 // Puts a file with these bytes in the place of `path` by one rename. What it replaces, whatever it is by
 // then, is moved to `keptAs`, which must not exist. Raises Failure where that fails; `path` is as it was
-// then.
+// then. A file that somebody holds is tried again for half a second.
 void ExchangeFile(const std::filesystem::path& path, std::string_view bytes,
                   const std::filesystem::path& keptAs);
 

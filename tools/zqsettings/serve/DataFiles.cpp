@@ -1,14 +1,14 @@
 #include "serve/DataFiles.h"
 
-#include "Failure.h"
+#include "FileBytes.h"
 #include "KeptFiles.h"
 #include "Text.h"
-#include "serve/RandomText.h"
 
 #include "check/FileCheck.h"
 #include "config/ConfigFile.h"
+#include "platform/FileTicks.h"
+#include "platform/Handle.h"
 
-#include <memory>
 #include <system_error>
 
 #include <windows.h>
@@ -21,21 +21,12 @@ namespace {
 
 constexpr uint64_t kLargestFile = uint64_t{16} * 1024 * 1024;
 
-struct CloseOpenHandle {
-    void operator()(HANDLE handle) const { CloseHandle(handle); }
-};
-using OpenHandle = std::unique_ptr<void, CloseOpenHandle>;
-
-OpenHandle Open(const fs::path& path, DWORD access, DWORD creation, DWORD flags) {
-    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    const HANDLE handle = CreateFileW(path.c_str(), access, kShareAll, nullptr, creation, flags, nullptr);
-    return OpenHandle(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
-}
-
 uint64_t Joined(DWORD high, DWORD low) { return uint64_t{high} << 32U | low; }
 
 std::optional<std::string> ReadBounded(const fs::path& path) {
-    const OpenHandle handle = Open(path, GENERIC_READ, OPEN_EXISTING, 0);
+    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const UniqueHandle handle = AdoptFileHandle(
+        CreateFileW(path.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr));
     LARGE_INTEGER size{};
     if (!handle || !GetFileSizeEx(handle.get(), &size) ||
         static_cast<uint64_t>(size.QuadPart) > kLargestFile) {
@@ -50,16 +41,6 @@ std::optional<std::string> ReadBounded(const fs::path& path) {
     }
     bytes.resize(read);
     return bytes;
-}
-
-void WriteNew(const fs::path& path, std::string_view bytes) {
-    const OpenHandle handle = Open(path, GENERIC_WRITE, CREATE_NEW, FILE_ATTRIBUTE_NORMAL);
-    DWORD written = 0;
-    if (!handle ||
-        !WriteFile(handle.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) ||
-        written != bytes.size() || !FlushFileBuffers(handle.get())) {
-        throw Failure("the folder " + Utf8FromPath(path.parent_path()) + " cannot be written");
-    }
 }
 
 } // namespace
@@ -87,8 +68,7 @@ std::pair<uint64_t, uint64_t> DataFiles::Stamp(ConfigFile file) const {
     if (!GetFileAttributesExW(PathOf(file).c_str(), GetFileExInfoStandard, &data)) {
         return {0, 0};
     }
-    return {Joined(data.nFileSizeHigh, data.nFileSizeLow),
-            Joined(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime)};
+    return {Joined(data.nFileSizeHigh, data.nFileSizeLow), TicksOf(data.ftLastWriteTime)};
 }
 
 DataFileState DataFiles::StateOf(ConfigFile file) const {
@@ -106,19 +86,7 @@ DataFileState DataFiles::StateOf(ConfigFile file) const {
 }
 
 void DataFiles::Write(ConfigFile file, std::string_view bytes) const {
-    const fs::path path = PathOf(file);
-    const fs::path part = path.native() + L"." + WideFromUtf8(RandomHex()) + L".part";
-    std::error_code ignored;
-    try {
-        WriteNew(part, bytes);
-        if (!MoveFileExW(part.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
-            throw Failure("the file " + Utf8FromPath(path) +
-                          " cannot be replaced: it is in use or read-only");
-        }
-    } catch (const Failure&) {
-        fs::remove(part, ignored);
-        throw;
-    }
+    TemporaryFile(PathOf(file), bytes).Replace();
 }
 
 std::vector<FileCopy> DataFiles::Copies() const {
@@ -131,8 +99,7 @@ std::vector<FileCopy> DataFiles::Copies() const {
         }
         const std::optional<std::string> bytes = ReadBounded(path);
         copies.push_back({Utf8FromWide(kept.folder) + '/' + Utf8FromWide(kept.name), kept.file,
-                          Joined(data.nFileSizeHigh, data.nFileSizeLow),
-                          Joined(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime),
+                          Joined(data.nFileSizeHigh, data.nFileSizeLow), TicksOf(data.ftLastWriteTime),
                           bytes && WouldLoad(kept.file, *bytes)});
     }
     return copies;

@@ -41,7 +41,8 @@ public:
     DataFileState StateOf(ConfigFile file) const;
 
     // The whole file, by a new temporary file beside it and a rename; a link in its place is replaced, not
-    // followed. Raises Failure, and the file is as it was then.
+    // followed. A file that somebody holds is tried again for half a second. Raises Failure, and the file is
+    // as it was then.
     void Write(ConfigFile file, std::string_view bytes) const;
 
     // The newest first.

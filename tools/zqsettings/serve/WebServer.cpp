@@ -13,6 +13,7 @@
 #include <boost/beast/http.hpp>
 #include <boost/beast/websocket.hpp>
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <map>
@@ -33,6 +34,7 @@ using ErrorCode = beast::error_code;
 constexpr size_t kMostConnections = 256;
 constexpr size_t kMostHeaderBytes = size_t{8} * 1024;
 constexpr size_t kMostMessageBytes = size_t{16} * 1024 * 1024;
+constexpr size_t kMostDiscardedBytes = size_t{1024} * 1024;
 constexpr std::chrono::seconds kHttpTimeout(15);
 
 using Request = http::request<http::empty_body>;
@@ -288,12 +290,28 @@ private:
             } else {
                 ErrorCode ignored;
                 self->m_stream.socket().shutdown(tcp::socket::shutdown_send, ignored);
+                self->m_stream.expires_after(kHttpTimeout);
+                self->DiscardRest();
             }
         });
     }
 
+    // Closing a socket that has unread data resets the connection, and the client may lose the answer. So
+    // what it is still sending is read until it closes its side as well.
+    void DiscardRest() {
+        m_stream.async_read_some(asio::buffer(m_discarded),
+                                 [self = shared_from_this()](ErrorCode error, size_t count) {
+                                     self->m_discardedBytes += count;
+                                     if (!error && self->m_discardedBytes < kMostDiscardedBytes) {
+                                         self->DiscardRest();
+                                     }
+                                 });
+    }
+
     beast::tcp_stream m_stream;
     beast::flat_buffer m_buffer{kMostHeaderBytes};
+    std::array<char, 4096> m_discarded;
+    size_t m_discardedBytes = 0;
     std::optional<http::request_parser<http::empty_body>> m_parser;
     std::optional<Response> m_response;
     Site& m_site;
