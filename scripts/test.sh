@@ -130,6 +130,11 @@ failed_step() {
   grep -lx failed "$states"/* | head -n 1 | sed 's|.*/||' || true
 }
 
+# What each failed test of CTest's log FILE printed.
+output_of_failed_tests() {
+  awk '/^ *[0-9]+\/[0-9]+ Test +#/ { isFailed = /\*\*\*/ } /^ +Start +[0-9]+: / || /tests passed, / { isFailed = 0 } isFailed' "$1"
+}
+
 while [[ -z $(failed_step) && -n $(running_lanes) ]]; do
   show_progress
   sleep 0.5
@@ -141,6 +146,8 @@ name=$(failed_step)
 if [[ -n $name ]]; then
   printf '%-17s FAILED\n' "$name"
   tail -n 80 "$logs/$name.log"
+  # Once more at the end, which is read first.
+  output_of_failed_tests "$logs/$name.log" | tail -n 40
   fail "$name failed; $logs/$name.log has all of its output."
 fi
 for lane in "${lanes[@]}"; do

@@ -11,8 +11,17 @@ export const kSettings = "ZQ2_serverSetting.setting";
 export const kHmdList = "ZQ2_HmdList.json";
 export const kQuality = "ZQ2_QualityPreset.json";
 
+// Only a failing test waits this long: much more than a machine that also builds and tests needs.
+const kWaitCap = Number(process.env.ZQ_WAIT_CAP ?? 60_000);
 const kStartCap = 30_000;
-const kWaitCap = Number(process.env.ZQ_WAIT_CAP ?? 10_000);
+
+// Speeds and delays are held only where nobody else uses the machine, in scripts/soak.sh, and printed everywhere.
+export function checkFigure(isMet, what) {
+  console.log(`# ${what}${isMet ? "" : ": missed"}`);
+  if (process.env.ZQ_FIGURES === "1" && !isMet) {
+    throw new Error(`missed: ${what}`);
+  }
+}
 
 // Waits for an event, never for a time: calls `look` until it returns something true.
 export async function until(look, what, cap = kWaitCap) {
@@ -128,6 +137,7 @@ export async function startBrowser() {
   return puppeteer.launch({
     executablePath: process.env.ZQ_CHROMIUM ?? "/usr/bin/chromium",
     headless: true,
+    timeout: kWaitCap,
     args: [
       "--no-sandbox",
       "--disable-gpu",
@@ -152,7 +162,7 @@ export async function openPage(browser, server, hash = "", { width = 1280, heigh
   page.on("console", (message) => message.type() === "error" && page.faults.push(message.text()));
   await page.setViewport({ width, height });
   await page.emulateMediaFeatures([{ name: "prefers-color-scheme", value: theme }]);
-  await page.goto(server.address + hash, { waitUntil: "load" });
+  await page.goto(server.address + hash, { waitUntil: "load", timeout: kWaitCap });
   await seen(page, ".status.good, .status.warn");
   return page;
 }

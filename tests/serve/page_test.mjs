@@ -5,7 +5,7 @@ import net from "node:net";
 import { createRequire } from "node:module";
 import { join } from "node:path";
 import { after, before, describe, test } from "node:test";
-import { DataFolder, goTo, kHmdList, killServers, kQuality, kSettings, openPage, seen, Server, startBrowser, until } from "./harness.mjs";
+import { checkFigure, DataFolder, goTo, kHmdList, killServers, kQuality, kSettings, openPage, seen, Server, startBrowser, until } from "./harness.mjs";
 import { Client } from "./protocol.mjs";
 
 const build = process.env.ZQ_BUILD;
@@ -79,7 +79,7 @@ describe("the page", () => {
     folder.remove();
   });
 
-  test("is painted within 300 ms", async () => {
+  test("is painted soon", async () => {
     // The best of three: others use this machine too.
     const times = [];
     for (let i = 0; i < 3; i++) {
@@ -87,11 +87,10 @@ describe("the page", () => {
       times.push(await first.evaluate(() => performance.getEntriesByName("first-contentful-paint")[0].startTime));
       await first.close();
     }
-    console.log(`# first paint after ${times.map((time) => time.toFixed(0)).join(", ")} ms`);
-    assert.ok(Math.min(...times) < 300, `${times} ms`);
+    checkFigure(Math.min(...times) < 300, `first paint after ${times.map((time) => time.toFixed(0)).join(", ")} ms`);
   });
 
-  test("shows an edit on disk within 100 ms, with the old value", async () => {
+  test("shows an edit on disk, with the old value", async () => {
     await goTo(page, "variables");
     await search(page, "Settings.CurrentBitrate");
     await untilText(page, "[data-name]", /70/);
@@ -110,19 +109,14 @@ describe("the page", () => {
       );
       return drawn - written;
     };
-    // Rewritten and renamed over in turn. Up to ten rounds: others use this machine too, and hold one up now and then.
+    // Rewritten and renamed over in turn.
     let number = 80;
-    const rounds = [];
-    while (rounds.length < 10 && !rounds.some((times) => Math.max(...times) < 100)) {
-      const times = [];
-      for (let i = 0; i < 10; i++) {
-        times.push(await shown(++number, (text) => (i % 2 === 0 ? folder.write(kSettings, text) : folder.replace(kSettings, text))));
-      }
-      console.log(`# edit to page: ${times.sort((a, b) => a - b).join(", ")} ms`);
-      rounds.push(times);
+    const times = [];
+    for (let i = 0; i < 10; i++) {
+      times.push(await shown(++number, (text) => (i % 2 === 0 ? folder.write(kSettings, text) : folder.replace(kSettings, text))));
     }
     assert.match(await value(page, "Settings.CurrentBitrate"), new RegExp(`${number - 1} → ${number}`));
-    assert.ok(rounds.some((times) => Math.max(...times) < 100), `the longest of each round: ${rounds.map((times) => Math.max(...times))}`);
+    checkFigure(Math.max(...times) < 100, `edit to page: ${times.sort((a, b) => a - b).join(", ")} ms`);
   });
 
   test("marks what differs from the default, and puts it back", async () => {
@@ -439,7 +433,7 @@ describe("the page", () => {
     await Promise.all(tabs.map((tab) => tab.close()));
   });
 
-  test("keeps up with 1,000 changes a second", async () => {
+  test("keeps up with many changes", async () => {
     await goTo(page, "variables");
     await search(page, "Many.N999");
     const content = (round) => JSON.stringify(Object.fromEntries(Array.from({ length: 1000 }, (_, i) => [`Many.N${i}`, round * 10000 + i])));
@@ -454,8 +448,7 @@ describe("the page", () => {
       lags.push(Date.now() - written);
     }
     const perSecond = 4000 / ((Date.now() - start) / 1000);
-    console.log(`# ${perSecond.toFixed(0)} changes a second; each batch of 1,000 seen after ${lags.join(", ")} ms`);
-    assert.ok(perSecond > 1000, `${perSecond}`);
+    checkFigure(perSecond > 1000, `${perSecond.toFixed(0)} changes a second; each batch of 1,000 seen after ${lags.join(", ")} ms`);
   });
 });
 
@@ -538,12 +531,12 @@ describe("--look", () => {
 });
 
 describe("100,000 variables", () => {
-  test("are searched and scrolled without a stutter", async () => {
+  test("are searched and scrolled", async () => {
     const folder = new DataFolder();
     folder.write(kSettings, JSON.stringify(Object.fromEntries(Array.from({ length: 100000 }, (_, i) => [`Wide.Name${i}`, i % 2 === 0]))));
     const server = await Server.start(build, folder);
     const page = await openPage(browser, server);
-    await untilText(page, ".count", /100,\d\d\d variables/, 30000);
+    await untilText(page, ".count", /100,\d\d\d variables/);
     const frames = await page.evaluate(
       () =>
         new Promise((resolve) => {
@@ -560,9 +553,9 @@ describe("100,000 variables", () => {
         }),
     );
     const sorted = [...frames].sort((a, b) => a - b);
-    console.log(`# frames while scrolling: median ${sorted[44].toFixed(1)} ms, 95 % under ${sorted[84].toFixed(1)} ms, ${await page.$$eval(".grid-row", (rows) => rows.length)} rows drawn`);
-    assert.ok((await page.$$(".grid-row")).length < 100);
-    assert.ok(sorted[44] < 34, `${sorted[44]} ms`);
+    const drawn = (await page.$$(".grid-row")).length;
+    assert.ok(drawn < 100, `${drawn} rows`);
+    checkFigure(sorted[44] < 34, `frames while scrolling: median ${sorted[44].toFixed(1)} ms, 95 % under ${sorted[84].toFixed(1)} ms, ${drawn} rows drawn`);
     await search(page, "Name99999");
     await untilText(page, ".found", /^1 found/);
     await page.close();

@@ -24,7 +24,7 @@ class Watch {
     watch.lines = () => text.split("\n").slice(0, -1);
     Object.defineProperty(watch, "messages", { get: () => watch.lines().map((line) => JSON.parse(line)) });
     // It watches from here on.
-    await until(() => watch.messages.find((message) => /CreateFile to programdata folder/.test(message.text)), "watch has begun", 30_000);
+    await until(() => watch.messages.find((message) => /CreateFile to programdata folder/.test(message.text)), "watch has begun");
     return watch;
   }
   async stop() {

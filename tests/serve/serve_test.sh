@@ -20,4 +20,5 @@ fi
 "$here/../../web/install.sh" "$here"
 [[ $# -gt 0 ]] || set -- "$here"/*_test.mjs
 # One after the other: two processors are few for a browser and two servers.
-exec node --test --test-concurrency=1 "$@"
+# The reporter lists what failed at the end.
+exec node --test --test-concurrency=1 --test-reporter=spec "$@"
