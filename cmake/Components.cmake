@@ -16,6 +16,10 @@ function(zq_component target)
   if(ARG_SMALL)
     zq_compile_small(${target})
   endif()
+  # What is measured does not depend on its neighbours.
+  if(ARG_SMALL OR NOT ZQ_RELEASE_IMAGES)
+    zq_compile_in_batches(${target})
+  endif()
   if(ZQ_HARDENED)
     # The tests repeat this code thousands of times; unoptimised and checked, it takes three times as long.
     target_compile_options(${target} PRIVATE -O1)

@@ -41,13 +41,11 @@ function(zq_release_image target description)
   if(NOT ZQ_RELEASE_IMAGES)
     return()
   endif()
-  # lld leaves out what nothing calls, a third of the DLL. Paths are relative to the folder of the build, where the linker
+  # What nothing calls is left out, a third of the DLL. Paths are relative to the folder of the build, where the linker
   # runs: an absolute one would name this machine. The image names its PDB without a folder.
   target_link_options(
     ${target}
     PRIVATE
-    -fno-use-linker-plugin
-    "SHELL:-wrapper ${PROJECT_SOURCE_DIR}/cmake/link-with-lld.sh"
     -Wl,--gc-sections
     -Wl,--pdb=bin/${target}.pdb
     -Wl,-Xlink=-debug:ghash
@@ -61,8 +59,7 @@ function(zq_release_image target description)
     COMMAND ${ZQ_OBJCOPY} --strip-debug $<TARGET_FILE:${target}>
     COMMAND ${PROJECT_SOURCE_DIR}/cmake/pe-checksum.pl $<TARGET_FILE:${target}>
     VERBATIM)
-  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/link-with-lld.sh
-                                                ${PROJECT_SOURCE_DIR}/cmake/pe-checksum.pl)
+  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/pe-checksum.pl)
   set_property(TARGET ${target} APPEND PROPERTY ADDITIONAL_CLEAN_FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${target}.pdb)
 endfunction()
 

@@ -2,8 +2,8 @@
 # Analyses the sources of src/, tools/ and tests/ with clang-tidy: scripts/tidy.sh [--all | --record]
 #   --all      also analyses sources that have not changed since they last passed
 #   --record   analyses the changed sources, then writes scripts/tidy-passed.txt, so that a new machine need not analyse them
-# Remembers the sources that passed in the user's cache folder, so that a new clone can use the results. Needs the builds
-# release and threads: their records of what each source includes determine which sources have changed.
+# Remembers the sources that passed in the user's cache folder, so that a new clone can use the results. Each source
+# is analysed by itself, which also shows a header that only its batch includes. Needs the build release, which makes a header.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '--all --record' "$@"
 
@@ -11,31 +11,8 @@ cd "$root"
 recorded=scripts/tidy-passed.txt
 clean=${XDG_CACHE_HOME:-$HOME/.cache}/zqmodsettings/tidy
 mkdir -p "$clean" build/tidy
-for preset in release threads; do
-  [[ -f build/$preset/build.ninja ]] ||
-    fail "there is no build of $preset; run: cmake --preset $preset && cmake --build --preset $preset."
-done
-
-# sources_with_headers PRESET: a line for each source, the source, then the project's headers that it includes.
-sources_with_headers() {
-  ninja -C "build/$1" -t deps | awk -v root="$root/" '
-    function flush() {
-      if (source ~ /^(src|tools|tests)\/.*\.cpp$/) print source headers
-      source = ""
-      headers = ""
-    }
-    /^[^ ]/ { flush(); next }
-    /^ / {
-      path = $1 # whole, or relative to the folder of the build
-      if (path ~ /^include\//) path = "build/release/" path # what the build makes
-      sub(/^\.\.\/\.\.\//, "", path)
-      if (index(path, root) == 1) path = substr(path, length(root) + 1)
-      sub(/^(build\/[^\/]*\/)?components\/[^\/]*\//, "src/", path)
-      if (path ~ /\.cpp$/) source = path
-      else if (path ~ /^(include|src|tools|tests|build\/release\/include)\//) headers = headers " " path
-    }
-    END { flush() }' | sort -u
-}
+[[ -f build/release/include/ZQSettingsKeys.hpp ]] ||
+  fail "there is no build of release; run: cmake --preset release && cmake --build --preset release."
 
 library=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-libgcc-file-name)")/include/c++
 compiler_arguments=(-std=c++20 --target=x86_64-w64-mingw32 -Wall -Wextra -Wthread-safety -Wno-ambiguous-reversed-operator
@@ -75,10 +52,10 @@ analyse() {
 }
 export -f analyse
 
-# Without those for the Microsoft ABI, which have no C++ library of their own here.
+# Without those for the Microsoft ABI, which have no C++ library of their own here, and those that only other builds compile.
 sources() {
-  sources_with_headers release | grep -vE '^tests/(abi/|comfort/Microsoft)'
-  sources_with_headers threads | grep '^tests/concurrency/'
+  find src tools tests -name node_modules -prune -o -name '*.cpp' -print |
+    grep -vE '^tests/(abi|fuzz|package)/|^tests/comfort/(Microsoft|WrongUses)|Portable\.cpp$' | sort
 }
 
 declare -A passed
@@ -100,7 +77,7 @@ while read -r source included; do
     cat "${configurations[@]}" "$source" "${headers[@]}") | sha256sum | cut -c1-32)
   marks+=("$hash")
   [[ (-f $clean/$hash || -n ${passed[$hash]:-}) && -z ${options[--all]:-} ]] || changed+=("$source" "$clean/$hash")
-done < <(sources)
+done < <(sources | xargs scripts/includes.py)
 
 total=$((${#changed[@]} / 2))
 for ((i = 0; i < total; i++)); do
