@@ -33,6 +33,16 @@ function(zq_compile_small target)
   endif()
 endfunction()
 
+# zq_link_with_lld(<target>): in a fraction of a second, which takes the compiler's own linker up to twenty, and without what
+# nothing calls if asked.
+function(zq_link_with_lld target)
+  if(WIN32)
+    set(wrapper ${PROJECT_SOURCE_DIR}/cmake/link-with-lld.sh)
+    target_link_options(${target} PRIVATE -fno-use-linker-plugin "SHELL:-wrapper ${wrapper}")
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${wrapper})
+  endif()
+endfunction()
+
 # zq_release_image(<target> <description>): gives <target> its version resource, and in release builds links it as it is
 # shipped; its symbols are bin/<name>.pdb.
 function(zq_release_image target description)
@@ -41,6 +51,7 @@ function(zq_release_image target description)
   if(NOT ZQ_RELEASE_IMAGES)
     return()
   endif()
+  zq_link_with_lld(${target})
   # What nothing calls is left out, a third of the DLL. Paths are relative to the folder of the build, where the linker
   # runs: an absolute one would name this machine. The image names its PDB without a folder.
   target_link_options(

@@ -10,13 +10,10 @@ endif()
 
 if(WIN32)
   target_compile_definitions(zq_options INTERFACE UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00)
-  # lld links in a fraction of a second what takes the compiler's own linker up to twenty.
   target_link_options(
     zq_options
     INTERFACE
     -static
-    -fno-use-linker-plugin
-    "SHELL:-wrapper ${PROJECT_SOURCE_DIR}/cmake/link-with-lld.sh"
     -Wl,--dynamicbase
     -Wl,--high-entropy-va
     -Wl,--nxcompat)

@@ -21,7 +21,7 @@ for program in portable_tests core_tests system_tests tool_tests; do
   scripts/run-tests.sh "build/$preset/bin/$program.exe" --gtest_brief=1 --gtest_filter="$filter"
 done
 # The speeds and delays of the dashboard, then 1,000 changes a second for ten minutes or ZQ_SERVE_SOAK_SECONDS.
-ZQ_FIGURES=1 tests/serve/serve_test.sh "build/$preset"
+tests/serve/serve_test.sh "build/$preset"
 tests/serve/serve_test.sh "build/$preset" tests/serve/soak.mjs
 if [[ $filter == "*" ]]; then
   scripts/tidy.sh --all

@@ -5,7 +5,7 @@ import net from "node:net";
 import { createRequire } from "node:module";
 import { join } from "node:path";
 import { after, before, describe, test } from "node:test";
-import { checkFigure, DataFolder, goTo, kHmdList, killServers, kQuality, kSettings, openPage, seen, Server, startBrowser, until } from "./harness.mjs";
+import { checkFigure, DataFolder, goTo, isLong, kHmdList, killServers, kQuality, kSettings, openPage, seen, Server, startBrowser, until } from "./harness.mjs";
 import { Client } from "./protocol.mjs";
 
 const build = process.env.ZQ_BUILD;
@@ -418,17 +418,17 @@ describe("the page", () => {
     assert.ok(shift < 0.01, `${shift}`);
   });
 
-  test("is shown in 50 tabs at once", async () => {
+  test("is shown in many tabs at once", async () => {
     const tabs = [];
-    for (let i = 0; i < 50; i++) {
+    for (let i = 0; i < (isLong ? 50 : 12); i++) {
       tabs.push(await openPage(browser, server, "#variables/Settings.CurrentBitrate"));
     }
     const opened = await Promise.all(tabs.map((tab) => seen(tab, ".editor input")));
-    assert.equal(opened.length, 50);
+    assert.equal(opened.length, tabs.length);
     const edited = Date.now();
     folder.edit(kSettings, ...bitrate(55));
     await Promise.all(tabs.map((tab) => until(() => tab.$eval(".editor input", (input) => input.value === "55"), "the tab shows 55")));
-    console.log(`# 50 tabs show an edit after ${Date.now() - edited} ms`);
+    console.log(`# ${tabs.length} tabs show an edit after ${Date.now() - edited} ms`);
     tabs.forEach((tab) => assert.deepEqual(tab.faults, []));
     await Promise.all(tabs.map((tab) => tab.close()));
   });

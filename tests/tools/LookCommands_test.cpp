@@ -176,7 +176,7 @@ TEST_F(LookCommands, TakeAnyFolderWithTheFilesInIt) {
 
 TEST_F(LookCommands, UseTheFolderThatTheEnvironmentNames) {
     SetEnvironmentVariableW(L"ZQ_DATA_DIR", m_folders.CommonDataDir().c_str());
-    const ToolRun run = RunTool(L"get Level --defaults \"" + m_folders.DefaultDir() + L'"');
+    const ToolRun run = RunProgram(L"get Level --defaults \"" + m_folders.DefaultDir() + L'"');
     SetEnvironmentVariableW(L"ZQ_DATA_DIR", nullptr);
 
     EXPECT_EQ("7\n", run.output);

@@ -1,5 +1,7 @@
 #include "tools/RunTool.h"
 
+#include "tools/RunCommand.h"
+
 #include "support/win32/ChildProcess.h"
 #include "support/win32/Folders.h"
 
@@ -21,6 +23,14 @@ HANDLE CreateInheritable(const std::filesystem::path& file) {
 } // namespace
 
 ToolRun RunTool(const std::wstring& arguments) {
+#ifdef ZQ_TOOL_IN_PROCESS
+    return RunCommand(arguments);
+#else
+    return RunProgram(arguments);
+#endif
+}
+
+ToolRun RunProgram(const std::wstring& arguments) {
     const TempFolder folder;
     STARTUPINFOW startup = {};
     startup.cb = sizeof(startup);

@@ -10,7 +10,8 @@ namespace zq::test {
 // Unloaded and removed by the destructor; the objects that it made must be destroyed before.
 //
 // REQUIRES: no host's thread was terminated in this process before. Wine then fails to load an image with
-// thread-local storage. Tests run in the reverse order of their files' names, so Hosts_test.cpp comes later.
+// thread-local storage. Tests run in the reverse order of their objects' linking: those of batches come
+// later.
 class FreshDll {
 public:
     FreshDll() {
