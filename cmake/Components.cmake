@@ -16,13 +16,16 @@ function(zq_component target)
   if(ARG_SMALL)
     zq_compile_small(${target})
   endif()
-  # What is measured does not depend on its neighbours.
+  # Where speed counts, code does not depend on its neighbours.
   if(ARG_SMALL OR NOT ZQ_RELEASE_IMAGES)
     zq_compile_in_batches(${target})
   endif()
   if(ZQ_HARDENED)
     # The tests repeat this code thousands of times; unoptimised and checked, it takes three times as long.
     target_compile_options(${target} PRIVATE -O1)
+  endif()
+  if(ZQ_FUZZ)
+    target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
   endif()
   if(ZQ_COVERAGE)
     target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic)

@@ -46,9 +46,6 @@ if(ZQ_SANITIZE)
 endif()
 
 option(ZQ_FUZZ "The fuzz targets; native builds with clang only" OFF)
-if(ZQ_FUZZ)
-  target_compile_options(zq_options INTERFACE -fsanitize=fuzzer-no-link)
-endif()
 
 if(ZQ_THREADS)
   target_compile_options(zq_options INTERFACE -fsanitize=thread -fno-omit-frame-pointer

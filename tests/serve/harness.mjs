@@ -37,7 +37,7 @@ export async function until(look, what, cap = kWaitCap) {
     if (Date.now() > end) {
       throw new Error(`this did not happen within ${cap} ms: ${what}`);
     }
-    await new Promise((resolve) => setTimeout(resolve, 5));
+    await new Promise((resolve) => setTimeout(resolve, 15));
   }
 }
 
