@@ -51,7 +51,7 @@ build_lane() {
 
 test_preset() {
   after "$1-build"
-  step "$1-test" ctest --preset "$1" -j $((2 * processors))
+  step "$1-test" ctest --preset "$1" -j "$processors"
 }
 
 release_lane() {

@@ -17,6 +17,7 @@
 #include <cwchar>
 #include <fstream>
 #include <functional>
+#include <mutex>
 #include <shared_mutex>
 #include <string>
 #include <thread>
@@ -77,6 +78,18 @@ public:
 
     std::atomic<bool> isRegistered{false};
     std::atomic<long> late{0};
+};
+
+// Not std::shared_mutex: MinGW's fails now and then where two threads are the first to lock it.
+class SharedMutex {
+public:
+    void lock() { AcquireSRWLockExclusive(&m_lock); }
+    void unlock() { ReleaseSRWLockExclusive(&m_lock); }
+    void lock_shared() { AcquireSRWLockShared(&m_lock); }
+    void unlock_shared() { ReleaseSRWLockShared(&m_lock); }
+
+private:
+    SRWLOCK m_lock = SRWLOCK_INIT;
 };
 
 struct Resources {
@@ -235,7 +248,7 @@ protected:
     SoakListener m_listener;
     Module m_module;
     Module m_other; // another object, which packets go to
-    std::shared_mutex m_work;
+    SharedMutex m_work;
     std::vector<std::thread> m_threads;
     std::atomic<bool> m_isOver{false};
     std::atomic<long> m_sent{0};
