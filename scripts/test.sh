@@ -49,26 +49,27 @@ build_lane() {
   step tidy scripts/tidy.sh
 }
 
+# test_preset PRESET COUNT: so many tests side by side. Tests under Wine mostly wait, but not when all lanes run many of them.
 test_preset() {
   after "$1-build"
-  step "$1-test" ctest --preset "$1" -j "$processors"
+  step "$1-test" ctest --preset "$1" -j "$2"
 }
 
 release_lane() {
   step wine-prefix scripts/wine-run.sh cmd /c exit
-  test_preset release
+  test_preset release $((2 * processors))
 }
 
 native_lane() {
-  test_preset native
+  test_preset native "$processors"
   step fuzz scripts/fuzz.sh --runs 3000
-  test_preset threads
+  test_preset threads "$processors"
 }
 
 # Uses a separate Wine server: a server handles one call at a time, and the tests count what they leave in temporary folders.
 debug_lane() {
   export ZQ_WINEPREFIX=$root/build/wine-debug
-  test_preset debug
+  test_preset debug "$processors"
 }
 
 # The steps that are running, each with the last count of its output: 12/340 of a build, 3/15 of its tests.

@@ -67,20 +67,29 @@ expect_line() {
   tr -d '\r' <"$1" | grep -qxF "$2" || fail "$1 has no line \"$2\": $(cat "$1")"
 }
 
+# Wine's desktop process keeps the output of whichever program started it open, for minutes at times: not a pipe, whose reader
+# would wait.
+run_program() {
+  local code=0
+  "$root/scripts/wine-run.sh" "$@" 2>program.errors || code=$?
+  cat program.errors >&2
+  return "$code"
+}
+
 build_example host
 mkdir data
-"$root/scripts/wine-run.sh" host/example_host.exe data >host.log || fail "the host ended with $?: $(cat host.log)"
+run_program host/example_host.exe data >host.log || fail "the host ended with $?: $(cat host.log)"
 for line in 'Settings.CurrentBitrate is 70' 'changed: Settings.CurrentBitrate' 'Settings.CurrentBitrate is 100' \
   'a file was read again: any variable may have changed' 'Settings.CurrentBitrate is 90' \
   'a packet of all variables is whole' 'ZQModSettings 2: DoRelease end'; do
   expect_line host.log "$line"
 done
-"$root/scripts/wine-run.sh" host/example_host.exe "C:\\nowhere" >host.log 2>&1 && fail "the host runs without a folder"
+run_program host/example_host.exe "C:\\nowhere" >host.log 2>&1 && fail "the host runs without a folder"
 grep -qF 'the data folder "C:\nowhere\ZQserver" cannot be made' host.log || fail "the host's error is not clear: $(cat host.log)"
 
 # The integration that the guide begins with, which is to stay short.
 build_example quickstart -DCMAKE_EXE_LINKER_FLAGS=-static
-(cd quickstart && echo | "$root/scripts/wine-run.sh" quickstart.exe >../quickstart.log) || fail "the quickstart ended with $?"
+(cd quickstart && echo | run_program quickstart.exe >../quickstart.log) || fail "the quickstart ended with $?"
 expect_line quickstart.log '70 Mbit/s'
 lines=$(cat "$package"/examples/quickstart/* | grep -c '[^[:space:]]')
 [[ $lines -le 25 ]] || fail "the quickstart has $lines lines, more than 25"
@@ -89,7 +98,7 @@ lines=$(cat "$package"/examples/quickstart/* | grep -c '[^[:space:]]')
 x86_64-w64-mingw32-g++-posix -std=c++14 -static -Wall -Wextra -Werror -DZQ_NO_IMPORT -I "$package/include" \
   "$root/tests/package/ImageHost.cpp" -o image_host.exe
 cp "$package/bin/ZQModSettings.dll" .
-"$root/scripts/wine-run.sh" image_host.exe >image_host.log || fail "the host of the same tool chain: $(cat image_host.log)"
+run_program image_host.exe >image_host.log || fail "the host of the same tool chain: $(cat image_host.log)"
 
 # Microsoft's ABI and import library. There is no run-time library for it here, so the host is a small one.
 cat >small.cpp <<'HOST'
@@ -112,5 +121,5 @@ clang++-14 --target=x86_64-pc-windows-msvc -fms-compatibility-version=19.29 -std
 lld-link-14 /nologo /nodefaultlib /entry:HostMain /subsystem:console /out:small.exe small.obj \
   "$package/lib/ZQModSettings.lib"
 code=0
-"$root/scripts/wine-run.sh" small.exe || code=$?
+run_program small.exe >small.log || code=$?
 [[ $code -eq 7 ]] || fail "the host for Microsoft's ABI ended with $code instead of 7"

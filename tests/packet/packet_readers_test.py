@@ -104,10 +104,15 @@ def read_in_python(packet):
 
 
 def run(command, folder):
-    done = subprocess.run(command, cwd=folder, capture_output=True, text=True, timeout=100)
-    if done.returncode != 0:
-        sys.exit(f"{command[0]} ended with {done.returncode}: {done.stdout}{done.stderr}")
-    return done.stdout
+    # Not into pipes: Wine's desktop process may keep those of the program that started it open for minutes.
+    with tempfile.TemporaryFile("w+") as output, tempfile.TemporaryFile("w+") as errors:
+        done = subprocess.run(command, cwd=folder, stdin=subprocess.DEVNULL, stdout=output, stderr=errors, timeout=100)
+        output.seek(0)
+        errors.seek(0)
+        printed = output.read()
+        if done.returncode != 0:
+            sys.exit(f"{command[0]} ended with {done.returncode}: {printed}{errors.read()}")
+    return printed
 
 
 def typescript(folder):
