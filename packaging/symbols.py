@@ -51,4 +51,4 @@ def linked_files(pdb: Path) -> set[str]:
 
 def source_files(pdb: Path) -> set[str]:
     """The source files that gave the image its lines, relative, with slashes."""
-    return {name.replace("\\", "/") for name in re.findall(r"^(\S.*) \(MD5: \w+\)$", dump(pdb, "-l"), re.M)}
+    return {name.replace("\\", "/") for name in re.findall(r"^- \(MD5: \w+\) (\S.*)$", dump(pdb, "-files"), re.M)}
