@@ -80,6 +80,15 @@ export class DataFolder {
   }
 }
 
+// Starts zqsettings.exe; `onOutput` gets what it prints. Wine's desktop process keeps the output of whichever program started it
+// open, for minutes at times: this process does not wait for its end.
+export function startTool(build, words, onOutput, onErrors) {
+  const tool = spawn(join(root, "scripts/wine-run.sh"), [join(build, "bin/zqsettings.exe"), ...words], { stdio: ["ignore", "pipe", "pipe"] });
+  tool.stdout.on("data", onOutput).unref();
+  tool.stderr.on("data", onErrors).unref();
+  return tool;
+}
+
 const servers = new Set();
 
 // For the end of a test file: a test that fails leaves its server running, and this process would wait for it.
@@ -104,16 +113,11 @@ export class Server {
   }
   constructor(build, folder, options) {
     const data = folder ? ["--data", `Z:${folder.path.replaceAll("/", "\\")}`] : [];
-    this.process = spawn(
-      join(root, "scripts/wine-run.sh"),
-      [join(build, "bin/zqsettings.exe"), "serve", ...data, ...options],
-      { stdio: ["ignore", "pipe", "pipe"] },
-    );
-    servers.add(this);
     this.output = "";
+    const keep = (text) => (this.output += text);
+    this.process = startTool(build, ["serve", ...data, ...options], keep, keep);
+    servers.add(this);
     this.hasEnded = false;
-    this.process.stdout.on("data", (data) => (this.output += data));
-    this.process.stderr.on("data", (data) => (this.output += data));
     this.ended = new Promise((resolve) => this.process.on("exit", resolve));
     this.ended.then(() => (this.hasEnded = true));
   }

@@ -1,10 +1,8 @@
 // "watch --json" and "serve" send the same messages of the same events.
 import assert from "node:assert/strict";
-import { spawn } from "node:child_process";
 import { unlinkSync } from "node:fs";
-import { join } from "node:path";
 import { after, test } from "node:test";
-import { DataFolder, kHmdList, killServers, kQuality, kSettings, root, Server, until } from "./harness.mjs";
+import { DataFolder, kHmdList, killServers, kQuality, kSettings, Server, startTool, until } from "./harness.mjs";
 import { Client } from "./protocol.mjs";
 
 const build = process.env.ZQ_BUILD;
@@ -13,13 +11,9 @@ after(killServers);
 class Watch {
   static async start(folder) {
     const watch = new Watch();
-    watch.process = spawn(
-      join(root, "scripts/wine-run.sh"),
-      [join(build, "bin/zqsettings.exe"), "watch", "--json", "--data", `Z:${folder.path.replaceAll("/", "\\")}`],
-      { stdio: ["ignore", "pipe", "inherit"] },
-    );
     let text = "";
-    watch.process.stdout.on("data", (data) => (text += data));
+    const words = ["watch", "--json", "--data", `Z:${folder.path.replaceAll("/", "\\")}`];
+    watch.process = startTool(build, words, (data) => (text += data), (data) => console.error(String(data)));
     watch.ended = new Promise((resolve) => watch.process.on("exit", resolve));
     watch.lines = () => text.split("\n").slice(0, -1);
     Object.defineProperty(watch, "messages", { get: () => watch.lines().map((line) => JSON.parse(line)) });
