@@ -33,8 +33,8 @@ function(zq_compile_small target)
   endif()
 endfunction()
 
-# zq_link_with_lld(<target>): in a fraction of a second, which takes the compiler's own linker up to twenty, and without what
-# nothing calls if asked.
+# zq_link_with_lld(<target>): takes a fraction of a second where the compiler's own linker takes up to twenty. It can also leave
+# out what nothing calls.
 function(zq_link_with_lld target)
   if(WIN32)
     set(wrapper ${PROJECT_SOURCE_DIR}/cmake/link-with-lld.sh)

@@ -67,8 +67,8 @@ expect_line() {
   tr -d '\r' <"$1" | grep -qxF "$2" || fail "$1 has no line \"$2\": $(cat "$1")"
 }
 
-# Wine's desktop process keeps the output of whichever program started it open, for minutes at times: not a pipe, whose reader
-# would wait.
+# Wine's desktop process keeps the output of whichever program started it open, for minutes at times. So that is a file: the
+# reader of a pipe would wait.
 run_program() {
   local code=0
   "$root/scripts/wine-run.sh" "$@" 2>program.errors || code=$?

@@ -10,8 +10,8 @@ namespace zq::test {
 // Unloaded and removed by the destructor; the objects that it made must be destroyed before.
 //
 // REQUIRES: no host's thread was terminated in this process before. Wine then fails to load an image with
-// thread-local storage. Tests run in the reverse order of their objects' linking: those of batches come
-// later.
+// thread-local storage. Tests run in the reverse order of their objects' linking: list a source that uses
+// this in tests/CMakeLists.txt, which then links it after the batches.
 class FreshDll {
 public:
     FreshDll() {
