@@ -1,7 +1,25 @@
 # What makes a program or DLL fit to be shipped: a stack protector, symbols for Windows in a PDB, a version resource, and
 # no trace of the machine or the hour of its making.
 
-# zq_shipped: compile options of the code that is shipped, in release builds.
+# zq_release_code: compile options of the code of a release, in every preset for Windows.
+add_library(zq_release_code INTERFACE)
+if(WIN32)
+  # GCC writes no CodeView; codeview.pl assembles its code and adds that. The specs file's name and content have the script's
+  # hash: a change of the script compiles everything anew, past the compiler's cache. Both paths are relative to the folder
+  # of the build, where the compiler runs, and the file is always of the same time, which the cache compares: so it serves
+  # every working tree and preset.
+  set(codeview ${CMAKE_CURRENT_LIST_DIR}/codeview.pl)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${codeview})
+  file(MD5 ${codeview} codeview_hash)
+  file(RELATIVE_PATH codeview ${CMAKE_BINARY_DIR} ${codeview})
+  file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/codeview-${codeview_hash}.specs
+       CONTENT "*invoke_as:\n%{!S:-o %|.s |\n @codeview@ --script=@codeview_hash@ %(asm_options) %m.s %A }\n\n" @ONLY)
+  execute_process(COMMAND touch -d @0 ${CMAKE_BINARY_DIR}/codeview-${codeview_hash}.specs)
+  set(options -g1 -gdwarf-4 -gno-variable-location-views -specs=codeview-${codeview_hash}.specs -fstack-protector-strong)
+  target_compile_options(zq_release_code INTERFACE "$<$<COMPILE_LANGUAGE:CXX>:${options}>")
+endif()
+
+# zq_shipped: options of the code that is shipped, in release builds.
 add_library(zq_shipped INTERFACE)
 set(ZQ_RELEASE_IMAGES OFF)
 if(WIN32 AND CMAKE_BUILD_TYPE STREQUAL "Release")
@@ -10,19 +28,7 @@ if(WIN32 AND CMAKE_BUILD_TYPE STREQUAL "Release")
   if(NOT ZQ_OBJCOPY)
     message(FATAL_ERROR "llvm-objcopy-14 is missing: run scripts/setup.sh, which installs it.")
   endif()
-
-  # GCC writes no CodeView; codeview.pl assembles its code and adds that. The specs file's name and content have the script's
-  # hash: a change of the script compiles everything anew, past the compiler's cache. Both paths are relative to the folder
-  # of the build, where the compiler runs, so that the cache serves every working tree.
-  set(codeview ${CMAKE_CURRENT_LIST_DIR}/codeview.pl)
-  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${codeview})
-  file(MD5 ${codeview} codeview_hash)
-  file(RELATIVE_PATH codeview ${CMAKE_BINARY_DIR} ${codeview})
-  file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/codeview-${codeview_hash}.specs
-       CONTENT "*invoke_as:\n%{!S:-o %|.s |\n @codeview@ --script=@codeview_hash@ %(asm_options) %m.s %A }\n\n" @ONLY)
-  set(options -g1 -gdwarf-4 -gno-variable-location-views -specs=codeview-${codeview_hash}.specs -fstack-protector-strong)
-  target_compile_options(zq_shipped INTERFACE "$<$<COMPILE_LANGUAGE:CXX>:${options}>")
-  target_link_libraries(zq_shipped INTERFACE zq_image)
+  target_link_libraries(zq_shipped INTERFACE zq_release_code zq_image)
 endif()
 
 # zq_compile_small(<target>): a release compiles code for size that waits for the system or for a person. That also takes half

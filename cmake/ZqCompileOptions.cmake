@@ -1,17 +1,17 @@
-# What every target of this project is compiled with.
-add_library(zq_options INTERFACE)
-target_compile_features(zq_options INTERFACE cxx_std_20)
-target_compile_options(zq_options INTERFACE -Wall -Wextra -Wconversion -Wshadow -Werror)
+# zq_language: the language and its warnings, in every preset.
+add_library(zq_language INTERFACE)
+target_compile_features(zq_language INTERFACE cxx_std_20)
+target_compile_options(zq_language INTERFACE -Wall -Wextra -Wconversion -Wshadow -Werror)
 
 # rapidjson's iterators compare in a way that clang finds ambiguous in C++20, wherever they are used.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-  target_compile_options(zq_options INTERFACE -Wno-ambiguous-reversed-operator)
+  target_compile_options(zq_language INTERFACE -Wno-ambiguous-reversed-operator)
 endif()
 
 if(WIN32)
-  target_compile_definitions(zq_options INTERFACE UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00)
+  target_compile_definitions(zq_language INTERFACE UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00)
   target_link_options(
-    zq_options
+    zq_language
     INTERFACE
     -static
     -Wl,--dynamicbase
@@ -19,19 +19,26 @@ if(WIN32)
     -Wl,--nxcompat)
 endif()
 
+# What every target of this project is compiled with, the checks of the preset among it.
+add_library(zq_options INTERFACE)
+target_link_libraries(zq_options INTERFACE zq_language)
+
 # Checked builds carry line tables only, enough for a report: full debug information doubles the time of a link.
 option(ZQ_HARDENED "UBSan in trap mode, library assertions and the stack protector" OFF)
 option(ZQ_SANITIZE "ASan and UBSan; native builds only" OFF)
 option(ZQ_THREADS "ThreadSanitizer; native builds only" OFF)
-if(ZQ_HARDENED OR ZQ_SANITIZE OR ZQ_THREADS)
+if(ZQ_SANITIZE OR ZQ_THREADS)
   target_compile_options(zq_options INTERFACE -g1)
 endif()
 
+# zq_hardened: the checks of the preset debug, which test programs for Windows have in every preset.
+add_library(zq_hardened INTERFACE)
+target_compile_definitions(zq_hardened INTERFACE _GLIBCXX_ASSERTIONS)
+target_compile_options(zq_hardened INTERFACE -g1 -fsanitize=undefined -fsanitize-undefined-trap-on-error
+                                             -fstack-protector-strong)
+target_link_options(zq_hardened INTERFACE -fstack-protector-strong)
 if(ZQ_HARDENED)
-  target_compile_definitions(zq_options INTERFACE _GLIBCXX_ASSERTIONS)
-  target_compile_options(zq_options INTERFACE -fsanitize=undefined -fsanitize-undefined-trap-on-error
-                                              -fstack-protector-strong)
-  target_link_options(zq_options INTERFACE -fstack-protector-strong)
+  target_link_libraries(zq_options INTERFACE zq_hardened)
 endif()
 
 if(ZQ_SANITIZE)

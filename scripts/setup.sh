@@ -13,7 +13,7 @@ packages=(
   # The components with threads on Linux, under ThreadSanitizer.
   g++
   # Libraries: tests, the save path, the tool's command line.
-  googletest rapidjson-dev libcli11-dev libboost1.81-dev
+  googletest libgtest-dev rapidjson-dev libcli11-dev libboost1.81-dev
   # The browser that the dashboard is tested with.
   chromium
   # The portable components and fuzz targets on Linux, hosts for the Microsoft ABI, the format check, static analysis.

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds and tests everything: scripts/test.sh
-# Installs what is missing; builds the presets release, native, threads and debug one after the other while it tests those that
+# Installs what is missing; builds the presets release, debug, native and threads one after the other while it tests those that
 # are built (release and debug under Wine, the others with sanitizers) and runs the fuzz targets; checks the format; analyses
 # changed sources. Stops at the first step that fails, shows its output and exits with 1.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -40,10 +40,11 @@ after() {
   done
 }
 
-# Compiling keeps the processors busy; tests under Wine mostly wait. So they run side by side.
+# Compiling keeps the processors busy; tests under Wine mostly wait. So they run side by side, and what is tested under Wine
+# is built first.
 build_lane() {
   step format scripts/format.sh --check
-  for preset in release native threads debug; do
+  for preset in release debug native threads; do
     step "$preset-build" configure_and_build "$preset"
   done
   step tidy scripts/tidy.sh

@@ -21,7 +21,7 @@ compiler_arguments=(-std=c++20 --target=x86_64-w64-mingw32 -Wall -Wextra -Wthrea
   -Iinclude -Isrc -Itools/zqsettings -Itests -Ibenchmarks
   -DUNICODE -D_UNICODE -DWIN32_LEAN_AND_MEAN -DNOMINMAX -D_WIN32_WINNT=0x0A00 '-DZQ_VERSION=""' '-DZQ_SOURCE_DIR=""')
 # The comfort header's typed keys are made by the build.
-comfort_arguments=("${compiler_arguments[@]}" -Ibuild/release/include '-DZQ_KEYS_HEADER=""')
+comfort_arguments=("${compiler_arguments[@]}" -Ibuild/release/include)
 # Compiled for Linux, with a replacement for windows.h.
 native_arguments=(-std=c++20 -Wall -Wextra -Wthread-safety -Itests/concurrency/shim -Itests/concurrency -Iinclude -Isrc
   -isystem /usr/src/googletest/googletest/include)
@@ -63,21 +63,23 @@ while read -r hash; do
   passed[$hash]=1
 done <"$recorded"
 
+sources_with_arguments() {
+  local source
+  while read -r source; do
+    choose_arguments "$source"
+    (IFS=$'\t' && echo "$source"$'\t'"${source_arguments[*]}")
+  done < <(sources)
+}
+
 # The mark's name holds all that the result depends on, so a changed source or header has none.
 version=$(clang-tidy-14 --version | grep -oE 'version [0-9.]+')
 marks=()
 changed=()
-while read -r source included; do
-  [[ -f $source ]] || continue
-  configurations=(.clang-tidy)
-  [[ $source != tests/* ]] || configurations+=(tests/.clang-tidy)
-  choose_arguments "$source"
-  mapfile -t headers < <(tr -s ' ' '\n' <<<"$included" | sed '/^$/d' | sort -u)
-  hash=$( (printf '%s\n' "$version" "$source" "${source_arguments[@]}" &&
-    cat "${configurations[@]}" "$source" "${headers[@]}") | sha256sum | cut -c1-32)
-  marks+=("$hash")
-  [[ (-f $clean/$hash || -n ${passed[$hash]:-}) && -z ${options[--all]:-} ]] || changed+=("$source" "$clean/$hash")
-done < <(sources | xargs scripts/includes.py)
+while read -r source mark; do
+  marks+=("$mark")
+  [[ (-f $clean/$mark || -n ${passed[$mark]:-}) && -z ${options[--all]:-} ]] || changed+=("$source" "$clean/$mark")
+done < <(sources_with_arguments | scripts/tidy_marks.py "$version")
+[[ ${#marks[@]} -gt 0 ]] || fail "scripts/tidy_marks.py made no marks; its message is above."
 
 total=$((${#changed[@]} / 2))
 for ((i = 0; i < total; i++)); do

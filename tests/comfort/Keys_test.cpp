@@ -22,7 +22,7 @@ struct Listed {
 
 // The keys as the header spells them: there is no other list of them to compare with.
 std::vector<Listed> ListedKeys() {
-    std::ifstream header(ZQ_KEYS_HEADER);
+    std::ifstream header(ProgramFolder().parent_path() / L"include" / L"ZQSettingsKeys.hpp");
     const std::regex key(R"re(inline constexpr Key<([a-z0-9_:]+)> \w+\{L"(.*)"\};)re");
     std::vector<Listed> keys;
     for (std::string line; std::getline(header, line);) {

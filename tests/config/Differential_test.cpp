@@ -1,6 +1,7 @@
 // The module against the plain model of tests/support, on documents that are generated and then damaged.
 #include "support/ConfigRun.h"
 #include "support/DocumentGenerator.h"
+#include "support/LongForm.h"
 #include "support/ReferenceModel.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +12,7 @@
 namespace zq::test {
 namespace {
 
-constexpr int kDocuments = 2000;
+const int kDocuments = Long(2000, 700);
 
 struct LoadTally {
     int loaded = 0;
@@ -27,7 +28,7 @@ uint64_t FirstSeed() {
 
 LoadTally CompareAll(ConfigFile file, ReferenceFile referenceFile) {
     LoadTally tally;
-    for (uint64_t seed = FirstSeed(), end = seed + kDocuments; seed != end; ++seed) {
+    for (uint64_t seed = FirstSeed(), end = seed + static_cast<uint64_t>(kDocuments); seed != end; ++seed) {
         const std::string document = DocumentGenerator(seed).Document(file);
         const ConfigRun run = RunConfig(file, document);
         const ReferenceRun expected = RunReference(referenceFile, document);
@@ -52,8 +53,8 @@ LoadTally CompareAll(ConfigFile file, ReferenceFile referenceFile) {
 void ExpectUseful(const LoadTally& tally) {
     EXPECT_LT(kDocuments / 4, tally.loaded);
     EXPECT_GT(kDocuments * 9 / 10, tally.loaded);
-    EXPECT_LT(size_t{kDocuments / 2}, tally.variables);
-    EXPECT_LT(size_t{kDocuments / 12}, tally.lines);
+    EXPECT_LT(static_cast<size_t>(kDocuments / 2), tally.variables);
+    EXPECT_LT(static_cast<size_t>(kDocuments / 12), tally.lines);
 }
 
 TEST(Differential, SettingsMatchReferenceModel) {

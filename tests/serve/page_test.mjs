@@ -420,7 +420,7 @@ describe("the page", () => {
 
   test("is shown in many tabs at once", async () => {
     const tabs = [];
-    for (let i = 0; i < (isLong ? 50 : 12); i++) {
+    for (let i = 0; i < (isLong ? 50 : 5); i++) {
       tabs.push(await openPage(browser, server, "#variables/Settings.CurrentBitrate"));
     }
     const opened = await Promise.all(tabs.map((tab) => seen(tab, ".editor input")));

@@ -5,6 +5,7 @@
 #include "support/win32/ChildProcess.h"
 #include "support/win32/Folders.h"
 
+#include <cstdlib>
 #include <stdexcept>
 
 #include <windows.h>
@@ -23,11 +24,7 @@ HANDLE CreateInheritable(const std::filesystem::path& file) {
 } // namespace
 
 ToolRun RunTool(const std::wstring& arguments) {
-#ifdef ZQ_TOOL_IN_PROCESS
-    return RunCommand(arguments);
-#else
-    return RunProgram(arguments);
-#endif
+    return std::getenv("ZQ_TEST_LONG") ? RunProgram(arguments) : RunCommand(arguments);
 }
 
 ToolRun RunProgram(const std::wstring& arguments) {

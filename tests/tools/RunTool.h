@@ -11,12 +11,12 @@ struct ToolRun {
     std::string errors;
 };
 
-// `arguments` as they would be typed after the program's name. The release starts zqsettings.exe. The other
-// builds call the command inside the test program, without the start of a process, which costs more than most
-// commands under Wine; no other thread may print meanwhile.
+// `arguments` as they would be typed after the program's name. Calls the command inside the test program,
+// without the start of a process, which costs more than most commands under Wine; no other thread may print
+// meanwhile. With ZQ_TEST_LONG in the environment, which scripts/soak.sh sets, it starts zqsettings.exe.
 ToolRun RunTool(const std::wstring& arguments);
 
-// Starts zqsettings.exe in every build.
+// Always starts zqsettings.exe.
 ToolRun RunProgram(const std::wstring& arguments);
 
 } // namespace zq::test

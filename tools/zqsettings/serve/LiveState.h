@@ -8,7 +8,7 @@
 #include "LiveMessage.h"
 #include "VariableListing.h"
 #include "serve/DataFiles.h"
-#include "serve/WebServer.h"
+#include "serve/web/WebServer.h"
 
 #include <array>
 #include <deque>

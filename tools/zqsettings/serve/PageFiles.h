@@ -1,7 +1,7 @@
 // The files of the page, generated from web/ by the build.
 #pragma once
 
-#include "serve/WebServer.h"
+#include "serve/web/WebServer.h"
 
 #include <span>
 

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "serve/Dashboard.h"
-#include "serve/WebServer.h"
 #include "serve/WorkQueue.h"
+#include "serve/web/WebServer.h"
 
 #include <cstdint>
 #include <functional>

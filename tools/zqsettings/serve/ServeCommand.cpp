@@ -10,7 +10,7 @@
 #include "serve/PageFiles.h"
 #include "serve/Questions.h"
 #include "serve/RandomText.h"
-#include "serve/WebServer.h"
+#include "serve/web/WebServer.h"
 
 #include <filesystem>
 #include <memory>

@@ -1,4 +1,4 @@
-#include "serve/WebServer.h"
+#include "serve/web/WebServer.h"
 
 #include "Failure.h"
 #include "serve/RandomText.h"

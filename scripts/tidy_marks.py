@@ -1,11 +1,13 @@
 #!/usr/bin/env python3
-"""Prints a line for each source: the source, then the project's headers that it includes.
+"""Prints a line for each source: the source, and a hash of all that clang-tidy's result for it depends on.
 
-Follows the lines #include of sources and headers, whatever their conditions. Paths begin at the root folder.
+Reads a line for each source from its input: the source and the compiler's arguments, with tabs between them. Follows the lines
+#include of sources and headers, whatever their conditions. Paths begin at the root folder.
 """
 
 import argparse
 import functools
+import hashlib
 import os
 import re
 import sys
@@ -45,13 +47,28 @@ def headers_of(source):
     return sorted(found)
 
 
+@functools.lru_cache(maxsize=None)
+def content(path):
+    with open(path, "rb") as file:
+        return file.read()
+
+
+def mark_of(version, source, arguments):
+    configurations = [".clang-tidy"] + ["tests/.clang-tidy"] * source.startswith("tests/")
+    mark = hashlib.sha256("".join(f"{line}\n" for line in (version, source, *arguments)).encode())
+    for path in (*configurations, source, *headers_of(source)):
+        mark.update(content(path))
+    return mark.hexdigest()[:32]
+
+
 def main():
-    parser = argparse.ArgumentParser(prog="scripts/includes.py", description=__doc__.splitlines()[0])
-    parser.add_argument("sources", metavar="SOURCE", nargs="+", help="a source of src/, tools/ or tests/")
-    sources = parser.parse_args().sources
+    parser = argparse.ArgumentParser(prog="scripts/tidy_marks.py", description=__doc__.splitlines()[0])
+    parser.add_argument("version", metavar="VERSION", help="of clang-tidy, as it prints it")
+    version = parser.parse_args().version
     os.chdir(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-    for source in sources:
-        print(source, *headers_of(source))
+    for line in sys.stdin:
+        source, *arguments = line.rstrip("\n").split("\t")
+        print(source, mark_of(version, source, arguments))
 
 
 if __name__ == "__main__":
