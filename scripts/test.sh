@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Builds and tests everything: scripts/test.sh
-# Installs what is missing; builds the presets release, debug, native and threads one after the other while it tests those that
-# are built (release and debug under Wine, the others with sanitizers) and runs the fuzz targets; checks the format; analyses
-# changed sources. Stops at the first step that fails, shows its output and exits with 1.
+# Installs what is missing; builds the presets release and debug one after the other and tests each under Wine once it is
+# built; builds and tests native and threads with sanitizers and runs the fuzz targets meanwhile; checks the format; analyses changed
+# sources. Stops at the first step that fails, shows its output and exits with 1.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '' "$@"
 
@@ -41,12 +41,11 @@ after() {
 }
 
 # Compiling keeps the processors busy; tests under Wine mostly wait. So they run side by side, and what is tested under Wine
-# is built first.
+# is built first; the rest takes the time that this leaves.
 build_lane() {
   step format scripts/format.sh --check
-  for preset in release debug native threads; do
-    step "$preset-build" configure_and_build "$preset"
-  done
+  step release-build configure_and_build release
+  step debug-build configure_and_build debug
   step tidy scripts/tidy.sh
 }
 
@@ -62,6 +61,9 @@ release_lane() {
 }
 
 native_lane() {
+  renice -n 15 -p "$BASHPID" >/dev/null
+  step native-build configure_and_build native
+  step threads-build configure_and_build threads
   test_preset native "$processors"
   step fuzz scripts/fuzz.sh --runs 3000
   test_preset threads "$processors"
