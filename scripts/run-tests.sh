@@ -11,10 +11,16 @@ output=$(mktemp)
 program=
 trap '[[ -z $program ]] || kill -9 "$program" 2>/dev/null; rm -f "$output"' EXIT
 
+# Waits without starting a process, ten times a second for each program: nothing is ever written here.
+exec {silence}<> <(:)
+pause() {
+  read -r -t "$1" -u "$silence" || true
+}
+
 # Whether a process has lost its first thread while others wait for a server that is gone.
 is_left_over() {
   local status
-  status=$(cat "/proc/$1/stat" 2>/dev/null) && [[ ${status##*) } == Z* ]]
+  read -r status 2>/dev/null <"/proc/$1/stat" && [[ ${status##*) } == Z* ]]
 }
 
 # The process of Wine's server, if it runs.
@@ -31,7 +37,7 @@ find_server() {
 run() {
   local code=0 server
   server=$(find_server)
-  "$root/scripts/wine-run.sh" "$@" >"$output" 2>&1 </dev/null &
+  "$root/scripts/wine-run.sh" "$@" >"$output" 2>&1 </dev/null {silence}>&- &
   program=$!
   while kill -0 "$program" 2>/dev/null; do
     [[ -n $server ]] || server=$(find_server)
@@ -39,7 +45,7 @@ run() {
     if [[ -n $server && ! -e /proc/$server ]] || { is_left_over "$program" && sleep 1 && is_left_over "$program"; }; then
       kill -9 "$program" 2>/dev/null || true
     fi
-    sleep 0.1
+    pause 0.1
   done
   wait "$program" || code=$?
   program=

@@ -36,7 +36,7 @@ configure_and_build() {
 # after STEP: waits for the end of a step of another lane.
 after() {
   until [[ -s $states/$1 && $(<"$states/$1") == ok ]]; do
-    sleep 0.2
+    sleep 0.5
   done
 }
 
@@ -72,7 +72,7 @@ native_lane() {
 # Uses a separate Wine server: a server handles one call at a time, and the tests count what they leave in temporary folders.
 debug_lane() {
   export ZQ_WINEPREFIX=$root/build/wine-debug
-  test_preset debug "$processors"
+  test_preset debug $((2 * processors))
 }
 
 # The steps that are running, each with the last count of its output: 12/340 of a build, 3/15 of its tests.
@@ -144,7 +144,7 @@ output_of_failed_tests() {
 
 while [[ -z $(failed_step) && -n $(running_lanes) ]]; do
   show_progress
-  sleep 0.5
+  sleep 1
 done
 show_progress
 [[ -t 1 ]] && printf '\r\e[K'
