@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Builds and tests everything: scripts/test.sh
-# Installs what is missing; builds the presets release and debug one after the other and tests each under Wine once it is
-# built; builds and tests native and threads with sanitizers and runs the fuzz targets meanwhile; checks the format; analyses changed
-# sources. Stops at the first step that fails, shows its output and exits with 1.
+# Installs what is missing; builds the presets release and debug one after the other, and tests each under Wine once it is
+# built; meanwhile builds and tests native and threads with sanitizers and runs the fuzz targets; checks the format; analyses
+# changed sources. Stops at the first step that fails, shows its output and exits with 1.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 parse_arguments '' "$@"
 
@@ -40,8 +40,8 @@ after() {
   done
 }
 
-# Compiling keeps the processors busy; tests under Wine mostly wait. So they run side by side, and what is tested under Wine
-# is built first; the rest takes the time that this leaves.
+# Compiling keeps the processors busy; tests under Wine mostly wait. So they run side by side. What is tested under Wine takes
+# longest and goes first; the lanes of Linux take the time that it leaves.
 build_lane() {
   step format scripts/format.sh --check
   step release-build configure_and_build release
@@ -49,7 +49,7 @@ build_lane() {
   step tidy scripts/tidy.sh
 }
 
-# test_preset PRESET COUNT: so many tests side by side. Tests under Wine mostly wait, but not when all lanes run many of them.
+# test_preset PRESET COUNT: so many tests side by side, more than processors under Wine.
 test_preset() {
   after "$1-build"
   step "$1-test" ctest --preset "$1" -j "$2"
@@ -60,12 +60,20 @@ release_lane() {
   test_preset release $((2 * processors))
 }
 
-native_lane() {
+yield_to_others() {
   renice -n 15 -p "$BASHPID" >/dev/null
+}
+
+native_lane() {
+  yield_to_others
   step native-build configure_and_build native
-  step threads-build configure_and_build threads
   test_preset native "$processors"
   step fuzz scripts/fuzz.sh --runs 3000
+}
+
+threads_lane() {
+  yield_to_others
+  step threads-build configure_and_build threads
   test_preset threads "$processors"
 }
 
@@ -121,7 +129,7 @@ stop_lanes() {
 
 # Each lane is a separate process group, which ends as a whole. It leaves a file of its name: the shell forgets the exit code
 # of a lane whose process number another program gets.
-lanes=(build_lane release_lane native_lane debug_lane)
+lanes=(build_lane release_lane native_lane threads_lane debug_lane)
 set -m
 for lane in "${lanes[@]}"; do
   {
