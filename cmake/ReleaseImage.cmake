@@ -6,8 +6,8 @@ add_library(zq_release_code INTERFACE)
 if(WIN32)
   # GCC writes no CodeView; codeview.pl assembles its code and adds that. The specs file's name and content have the script's
   # hash: a change of the script compiles everything anew, past the compiler's cache. Both paths are relative to the folder
-  # of the build, where the compiler runs, and the file is always of the same time, which the cache compares: so it serves
-  # every working tree and preset.
+  # of the build, where the compiler runs, and the file is always of the same time, which the cache compares: so it
+  # serves every preset.
   set(codeview ${CMAKE_CURRENT_LIST_DIR}/codeview.pl)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${codeview})
   file(MD5 ${codeview} codeview_hash)
