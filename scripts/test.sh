@@ -77,13 +77,14 @@ native_lane() {
   yield_to_others
   step native-build configure_and_build native
   test_preset native "$processors"
-  step fuzz scripts/fuzz.sh --runs 3000
 }
 
 threads_lane() {
   yield_to_others
   step threads-build configure_and_build threads
   test_preset threads "$processors"
+  after native-build
+  step fuzz scripts/fuzz.sh --runs 3000
 }
 
 # Uses a separate Wine server: a server handles one call at a time, and the tests count what they leave in temporary folders.
