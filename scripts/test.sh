@@ -59,6 +59,7 @@ test_preset() {
 make_wine_prefixes() {
   scripts/wine-run.sh cmd /c exit
   if [[ ! -d build/wine-debug ]]; then
+    rm -rf build/wine-debug.part # of a run that was broken off
     cp -a "$wine_prefix" build/wine-debug.part
     mv build/wine-debug.part build/wine-debug
   fi
