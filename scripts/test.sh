@@ -29,8 +29,11 @@ step() {
   fi
 }
 
+# configure_and_build PRESET [nice OPTION...]
 configure_and_build() {
-  cmake --preset "$1" && cmake --build --preset "$1" -j "$processors"
+  local preset=$1
+  shift
+  "$@" cmake --preset "$preset" && "$@" cmake --build --preset "$preset" -j "$processors"
 }
 
 # after STEP: waits for the end of a step of another lane.
@@ -41,7 +44,7 @@ after() {
 }
 
 # Compiling keeps the processors busy; tests under Wine mostly wait. So they run side by side. What is tested under Wine takes
-# longest and goes first; the lanes of Linux take the time that it leaves.
+# longest and goes first; the builds for Linux take the time that it leaves.
 build_lane() {
   step format scripts/format.sh --check
   step release-build configure_and_build release
@@ -70,19 +73,13 @@ release_lane() {
   test_preset release $((2 * processors))
 }
 
-yield_to_others() {
-  renice -n 15 -p "$BASHPID" >/dev/null
-}
-
 native_lane() {
-  yield_to_others
-  step native-build configure_and_build native
+  step native-build configure_and_build native nice -n 15
   test_preset native "$processors"
 }
 
 threads_lane() {
-  yield_to_others
-  step threads-build configure_and_build threads
+  step threads-build configure_and_build threads nice -n 15
   test_preset threads "$processors"
   after native-build
   step fuzz scripts/fuzz.sh --runs 3000
