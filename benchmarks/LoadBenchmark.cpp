@@ -24,12 +24,12 @@ namespace {
 size_t LoadModule(ConfigFile file, const std::string& bytes) {
     ConfigText config(file);
     VariableBatch batch(VariableBatch::Names::SharePrefixes);
-    VariableMaps maps(1);
+    VariableMaps maps;
     if (!config.Read(bytes) || !config.Flatten(batch, HostLog())) {
         throw std::runtime_error("the module refuses the benchmark's file");
     }
     maps.Apply(batch);
-    return maps.bools.Size() + maps.integers.Size() + maps.doubles.Size() + maps.strings.Size();
+    return maps.bools.Size() + maps.Integers().Size() + maps.Doubles().Size() + maps.strings.Size();
 }
 
 template <class Encoding>
@@ -199,7 +199,7 @@ public:
         Use(batch.Entries().size());
     }
     void FillMapsAlone() const {
-        VariableMaps maps(1);
+        VariableMaps maps;
         maps.Apply(m_batch);
         Use(maps.strings.Size());
     }

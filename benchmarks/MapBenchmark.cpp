@@ -45,7 +45,7 @@ std::vector<std::wstring> Shuffled(std::vector<std::wstring> names) {
 
 void Fill(VariableMaps& maps, const std::vector<std::wstring>& names) {
     for (const std::wstring& name : names) {
-        maps.integers.FindOrAdd(name, maps.Hash(name)).first->value = 1;
+        maps.numbers.Set(name, HashName(name), int64_t{1});
     }
 }
 
@@ -59,7 +59,7 @@ void FillPeer(Map& map, const std::vector<std::wstring>& names) {
 int64_t LookUp(const VariableMaps& maps, const std::vector<std::wstring>& names) {
     int64_t sum = 0;
     for (const std::wstring& name : names) {
-        sum += maps.integers.Find(name, maps.Hash(name))->value;
+        sum += *maps.Integers().Find(name, HashName(name));
     }
     return sum;
 }
@@ -122,7 +122,7 @@ double CompareMaps(size_t count, int runs) {
     const auto size = static_cast<double>(count);
     const double nanoseconds = 1e-9 * size;
     const std::string title = std::to_string(count) + " names: ";
-    VariableMaps maps(1);
+    VariableMaps maps;
     Fill(maps, names);
     UnorderedMap unordered;
     FillPeer(unordered, names);
@@ -150,7 +150,7 @@ double CompareMaps(size_t count, int runs) {
     std::vector<Competitor> inserts = {
         {"VariableMap",
          [&] {
-             VariableMaps other(1);
+             VariableMaps other;
              Fill(other, asked);
          }},
         PeerInsert<RobinMap>("tsl::robin_map", asked),
@@ -165,7 +165,7 @@ double CompareMaps(size_t count, int runs) {
     const std::vector<std::pair<const char*, double>> bytes = {
         {"VariableMap", BytesPerVariable(count,
                                          [&] {
-                                             auto other = std::make_unique<VariableMaps>(1);
+                                             auto other = std::make_unique<VariableMaps>();
                                              Fill(*other, names);
                                              return other;
                                          })},
@@ -182,30 +182,37 @@ double CompareMaps(size_t count, int runs) {
     return lookUps.front().median / size;
 }
 
-// Names whose hashes under one seed agree in their upper bits, loaded by a store with another seed: who makes
-// names collide does not know the seed of the store that will read them.
-void CompareColliding() {
-    constexpr size_t kCount = 100'000;
-    constexpr uint64_t kKnownSeed = 7;
-    VariableBatch colliding;
-    VariableBatch ordinary;
-    for (size_t i = 0; colliding.Entries().size() < kCount; ++i) {
+// As many names as there are random ones, whose hashes under the keys agree in their upper bits.
+void AddColliding(VariableBatch& batch, size_t count, const NameKeys& keys) {
+    for (size_t i = 0; batch.Entries().size() < count; ++i) {
         const std::wstring name = L"Name" + std::to_wstring(i);
-        if (HashName(name, kKnownSeed) >> 24U == 0) {
-            colliding.AddInt64(name, 1);
-            ordinary.AddInt64(L"Name" + std::to_wstring(ordinary.Entries().size() + 10'000'000), 1);
+        if (HashName(name, keys) >> 24U == 0) {
+            batch.AddInt64(name, 1);
         }
     }
-    const auto load = [](const VariableBatch& batch, uint64_t seed) {
-        return [&batch, seed] {
-            VariableMaps maps(seed);
+}
+
+// Who makes names collide does not know the keys of the process that will read them; here are both cases.
+void CompareColliding() {
+    constexpr size_t kCount = 100'000;
+    VariableBatch ordinary;
+    for (size_t i = 0; i < kCount; ++i) {
+        ordinary.AddInt64(L"Name" + std::to_wstring(i + 10'000'000), 1);
+    }
+    VariableBatch colliding;
+    AddColliding(colliding, kCount, NameKeys(7));
+    VariableBatch known;
+    AddColliding(known, kCount, kNameKeys);
+    const auto load = [](const VariableBatch& batch) {
+        return [&batch] {
+            VariableMaps maps;
             maps.Apply(batch);
         };
     };
     std::vector<Competitor> all = {
-        {"random names", load(ordinary, 1)},
-        {"colliding names", load(colliding, 1)},
-        {"colliding names, their seed known", load(colliding, kKnownSeed)},
+        {"random names", load(ordinary)},
+        {"colliding names", load(colliding)},
+        {"colliding names, their keys known", load(known)},
     };
     RunRounds(all);
     Print("100,000 names into a map", all, 1e-3, "ms");

@@ -232,13 +232,12 @@ double MedianOfParsing(const Folders& folders) {
     std::vector<double> times;
     for (int round = 0; round < 31; ++round) {
         const int64_t start = Now();
-        zq::VariableMaps maps(1);
+        zq::VariableMaps maps;
         for (size_t i = 0; i < files.size(); ++i) {
             zq::ConfigText config(static_cast<zq::ConfigFile>(i));
-            zq::VariableBatch batch;
             config.Read(files[i]);
-            config.Flatten(batch, zq::HostLog());
-            maps.Apply(batch);
+            config.Flatten(zq::HostLog());
+            maps.Apply(config.Batch());
         }
         times.push_back(Milliseconds(Now() - start));
     }

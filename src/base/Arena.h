@@ -63,6 +63,29 @@ public:
 
     class Release;
 
+    // A place in the arena, to return to.
+    class Place {
+        friend class Arena;
+        const void* chunk = nullptr; // the newest one then; null before the first
+        std::byte* next = nullptr;
+    };
+    Place Here() const {
+        Place place;
+        place.chunk = m_chunks;
+        place.next = m_next;
+        return place;
+    }
+    // Whether all that was allocated since then is in one chunk.
+    bool IsInChunkOf(const Place& place) const {
+        return m_chunks == place.chunk || (!place.chunk && !m_chunks->next);
+    }
+    // Frees all that was allocated since then. REQUIRES: IsInChunkOf(place).
+    void ReturnTo(const Place& place) noexcept {
+        if (m_chunks) {
+            m_next = place.chunk ? place.next : reinterpret_cast<std::byte*>(m_chunks + 1);
+        }
+    }
+
 private:
     struct alignas(16) Chunk {
         Chunk* next;

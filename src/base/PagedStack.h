@@ -1,5 +1,5 @@
 // A stack whose memory follows its height: it consists of pages that never move, and frees the topmost as it
-// shrinks.
+// shrinks. The first page is in the stack itself: most stacks need no other.
 //
 // Portable, one thread at a time.
 #pragma once
@@ -12,12 +12,16 @@
 
 namespace zq {
 
-// `kPage` is the number of items in a page.
-template <class T, size_t kPage>
+// `kPage` is the number of items in a page, `kFirst` in the first one.
+template <class T, size_t kPage, size_t kFirst = 32>
 class PagedStack {
     static_assert(std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>);
 
 public:
+    PagedStack() { UsePage(0); }
+    PagedStack(const PagedStack&) = delete;
+    PagedStack& operator=(const PagedStack&) = delete;
+
     size_t Size() const { return m_size; }
     // REQUIRES: the stack is not empty.
     const T& Top() const { return m_top[-1]; }
@@ -36,21 +40,22 @@ public:
     // Keeps the lowest `size` items. REQUIRES: the stack has at least that many.
     void CutTo(size_t size) {
         m_size = size;
-        const size_t pages = (size + kPage - 1) / kPage;
+        const size_t last = size == 0 ? 0 : PageOf(size - 1);
         // One page more than needed is kept, so that a stack that grows and shrinks at a page's edge does not
         // allocate.
-        while (m_pages.size() > pages + 1) {
-            m_pages.pop_back();
+        while (m_more.size() > last + 1) {
+            m_more.pop_back();
         }
-        UsePage(pages);
+        UsePage(last);
     }
 
     // Calls visit(items, count) for the items from `first` on, in order, run by run.
     template <class Visit>
     void ForEachRun(size_t first, Visit visit) const {
         while (first < m_size) {
-            const size_t count = std::min(kPage - first % kPage, m_size - first);
-            visit(static_cast<const T*>(m_pages[first / kPage].get()) + first % kPage, count);
+            const size_t page = PageOf(first);
+            const size_t count = std::min(StartOf(page + 1), m_size) - first;
+            visit(PageAt(page) + (first - StartOf(page)), count);
             first += count;
         }
     }
@@ -60,27 +65,32 @@ private:
         void operator()(T* page) const { std::allocator<T>().deallocate(page, kPage); }
     };
 
+    static constexpr size_t PageOf(size_t index) { return index < kFirst ? 0 : 1 + (index - kFirst) / kPage; }
+    // The index of its first item.
+    static constexpr size_t StartOf(size_t page) { return page == 0 ? 0 : kFirst + (page - 1) * kPage; }
+
+    const T* PageAt(size_t page) const {
+        return page == 0 ? reinterpret_cast<const T*>(m_first) : m_more[page - 1].get();
+    }
+
     void AddPage() {
-        const size_t pages = m_size / kPage + 1;
-        if (m_pages.size() < pages) {
-            m_pages.reserve(std::max<size_t>(pages, 2 * m_pages.size()));
-            m_pages.emplace_back(std::allocator<T>().allocate(kPage));
+        const size_t page = PageOf(m_size);
+        if (m_more.size() < page) {
+            m_more.reserve(std::max(page, 2 * m_more.size()));
+            m_more.emplace_back(std::allocator<T>().allocate(kPage));
         }
-        UsePage(pages);
+        UsePage(page);
     }
 
-    // Makes the last of the first `pages` pages the one that grows.
-    void UsePage(size_t pages) {
-        if (pages == 0) {
-            m_top = m_end = m_pages.empty() ? nullptr : m_pages.front().get();
-            return;
-        }
-        T* page = m_pages[pages - 1].get();
-        m_end = page + kPage;
-        m_top = page + (m_size - (pages - 1) * kPage);
+    // Makes a page the one that grows.
+    void UsePage(size_t page) {
+        auto* items = const_cast<T*>(PageAt(page));
+        m_end = items + (StartOf(page + 1) - StartOf(page));
+        m_top = items + (m_size - StartOf(page));
     }
 
-    std::vector<std::unique_ptr<T, FreePage>> m_pages;
+    alignas(T) std::byte m_first[kFirst * sizeof(T)];
+    std::vector<std::unique_ptr<T, FreePage>> m_more;
     T* m_top = nullptr; // where the next one goes
     T* m_end = nullptr; // of the page
     size_t m_size = 0;

@@ -2,7 +2,7 @@
 //
 // - lifecycle: DoStart and DoStop exclude each other. Held while DoStop waits for the watcher's thread.
 // - hostList: the list of registered hosts. Held for one change of the list, or while a change is queued.
-// - store: the five maps of variables. Held for one look-up, one change or one batch.
+// - store: the maps of variables. Held for one look-up, one change or one batch.
 // - files, three: the bytes of one private file on disk. Held for one read, one replacement or one
 //   read-change-write.
 // - queue: one host's queue of changes, in its agent. Held for one append, or to take everything.

@@ -1,13 +1,13 @@
 #include "variables/BatchRecords.h"
 
 #include <algorithm>
-#include <new>
 
 namespace zq {
 
 void BatchRecords::AddPage(Arena& memory, size_t bytes) {
-    if (m_pages.size() == kMostPages) {
-        throw std::bad_alloc();
+    if (m_pages.empty()) {
+        constexpr size_t kUsualPages = 16;
+        m_pages.reserve(kUsualPages);
     }
     const size_t room = std::max(bytes, kPageBytes - kLengthBytes);
     // Reading takes a length for granted, also at the end of the last record.

@@ -41,9 +41,6 @@ struct BatchEntry {
 
 class BatchRecords {
 public:
-    // Of a record: its page, and its offset there in steps of kStep.
-    using Position = uint32_t;
-    static constexpr uint32_t kPositionBits = 30;
     static constexpr uint32_t kLastPrefix = (uint32_t{1} << 27U) - 1;
 
     // How a record holds its name.
@@ -59,33 +56,41 @@ public:
         using value_type = BatchEntry;
         using difference_type = std::ptrdiff_t;
         using pointer = void;
-        using reference = BatchEntry;
+        using reference = const BatchEntry&;
 
         Iterator(const BatchRecords& records, size_t page) : m_records(records) { EnterPage(page); }
-        BatchEntry operator*() const { return Read(m_record); }
+        const BatchEntry& operator*() const { return m_entry; }
+        const BatchEntry* operator->() const { return &m_entry; }
         Iterator& operator++() {
-            m_record += BytesOf(m_record);
-            if (m_record == m_records.EndOf(m_page)) {
+            m_record = m_next;
+            if (m_record == m_end) {
                 EnterPage(m_page + 1);
+            } else {
+                m_next = Read(m_record, m_entry);
             }
             return *this;
         }
         void operator++(int) { ++*this; }
         bool operator==(const Iterator& other) const { return m_record == other.m_record; }
-        Position At() const {
-            const auto offset = static_cast<size_t>(m_record - m_records.m_pages[m_page].records);
-            return static_cast<Position>(m_page << kOffsetBits | offset / kStep);
-        }
 
     private:
         void EnterPage(size_t page) {
             m_page = page;
-            m_record = page < m_records.m_pages.size() ? m_records.m_pages[page].records : nullptr;
+            if (page == m_records.m_pages.size()) {
+                m_record = nullptr;
+                return;
+            }
+            m_record = m_records.m_pages[page].records;
+            m_end = m_records.EndOf(page);
+            m_next = Read(m_record, m_entry);
         }
 
         const BatchRecords& m_records;
         size_t m_page = 0;
         const std::byte* m_record = nullptr; // null at the end
+        const std::byte* m_next = nullptr;   // after it
+        const std::byte* m_end = nullptr;    // of the page
+        BatchEntry m_entry{};
     };
 
     size_t size() const { return m_size; }
@@ -93,27 +98,27 @@ public:
     Iterator begin() const { return {*this, 0}; }
     Iterator end() const { return {*this, m_pages.size()}; }
 
-    // The record at a position of an iterator.
-    BatchEntry operator[](Position position) const { return Read(RecordAt(position)); }
-
-    // Asks the processor for the memory of a record.
-    void Prefetch(Position position) const { __builtin_prefetch(RecordAt(position)); }
+    // How an entry is named.
+    struct Name {
+        Naming naming;
+        uint32_t prefix;
+        uint32_t length;      // or the number
+        const wchar_t* units; // after the prefix
+    };
 
     // Adds a record and returns where its value goes, of a text its pointer and then its length of 32 bits.
-    // `nameLength` is the number where that is the name. Raises std::bad_alloc, also where all records
-    // together would take more than 4 GB.
-    std::byte* Add(Arena& memory, BatchKind kind, uint32_t prefix, Naming naming, const wchar_t* name,
-                   uint32_t nameLength) {
+    // Raises std::bad_alloc.
+    std::byte* Add(Arena& memory, BatchKind kind, const Name& name) {
         const size_t nameOffset = sizeof(Head) + ValueBytes(kind);
-        std::byte* record = Append(memory, nameOffset + NameBytes(naming, nameLength));
-        const Head head{prefix << kPrefixShift | static_cast<uint32_t>(kind) << kKindShift |
-                            static_cast<uint32_t>(naming),
-                        nameLength};
+        std::byte* record = Append(memory, nameOffset + NameBytes(name.naming, name.length));
+        const Head head{name.prefix << kPrefixShift | static_cast<uint32_t>(kind) << kKindShift |
+                            static_cast<uint32_t>(name.naming),
+                        name.length};
         std::memcpy(record, &head, sizeof(head));
-        if (naming == Naming::Copied) {
-            CopyShort(record + nameOffset, name, nameLength * sizeof(wchar_t));
-        } else if (naming == Naming::Outside) {
-            std::memcpy(record + nameOffset, &name, sizeof(name));
+        if (name.naming == Naming::Copied) {
+            CopyShort(record + nameOffset, name.units, name.length * sizeof(wchar_t));
+        } else if (name.naming == Naming::Outside) {
+            std::memcpy(record + nameOffset, &name.units, sizeof(name.units));
         }
         ++m_size;
         return record + sizeof(Head);
@@ -137,9 +142,7 @@ private:
     static constexpr unsigned kKindShift = 2;
     static constexpr unsigned kPrefixShift = 5;
     static constexpr size_t kStep = 4;
-    static constexpr unsigned kOffsetBits = 10;
-    static constexpr size_t kPageBytes = kStep << kOffsetBits; // more for a record that needs more
-    static constexpr size_t kMostPages = size_t{1} << (kPositionBits - kOffsetBits);
+    static constexpr size_t kPageBytes = 4096; // more for a record that needs more
 
     static constexpr size_t kScalarBytes = sizeof(int64_t);
     static constexpr size_t kLengthBytes = sizeof(uint32_t);
@@ -156,11 +159,6 @@ private:
             return 0;
         }
     }
-    static size_t BytesOf(const std::byte* record) {
-        const auto head = Load<Head>(record);
-        return sizeof(Head) + ValueBytes(head.Kind()) + NameBytes(head.HowNamed(), head.nameLength);
-    }
-
     template <class T>
     static T Load(const std::byte* bytes) {
         T value;
@@ -168,27 +166,25 @@ private:
         return value;
     }
 
-    // Without a branch for each kind: what follows the value is taken for the length of a text.
-    static BatchEntry Read(const std::byte* record) {
+    // Returns the end of the record. Without a branch for each kind: what follows the value is taken for the
+    // length of a text.
+    static const std::byte* Read(const std::byte* record, BatchEntry& entry) {
         const auto head = Load<Head>(record);
         const std::byte* value = record + sizeof(Head);
         const std::byte* name = value + ValueBytes(head.Kind());
-        BatchEntry entry;
-        entry.name = head.HowNamed() == Naming::Copied    ? reinterpret_cast<const wchar_t*>(name)
-                     : head.HowNamed() == Naming::Outside ? Load<const wchar_t*>(name)
-                                                          : nullptr;
+        const bool isCopied = head.HowNamed() == Naming::Copied;
+        const bool isOutside = head.HowNamed() == Naming::Outside;
+        entry.name = isCopied    ? reinterpret_cast<const wchar_t*>(name)
+                     : isOutside ? Load<const wchar_t*>(name)
+                                 : nullptr;
         std::memcpy(&entry.integer, value, kScalarBytes); // whichever of them it is
         entry.nameLength = head.nameLength;
         entry.textLength = Load<uint32_t>(value + kScalarBytes);
         entry.prefix = head.Prefix();
         entry.kind = head.Kind();
-        return entry;
+        return name + NameBytes(head.HowNamed(), head.nameLength);
     }
 
-    const std::byte* RecordAt(Position position) const {
-        constexpr Position kOffset = (Position{1} << kOffsetBits) - 1;
-        return m_pages[position >> kOffsetBits].records + (position & kOffset) * kStep;
-    }
     const std::byte* EndOf(size_t page) const {
         return page + 1 == m_pages.size() ? m_next : m_pages[page].end;
     }

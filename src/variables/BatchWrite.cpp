@@ -4,9 +4,7 @@
 #include "base/Decimal.h"
 
 #include <algorithm>
-#include <array>
-#include <bit>
-#include <numeric>
+#include <span>
 #include <utility>
 
 namespace zq {
@@ -17,182 +15,166 @@ namespace {
 constexpr size_t kEntriesBetweenLooks = 4096;
 
 bool IsSameValue(uint8_t held, uint8_t given) { return held == given; }
-bool IsSameValue(int64_t held, int64_t given) { return held == given; }
-// Bit by bit: -0.0 takes the place of 0.0.
-bool IsSameValue(double held, double given) {
-    return std::bit_cast<uint64_t>(held) == std::bit_cast<uint64_t>(given);
-}
-bool IsSameValue(const StoredText& held, std::wstring_view given) { return IsSameName(held, given); }
+bool IsSameValue(const StoredText& held, std::wstring_view given) { return IsSameText(held, given); }
 
-// Appends the pieces from below `outer`, which may be null, to `prefix`.
-[[gnu::noinline]] void AppendPieces(std::wstring& out, const BatchPrefix* prefix, const BatchPrefix* outer) {
-    const size_t units = (prefix ? prefix->length : 0) - (outer ? outer->length : 0);
-    out.resize(out.size() + units);
-    wchar_t* end = out.data() + out.size();
-    for (; prefix != outer; prefix = prefix->parent) {
-        end -= prefix->pieceLength;
-        CopyShort(end, prefix->piece, prefix->pieceLength * sizeof(wchar_t));
+// Appends the units of a prefix from offset `from` on.
+[[gnu::noinline]] void AppendUnits(NameBuffer& out, const BatchPrefix* prefix, size_t from) {
+    const size_t all = prefix->length - from;
+    wchar_t* end = out.Extend(all) + all;
+    for (; prefix && prefix->length > from; prefix = prefix->parent) {
+        const size_t units = std::min<size_t>(prefix->pieceLength, prefix->length - from);
+        end -= units;
+        CopyShort(end, prefix->piece + prefix->pieceLength - units, units * sizeof(wchar_t));
     }
 }
+
+size_t SharedUnits(const BatchPrefix* prefix) { return prefix->shared ? prefix->shared->length : 0; }
+
+// Asks the processor for the buckets of entries to come: those of a large batch are in no cache.
+class BucketsAhead {
+public:
+    BucketsAhead(const BatchRecords& entries, std::span<const uint32_t> hashes, const VariableMaps& maps)
+        : m_maps(maps), m_next(entries.begin()) {
+        if (hashes.size() >= kWorthAsking) {
+            m_hashes = hashes;
+        }
+        for (size_t i = 0; i < kAhead; ++i) {
+            Step();
+        }
+    }
+
+    // Called for each entry that is written.
+    void Step() {
+        if (m_hashes.empty()) {
+            return;
+        }
+        const uint32_t hash = m_hashes.front();
+        switch (m_next->kind) {
+        case BatchKind::Bool:
+            m_maps.bools.Prefetch(hash);
+            break;
+        case BatchKind::String:
+            m_maps.strings.Prefetch(hash);
+            break;
+        default:
+            m_maps.numbers.Prefetch(hash);
+        }
+        m_hashes = m_hashes.subspan(1);
+        ++m_next;
+    }
+
+private:
+    static constexpr size_t kWorthAsking = 4096;
+    static constexpr size_t kAhead = 8;
+
+    const VariableMaps& m_maps;
+    BatchRecords::Iterator m_next;
+    std::span<const uint32_t> m_hashes; // of the next entries
+};
 
 } // namespace
 
 // Gives the node a value and keeps the one before. What may fail comes before the change.
-template <class Value>
-void BatchWrite::Replacements<Value>::Replace(Node* node, Value&& value) {
+template <class Map, class Value>
+void BatchWrite::Replacements<Map, Value>::Replace(Map& map, Node* node, Value&& value) {
     if (pages.empty() || pages.front().size() == kPage) {
         pages.emplace_front();
         pages.front().reserve(kPage);
     }
-    pages.front().push_back({node, std::exchange(node->value, std::move(value))});
+    pages.front().push_back({node, map.Exchange(node, std::move(value))});
 }
 
-template <class Value>
-void BatchWrite::Replacements<Value>::Undo() noexcept {
+template <class Map, class Value>
+void BatchWrite::Replacements<Map, Value>::Undo(Map& map) noexcept {
     for (std::vector<Replaced>& page : pages) {
         for (auto replaced = page.rbegin(); replaced != page.rend(); ++replaced) {
-            replaced->node->value = std::move(replaced->value);
+            map.Exchange(replaced->node, std::move(replaced->value));
         }
     }
 }
 
-BatchWrite::BatchWrite(const VariableBatch& batch, uint64_t hashSeed)
-    : m_batch(batch), m_hashSeed(hashSeed), m_hasher(hashSeed) {
-    // A large batch goes bucket by bucket: the maps' memory is visited from one end to the other then, and
-    // new nodes lie in the order in which they are packed later.
-    constexpr size_t kWorthSorting = 4096;
-    const BatchRecords& entries = batch.Entries();
-    m_items.reserve(entries.size());
-    for (auto next = entries.begin(); next != entries.end();) {
-        if (m_items.size() % kEntriesBetweenLooks == 0) {
+BatchWrite::BatchWrite(const VariableBatch& batch) : m_batch(batch), m_isNew(batch.Entries().size()) {
+    m_hashes.reserve(batch.Entries().size());
+    for (const VariableBatch::Entry& entry : batch.Entries()) {
+        if (m_hashes.size() % kEntriesBetweenLooks == 0) {
             RaiseIfCancelled(batch.CancelledBy());
         }
-        const VariableBatch::Entry entry = *next;
-        const Position position = next.At();
-        ++next; // before the hash, whose branches are hard to foresee
-        m_items.push_back({HashOf(entry), position});
-    }
-    if (m_items.size() >= kWorthSorting) {
-        SortByBucket();
+        m_hashes.push_back(HashOf(entry));
     }
 }
 
-// By the upper half of the hash, and within that in the order of the batch: the order of the maps' buckets.
-// Items go in runs, so that the second copy that the sort needs stays small.
-void BatchWrite::SortByBucket() {
-    constexpr size_t kRun = 32768;
-    std::vector<Item> sorted(std::min(kRun, m_items.size()));
-    for (size_t first = 0; first < m_items.size(); first += kRun) {
-        SortRun(std::span(m_items).subspan(first, std::min(kRun, m_items.size() - first)), sorted);
-    }
-}
-
-void BatchWrite::SortRun(std::span<Item> run, std::span<Item> sorted) {
-    constexpr unsigned kDigitBits = 8;
-    const auto distribute = [](std::span<const Item> from, std::span<Item> to, unsigned shift) {
-        const auto digitOf = [shift](const Item& item) { return item.hash >> shift & 0xFFU; };
-        std::array<size_t, 1U << kDigitBits> starts{};
-        for (const Item& item : from) {
-            ++starts[digitOf(item)];
-        }
-        std::exclusive_scan(starts.begin(), starts.end(), starts.begin(), size_t{0});
-        for (const Item& item : from) {
-            to[starts[digitOf(item)]++] = item;
-        }
-    };
-    distribute(run, sorted, 16);
-    distribute(sorted.first(run.size()), run, 24);
-}
-
-// Makes the buffer begin with the prefix.
+// Makes the buffer begin with what of the prefix is needed: for the hash, and for the name in the maps.
 void BatchWrite::UsePrefix(const BatchPrefix* prefix) {
     if (prefix == m_prefix) {
         return;
     }
     m_prefix = nullptr; // until all is done
-    const BatchPrefix* outer = prefix ? prefix->shared : nullptr;
-    m_name.clear();
-    m_hasher = NameHasher(m_hashSeed);
-    if (outer) {
-        const SharedPrefix& shared = Shared(outer);
-        m_name = shared.open;
-        m_hasher = shared.hasher;
-    }
-    m_sharedUnits = m_name.size();
-    AppendPieces(m_name, prefix, outer);
-    m_prefixUnits = m_name.size();
-    m_hashedUnits = m_hasher.Take(m_name);
+    const size_t shared = SharedUnits(prefix);
+    const size_t start = std::min<size_t>(shared, prefix->hashedUnits);
+    m_name.CutTo(0);
+    AppendUnits(m_name, prefix, start);
+    m_prefixUnits = m_name.Length();
+    m_sharedUnits = shared - start;
+    m_hashedUnits = prefix->hashedUnits - start;
     m_prefix = prefix;
 }
 
-BatchWrite::SharedPrefix& BatchWrite::Shared(const BatchPrefix* prefix) {
-    const auto outerOf = [](const BatchPrefix* inner) {
-        return inner->parent ? inner->parent->shared : nullptr;
-    };
-    std::vector<const BatchPrefix*> unknown;
-    for (const BatchPrefix* inner = prefix; inner && !m_shared.contains(inner); inner = outerOf(inner)) {
-        unknown.push_back(inner);
+// Puts the entry's name after its prefix into the buffer.
+void BatchWrite::AssembleName(const VariableBatch::Entry& entry, const BatchPrefix* prefix) {
+    UsePrefix(prefix);
+    m_name.CutTo(m_prefixUnits);
+    if (entry.name) {
+        m_name.Append(VariableBatch::NameOf(entry));
+    } else {
+        m_name.Append(Decimal(entry.nameLength).View());
     }
-    for (; !unknown.empty(); unknown.pop_back()) {
-        const BatchPrefix* inner = unknown.back();
-        const BatchPrefix* outer = outerOf(inner);
-        SharedPrefix made{NameHasher(m_hashSeed), {}};
-        if (outer) {
-            const SharedPrefix& known = m_shared.at(outer);
-            made = {known.hasher, known.open};
-        }
-        AppendPieces(made.open, inner, outer);
-        made.open.erase(0, made.hasher.Take(made.open));
-        m_shared.emplace(inner, std::move(made));
-    }
-    return m_shared.find(prefix)->second;
 }
 
 uint32_t BatchWrite::HashOf(const VariableBatch::Entry& entry) {
-    if (entry.prefix == 0) {
-        return HashName(VariableBatch::NameOf(entry), m_hashSeed);
+    const BatchPrefix* prefix = m_batch.PrefixOf(entry);
+    if (!prefix) {
+        return HashName(VariableBatch::NameOf(entry));
     }
-    NameAfterPrefix(entry.name, entry.nameLength, m_batch.PrefixOf(entry));
-    return m_hasher.Finish(std::wstring_view(m_name).substr(m_hashedUnits));
+    AssembleName(entry, prefix);
+    return prefix->Hasher().Finish(m_name.View().substr(m_hashedUnits));
 }
 
-std::wstring_view BatchWrite::NameOf(const VariableBatch::Entry& entry) {
-    return entry.prefix == 0 ? VariableBatch::NameOf(entry)
-                             : NameAfterPrefix(entry.name, entry.nameLength, m_batch.PrefixOf(entry));
+std::wstring_view BatchWrite::RestOf(const VariableBatch::Entry& entry) {
+    const BatchPrefix* prefix = m_batch.PrefixOf(entry);
+    if (!prefix) {
+        return VariableBatch::NameOf(entry);
+    }
+    AssembleName(entry, prefix);
+    return m_name.View().substr(m_sharedUnits);
 }
 
-std::wstring_view BatchWrite::NameAfterPrefix(const wchar_t* name, uint32_t length,
-                                              const BatchPrefix* prefix) {
-    UsePrefix(prefix);
-    m_name.resize(m_prefixUnits);
-    if (name) {
-        m_name.append(name, length);
-    } else {
-        m_name.append(Decimal(length).View());
-    }
-    return std::wstring_view(m_name).substr(m_sharedUnits);
+const NamePrefix* BatchWrite::PrefixOf(const VariableBatch::Entry& entry, VariableMaps& maps) {
+    const BatchPrefix* prefix = m_batch.PrefixOf(entry);
+    return prefix && prefix->shared ? StoredPrefix(prefix->shared, maps) : nullptr;
 }
 
-const NamePrefix* BatchWrite::StoredPrefix(VariableMaps& maps, const BatchPrefix* prefix) {
-    const NamePrefix* stored = Shared(prefix).stored;
-    if (stored) {
-        return stored;
+const NamePrefix* BatchWrite::KnownPrefixOf(const VariableBatch::Entry& entry) const noexcept {
+    const BatchPrefix* prefix = m_batch.PrefixOf(entry);
+    return prefix && prefix->shared ? m_stored.find(prefix->shared)->second : nullptr;
+}
+
+const NamePrefix* BatchWrite::StoredPrefix(const BatchPrefix* prefix, VariableMaps& maps) {
+    const auto outerOf = [](const BatchPrefix* inner) {
+        return inner->parent ? inner->parent->shared : nullptr;
+    };
+    std::vector<const BatchPrefix*> missing; // the prefix and those around it
+    const BatchPrefix* outer = prefix;
+    for (; outer && !m_stored.contains(outer); outer = outerOf(outer)) {
+        missing.push_back(outer);
     }
-    std::vector<const BatchPrefix*> missing; // of the prefix and those around it
-    for (const BatchPrefix* inner = prefix; inner; inner = inner->parent ? inner->parent->shared : nullptr) {
-        missing.push_back(inner);
-    }
-    std::wstring piece;
-    const BatchPrefix* outer = nullptr;
+    NameBuffer piece;
+    const NamePrefix* stored = outer ? m_stored.find(outer)->second : nullptr;
     for (; !missing.empty(); missing.pop_back()) {
         const BatchPrefix* inner = missing.back();
-        SharedPrefix& shared = Shared(inner);
-        if (!shared.stored) {
-            piece.clear();
-            AppendPieces(piece, inner, outer);
-            shared.stored = maps.prefixes.Share(stored, piece);
-        }
-        stored = shared.stored;
+        piece.CutTo(0);
+        AppendUnits(piece, inner, outer ? outer->length : 0);
+        stored = maps.prefixes.Share(stored, piece.View());
+        m_stored.emplace(inner, stored);
         outer = inner;
     }
     return stored;
@@ -207,44 +189,45 @@ void BatchWrite::ApplyTo(VariableMaps& maps) {
     }
 }
 
-// A batch of names in pieces may need the buffers, which have held each of them before.
 void BatchWrite::Undo(VariableMaps& maps) noexcept {
-    m_bools.Undo();
-    m_integers.Undo();
-    m_doubles.Undo();
-    m_strings.Undo();
-    for (const Item& item : m_items) {
-        if (item.IsNew()) {
-            RemoveNew(maps, item);
+    m_bools.Undo(maps.bools);
+    m_numbers.Undo(maps.numbers);
+    m_strings.Undo(maps.strings);
+    for (NumberMap::Node* half : m_addedHalves) {
+        if (half) {
+            maps.numbers.Remove(half);
         }
+    }
+    size_t index = 0;
+    for (const VariableBatch::Entry& entry : m_batch.Entries()) {
+        if (m_isNew[index] != 0) {
+            RemoveNew(maps, entry, m_hashes[index]);
+        }
+        ++index;
     }
 }
 
-// Allocates nothing: the buffers had this very name before.
-void BatchWrite::RemoveNew(VariableMaps& maps, const Item& item) noexcept {
+// Allocates nothing: the buffer had this very name before.
+void BatchWrite::RemoveNew(VariableMaps& maps, const VariableBatch::Entry& entry, uint32_t hash) noexcept {
     using Kind = VariableBatch::Kind;
-    const VariableBatch::Entry entry = m_batch.Entries()[item.At()];
-    const std::wstring_view name = NameOf(entry);
-    const BatchPrefix* used = m_batch.PrefixOf(entry);
-    const BatchPrefix* shared = used ? used->shared : nullptr;
-    const NamePrefix* prefix = shared ? Shared(shared).stored : nullptr;
-    const auto remove = [&](auto& map) { map.Remove(map.Find(name, item.hash, prefix)); };
-    if ((item.positionAndMarks & kNewDouble) != 0) {
-        remove(maps.doubles);
-    }
-    if ((item.positionAndMarks & kNewName) == 0) {
-        return;
-    }
+    const std::wstring_view rest = RestOf(entry);
+    const NamePrefix* prefix = KnownPrefixOf(entry);
+    const auto remove = [&](auto& map) { map.Remove(map.Find(rest, hash, prefix)); };
+    const auto removeNumber = [&](uint32_t halves) {
+        maps.numbers.Remove(maps.numbers.Find(rest, hash, halves, prefix));
+    };
     switch (entry.kind) {
     case Kind::Bool:
         remove(maps.bools);
         break;
     case Kind::Int64:
+        removeNumber(Number::kInteger);
+        break;
     case Kind::Number:
-        remove(maps.integers);
+        removeNumber(Number::kWhole);
         break;
     case Kind::Double:
-        remove(maps.doubles);
+        removeNumber(Number::kReal);
         break;
     case Kind::String:
         remove(maps.strings);
@@ -259,72 +242,105 @@ void BatchWrite::Reserve(VariableMaps& maps) const {
             map.Reserve(expected);
         }
     };
-    const ExpectedEntries& numbers = m_batch.Expected(Kind::Number);
     reserve(maps.bools, m_batch.Expected(Kind::Bool));
-    reserve(maps.integers, m_batch.Expected(Kind::Int64) + numbers);
-    reserve(maps.doubles, m_batch.Expected(Kind::Double) + numbers);
+    reserve(maps.numbers,
+            m_batch.Expected(Kind::Int64) + m_batch.Expected(Kind::Number) + m_batch.Expected(Kind::Double));
     reserve(maps.strings, m_batch.Expected(Kind::String));
 }
 
 void BatchWrite::WriteAll(VariableMaps& maps) {
-    constexpr size_t kAhead = 8;
     Reserve(maps);
-    const BatchRecords& entries = m_batch.Entries();
-    for (size_t i = 0; i < m_items.size(); ++i) {
-        if (i % kEntriesBetweenLooks == 0) {
+    BucketsAhead ahead(m_batch.Entries(), m_hashes, maps);
+    size_t index = 0;
+    for (const VariableBatch::Entry& entry : m_batch.Entries()) {
+        if (index % kEntriesBetweenLooks == 0) {
             RaiseIfCancelled(m_batch.CancelledBy());
         }
-        if (i + kAhead < m_items.size()) {
-            entries.Prefetch(m_items[i + kAhead].At());
-        }
-        Write(maps, m_items[i]);
+        ahead.Step();
+        m_isNew[index] = Write(maps, entry, m_hashes[index]) ? 1 : 0;
+        ++index;
     }
 }
 
-void BatchWrite::Write(VariableMaps& maps, Item& item) {
+bool BatchWrite::Write(VariableMaps& maps, const VariableBatch::Entry& entry, uint32_t hash) {
     using Kind = VariableBatch::Kind;
-    const VariableBatch::Entry entry = m_batch.Entries()[item.At()];
-    const BatchPrefix* used = m_batch.PrefixOf(entry);
-    const BatchPrefix* shared = used ? used->shared : nullptr;
-    const Name name{NameOf(entry), shared ? StoredPrefix(maps, shared) : nullptr, item.hash};
-    bool isNew = false;
+    const Name name{RestOf(entry), PrefixOf(entry, maps), hash};
     switch (entry.kind) {
     case Kind::Bool:
-        isNew = Set(maps.bools, m_bools, name, entry.boolean);
-        break;
-    case Kind::Number:
-        if (Set(maps.doubles, m_doubles, name, static_cast<double>(entry.integer))) {
-            item.positionAndMarks |= kNewDouble;
-        }
-        [[fallthrough]];
+        return Set(maps.bools, m_bools, name, entry.boolean);
     case Kind::Int64:
-        isNew = Set(maps.integers, m_integers, name, entry.integer);
-        break;
+        return SetNumber(maps.numbers, name, Number::Of(entry.integer));
+    case Kind::Number:
+        return SetNumber(maps.numbers, name, Number::Whole(entry.integer));
     case Kind::Double:
-        isNew = Set(maps.doubles, m_doubles, name, entry.real);
-        break;
-    case Kind::String:
-        isNew = Set(maps.strings, m_strings, name, VariableBatch::TextOf(entry));
-        break;
-    }
-    if (isNew) {
-        item.positionAndMarks |= kNewName;
+        return SetNumber(maps.numbers, name, Number::Of(entry.real));
+    default:
+        return Set(maps.strings, m_strings, name, VariableBatch::TextOf(entry));
     }
 }
 
 // What may fail comes before each change.
 template <class Value, class Given>
-bool BatchWrite::Set(VariableMap<Value>& map, Replacements<Value>& replacements, const Name& name,
+bool BatchWrite::Set(VariableMap<Value>& map, MapReplacements<Value>& replacements, const Name& name,
                      Given given) {
-    auto* node = map.Find(name.rest, name.hash, name.prefix);
+    auto* node = map.FindForWrite(name.rest, name.hash, name.prefix);
     if (!node) {
         map.Add(name.rest, name.hash, name.prefix, given);
         return true;
     }
     if (!IsSameValue(node->value, given)) {
-        replacements.Replace(node, Value(given));
+        replacements.Replace(map, node, Value(given));
     }
     return false;
+}
+
+bool BatchWrite::SetNumber(NumberMap& map, const Name& name, const Number& given) {
+    if (given.halves != Number::kWhole) {
+        return SetHalf(map, name, given);
+    }
+    NumberMap::Node* node = map.FindForWrite(name.rest, name.hash, Number::kWhole, name.prefix);
+    if (!node) {
+        map.Add(name.rest, name.hash, name.prefix, given);
+        return true;
+    }
+    if (const Number held = NumberMap::NumberOf(*node); held.halves == Number::kWhole) {
+        if (held != given) {
+            m_numbers.Replace(map, node, Number(given));
+        }
+        return false;
+    }
+    for (const uint32_t other : {Number::kReal, Number::kInteger}) {
+        const Number half = given.Without(other);
+        if (map.FindForWrite(name.rest, name.hash, half.halves, name.prefix)) {
+            SetHalf(map, name, half);
+        } else {
+            AddHalf(map, name, half);
+        }
+    }
+    return false;
+}
+
+bool BatchWrite::SetHalf(NumberMap& map, const Name& name, const Number& given) {
+    NumberMap::Node* node = map.FindForWrite(name.rest, name.hash, given.halves, name.prefix);
+    if (!node) {
+        map.Add(name.rest, name.hash, name.prefix, given);
+        return true;
+    }
+    const Number held = NumberMap::NumberOf(*node);
+    const bool isWhole = held.halves == Number::kWhole;
+    if ((isWhole ? held.Without(Number::kWhole ^ given.halves) : held) == given) {
+        return false;
+    }
+    if (isWhole) { // the other half stays as it was, by itself
+        AddHalf(map, name, held.Without(given.halves));
+    }
+    m_numbers.Replace(map, node, Number(given));
+    return false;
+}
+
+void BatchWrite::AddHalf(NumberMap& map, const Name& name, const Number& half) {
+    m_addedHalves.push_back(nullptr); // first, since that may fail
+    m_addedHalves.back() = map.Add(name.rest, name.hash, name.prefix, half);
 }
 
 } // namespace zq

@@ -22,7 +22,7 @@ bool IsSameName(const NamePrefix* a, std::wstring_view aRest, const NamePrefix* 
         if (units == 0) {
             return aRest.size() == bRest.size();
         }
-        if (!IsSameName(aRest.substr(aRest.size() - units), bRest.substr(bRest.size() - units))) {
+        if (!IsSameText(aRest.substr(aRest.size() - units), bRest.substr(bRest.size() - units))) {
             return false;
         }
         aRest.remove_suffix(units);
@@ -38,8 +38,14 @@ void NamePrefix::CopyTo(wchar_t* out) const {
     }
 }
 
+std::wstring_view JoinName(const NamePrefix* prefix, std::wstring_view rest, std::wstring& buffer) {
+    buffer.resize(prefix->length);
+    prefix->CopyTo(buffer.data());
+    return buffer.append(rest);
+}
+
 size_t NamePrefixes::KeyHash::operator()(const Key& key) const noexcept {
-    return HashName(key.piece, std::hash<const NamePrefix*>()(key.parent));
+    return HashName(key.piece) ^ std::hash<const NamePrefix*>()(key.parent);
 }
 
 const NamePrefix* NamePrefixes::Share(const NamePrefix* parent, std::wstring_view piece) {

@@ -30,6 +30,9 @@ struct NamePrefix {
 // Whether two names are the same, each of which is a prefix, which may be null, and a rest.
 bool IsSameName(const NamePrefix* a, std::wstring_view aRest, const NamePrefix* b, std::wstring_view bRest);
 
+// Puts a name with a prefix together in `buffer`. Raises std::bad_alloc.
+std::wstring_view JoinName(const NamePrefix* prefix, std::wstring_view rest, std::wstring& buffer);
+
 class NamePrefixes {
 public:
     // The prefix of that content, made where there is none. Raises std::bad_alloc.

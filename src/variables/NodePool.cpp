@@ -4,38 +4,30 @@
 
 namespace zq {
 
-void* NodePool::Allocate(size_t bytes) {
-    if (!IsPooled(bytes)) {
-        return ::operator new(bytes);
-    }
-    const size_t sizeClass = ClassOf(bytes);
-    if (!m_free[sizeClass]) {
-        AddBlock(sizeClass);
-    }
-    FreeNode* node = m_free[sizeClass];
-    m_free[sizeClass] = node->next;
-    return node;
-}
-
 void NodePool::Free(void* node, size_t bytes) noexcept {
     if (!IsPooled(bytes)) {
         ::operator delete(node);
         return;
     }
     FreeNode*& head = m_free[ClassOf(bytes)];
-    head = new (node) FreeNode{head};
+    head = new (node) FreeNode(head);
 }
 
 void NodePool::Clear() noexcept {
     m_blocks.Clear();
     m_free = {};
+    m_first = m_last = nullptr;
 }
 
 void NodePool::AddBlock(size_t sizeClass) {
     const size_t nodeBytes = (sizeClass + 1) * kStep;
-    auto* nodes = m_blocks.Allocate<std::byte>(kNodesInBlock * nodeBytes);
+    auto* memory = m_blocks.Allocate<std::byte>(sizeof(Block) + kNodesInBlock * nodeBytes);
+    auto* block = new (memory) Block{nullptr, nodeBytes};
+    (m_last ? m_last->next : m_first) = block;
+    m_last = block;
+    std::byte* nodes = memory + sizeof(Block);
     for (size_t i = kNodesInBlock; i-- > 0;) {
-        m_free[sizeClass] = new (nodes + i * nodeBytes) FreeNode{m_free[sizeClass]};
+        m_free[sizeClass] = new (nodes + i * nodeBytes) FreeNode(m_free[sizeClass]);
     }
 }
 

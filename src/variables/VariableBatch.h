@@ -8,6 +8,7 @@
 #include "base/ShortCopy.h"
 #include "variables/BatchRecords.h"
 #include "variables/ExpectedEntries.h"
+#include "variables/NameHash.h"
 #include "variables/NamePrefix.h"
 #include "variables/StoredText.h"
 
@@ -30,6 +31,10 @@ struct BatchPrefix {
     uint32_t pieceLength;
     uint32_t length; // of all pieces
     uint32_t number; // in its batch, from 1 on
+    uint32_t hashedUnits;
+    uint64_t hashState; // with those units
+
+    NameHasher Hasher() const { return {hashState, hashedUnits}; }
 };
 
 // The name of an entry.
@@ -41,20 +46,19 @@ struct BatchName {
     // One that outlives the batch and need not be copied.
     static BatchName Lasting(std::wstring_view name) {
         BatchName lasting(name);
-        lasting.lasts = true;
+        lasting.naming = BatchRecords::Naming::Outside;
         return lasting;
     }
     // One whose rest, after the prefix in use, is `number` in decimal digits.
     static BatchName Numbered(std::wstring_view name, uint32_t number) {
         BatchName numbered(name);
-        numbered.isNumbered = true;
+        numbered.naming = BatchRecords::Naming::Numbered;
         numbered.number = number;
         return numbered;
     }
 
     std::wstring_view text;
-    bool lasts = false;
-    bool isNumbered = false;
+    BatchRecords::Naming naming = BatchRecords::Naming::Copied; // as far as it is worth it
     uint32_t number = 0;
 };
 
@@ -93,7 +97,11 @@ public:
 
     // Names that are added from now on start with `prefix`, which they are given with all the same. Null for
     // none.
-    void UsePrefix(const BatchPrefix* prefix) { m_prefix = prefix; }
+    void UsePrefix(const BatchPrefix* prefix) {
+        m_prefixNumber = prefix ? prefix->number : 0;
+        m_prefixUnits = prefix ? prefix->length : 0;
+        m_sharedUnits = prefix && prefix->shared ? prefix->shared->length : 0;
+    }
     // The prefix for names that start with `name`, of which `outer` is a prefix: a longer one where it is
     // worth sharing, otherwise `outer`. Raises std::bad_alloc.
     const BatchPrefix* PrefixFor(const BatchPrefix* outer, std::wstring_view name) {
@@ -138,18 +146,25 @@ private:
     std::byte* Append(Kind kind, const BatchName& name) {
         ExpectedEntries& expected = m_expected[static_cast<size_t>(kind)];
         ++expected.count;
-        expected.units += name.text.size() - (m_prefix && m_prefix->shared ? m_prefix->shared->length : 0);
-        const uint32_t prefix = m_prefix ? m_prefix->number : 0;
-        if (prefix != 0 && name.isNumbered) {
-            return m_records.Add(m_memory, kind, prefix, Naming::Numbered, nullptr, name.number);
-        }
+        expected.units += name.text.size() - m_sharedUnits;
         std::wstring_view rest = name.text;
-        rest.remove_prefix(m_prefix ? m_prefix->length : 0);
+        rest.remove_prefix(m_prefixUnits);
+        return name.naming == Naming::Copied
+                   ? m_records.Add(m_memory, kind,
+                                   {Naming::Copied, m_prefixNumber, LengthOf(rest), rest.data()})
+                   : AppendUncopied(kind, name, rest);
+    }
+
+    [[gnu::noinline]] std::byte* AppendUncopied(Kind kind, const BatchName& name, std::wstring_view rest) {
+        if (name.naming == Naming::Numbered && m_prefixNumber != 0) {
+            return m_records.Add(m_memory, kind, {Naming::Numbered, m_prefixNumber, name.number, nullptr});
+        }
         // A pointer to a short name would not be smaller.
-        const bool isOutside = name.lasts && m_names == Names::SharePrefixes &&
-                               rest.size() * sizeof(wchar_t) > sizeof(const wchar_t*);
-        return m_records.Add(m_memory, kind, prefix, isOutside ? Naming::Outside : Naming::Copied,
-                             rest.data(), LengthOf(rest));
+        const bool isOutside = name.naming == Naming::Outside && m_names == Names::SharePrefixes &&
+                               rest.size() * sizeof(wchar_t) > sizeof(rest.data());
+        return m_records.Add(
+            m_memory, kind,
+            {isOutside ? Naming::Outside : Naming::Copied, m_prefixNumber, LengthOf(rest), rest.data()});
     }
 
     [[gnu::noinline]] const BatchPrefix* MakePrefix(const BatchPrefix* outer, std::wstring_view name) {
@@ -162,8 +177,12 @@ private:
         CopyShort(copy, piece.data(), piece.size() * sizeof(wchar_t));
         auto* prefix = m_memory.Allocate<BatchPrefix>(1);
         m_prefixes.push_back(prefix);
-        *prefix = {outer,  outer ? outer->shared : nullptr,         copy, static_cast<uint32_t>(piece.size()),
-                   length, static_cast<uint32_t>(m_prefixes.size())};
+        NameHasher hasher = outer ? outer->Hasher() : NameHasher();
+        const uint32_t known = outer ? outer->hashedUnits : 0;
+        const auto hashed = known + static_cast<uint32_t>(hasher.Take(name.substr(known)));
+        *prefix = {
+            outer,  outer ? outer->shared : nullptr,          copy,   static_cast<uint32_t>(piece.size()),
+            length, static_cast<uint32_t>(m_prefixes.size()), hashed, hasher.State()};
         if (length - (prefix->shared ? prefix->shared->length : 0) >= kSharedPrefixUnits) {
             prefix->shared = prefix;
         }
@@ -176,7 +195,11 @@ private:
     std::vector<const BatchPrefix*> m_prefixes; // by number
     std::array<ExpectedEntries, 5> m_expected;  // by Kind
     Arena m_memory{Arena::Life::Short};
-    const BatchPrefix* m_prefix = nullptr; // of the names that are added
+
+    // The prefix of the names that are added, and what of it the maps share.
+    uint32_t m_prefixNumber = 0;
+    size_t m_prefixUnits = 0;
+    size_t m_sharedUnits = 0;
 };
 
 } // namespace zq

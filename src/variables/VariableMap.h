@@ -1,7 +1,8 @@
 // A chained hash map from names to values of one type: the table of the variable store.
 //
 // The bucket table is made at the first insertion with 17 buckets and grows with the entries; nodes come from
-// a NodePool and hold their names. Iteration goes by bucket and then by chain; that order is no contract.
+// a NodePool and hold their names. Iteration goes through the pool's blocks, so that neighbours in memory are
+// visited one after the other; that order is no contract.
 //
 // Portable, no locks: the owner serialises. Pointers to nodes and values stay valid until the entry is
 // removed.
@@ -14,7 +15,6 @@
 #include "variables/NodePool.h"
 #include "variables/StoredText.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -48,7 +48,7 @@ public:
     struct Node {
         Node* next;
         uint32_t hash;
-        uint32_t lengthAndKind; // characters of the name after the node; the top bit: whether it has a prefix
+        uint32_t lengthAndMarks; // characters of the name after the node; the top bits are marks
         Value value;
         [[no_unique_address]] NodeRoom<Value> room;
 
@@ -58,18 +58,26 @@ public:
         // The name without its prefix.
         std::wstring_view Rest() const {
             const auto* start = reinterpret_cast<const std::byte*>(this + 1) + PrefixBytes();
-            return {reinterpret_cast<const wchar_t*>(start), lengthAndKind & ~kHasPrefix};
+            return {reinterpret_cast<const wchar_t*>(start), lengthAndMarks & kMostUnits};
         }
         size_t NameLength() const { return Rest().size() + (HasPrefix() ? Prefix()->length : 0); }
         // Whether the name is `prefix`, which may be null, and `rest`, however either is kept.
         bool IsNamed(const NamePrefix* prefix, std::wstring_view rest) const {
-            return Prefix() == prefix ? IsSameName(Rest(), rest) : IsSameName(Prefix(), Rest(), prefix, rest);
+            return Prefix() == prefix ? IsSameText(Rest(), rest) : IsSameName(Prefix(), Rest(), prefix, rest);
+        }
+
+        // Two bits for the map's owner; a new node has none of them.
+        uint32_t Marks() const { return lengthAndMarks >> kMarksShift & 3U; }
+        void SetMarks(uint32_t marks) {
+            lengthAndMarks = (lengthAndMarks & ~(3U << kMarksShift)) | marks << kMarksShift;
         }
 
         static constexpr uint32_t kHasPrefix = 0x80000000U;
+        static constexpr unsigned kMarksShift = 29;
+        static constexpr uint32_t kMostUnits = (uint32_t{1} << kMarksShift) - 1;
         static constexpr size_t kPointerBytes = sizeof(void*); // of the prefix
 
-        bool HasPrefix() const { return (lengthAndKind & kHasPrefix) != 0; }
+        bool HasPrefix() const { return (lengthAndMarks & kHasPrefix) != 0; }
         size_t PrefixBytes() const { return HasPrefix() ? kPointerBytes : 0; }
         wchar_t* Room() {
             auto* start = reinterpret_cast<std::byte*>(this + 1) + PrefixBytes();
@@ -89,31 +97,48 @@ public:
     // Of all names together, in characters.
     size_t NameUnits() const { return m_nameUnits; }
 
-    // `hash` is HashName(name, seed) with the seed that the owner uses for all calls. Null when there is no
-    // such name. With a prefix, `name` is what follows it.
+    // `hash` is HashName of the whole name. Null when there is no such name. With a prefix, `name` is what
+    // follows it.
     Node* Find(std::wstring_view name, uint32_t hash, const NamePrefix* prefix = nullptr) const {
-        if (!m_buckets) {
+        return Find(name, hash, prefix, [](const Node&) { return true; });
+    }
+    // The same among the entries that isWanted(node) accepts: a name may have several.
+    template <class IsWanted>
+    Node* Find(std::wstring_view name, uint32_t hash, const NamePrefix* prefix, IsWanted isWanted) const {
+        return m_buckets ? FindIn(m_buckets[BucketOf(hash)], name, hash, prefix, isWanted) : nullptr;
+    }
+    // The same before a write: faster where the name is new, and a little slower where it is not.
+    Node* FindForWrite(std::wstring_view name, uint32_t hash, const NamePrefix* prefix = nullptr) const {
+        return FindForWrite(name, hash, prefix, [](const Node&) { return true; });
+    }
+    template <class IsWanted>
+    Node* FindForWrite(std::wstring_view name, uint32_t hash, const NamePrefix* prefix,
+                       IsWanted isWanted) const {
+        if (!m_buckets || !m_buckets[BucketOf(hash)].MayHave(hash)) {
             return nullptr;
         }
-        Node* node = m_buckets[BucketOf(hash)];
-        while (node && !(node->hash == hash && node->IsNamed(prefix, name))) {
-            node = node->next;
+        return FindIn(m_buckets[BucketOf(hash)], name, hash, prefix, isWanted);
+    }
+
+    // Asks the processor for the bucket of a hash that will soon be looked up.
+    void Prefetch(uint32_t hash) const {
+        if (m_buckets) {
+            __builtin_prefetch(&m_buckets[BucketOf(hash)], 1);
         }
-        return node;
     }
 
     // Makes the table large enough for so many entries in one step, as far as memory allows.
     void Reserve(const ExpectedEntries& expected) {
-        GrowFor(expected.count);
         if (m_size == 0) { // otherwise most of them may be there already
-            m_pool.Expect(expected.count * sizeof(Node) + expected.units * sizeof(wchar_t));
+            m_pool.Expect(expected.count * sizeof(Node) + expected.units * sizeof(wchar_t), expected.count);
         }
+        GrowFor(expected.count);
     }
 
     // The entry of that name, made with an empty value where there is none. Raises std::bad_alloc, and has
     // changed nothing then.
     std::pair<Node*, bool> FindOrAdd(std::wstring_view name, uint32_t hash) {
-        if (Node* node = Find(name, hash)) {
+        if (Node* node = FindForWrite(name, hash)) {
             return {node, false};
         }
         return {AddEmpty(name, hash, nullptr), true};
@@ -134,6 +159,11 @@ public:
         Node* node = AddEmpty(name, hash, prefix);
         node->value = std::move(value);
         return node;
+    }
+
+    // Gives an entry another value and returns the one before.
+    static Value Exchange(Node* node, Value&& value) noexcept {
+        return std::exchange(node->value, std::move(value));
     }
 
     // Gives an entry another value, made of `given`. Raises std::bad_alloc, and has changed nothing then.
@@ -159,22 +189,21 @@ public:
 
     // REQUIRES: the map has this node.
     void Remove(Node* node) noexcept {
-        Node** link = &m_buckets[BucketOf(node->hash)];
-        while (*link != node) {
-            link = &(*link)->next;
-        }
-        *link = node->next;
+        m_buckets[BucketOf(node->hash)].Remove(node);
         FreeNode(node);
         --m_size;
     }
 
     void Clear() noexcept {
-        // Otherwise the pool takes back all nodes at once.
-        if (!std::is_trivially_destructible_v<Value> || m_loneNodes != 0) {
-            FreeEachNode();
+        if (m_loneNodes != 0) {
+            FreeLoneNodes();
+        }
+        if constexpr (!std::is_trivially_destructible_v<Value>) {
+            m_pool.ForEach([](void* node) { static_cast<Node*>(node)->~Node(); });
         }
         m_pool.Clear();
-        m_buckets.reset();
+        m_ownedBuckets.reset();
+        m_buckets = nullptr;
         m_bucketCount = 0;
         m_size = 0;
         m_loneNodes = 0;
@@ -185,28 +214,75 @@ public:
     // where a name has a prefix and cannot be put together.
     template <class Visit>
     void ForEach(Visit visit) const {
-        // Neighbours in the table lie anywhere in memory; asking for them early hides most of the wait.
-        constexpr size_t kAhead = 8;
         std::wstring whole;
-        for (size_t bucket = 0; bucket < m_bucketCount; ++bucket) {
-            if (bucket + kAhead < m_bucketCount) {
-                __builtin_prefetch(m_buckets[bucket + kAhead]);
-            }
-            for (Node* node = m_buckets[bucket]; node; node = node->next) {
-                visit(node->HasPrefix() ? WholeName(*node, whole) : node->Rest(), node->value);
-            }
+        ForEachNode([&](const Node& node) { visit(WholeName(node, whole), node.value); });
+    }
+
+    // Calls visit(node) for every entry.
+    template <class Visit>
+    void ForEachNode(Visit visit) const {
+        m_pool.ForEach([&](void* node) { visit(*static_cast<const Node*>(node)); });
+        if (m_loneNodes != 0) {
+            ForEachLoneNode([&](const Node* node) { visit(*node); });
         }
+    }
+
+    // The name of an entry, put together in `buffer` where it has a prefix, which raises std::bad_alloc then.
+    static std::wstring_view WholeName(const Node& node, std::wstring& buffer) {
+        return node.HasPrefix() ? JoinName(node.Prefix(), node.Rest(), buffer) : node.Rest();
     }
 
 private:
     static constexpr size_t kFirstBucketCount = 17;
+    static constexpr size_t kSmallTable = 8 * kFirstBucketCount;
 
-    static std::wstring_view WholeName(const Node& node, std::wstring& whole) {
-        whole.resize(node.NameLength());
-        node.Prefix()->CopyTo(whole.data());
-        const std::wstring_view rest = node.Rest();
-        std::copy(rest.begin(), rest.end(), whole.end() - static_cast<std::ptrdiff_t>(rest.size()));
-        return whole;
+    // The first node of a chain and, in the bits that an address leaves free, a filter of the chain's hashes:
+    // most look-ups of a name that is not there touch no node.
+    class Bucket {
+    public:
+        Node* First() const {
+            return reinterpret_cast<Node*>(m_bits & kAddress); // NOLINT(performance-no-int-to-ptr)
+        }
+        bool MayHave(uint32_t hash) const { return (m_bits & FilterOf(hash)) != 0; }
+        void Add(Node* node) {
+            node->next = First();
+            m_bits = reinterpret_cast<uintptr_t>(node) | (m_bits & ~kAddress) | FilterOf(node->hash);
+        }
+        // REQUIRES: the node is in the chain.
+        void Remove(Node* node) {
+            Node* first = First();
+            Node** link = &first;
+            while (*link != node) {
+                link = &(*link)->next;
+            }
+            *link = node->next;
+            m_bits = reinterpret_cast<uintptr_t>(first);
+            for (; first; first = first->next) {
+                m_bits |= FilterOf(first->hash);
+            }
+        }
+
+    private:
+        static constexpr unsigned kAddressBits = 48; // of a process on x86-64
+        static constexpr unsigned kFilterBits = 16;
+        static constexpr uintptr_t kAddress = (uintptr_t{1} << kAddressBits) - 1;
+
+        // By the low bits of the hash: the high ones choose the bucket.
+        static uintptr_t FilterOf(uint32_t hash) {
+            return uintptr_t{1} << (kAddressBits + hash % kFilterBits);
+        }
+
+        uintptr_t m_bits = 0;
+    };
+
+    template <class IsWanted>
+    static Node* FindIn(const Bucket& bucket, std::wstring_view name, uint32_t hash, const NamePrefix* prefix,
+                        IsWanted isWanted) {
+        Node* node = bucket.First();
+        while (node && !(node->hash == hash && isWanted(*node) && node->IsNamed(prefix, name))) {
+            node = node->next;
+        }
+        return node;
     }
 
     // Spreads the hash over the buckets by its high bits, without a division.
@@ -214,11 +290,7 @@ private:
         return static_cast<size_t>(uint64_t{hash} * m_bucketCount >> 32U);
     }
 
-    void Link(Node* node) noexcept {
-        Node*& head = m_buckets[BucketOf(node->hash)];
-        node->next = head;
-        head = node;
-    }
+    void Link(Node* node) noexcept { m_buckets[BucketOf(node->hash)].Add(node); }
 
     Node* AddEmpty(std::wstring_view name, uint32_t hash, const NamePrefix* prefix, size_t room = 0) {
         GrowFor(m_size + 1);
@@ -229,17 +301,24 @@ private:
     }
 
     Node* MakeNode(std::wstring_view rest, uint32_t hash, const NamePrefix* prefix, size_t room) {
+        if (rest.size() > Node::kMostUnits) {
+            throw std::bad_alloc();
+        }
         const size_t prefixBytes = prefix ? Node::kPointerBytes : 0;
         const size_t bytes = sizeof(Node) + prefixBytes + (rest.size() + room) * sizeof(wchar_t);
         void* memory = m_pool.Allocate(bytes);
         m_loneNodes += NodePool::IsPooled(bytes) ? 0 : 1;
+        m_nameUnits += rest.size();
         const auto length = static_cast<uint32_t>(rest.size());
         Node* node = new (memory)
             Node{nullptr, hash, prefix ? length | Node::kHasPrefix : length, Value(), NodeRoom<Value>(room)};
         auto* after = reinterpret_cast<std::byte*>(node + 1);
-        std::memcpy(after, &prefix, prefixBytes);
-        CopyShort(after + prefixBytes, rest.data(), rest.size() * sizeof(wchar_t));
-        m_nameUnits += node->NameLength();
+        if (prefix) {
+            std::memcpy(after, &prefix, Node::kPointerBytes);
+            after += Node::kPointerBytes;
+            m_nameUnits += prefix->length;
+        }
+        CopyShort(after, rest.data(), rest.size() * sizeof(wchar_t));
         return node;
     }
 
@@ -251,14 +330,22 @@ private:
         m_loneNodes -= NodePool::IsPooled(bytes) ? 0 : 1;
     }
 
-    void FreeEachNode() noexcept {
+    // Calls visit(node) for the nodes that are not the pool's.
+    template <class Visit>
+    void ForEachLoneNode(Visit visit) const {
         for (size_t bucket = 0; bucket < m_bucketCount; ++bucket) {
-            for (Node* node = m_buckets[bucket]; node;) {
-                Node* next = node->next;
-                FreeNode(node);
+            for (Node* node = m_buckets[bucket].First(); node;) {
+                Node* next = node->next; // the visit may free the node
+                if (!NodePool::IsPooled(node->Bytes())) {
+                    visit(node);
+                }
                 node = next;
             }
         }
+    }
+
+    void FreeLoneNodes() noexcept {
+        ForEachLoneNode([this](Node* node) { FreeNode(node); });
     }
 
     // Keeps at most one entry a bucket on average. Where there is no memory for a larger table the smaller
@@ -274,26 +361,40 @@ private:
         while (count < size) {
             count *= 2;
         }
-        std::unique_ptr<Node*[]> buckets(new (std::nothrow) Node*[count]());
+        if (m_bucketCount == 0 && count <= kSmallTable) {
+            UseTableOfPool(count);
+            return;
+        }
+        std::unique_ptr<Bucket[]> buckets(new (std::nothrow) Bucket[count]());
         if (!buckets) {
             if (m_bucketCount == 0) {
                 throw std::bad_alloc();
             }
             return;
         }
-        std::swap(m_buckets, buckets);
+        const Bucket* const old = std::exchange(m_buckets, buckets.get());
         const size_t oldCount = std::exchange(m_bucketCount, count);
         for (size_t bucket = 0; bucket < oldCount; ++bucket) {
-            for (Node* node = buckets[bucket]; node;) {
+            for (Node* node = old[bucket].First(); node;) {
                 Node* next = node->next;
                 Link(node);
                 node = next;
             }
         }
+        m_ownedBuckets = std::move(buckets);
+    }
+
+    // A small first table lies beside the nodes and costs no allocation of its own.
+    void UseTableOfPool(size_t count) {
+        constexpr size_t kStep = 16;
+        void* memory = m_pool.AllocateTable((count * sizeof(Bucket) + kStep - 1) / kStep * kStep);
+        m_buckets = new (memory) Bucket[count]();
+        m_bucketCount = count;
     }
 
     NodePool m_pool;
-    std::unique_ptr<Node*[]> m_buckets;
+    Bucket* m_buckets = nullptr;
+    std::unique_ptr<Bucket[]> m_ownedBuckets; // unless the pool has their memory
     size_t m_bucketCount = 0;
     size_t m_size = 0;
     size_t m_loneNodes = 0; // those too large for the pool

@@ -7,20 +7,19 @@
 
 namespace zq {
 
-void VariableMaps::Apply(const VariableBatch& batch) { BatchWrite(batch, hashSeed).ApplyTo(*this); }
+void VariableMaps::Apply(const VariableBatch& batch) { BatchWrite(batch).ApplyTo(*this); }
 
 void VariableMaps::Reserve(const PacketCounts& counts) noexcept {
-    const auto reserve = [&counts](auto& map, VariableType type) {
-        if (counts[type].count != 0) {
-            map.Reserve(counts[type]);
+    const auto reserve = [](auto& map, const ExpectedEntries& expected) {
+        if (expected.count != 0) {
+            map.Reserve(expected);
         }
     };
     try {
-        reserve(bools, VariableTypeBool);
-        reserve(integers, VariableTypeInt64);
-        reserve(doubles, VariableTypeDouble);
-        reserve(strings, VariableTypeString);
-        reserve(binaries, VariableTypeBinary);
+        reserve(bools, counts[VariableTypeBool]);
+        reserve(numbers, counts[VariableTypeInt64] + counts[VariableTypeDouble]);
+        reserve(strings, counts[VariableTypeString]);
+        reserve(binaries, counts[VariableTypeBinary]);
     } catch (const std::bad_alloc&) { // the tables grow with their entries then
     }
 }
@@ -33,8 +32,7 @@ void VariableMaps::RemoveBinaries() noexcept {
 void VariableMaps::RemoveAll() noexcept {
     RemoveBinaries();
     strings.Clear();
-    doubles.Clear();
-    integers.Clear();
+    numbers.Clear();
     bools.Clear();
     prefixes.Clear();
 }

@@ -1,11 +1,12 @@
-// The five maps of the variable store, one for each type, and the operations on them that need no lock of
-// their own.
+// The maps of the variable store, with a name space for each of the five types, and the operations on them
+// that need no lock of their own.
 //
 // Portable. The owner serialises: under Windows that is VariableStore with its mutex.
 #pragma once
 
 #include "variables/BinaryBlock.h"
 #include "variables/NamePrefix.h"
+#include "variables/NumberMap.h"
 #include "variables/StoredText.h"
 #include "variables/VariableMap.h"
 #include "variables/VariablePacket.h"
@@ -18,11 +19,6 @@ namespace zq {
 class VariableBatch;
 
 struct VariableMaps {
-    // `seed` makes the maps' hash unpredictable; any value is right.
-    explicit VariableMaps(uint64_t seed) : hashSeed(seed) {}
-
-    uint32_t Hash(std::wstring_view name) const { return HashName(name, hashSeed); }
-
     // Writes a whole batch in its order, or, when memory runs out (std::bad_alloc), nothing of it.
     void Apply(const VariableBatch& batch);
 
@@ -33,14 +29,15 @@ struct VariableMaps {
     // the maps' life calls this before, or leaves the blocks to the end of the process.
     void RemoveBinaries() noexcept;
 
-    // Empties all five maps.
+    // Empties all maps.
     void RemoveAll() noexcept;
 
-    uint64_t hashSeed;
+    NumberMap::Half<int64_t> Integers() const { return numbers.Integers(); }
+    NumberMap::Half<double> Doubles() const { return numbers.Doubles(); }
+
     NamePrefixes prefixes; // of the names of batches
     VariableMap<uint8_t> bools;
-    VariableMap<int64_t> integers;
-    VariableMap<double> doubles;
+    NumberMap numbers;
     VariableMap<BinaryBlock*> binaries;
     VariableMap<StoredText> strings;
 };

@@ -6,42 +6,27 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <span>
 #include <utility>
-
-#include <windows.h>
 
 namespace zq {
 
 namespace {
 
-// Differs between stores and between runs; who chooses names in a file cannot know it.
-uint64_t MakeSeed(const void* store) {
-    LARGE_INTEGER counter{};
-    QueryPerformanceCounter(&counter);
-    FILETIME now{};
-    GetSystemTimeAsFileTime(&now);
-    const uint64_t time = static_cast<uint64_t>(now.dwHighDateTime) << 32U | now.dwLowDateTime;
-    const uint64_t address = reinterpret_cast<uintptr_t>(store) ^ uint64_t { GetCurrentProcessId() } << 32U;
-    return detail::MixMultiply(static_cast<uint64_t>(counter.QuadPart) ^ 0x9E3779B97F4A7C15ULL, time) ^
-           detail::MixMultiply(address, 0xD6E8FEB86659FD93ULL);
-}
-
 template <class Value>
-bool GetScalar(const VariableMaps& maps, const VariableMap<Value>& map, std::wstring_view name,
-               Value* value) {
-    const auto* node = map.Find(name, maps.Hash(name));
-    if (node) {
-        *value = node->value;
+bool GetScalar(const std::optional<Value>& held, Value* value) {
+    if (held) {
+        *value = *held;
     }
-    return node != nullptr;
+    return held.has_value();
 }
 
 // The one rule of all setters that compare.
 template <class Value, class Given>
-bool SetCompared(VariableMaps& maps, VariableMap<Value>& map, std::wstring_view name, Given given) {
-    const uint32_t hash = maps.Hash(name);
-    auto* node = map.Find(name, hash);
+bool SetCompared(VariableMap<Value>& map, std::wstring_view name, Given given) {
+    const uint32_t hash = HashName(name);
+    auto* node = map.FindForWrite(name, hash);
     if (!node) {
         map.Add(name, hash, nullptr, given);
     } else if (node->value == given) {
@@ -52,28 +37,29 @@ bool SetCompared(VariableMaps& maps, VariableMap<Value>& map, std::wstring_view 
     return true;
 }
 
-template <class Value>
-void PackMap(PacketWriter& packet, VariableType type, const VariableMap<Value>& map) {
-    map.ForEach([&](std::wstring_view name, const Value& value) {
+template <class Map>
+void PackMap(PacketWriter& packet, VariableType type, const Map& map) {
+    map.ForEach([&](std::wstring_view name, const auto& value) {
         packet.Append(type, name, std::as_bytes(std::span(&value, 1)));
     });
 }
 
 // What the packet of a map takes without its values: known beforehand, it needs one block of memory and no
 // copy.
-template <class Value>
-size_t NameBytes(const VariableMap<Value>& map) {
+template <class Map>
+size_t NameBytes(const Map& map) {
     return map.Size() * kPacketRecordHeaderBytes + map.NameUnits() * sizeof(wchar_t);
 }
 
-template <class Value>
-size_t ScalarBytes(const VariableMap<Value>& map) {
-    return NameBytes(map) + map.Size() * sizeof(Value);
+template <class Map>
+size_t ScalarBytes(const Map& map, size_t valueBytes) {
+    return NameBytes(map) + map.Size() * valueBytes;
 }
 
 size_t RecordBytes(const VariableMaps& maps) {
-    size_t bytes = ScalarBytes(maps.bools) + ScalarBytes(maps.integers) + ScalarBytes(maps.doubles) +
-                   NameBytes(maps.strings) + NameBytes(maps.binaries);
+    size_t bytes = ScalarBytes(maps.bools, sizeof(uint8_t)) + ScalarBytes(maps.Integers(), sizeof(int64_t)) +
+                   ScalarBytes(maps.Doubles(), sizeof(double)) + NameBytes(maps.strings) +
+                   NameBytes(maps.binaries);
     maps.strings.ForEach(
         [&](std::wstring_view, std::wstring_view text) { bytes += text.size() * sizeof(wchar_t); });
     maps.binaries.ForEach([&](std::wstring_view, const BinaryBlock* block) { bytes += block->size; });
@@ -82,11 +68,8 @@ size_t RecordBytes(const VariableMaps& maps) {
 
 } // namespace
 
-VariableStore::VariableStore(const Mutex& mutex)
-    : m_mutex(mutex), m_hashSeed(MakeSeed(this)), m_maps(m_hashSeed) {}
-
 void VariableStore::Apply(const VariableBatch& batch) {
-    BatchWrite write(batch, m_hashSeed);
+    BatchWrite write(batch);
     MutexLock lock(m_mutex);
     write.ApplyTo(m_maps);
 }
@@ -112,22 +95,23 @@ void VariableStore::RemoveBinaries() {
 
 bool VariableStore::GetBool(std::wstring_view name, uint8_t* value) const {
     MutexLock lock(m_mutex);
-    return GetScalar(m_maps, m_maps.bools, name, value);
+    const auto* node = m_maps.bools.Find(name, HashName(name));
+    return GetScalar(node ? std::optional(node->value) : std::nullopt, value);
 }
 
 bool VariableStore::GetInt64(std::wstring_view name, int64_t* value) const {
     MutexLock lock(m_mutex);
-    return GetScalar(m_maps, m_maps.integers, name, value);
+    return GetScalar(m_maps.Integers().Find(name, HashName(name)), value);
 }
 
 bool VariableStore::GetDouble(std::wstring_view name, double* value) const {
     MutexLock lock(m_mutex);
-    return GetScalar(m_maps, m_maps.doubles, name, value);
+    return GetScalar(m_maps.Doubles().Find(name, HashName(name)), value);
 }
 
 bool VariableStore::GetString(std::wstring_view name, wchar_t* buffer, int32_t bufferSize) const {
     MutexLock lock(m_mutex);
-    const auto* node = m_maps.strings.Find(name, m_maps.Hash(name));
+    const auto* node = m_maps.strings.Find(name, HashName(name));
     const std::wstring_view text = node ? node->value.View() : std::wstring_view();
     if (!node || bufferSize < 0 || static_cast<size_t>(bufferSize) <= text.size()) {
         return false;
@@ -139,7 +123,7 @@ bool VariableStore::GetString(std::wstring_view name, wchar_t* buffer, int32_t b
 
 bool VariableStore::GetBinary(std::wstring_view name, void* buffer, size_t bufferSize, size_t* length) const {
     MutexLock lock(m_mutex);
-    const auto* node = m_maps.binaries.Find(name, m_maps.Hash(name));
+    const auto* node = m_maps.binaries.Find(name, HashName(name));
     if (!node) {
         return false;
     }
@@ -156,41 +140,41 @@ bool VariableStore::GetBinary(std::wstring_view name, void* buffer, size_t buffe
 
 bool VariableStore::SetBool(std::wstring_view name, uint8_t value) {
     MutexLock lock(m_mutex);
-    return SetCompared(m_maps, m_maps.bools, name, value);
+    return SetCompared(m_maps.bools, name, value);
 }
 
 bool VariableStore::SetInt64(std::wstring_view name, int64_t value) {
     MutexLock lock(m_mutex);
-    return SetCompared(m_maps, m_maps.integers, name, value);
+    return m_maps.numbers.Set(name, HashName(name), value);
 }
 
 bool VariableStore::SetDouble(std::wstring_view name, double value) {
     MutexLock lock(m_mutex);
-    return SetCompared(m_maps, m_maps.doubles, name, value);
+    return m_maps.numbers.Set(name, HashName(name), value);
 }
 
 bool VariableStore::SetString(std::wstring_view name, std::wstring_view value) {
     MutexLock lock(m_mutex);
-    return SetCompared(m_maps, m_maps.strings, name, value);
+    return SetCompared(m_maps.strings, name, value);
 }
 
 bool VariableStore::AddEmptyString(std::wstring_view name) {
     MutexLock lock(m_mutex);
-    return m_maps.strings.FindOrAdd(name, m_maps.Hash(name)).second;
+    return m_maps.strings.FindOrAdd(name, HashName(name)).second;
 }
 
 bool VariableStore::SetBinary(std::wstring_view name, const void* bytes, size_t length) {
     const auto free = [](BinaryBlock* block) { BinaryBlock::Free(block); };
     std::unique_ptr<BinaryBlock, decltype(free)> block(BinaryBlock::Make(bytes, length), free);
     MutexLock lock(m_mutex);
-    auto* node = m_maps.binaries.FindOrAdd(name, m_maps.Hash(name)).first;
+    auto* node = m_maps.binaries.FindOrAdd(name, HashName(name)).first;
     BinaryBlock::Free(std::exchange(node->value, block.release()));
     return true;
 }
 
 bool VariableStore::RemoveBinary(std::wstring_view name) {
     MutexLock lock(m_mutex);
-    const uint32_t hash = m_maps.Hash(name);
+    const uint32_t hash = HashName(name);
     const auto* node = m_maps.binaries.Find(name, hash);
     if (!node) {
         return false;
@@ -204,8 +188,8 @@ PacketWriter VariableStore::PackAll() const {
     MutexLock lock(m_mutex);
     packet.Reserve(RecordBytes(m_maps));
     PackMap(packet, VariableTypeBool, m_maps.bools);
-    PackMap(packet, VariableTypeInt64, m_maps.integers);
-    PackMap(packet, VariableTypeDouble, m_maps.doubles);
+    PackMap(packet, VariableTypeInt64, m_maps.Integers());
+    PackMap(packet, VariableTypeDouble, m_maps.Doubles());
     m_maps.strings.ForEach([&](std::wstring_view name, std::wstring_view text) {
         packet.AppendText(VariableTypeString, name, text);
     });

@@ -1,4 +1,4 @@
-// The variables of one module object: the five maps, each operation under the mutex that guards them.
+// The variables of one module object: the maps, each operation under the mutex that guards them.
 //
 // Any thread may call. Nothing here notifies a host of a change. Memory that runs out raises std::bad_alloc:
 // nothing has changed then, and the mutex is free.
@@ -20,7 +20,7 @@ class VariableBatch;
 class VariableStore {
 public:
     // The mutex must outlive the store.
-    explicit VariableStore(const Mutex& mutex);
+    explicit VariableStore(const Mutex& mutex) : m_mutex(mutex) {}
 
     // Writes a batch in one piece: nobody sees half of it.
     void Apply(const VariableBatch& batch);
@@ -59,7 +59,6 @@ public:
 
 private:
     const Mutex& m_mutex;
-    const uint64_t m_hashSeed; // of the maps
     VariableMaps m_maps ZQ_GUARDED_BY(m_mutex);
 };
 

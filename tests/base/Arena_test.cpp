@@ -153,6 +153,27 @@ TEST(Arena, PiecesOfEveryLengthAreGivenBackWhole) {
     }
 }
 
+TEST_P(ArenaOfEachLife, ReturnsToAPlaceInTheChunkInUse) {
+    Arena arena(GetParam());
+    const Arena::Place empty = arena.Here();
+    EXPECT_TRUE(arena.IsInChunkOf(empty));
+    arena.ReturnTo(empty);
+
+    const auto* first = arena.Allocate<unsigned char>(8);
+    const Arena::Place place = arena.Here();
+    const auto* second = arena.Allocate<unsigned char>(8);
+    ASSERT_TRUE(arena.IsInChunkOf(place));
+    arena.ReturnTo(place);
+    EXPECT_EQ(second, arena.Allocate<unsigned char>(8));
+    ASSERT_TRUE(arena.IsInChunkOf(empty));
+    arena.ReturnTo(empty);
+    EXPECT_EQ(first, arena.Allocate<unsigned char>(8));
+
+    arena.Allocate<unsigned char>(size_t{1024} * 1024); // in a chunk of its own
+    EXPECT_FALSE(arena.IsInChunkOf(place));
+    EXPECT_FALSE(arena.IsInChunkOf(empty));
+}
+
 TEST(Arena, TheChunkOfAShortLivedArenaIsKeptForTheNextOne) {
     const KeptChunksInUse keptChunks;
     const void* chunk = nullptr;

@@ -148,7 +148,7 @@ TypedVariables MeantVariables(ConfigFile file, const std::string& bytes) {
     document.Read(root, text);
     VariableBatch batch;
     FlattenConfig(file, root, batch, HostLog());
-    VariableMaps maps(1);
+    VariableMaps maps;
     maps.Apply(batch);
     return VariablesOf(maps);
 }

@@ -40,24 +40,24 @@ void Load(const std::string& bytes, VariableMaps& maps, const Cancellation* canc
     ASSERT_TRUE(text.Read(bytes));
     VariableBatch batch(VariableBatch::Names::SharePrefixes, cancellation);
     ASSERT_TRUE(text.Flatten(batch, HostLog()));
-    BatchWrite(batch, maps.hashSeed).ApplyTo(maps);
+    BatchWrite(batch).ApplyTo(maps);
 }
 
 TEST(Cancellation, ALoadThatIsGivenUpStoresNothingWhereverItIs) {
     const std::string bytes = ManySettings();
-    VariableMaps maps(1);
+    VariableMaps maps;
     Load(R"({"Known":1})", maps, nullptr);
     const CancelAt never(INT_MAX);
     {
-        VariableMaps others(1);
+        VariableMaps others;
         Load(bytes, others, &never);
     }
 
     for (int look = 0; look < never.Looks(); ++look) {
         const CancelAt cancellation(look);
         EXPECT_THROW(Load(bytes, maps, &cancellation), Cancelled);
-        ASSERT_EQ(1U, maps.integers.Size() - 1); // "Known" and "HmdNameSize"
-        EXPECT_EQ(1, maps.integers.Find(L"Known", maps.Hash(L"Known"))->value);
+        ASSERT_EQ(1U, maps.Integers().Size() - 1); // "Known" and "HmdNameSize"
+        EXPECT_EQ(1, maps.Integers().Find(L"Known", HashName(L"Known")).value());
         EXPECT_EQ(0U, maps.strings.Size());
     }
     EXPECT_GT(never.Looks(), 10);
@@ -65,12 +65,12 @@ TEST(Cancellation, ALoadThatIsGivenUpStoresNothingWhereverItIs) {
 
 TEST(Cancellation, ALoadThatNobodyCancelsIsWhole) {
     const CancelAt never(INT_MAX);
-    VariableMaps maps(1);
+    VariableMaps maps;
 
     Load(ManySettings(), maps, &never);
 
     EXPECT_EQ(20'000U, maps.strings.Size());
-    EXPECT_EQ(2, maps.integers.Find(L"Known", maps.Hash(L"Known"))->value);
+    EXPECT_EQ(2, maps.Integers().Find(L"Known", HashName(L"Known")).value());
 }
 
 } // namespace

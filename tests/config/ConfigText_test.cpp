@@ -95,8 +95,8 @@ TEST(ConfigText, FlatteningFreesTheTreeAndGivesTheSameVariables) {
     ASSERT_TRUE(freed.Read(bytes));
     VariableBatch wanted;
     VariableBatch batch(VariableBatch::Names::SharePrefixes);
-    VariableMaps wantedMaps(1);
-    VariableMaps maps(1);
+    VariableMaps wantedMaps;
+    VariableMaps maps;
 
     FlattenConfig(ConfigFile::Settings, kept.Root(), wanted, HostLog());
     ASSERT_TRUE(freed.Flatten(batch, HostLog()));

@@ -114,7 +114,7 @@ protected:
         return m_root;
     }
     TypedVariables Variables() {
-        VariableMaps maps(1);
+        VariableMaps maps;
         maps.Apply(m_batch);
         return VariablesOf(maps);
     }

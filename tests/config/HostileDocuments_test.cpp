@@ -29,7 +29,7 @@ std::string Nested(std::string_view open, size_t depth, std::string_view core, s
 bool Load(ConfigFile file, const std::string& document) {
     ConfigText config(file);
     VariableBatch batch;
-    VariableMaps maps(1);
+    VariableMaps maps;
     if (!config.Read(document) || !config.Flatten(batch, HostLog())) {
         return false;
     }
@@ -122,7 +122,7 @@ TEST(HostileDocuments, MemoryOfNamesFollowsTheFile) {
     const std::string document = "{\"" + key + "\":" + Nested("{\"a\":1,\"b\":", kDepth, "1", "}") + "}";
     ConfigText config(ConfigFile::Settings);
     VariableBatch batch(VariableBatch::Names::SharePrefixes);
-    VariableMaps maps(1);
+    VariableMaps maps;
     ASSERT_TRUE(config.Read(document));
     ASSERT_TRUE(config.Flatten(batch, HostLog()));
     for (const VariableBatch::Entry& entry : batch.Entries()) {
@@ -132,9 +132,9 @@ TEST(HostileDocuments, MemoryOfNamesFollowsTheFile) {
     maps.Apply(batch);
     maps.Apply(batch);
 
-    EXPECT_EQ(kDepth + 2, maps.integers.Size()); // with the number of headsets
+    EXPECT_EQ(kDepth + 2, maps.Integers().Size()); // with the number of headsets
     const std::wstring name = std::wstring(key.begin(), key.end()) + L".b.b.b.a";
-    EXPECT_NE(nullptr, maps.integers.Find(name, maps.Hash(name)));
+    EXPECT_TRUE(maps.Integers().Find(name, HashName(name)).has_value());
 }
 
 TEST(HostileDocuments, LongStringIsAnAnswer) {

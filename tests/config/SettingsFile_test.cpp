@@ -143,7 +143,7 @@ TEST(FlattenSettings, RootOfAnotherKindLoadsAndSetsNothing) {
 }
 
 TEST(FlattenSettings, LoadingAgainWithoutAKeyLeavesItsVariable) {
-    VariableMaps maps(1);
+    VariableMaps maps;
     RunConfig(ConfigFile::Settings, R"({"A":1,"B":2,"CL":[{"HD":"X"},{"HD":"Y"}]})", maps);
 
     const ConfigRun run = RunConfig(ConfigFile::Settings, R"({"B":3,"CL":[{"HD":"Z"}]})", maps);

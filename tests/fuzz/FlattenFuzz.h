@@ -22,9 +22,9 @@ inline void RequireBounded(ConfigFile file, const uint8_t* data, size_t size) {
     VariableBatch batch;
     FlattenConfig(file, root, batch, HostLog());
     Require(batch.Entries().size() <= size);
-    VariableMaps once(1);
+    VariableMaps once;
     once.Apply(batch);
-    VariableMaps twice(7);
+    VariableMaps twice;
     twice.Apply(batch);
     twice.Apply(batch);
     Require(test::VariablesOf(once) == test::VariablesOf(twice));

@@ -17,8 +17,8 @@ namespace zq::test {
 inline TypedVariables VariablesOf(const VariableMaps& maps) {
     TypedVariables all;
     maps.bools.ForEach([&](std::wstring_view name, uint8_t value) { all.Bool(name, value); });
-    maps.integers.ForEach([&](std::wstring_view name, int64_t value) { all.Int64(name, value); });
-    maps.doubles.ForEach([&](std::wstring_view name, double value) { all.Double(name, value); });
+    maps.Integers().ForEach([&](std::wstring_view name, int64_t value) { all.Int64(name, value); });
+    maps.Doubles().ForEach([&](std::wstring_view name, double value) { all.Double(name, value); });
     maps.strings.ForEach([&](std::wstring_view name, std::wstring_view value) { all.String(name, value); });
     return all;
 }
@@ -51,7 +51,7 @@ inline ConfigRun RunConfig(ConfigFile file, std::string_view bytes, VariableMaps
 }
 
 inline ConfigRun RunConfig(ConfigFile file, std::string_view bytes) {
-    VariableMaps maps(1);
+    VariableMaps maps;
     return RunConfig(file, bytes, maps);
 }
 

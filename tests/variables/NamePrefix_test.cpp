@@ -80,7 +80,7 @@ TEST(BatchWrite, NamesInPiecesAreFoundWhole) {
             batch.AddInt64(inner + L"a longer name", 2);
             batch.UsePrefix(first);
             batch.AddInt64(outer + L"b", 3);
-            VariableMaps maps(7);
+            VariableMaps maps;
 
             maps.Apply(batch);
 
@@ -90,7 +90,7 @@ TEST(BatchWrite, NamesInPiecesAreFoundWhole) {
                           .Int64(outer + L"b", 3),
                       VariablesOf(maps));
             for (const std::wstring& name : {inner + L"a", inner + L"a longer name", outer + L"b"}) {
-                EXPECT_NE(nullptr, maps.integers.Find(name, maps.Hash(name)));
+                EXPECT_TRUE(maps.Integers().Find(name, HashName(name)).has_value());
             }
         }
     }
@@ -110,7 +110,7 @@ TEST(VariableMaps, NamesUnderAPrefixAreFoundWhole) {
     batch.AddString(inner, L"the prefix itself");
     batch.UsePrefix(nullptr);
     batch.AddBool(L"short", 1);
-    VariableMaps maps(3);
+    VariableMaps maps;
 
     maps.Apply(batch);
 
@@ -120,23 +120,26 @@ TEST(VariableMaps, NamesUnderAPrefixAreFoundWhole) {
                                         .String(inner, L"the prefix itself")
                                         .Bool(L"short", 1);
     EXPECT_EQ(expected, VariablesOf(maps));
-    const auto* node = maps.integers.Find(inner + L".a", maps.Hash(inner + L".a"));
+    const auto* node = maps.numbers.Find(inner + L".a", HashName(inner + L".a"), Number::kWhole);
     ASSERT_NE(nullptr, node);
-    EXPECT_EQ(2, node->value);
+    EXPECT_EQ(2, *NumberMap::NumberOf(*node).As<int64_t>());
     EXPECT_NE(nullptr, node->Prefix());
-    EXPECT_EQ(nullptr, maps.integers.Find(inner + L".b", maps.Hash(inner + L".b")));
-    EXPECT_EQ(outer.size() + inner.size() + 4, maps.integers.NameUnits());
+    EXPECT_FALSE(maps.Integers().Find(inner + L".b", HashName(inner + L".b")).has_value());
+    EXPECT_EQ(outer.size() + inner.size() + 4, maps.Integers().NameUnits());
 
     maps.Apply(batch);
     EXPECT_EQ(expected, VariablesOf(maps));
-    EXPECT_TRUE(maps.integers.Remove(outer + L".a", maps.Hash(outer + L".a")));
+    NumberMap::Node* outerNode = maps.numbers.Find(outer + L".a", HashName(outer + L".a"), Number::kWhole);
+    ASSERT_NE(nullptr, outerNode);
+    maps.numbers.Remove(outerNode);
+    EXPECT_EQ(inner.size() + 2, maps.Doubles().NameUnits());
     maps.RemoveAll();
     EXPECT_EQ(TypedVariables(), VariablesOf(maps));
 }
 
 TEST(VariableMaps, WholeNameOfAHostMeetsThePrefixOfAFile) {
     const std::wstring prefix(300, L'p');
-    VariableMaps maps(1);
+    VariableMaps maps;
     VariableBatch whole;
     whole.AddInt64(prefix + L".a", 1);
     maps.Apply(whole);
@@ -153,23 +156,23 @@ TEST(BatchWrite, ValueThatIsHeldKeepsItsMemory) {
     const std::wstring text(100, L't');
     VariableBatch batch;
     batch.AddString(L"S", text);
-    VariableMaps maps(1);
+    VariableMaps maps;
     maps.Apply(batch);
-    const wchar_t* held = maps.strings.Find(L"S", maps.Hash(L"S"))->value.View().data();
+    const wchar_t* held = maps.strings.Find(L"S", HashName(L"S"))->value.View().data();
 
     maps.Apply(batch);
 
-    EXPECT_EQ(held, maps.strings.Find(L"S", maps.Hash(L"S"))->value.View().data());
+    EXPECT_EQ(held, maps.strings.Find(L"S", HashName(L"S"))->value.View().data());
 }
 
 TEST(BatchWrite, NegativeZeroTakesThePlaceOfZero) {
-    VariableMaps maps(1);
+    VariableMaps maps;
     for (const double value : {0.0, -0.0}) {
         VariableBatch batch;
         batch.AddDouble(L"D", value);
         maps.Apply(batch);
     }
-    EXPECT_TRUE(std::signbit(maps.doubles.Find(L"D", maps.Hash(L"D"))->value));
+    EXPECT_TRUE(std::signbit(*maps.Doubles().Find(L"D", HashName(L"D"))));
 }
 
 } // namespace

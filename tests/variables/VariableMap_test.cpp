@@ -14,17 +14,15 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr uint64_t kSeed = 7;
-
 template <class Value>
 Value* Find(const VariableMap<Value>& map, std::wstring_view name) {
-    auto* node = map.Find(name, HashName(name, kSeed));
+    auto* node = map.Find(name, HashName(name));
     return node ? &node->value : nullptr;
 }
 
 template <class Value, class Given>
 void Set(VariableMap<Value>& map, std::wstring_view name, const Given& value) {
-    const uint32_t hash = HashName(name, kSeed);
+    const uint32_t hash = HashName(name);
     if (auto* node = map.Find(name, hash)) {
         map.Assign(node, value);
     } else {
@@ -36,7 +34,7 @@ TEST(VariableMap, EmptyMapFindsAndRemovesNothing) {
     VariableMap<int64_t> map;
     EXPECT_EQ(nullptr, Find(map, L"a"));
     EXPECT_EQ(nullptr, Find(map, L""));
-    EXPECT_FALSE(map.Remove(L"a", HashName(L"a", kSeed)));
+    EXPECT_FALSE(map.Remove(L"a", HashName(L"a")));
     EXPECT_EQ(0U, map.Size());
     map.Clear();
 }
@@ -49,7 +47,7 @@ TEST(VariableMap, CountsTheUnitsOfItsNames) {
     Set(map, longName, int64_t{3});
     EXPECT_EQ(303U, map.NameUnits());
 
-    map.Remove(L"abc", HashName(L"abc", kSeed));
+    map.Remove(L"abc", HashName(L"abc"));
     EXPECT_EQ(300U, map.NameUnits());
     map.Clear();
     EXPECT_EQ(0U, map.NameUnits());
@@ -79,7 +77,7 @@ TEST(VariableMap, NamesAreComparedExactly) {
 
 TEST(VariableMap, ExistingNameKeepsItsNode) {
     VariableMap<int64_t> map;
-    const uint32_t hash = HashName(L"a", kSeed);
+    const uint32_t hash = HashName(L"a");
     const auto first = map.FindOrAdd(L"a", hash);
     const auto second = map.FindOrAdd(L"a", hash);
     EXPECT_TRUE(first.second);
@@ -90,11 +88,11 @@ TEST(VariableMap, ExistingNameKeepsItsNode) {
 
 TEST(VariableMap, NodesStayWhereTheyAreWhileTheTableGrows) {
     VariableMap<int64_t> map;
-    auto* node = map.FindOrAdd(L"first", HashName(L"first", kSeed)).first;
+    auto* node = map.FindOrAdd(L"first", HashName(L"first")).first;
     for (int i = 0; i < 5000; ++i) {
         Set<int64_t>(map, std::to_wstring(i), i);
     }
-    EXPECT_EQ(node, map.Find(L"first", HashName(L"first", kSeed)));
+    EXPECT_EQ(node, map.Find(L"first", HashName(L"first")));
 }
 
 TEST(VariableMap, NamesWithEqualHashesStayApart) {
@@ -131,7 +129,7 @@ TEST(VariableMap, LongNamesStandBesidePooledOnes) {
     }
     for (size_t length = 0; length < 2000; length += 100) {
         const std::wstring name(length, L'n');
-        EXPECT_TRUE(map.Remove(name, HashName(name, kSeed)));
+        EXPECT_TRUE(map.Remove(name, HashName(name)));
     }
     for (size_t length = 50; length < 2000; length += 100) {
         EXPECT_EQ(std::wstring(length, L'v'), *Find(map, std::wstring(length, L'n')));
@@ -148,11 +146,60 @@ TEST(VariableMap, LongNamesAreFreedThoughOthersWereRemovedBefore) {
     for (const size_t length : {size_t{1000}, size_t{2000}}) {
         Set<int64_t>(map, std::wstring(length, L'n'), 1);
     }
-    EXPECT_TRUE(map.Remove(std::wstring(1000, L'n'), HashName(std::wstring(1000, L'n'), kSeed)));
+    EXPECT_TRUE(map.Remove(std::wstring(1000, L'n'), HashName(std::wstring(1000, L'n'))));
 
     map.Clear();
 
     EXPECT_EQ(0U, map.Size());
+}
+
+TEST(VariableMap, IterationVisitsLongNamesAndNoneThatIsGone) {
+    VariableMap<StoredText> map;
+    std::set<std::wstring> expected;
+    for (size_t length = 1; length < 1000; length += 37) {
+        const std::wstring name(length, L'n');
+        Set(map, name, L"text"sv);
+        if (length % 2 == 0) {
+            EXPECT_TRUE(map.Remove(name, HashName(name)));
+        } else {
+            expected.insert(name);
+        }
+    }
+    std::set<std::wstring> seen;
+    map.ForEach([&](std::wstring_view name, std::wstring_view) {
+        EXPECT_TRUE(seen.insert(std::wstring(name)).second);
+    });
+    EXPECT_EQ(expected, seen);
+}
+
+// Hashes that share a bucket's filter and those that do not.
+TEST(VariableMap, RemovalLeavesTheOthersOfTheBucket) {
+    for (uint32_t step : {1U, 16U}) {
+        VariableMap<int64_t> map;
+        for (uint32_t i = 0; i < 12; ++i) {
+            map.FindOrAdd(std::to_wstring(i), i * step).first->value = i;
+        }
+        for (uint32_t i = 0; i < 12; i += 2) {
+            EXPECT_TRUE(map.Remove(std::to_wstring(i), i * step));
+        }
+        for (uint32_t i = 0; i < 12; ++i) {
+            const auto* node = map.Find(std::to_wstring(i), i * step);
+            ASSERT_EQ(i % 2 == 0, node == nullptr);
+            EXPECT_TRUE(!node || node->value == i);
+        }
+    }
+}
+
+TEST(VariableMap, MarksAreTheOwners) {
+    VariableMap<int64_t> map;
+    auto* node = map.FindOrAdd(L"a name", HashName(L"a name")).first;
+    EXPECT_EQ(0U, node->Marks());
+    for (const uint32_t marks : {1U, 2U, 3U, 0U}) {
+        node->SetMarks(marks);
+        EXPECT_EQ(marks, node->Marks());
+        EXPECT_EQ(L"a name", node->Rest());
+        EXPECT_EQ(nullptr, node->Prefix());
+    }
 }
 
 TEST(VariableMap, AgreesWithAnOrderedMapOverRandomOperations) {
@@ -164,7 +211,7 @@ TEST(VariableMap, AgreesWithAnOrderedMapOverRandomOperations) {
         const std::wstring key = name + std::to_wstring(random() % 300);
         const std::wstring value = std::to_wstring(i) + std::wstring(random() % 20, L'x');
         if (random() % 3 == 0) {
-            EXPECT_EQ(model.erase(key) == 1, map.Remove(key, HashName(key, kSeed)));
+            EXPECT_EQ(model.erase(key) == 1, map.Remove(key, HashName(key)));
         } else {
             Set(map, key, value);
             model[key] = value;
@@ -175,30 +222,6 @@ TEST(VariableMap, AgreesWithAnOrderedMapOverRandomOperations) {
         ASSERT_NE(nullptr, Find(map, key));
         EXPECT_EQ(value, *Find(map, key));
     }
-}
-
-TEST(NameHash, DependsOnEveryUnitAndOnTheSeed) {
-    for (size_t length = 1; length < 40; ++length) {
-        const std::wstring name(length, L'n');
-        for (size_t place = 0; place < length; ++place) {
-            std::wstring other = name;
-            other[place] = L'm';
-            EXPECT_NE(HashName(name, 1), HashName(other, 1)) << length << ' ' << place;
-        }
-        EXPECT_NE(HashName(name, 1), HashName(name, 2));
-        EXPECT_NE(HashName(name, 1), HashName(name + L'\0', 1));
-    }
-}
-
-TEST(NameHash, SpreadsOverTheBuckets) {
-    constexpr size_t kBuckets = 1024;
-    std::vector<int> counts(kBuckets);
-    for (int i = 0; i < 64 * static_cast<int>(kBuckets); ++i) {
-        const uint32_t hash = HashName(L"CL.MERIN5." + std::to_wstring(i), kSeed);
-        ++counts[uint64_t{hash} * kBuckets >> 32U];
-    }
-    EXPECT_LT(20, *std::min_element(counts.begin(), counts.end()));
-    EXPECT_GT(140, *std::max_element(counts.begin(), counts.end()));
 }
 
 } // namespace

@@ -6,7 +6,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace zq::test {
@@ -18,7 +21,7 @@ TEST(VariableMaps, EachTypeHasItsOwnNames) {
     batch.AddInt64(L"A", 5);
     batch.AddDouble(L"A", 2.5);
     batch.AddString(L"A", L"text");
-    VariableMaps maps(1);
+    VariableMaps maps;
 
     maps.Apply(batch);
 
@@ -30,7 +33,7 @@ TEST(VariableMaps, NumberIsAnIntegerAndADouble) {
     VariableBatch batch;
     batch.AddNumber(L"A", -7);
     batch.AddNumber(L"B", INT64_MAX);
-    VariableMaps maps(1);
+    VariableMaps maps;
 
     maps.Apply(batch);
 
@@ -44,7 +47,7 @@ TEST(VariableMaps, LaterAssignmentOfABatchWins) {
     batch.AddInt64(L"A", 2);
     batch.AddString(L"S", L"long enough to stand on the heap");
     batch.AddString(L"S", L"b");
-    VariableMaps maps(1);
+    VariableMaps maps;
 
     maps.Apply(batch);
 
@@ -66,22 +69,22 @@ TEST(VariableMaps, LaterAssignmentOfALargeBatchWins) {
         batch.AddNumber(name, -i);
         batch.AddString(name, texts[static_cast<size_t>(i)]);
     }
-    VariableMaps maps(1);
+    VariableMaps maps;
 
     maps.Apply(batch);
 
-    EXPECT_EQ(static_cast<size_t>(kNames), maps.integers.Size());
+    EXPECT_EQ(static_cast<size_t>(kNames), maps.Integers().Size());
     for (int64_t name = 0; name < kNames; ++name) {
         const std::wstring text = L"Name" + std::to_wstring(name);
         const int64_t last = (kEntries - 1 - name) / kNames * kNames + name;
-        EXPECT_EQ(-last, maps.integers.Find(text, maps.Hash(text))->value);
-        EXPECT_EQ(static_cast<double>(-last), maps.doubles.Find(text, maps.Hash(text))->value);
-        EXPECT_EQ(texts[static_cast<size_t>(last)], maps.strings.Find(text, maps.Hash(text))->value);
+        EXPECT_EQ(-last, *maps.Integers().Find(text, HashName(text)));
+        EXPECT_EQ(static_cast<double>(-last), *maps.Doubles().Find(text, HashName(text)));
+        EXPECT_EQ(texts[static_cast<size_t>(last)], maps.strings.Find(text, HashName(text))->value);
     }
 }
 
 TEST(VariableMaps, SecondBatchOverwritesAndRemovesNothing) {
-    VariableMaps maps(1);
+    VariableMaps maps;
     VariableBatch first;
     first.AddBool(L"A", 1);
     first.AddBool(L"B", 1);
@@ -128,7 +131,7 @@ void ApplyManyKinds(VariableMaps& maps, const Cancellation& cancellation) {
 }
 
 TEST(VariableMaps, BatchThatFailsHalfWayLeavesNoTrace) {
-    VariableMaps maps(1);
+    VariableMaps maps;
     VariableBatch first;
     first.AddNumber(L"Old", 1);
     first.AddInt64(L"Number", 1);
@@ -137,7 +140,7 @@ TEST(VariableMaps, BatchThatFailsHalfWayLeavesNoTrace) {
     const TypedVariables before = VariablesOf(maps);
     const CancelOnceAt never(-1);
     {
-        VariableMaps others(1);
+        VariableMaps others;
         ApplyManyKinds(others, never);
     }
 
@@ -149,26 +152,95 @@ TEST(VariableMaps, BatchThatFailsHalfWayLeavesNoTrace) {
     EXPECT_LT(8, never.Looks());
 }
 
+// One name as an integer, a double or a number of a file, `kinds` of them one after the other.
+class HalvesOfA {
+public:
+    explicit HalvesOfA(std::vector<size_t> kinds, size_t count = 0)
+        : m_kinds(std::move(kinds)), m_count(count) {}
+
+    // Returns what comes of it over what was there.
+    TypedVariables Apply(VariableMaps& maps, const Cancellation* cancellation = nullptr) const {
+        VariableBatch batch(VariableBatch::Names::Whole, cancellation);
+        std::optional<int64_t> integer = maps.Integers().Find(L"A", HashName(L"A"));
+        std::optional<double> real = maps.Doubles().Find(L"A", HashName(L"A"));
+        for (size_t i = 0; i < std::max(m_count, m_kinds.size()); ++i) {
+            const auto value = static_cast<int64_t>(i % 5);
+            switch (m_kinds[i % m_kinds.size()]) {
+            case 0:
+                batch.AddInt64(L"A", value);
+                integer = value;
+                break;
+            case 1:
+                batch.AddDouble(L"A", static_cast<double>(value) + 0.5);
+                real = static_cast<double>(value) + 0.5;
+                break;
+            default:
+                batch.AddNumber(L"A", value);
+                integer = value;
+                real = static_cast<double>(value);
+            }
+        }
+        maps.Apply(batch);
+        TypedVariables expected;
+        if (integer) {
+            expected.Int64(L"A", *integer);
+        }
+        if (real) {
+            expected.Double(L"A", *real);
+        }
+        return expected;
+    }
+
+private:
+    std::vector<size_t> m_kinds;
+    size_t m_count;
+};
+
+// Over what another batch left; given up anywhere, it leaves what was there.
+TEST(VariableMaps, HalvesOfANumberComeInEveryOrder) {
+    constexpr size_t kCount = 4100; // the request to give up is looked for once in 4096 entries
+    for (size_t order = 0; order < 3 * 3 * 3 * 3; ++order) {
+        const HalvesOfA before({order % 3, order / 3 % 3});
+        const HalvesOfA after({order / 9 % 3, order / 27}, kCount);
+        VariableMaps maps;
+        const TypedVariables held = before.Apply(maps);
+        ASSERT_EQ(held, VariablesOf(maps));
+        const CancelOnceAt never(-1);
+        {
+            VariableMaps others;
+            after.Apply(others, &never);
+        }
+        for (int look = 0; look < never.Looks(); ++look) {
+            const CancelOnceAt cancellation(look);
+            EXPECT_THROW(after.Apply(maps, &cancellation), Cancelled);
+            ASSERT_EQ(held, VariablesOf(maps)) << order << ' ' << look;
+        }
+
+        const TypedVariables expected = after.Apply(maps);
+        ASSERT_EQ(expected, VariablesOf(maps)) << order;
+    }
+}
+
 TEST(VariableMaps, BoolKeepsItsByte) {
     VariableBatch batch;
     batch.AddBool(L"A", 2);
-    VariableMaps maps(1);
+    VariableMaps maps;
 
     maps.Apply(batch);
 
-    EXPECT_EQ(2, maps.bools.Find(L"A", maps.Hash(L"A"))->value);
+    EXPECT_EQ(2, maps.bools.Find(L"A", HashName(L"A"))->value);
 }
 
 TEST(VariableMaps, NamesMayDifferOnlyInLetterCase) {
     VariableBatch batch;
     batch.AddInt64(L"Name", 1);
     batch.AddInt64(L"name", 2);
-    VariableMaps maps(1);
+    VariableMaps maps;
 
     maps.Apply(batch);
 
     EXPECT_EQ(TypedVariables().Int64(L"Name", 1).Int64(L"name", 2), VariablesOf(maps));
-    EXPECT_EQ(nullptr, maps.integers.Find(L"NAME", maps.Hash(L"NAME")));
+    EXPECT_FALSE(maps.Integers().Find(L"NAME", HashName(L"NAME")).has_value());
 }
 
 TEST(VariableMaps, RemoveAllLeavesNothingOfAnyType) {
@@ -176,9 +248,9 @@ TEST(VariableMaps, RemoveAllLeavesNothingOfAnyType) {
     batch.AddBool(L"A", 1);
     batch.AddNumber(L"A", 5);
     batch.AddString(L"A", L"text");
-    VariableMaps maps(1);
+    VariableMaps maps;
     maps.Apply(batch);
-    maps.binaries.FindOrAdd(L"A", maps.Hash(L"A")).first->value = BinaryBlock::Make("abc", 3);
+    maps.binaries.FindOrAdd(L"A", HashName(L"A")).first->value = BinaryBlock::Make("abc", 3);
 
     maps.RemoveAll();
 
@@ -191,9 +263,9 @@ TEST(VariableMaps, RemoveAllLeavesNothingOfAnyType) {
 TEST(VariableMaps, RemoveBinariesLeavesTheOthers) {
     VariableBatch batch;
     batch.AddBool(L"A", 1);
-    VariableMaps maps(1);
+    VariableMaps maps;
     maps.Apply(batch);
-    maps.binaries.FindOrAdd(L"A", maps.Hash(L"A")).first->value = BinaryBlock::Make(nullptr, 0);
+    maps.binaries.FindOrAdd(L"A", HashName(L"A")).first->value = BinaryBlock::Make(nullptr, 0);
 
     maps.RemoveBinaries();
 

@@ -117,8 +117,7 @@ void ProvisionAndLoadPrivateFiles(PrivateFiles& files, const FilesContext& conte
 }
 
 bool LoadLooked(const PrivateFile& file, const ConfigLook& look, const FilesContext& context) {
-    const bool isLoaded =
-        LoadConfigFile(file.Kind(), file.Path(), look, {context.store, context.log, context.cancellation});
+    const bool isLoaded = LoadConfigFile(file.Kind(), file.Path(), look, {context.store, context.log});
     if (isLoaded) {
         KeepLoaded(file.Path(), look.file.bytes);
     }
