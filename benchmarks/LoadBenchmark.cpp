@@ -23,12 +23,11 @@ namespace {
 
 size_t LoadModule(ConfigFile file, const std::string& bytes) {
     ConfigText config(file);
-    VariableBatch batch(VariableBatch::Names::SharePrefixes);
     VariableMaps maps;
-    if (!config.Read(bytes) || !config.Flatten(batch, HostLog())) {
+    if (!config.Read(bytes) || !config.Flatten(HostLog())) {
         throw std::runtime_error("the module refuses the benchmark's file");
     }
-    maps.Apply(batch);
+    maps.Apply(config.Batch());
     return maps.bools.Size() + maps.Integers().Size() + maps.Doubles().Size() + maps.strings.Size();
 }
 
@@ -188,19 +187,18 @@ class ModuleParts {
 public:
     ModuleParts(ConfigFile file, const std::string& bytes) : m_file(file), m_bytes(bytes), m_config(file) {
         m_config.Read(bytes);
-        m_config.Flatten(m_batch, HostLog());
+        m_config.Flatten(HostLog());
     }
 
     void ReadAlone() const {
         ConfigText config(m_file);
-        VariableBatch batch(VariableBatch::Names::SharePrefixes);
         config.Read(m_bytes);
-        config.Flatten(batch, HostLog());
-        Use(batch.Entries().size());
+        config.Flatten(HostLog());
+        Use(config.Batch().Entries().size());
     }
     void FillMapsAlone() const {
         VariableMaps maps;
-        maps.Apply(m_batch);
+        maps.Apply(m_config.Batch());
         Use(maps.strings.Size());
     }
 
@@ -208,7 +206,6 @@ private:
     ConfigFile m_file;
     const std::string& m_bytes;
     ConfigText m_config;
-    VariableBatch m_batch{VariableBatch::Names::SharePrefixes};
 };
 
 struct Document {

@@ -171,10 +171,12 @@ class Report:
         return f"{min(ratios):.2f} to {max(ratios):.2f}"
 
     def ratio(self, name, competitor):
-        """The range of a competitor's ratio to the first row over all sizes."""
+        """A competitor's ratio to the first row, or its range over all sizes."""
         rows = self.group(name)
         first = next(iter(rows.values()))
         ratios = [value / first[size] for size, value in rows[competitor].items()]
+        if len(ratios) == 1:
+            return f"{ratios[0]:.1f}"
         return f"{min(ratios):.1f} to {max(ratios):.1f}"
 
     def byte_cost(self, name, competitor):

@@ -117,7 +117,7 @@ bool IsSame(const VariableBatch::Entry& a, const VariableBatch::Entry& b) {
 bool IsLoadedAs(ConfigFile file, std::string_view bytes, const VariableBatch& wanted) {
     ConfigText config(file);
     VariableBatch batch;
-    if (!config.Read(bytes) || !config.Flatten(batch, HostLog())) {
+    if (!config.ReadTree(bytes) || !FlattenConfig(file, config.Root(), batch, HostLog())) {
         return false;
     }
     return std::equal(batch.Entries().begin(), batch.Entries().end(), wanted.Entries().begin(),

@@ -32,11 +32,10 @@ bool LoadConfigFile(ConfigFile file, const std::wstring& path, const ConfigLook&
                 look.text->FileLength());
         return false;
     }
-    VariableBatch batch(VariableBatch::Names::SharePrefixes, target.cancellation);
-    if (!look.text->Flatten(batch, log)) {
+    if (!look.text->Flatten(log)) {
         return false;
     }
-    target.store.Apply(batch);
+    target.store.Apply(look.text->Batch());
     return true;
 }
 

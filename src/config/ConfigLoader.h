@@ -23,8 +23,6 @@ class VariableStore;
 struct ConfigTarget {
     VariableStore& store;
     const HostLog& log;
-    // Asks for a load to be given up: Cancelled is raised then, and nothing has been set. May be null.
-    const Cancellation* cancellation = nullptr;
 };
 
 // One look at a file: what was found, and what its bytes say.
@@ -39,7 +37,8 @@ struct ConfigLook {
 void ParseLook(ConfigFile file, ConfigLook& look, const Cancellation* cancellation = nullptr);
 
 // Logs what the file's loader logs and, where the look accepted the file, sets its variables. `path` is only
-// for the messages. Returns whether the file was loaded. Raises std::bad_alloc, and has set nothing then.
+// for the messages. Returns whether the file was loaded. Raises what ParseLook raises, and has set nothing
+// then. Called once for a look.
 bool LoadConfigFile(ConfigFile file, const std::wstring& path, const ConfigLook& look,
                     const ConfigTarget& target);
 

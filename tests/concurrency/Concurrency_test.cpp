@@ -101,9 +101,8 @@ protected:
                                      std::to_string(i) + R"(,"CL":[{"HD":"ALPHA1"}]})";
             ConfigText config(ConfigFile::Settings);
             ASSERT_TRUE(config.Read(text));
-            VariableBatch batch;
-            ASSERT_TRUE(config.Flatten(batch, log));
-            m_store.Apply(batch);
+            ASSERT_TRUE(config.Flatten(log));
+            m_store.Apply(config.Batch());
             m_hosts.NotifyHostsReloaded();
         }
     }

@@ -38,9 +38,8 @@ std::string ManySettings() {
 void Load(const std::string& bytes, VariableMaps& maps, const Cancellation* cancellation) {
     ConfigText text(ConfigFile::Settings, cancellation);
     ASSERT_TRUE(text.Read(bytes));
-    VariableBatch batch(VariableBatch::Names::SharePrefixes, cancellation);
-    ASSERT_TRUE(text.Flatten(batch, HostLog()));
-    BatchWrite(batch).ApplyTo(maps);
+    ASSERT_TRUE(text.Flatten(HostLog()));
+    BatchWrite(text.Batch()).ApplyTo(maps);
 }
 
 TEST(Cancellation, ALoadThatIsGivenUpStoresNothingWhereverItIs) {
@@ -57,7 +56,7 @@ TEST(Cancellation, ALoadThatIsGivenUpStoresNothingWhereverItIs) {
         const CancelAt cancellation(look);
         EXPECT_THROW(Load(bytes, maps, &cancellation), Cancelled);
         ASSERT_EQ(1U, maps.Integers().Size() - 1); // "Known" and "HmdNameSize"
-        EXPECT_EQ(1, maps.Integers().Find(L"Known", HashName(L"Known")).value());
+        EXPECT_EQ(1, *maps.Integers().Find(L"Known", HashName(L"Known")));
         EXPECT_EQ(0U, maps.strings.Size());
     }
     EXPECT_GT(never.Looks(), 10);
@@ -70,7 +69,7 @@ TEST(Cancellation, ALoadThatNobodyCancelsIsWhole) {
     Load(ManySettings(), maps, &never);
 
     EXPECT_EQ(20'000U, maps.strings.Size());
-    EXPECT_EQ(2, maps.Integers().Find(L"Known", HashName(L"Known")).value());
+    EXPECT_EQ(2, *maps.Integers().Find(L"Known", HashName(L"Known")));
 }
 
 } // namespace

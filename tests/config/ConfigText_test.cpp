@@ -91,17 +91,16 @@ TEST(ConfigText, FlatteningFreesTheTreeAndGivesTheSameVariables) {
         R"("cl":[],"Cl":[{"HD":"V","W":[1,2]}],"H":null,"I":{},"J":5})";
     ConfigText kept(ConfigFile::Settings);
     ConfigText freed(ConfigFile::Settings);
-    ASSERT_TRUE(kept.Read(bytes));
-    ASSERT_TRUE(freed.Read(bytes));
+    ASSERT_TRUE(kept.ReadTree(bytes));
+    ASSERT_TRUE(freed.ReadTree(bytes));
     VariableBatch wanted;
-    VariableBatch batch(VariableBatch::Names::SharePrefixes);
     VariableMaps wantedMaps;
     VariableMaps maps;
 
     FlattenConfig(ConfigFile::Settings, kept.Root(), wanted, HostLog());
-    ASSERT_TRUE(freed.Flatten(batch, HostLog()));
+    ASSERT_TRUE(freed.Flatten(HostLog()));
     wantedMaps.Apply(wanted);
-    maps.Apply(batch);
+    maps.Apply(freed.Batch());
 
     EXPECT_TRUE(kept.Root().Is(JsonKind::Object));
     EXPECT_TRUE(freed.Root().Is(JsonKind::Null));

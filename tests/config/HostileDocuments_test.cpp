@@ -28,12 +28,11 @@ std::string Nested(std::string_view open, size_t depth, std::string_view core, s
 // A document through decoder, reader, flattener and maps, without a look at what came out.
 bool Load(ConfigFile file, const std::string& document) {
     ConfigText config(file);
-    VariableBatch batch;
     VariableMaps maps;
-    if (!config.Read(document) || !config.Flatten(batch, HostLog())) {
+    if (!config.Read(document) || !config.Flatten(HostLog())) {
         return false;
     }
-    maps.Apply(batch);
+    maps.Apply(config.Batch());
     return true;
 }
 
@@ -121,16 +120,15 @@ TEST(HostileDocuments, MemoryOfNamesFollowsTheFile) {
     const std::string key(49000, 'k');
     const std::string document = "{\"" + key + "\":" + Nested("{\"a\":1,\"b\":", kDepth, "1", "}") + "}";
     ConfigText config(ConfigFile::Settings);
-    VariableBatch batch(VariableBatch::Names::SharePrefixes);
     VariableMaps maps;
     ASSERT_TRUE(config.Read(document));
-    ASSERT_TRUE(config.Flatten(batch, HostLog()));
-    for (const VariableBatch::Entry& entry : batch.Entries()) {
+    ASSERT_TRUE(config.Flatten(HostLog()));
+    for (const VariableBatch::Entry& entry : config.Batch().Entries()) {
         ASSERT_GT(2 * kSharedPrefixUnits, VariableBatch::NameOf(entry).size());
     }
 
-    maps.Apply(batch);
-    maps.Apply(batch);
+    maps.Apply(config.Batch());
+    maps.Apply(config.Batch());
 
     EXPECT_EQ(kDepth + 2, maps.Integers().Size()); // with the number of headsets
     const std::wstring name = std::wstring(key.begin(), key.end()) + L".b.b.b.a";

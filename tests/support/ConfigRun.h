@@ -9,6 +9,8 @@
 #include "variables/VariableBatch.h"
 #include "variables/VariableMaps.h"
 
+#include <gtest/gtest.h>
+
 #include <string_view>
 #include <vector>
 
@@ -31,17 +33,19 @@ struct ConfigRun {
     std::vector<LogLine> lines;
 };
 
-inline ConfigRun RunConfig(ConfigFile file, std::string_view bytes, VariableMaps& maps) {
+using ConfigRead = bool (ConfigText::*)(std::string_view);
+
+inline ConfigRun RunConfig(ConfigFile file, std::string_view bytes, VariableMaps& maps,
+                           ConfigRead read = &ConfigText::Read) {
     RecordingHost host;
     HostLog log;
     log.SetHost(&host);
     ConfigText config(file);
-    VariableBatch batch(VariableBatch::Names::SharePrefixes);
     ConfigRun run;
 
-    run.isLoaded = config.Read(bytes) && config.Flatten(batch, log);
+    run.isLoaded = (config.*read)(bytes) && config.Flatten(log);
     if (run.isLoaded) {
-        maps.Apply(batch);
+        maps.Apply(config.Batch());
     }
     run.parseResult = config.ParseResult();
     run.fileLength = config.FileLength();
@@ -50,9 +54,20 @@ inline ConfigRun RunConfig(ConfigFile file, std::string_view bytes, VariableMaps
     return run;
 }
 
+// Settings are read both ways, to one result.
 inline ConfigRun RunConfig(ConfigFile file, std::string_view bytes) {
     VariableMaps maps;
-    return RunConfig(file, bytes, maps);
+    ConfigRun run = RunConfig(file, bytes, maps);
+    if (file == ConfigFile::Settings) {
+        VariableMaps others;
+        const ConfigRun inParts = RunConfig(file, bytes, others, &ConfigText::ReadInParts);
+        EXPECT_EQ(run.isLoaded, inParts.isLoaded);
+        EXPECT_EQ(run.parseResult, inParts.parseResult);
+        EXPECT_EQ(run.fileLength, inParts.fileLength);
+        EXPECT_EQ(run.variables, inParts.variables);
+        EXPECT_EQ(run.lines, inParts.lines);
+    }
+    return run;
 }
 
 } // namespace zq::test

@@ -19,8 +19,8 @@ namespace zq {
 template <class Text, class Trace>
 class JsonContainerReader {
 public:
-    JsonContainerReader(JsonRoot& root, const Text& text, const Trace& trace, JsonRoleOf roleOf)
-        : m_source(text), m_trace(trace), m_texts(root.texts), m_builder(root.nodes, roleOf) {}
+    JsonContainerReader(JsonRoot& root, JsonBuildingSink& builder, const Text& text, const Trace& trace)
+        : m_source(text), m_trace(trace), m_texts(root.texts), m_builder(builder) {}
 
     // Reads the container at the front of the text. The result is as of ParseJsonObject.
     int32_t ReadRoot(JsonValue& result) {
@@ -142,7 +142,7 @@ private:
         }
         if constexpr (Sink::kBuilds) {
             std::wstring_view key;
-            const int32_t count = m_source.String(key, m_texts, m_offset);
+            const int32_t count = m_source.String(key, sink.KeyMemory(), m_offset);
             m_trace.OnKey(m_offset, m_offset + count, key);
             m_offset += count;
             sink.SetKey(key);
@@ -225,7 +225,7 @@ private:
     Text m_source;
     Trace m_trace;
     Arena& m_texts;
-    JsonBuildingSink m_builder;
+    JsonBuildingSink& m_builder;
     int32_t m_offset = 0;
     size_t m_depth = 0;               // of open containers, read or not
     int32_t m_elementOffset = 0;      // where the outermost container's open element starts

@@ -33,13 +33,30 @@ inline constexpr uint8_t kJsonObjectsOnly = 0x80;
 // The role of a container under a parent with a role; `key` is empty for an element of an array.
 using JsonRoleOf = uint8_t (*)(uint8_t parent, bool isObject, std::wstring_view key);
 
+// Takes parts of a document while the rest is still being read, so that they need not stay in memory. Each
+// function is offered a small container that has just been read, and returns whether it took it.
+class JsonConsumer {
+public:
+    // A member of the root. Where it is taken, an empty container of its kind takes its place.
+    virtual bool TakeMember(std::wstring_view key, const JsonValue& member) = 0;
+    // An element of an array that is a member of the root under `key`. Where it is taken, the array has no
+    // such element.
+    virtual bool TakeElement(std::wstring_view key, const JsonValue& element) = 0;
+
+protected:
+    ~JsonConsumer() = default;
+};
+
 // Reads one value, after any white space, into `root`, which is null before and after a failure. White space
 // after the value is not consumed. A null `text` or a `length` below 1 gives -1; a unit that cannot start a
-// value gives minus its position, counted from 1. Without `roleOf` everything is read.
-int32_t ParseJsonValue(JsonRoot& root, const wchar_t* text, int32_t length, JsonRoleOf roleOf = nullptr);
+// value gives minus its position, counted from 1. Without `roleOf` everything is read. `consumer` may be
+// null; the keys and nodes of what it takes are freed, the texts stay as long as the root's.
+int32_t ParseJsonValue(JsonRoot& root, const wchar_t* text, int32_t length, JsonRoleOf roleOf = nullptr,
+                       JsonConsumer* consumer = nullptr);
 
 // The same of bytes that are one character each. The tree does not point into them.
-int32_t ParseJsonValue(JsonRoot& root, const JsonBytes& bytes, JsonRoleOf roleOf = nullptr);
+int32_t ParseJsonValue(JsonRoot& root, const JsonBytes& bytes, JsonRoleOf roleOf = nullptr,
+                       JsonConsumer* consumer = nullptr);
 
 // The same, and reports to `trace` what it comes across.
 int32_t ParseJsonValue(JsonRoot& root, const wchar_t* text, int32_t length, JsonTrace& trace);

@@ -131,7 +131,7 @@ int64_t IntegerOf(const Unit* digits, const Unit* end) {
 
 // Digits with one point, correctly rounded. Beyond the range it is infinity or zero.
 template <class Unit>
-double DoubleByLibrary(const Unit* digits, const Unit* end) {
+double DoubleOf(const Unit* digits, const Unit* end) {
     std::string narrow;
     narrow.reserve(static_cast<size_t>(end - digits));
     std::transform(digits, end, std::back_inserter(narrow),
@@ -145,26 +145,56 @@ double DoubleByLibrary(const Unit* digits, const Unit* end) {
     return value;
 }
 
-// Up to 15 digits are an integer that a double holds exactly, and so is the power of ten: one division rounds
-// correctly.
+constexpr std::array<double, 16> kPowersOfTen = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                                 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+
+// Most numbers: up to 15 digits, with or without a point, in one pass. They are an integer that a double
+// holds exactly, and so is the power of ten: one division rounds correctly. 0 for any other.
 template <class Unit>
-double DoubleOf(const Unit* digits, const Unit* point, const Unit* end) {
-    constexpr std::array<double, 16> kPowers = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                                1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-    if (end - digits > static_cast<std::ptrdiff_t>(kPowers.size())) {
-        return DoubleByLibrary(digits, end);
+int32_t ParseShortNumber(JsonValue& value, const Unit* text, int32_t length) {
+    constexpr int32_t kMost = 15;
+    constexpr int32_t kSignPointAndNext = 3;
+    if (length < kMost + kSignPointAndNext) {
+        return 0;
     }
+    const bool isNegative = *text == '-';
+    const Unit* const digits = text + (isNegative || *text == '+' ? 1 : 0);
     int64_t mantissa = 0;
-    for (const Unit* unit = digits; unit != end; ++unit) {
-        mantissa = unit == point ? mantissa : mantissa * 10 + (*unit - '0');
+    const Unit* next = digits;
+    const auto readDigits = [&](const Unit* end) {
+        for (; next != end && IsJsonDigit(*next); ++next) {
+            mantissa = mantissa * 10 + (*next - '0');
+        }
+    };
+    readDigits(digits + kMost);
+    const bool hasPoint = *next == '.';
+    const Unit* const fraction = next + 1;
+    if (hasPoint) {
+        ++next;
+        readDigits(digits + kMost + 1);
     }
-    return static_cast<double>(mantissa) / kPowers[static_cast<size_t>(end - point - 1)];
+    if (IsJsonDigit(*next) || *next == '.') {
+        return 0;
+    }
+    if (hasPoint) {
+        const double real =
+            static_cast<double>(mantissa) / kPowersOfTen[static_cast<size_t>(next - fraction)];
+        value.kind = JsonKind::Double;
+        value.real = isNegative ? -real : real;
+    } else {
+        value.kind = JsonKind::Integer;
+        value.integer = isNegative ? -mantissa : mantissa;
+    }
+    return static_cast<int32_t>(next - text);
 }
 
 template <class Unit>
 int32_t ParseNumber(JsonValue& value, const Unit* text, int32_t length) {
     if (!text || length < 1) {
         return -1;
+    }
+    if (const int32_t units = ParseShortNumber(value, text, length)) {
+        return units;
     }
     const bool isNegative = *text == '-';
     const int32_t sign = isNegative || *text == '+' ? 1 : 0;
@@ -179,7 +209,7 @@ int32_t ParseNumber(JsonValue& value, const Unit* text, int32_t length) {
         value.kind = JsonKind::Integer;
         value.integer = isNegative ? -integer : integer;
     } else {
-        const double real = DoubleOf(digits, text + number.point, end);
+        const double real = DoubleOf(digits, end);
         value.kind = JsonKind::Double;
         value.real = isNegative ? -real : real;
     }

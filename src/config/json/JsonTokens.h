@@ -76,9 +76,13 @@ bool IsJsonDigit(Unit unit) {
 // The offset of the first unit from `offset` on that is not white space, or `length`.
 template <class Unit>
 inline int32_t SkipJsonSpace(const Unit* text, int32_t offset, int32_t length) {
-    if (offset < length && !IsJsonSpace(text[offset])) {
-        return offset;
+    // None and one are what is there between the tokens of a line.
+    for (int i = 0; i < 2; ++i, ++offset) {
+        if (offset < length && !IsJsonSpace(text[offset])) {
+            return offset;
+        }
     }
+    offset -= 2;
     if constexpr (detail::UnitBlock<Unit>::kExists) {
         using Block = detail::UnitBlock<Unit>;
         for (; length - offset >= Block::kUnits; offset += Block::kUnits) {

@@ -1,7 +1,12 @@
 #include "config/json/JsonTreeBuilder.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <memory>
+#include <type_traits>
+
+#include <emmintrin.h>
 
 namespace zq {
 
@@ -10,19 +15,61 @@ namespace {
 bool IsBefore(const JsonMember& a, const JsonMember& b) { return IsKeyBefore(a.key, b.key); }
 bool IsNotBefore(const JsonMember& a, const JsonMember& b) { return !IsBefore(a, b); }
 
-// The library's stable sort allocates for each call; most objects are too small to be worth that.
-void StableSort(JsonMember* first, JsonMember* last) {
-    constexpr std::ptrdiff_t kSmall = 32;
-    if (last - first > kSmall) {
-        std::stable_sort(first, last, IsBefore);
-        return;
+// The objects of a file are mostly small. Their members are sorted by what decides nearly every comparison.
+constexpr size_t kSmallObject = 32;
+
+struct MemberOrder {
+    uint64_t head; // the first units of the key, as a number that sorts as they do
+    const JsonMember* member;
+
+    bool IsBefore(const MemberOrder& other) const {
+        return head != other.head ? head < other.head : IsKeyBefore(member->key, other.member->key);
     }
-    for (JsonMember* next = first; next != last; ++next) {
-        const JsonMember member = *next;
-        JsonMember* place = std::upper_bound(first, next, member, IsBefore);
-        std::copy_backward(place, next, next + 1);
-        *place = member;
+    bool IsSameKey(const MemberOrder& other) const {
+        return head == other.head && IsSameText(member->key, other.member->key);
     }
+};
+
+uint64_t HeadOf(std::wstring_view key) {
+    constexpr size_t kUnits = sizeof(uint64_t) / sizeof(wchar_t);
+    if constexpr (kUnits == 4) {
+        if (key.size() >= kUnits) {
+            const __m128i units = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(key.data()));
+            return static_cast<uint64_t>(
+                _mm_cvtsi128_si64(_mm_shufflelo_epi16(units, _MM_SHUFFLE(0, 1, 2, 3))));
+        }
+    }
+    constexpr unsigned kBits = 8 * sizeof(wchar_t);
+    uint64_t head = 0;
+    for (size_t i = 0; i < kUnits; ++i) {
+        head = head << kBits | static_cast<std::make_unsigned_t<wchar_t>>(i < key.size() ? key[i] : 0);
+    }
+    return head;
+}
+
+// Writes the members that were collected last to `out`, sorted by key, of equal keys the last one. Returns
+// how many there are.
+template <class Members>
+size_t SortSmallObject(const Members& all, size_t first, JsonMember* out) {
+    std::array<MemberOrder, kSmallObject> order; // NOLINT(*-member-init): filled as far as it is read
+    size_t count = 0;
+    all.ForEachRun(first, [&](const JsonMember* run, size_t length) {
+        for (const JsonMember* member = run; member != run + length; ++member) {
+            const MemberOrder next{HeadOf(member->key), member};
+            size_t place = count++;
+            for (; place != 0 && next.IsBefore(order[place - 1]); --place) {
+                order[place] = order[place - 1];
+            }
+            order[place] = next;
+        }
+    });
+    JsonMember* end = out;
+    for (size_t i = 0; i < count; ++i) {
+        if (i + 1 == count || !order[i].IsSameKey(order[i + 1])) {
+            *end++ = *order[i].member;
+        }
+    }
+    return static_cast<size_t>(end - out);
 }
 
 // Sorts by key and keeps the last of equal keys. Returns the new end.
@@ -30,7 +77,7 @@ JsonMember* SortMembers(JsonMember* first, JsonMember* last) {
     if (std::adjacent_find(first, last, IsNotBefore) == last) {
         return last;
     }
-    StableSort(first, last);
+    std::stable_sort(first, last, IsBefore);
     JsonMember* out = first;
     for (JsonMember* member = first; member != last; ++member) {
         if (member + 1 == last || IsBefore(*member, *(member + 1))) {
@@ -76,12 +123,18 @@ JsonValue JsonTreeBuilder::MakeArray(size_t first) {
 JsonValue JsonTreeBuilder::MakeObject(size_t first) {
     const size_t all = m_members.Size() - first;
     auto* members = static_cast<JsonMember*>(m_arena.Room(all * sizeof(JsonMember)));
-    JsonMember* end = members;
-    m_members.ForEachRun(first, [&end](const JsonMember* run, size_t count) {
-        end = std::uninitialized_copy_n(run, count, end);
-    });
-    m_members.CutTo(first); // before the sort, which may need memory
-    const auto count = static_cast<size_t>(SortMembers(members, end) - members);
+    size_t count = 0;
+    if (all <= kSmallObject) {
+        count = SortSmallObject(m_members, first, members);
+        m_members.CutTo(first);
+    } else {
+        JsonMember* end = members;
+        m_members.ForEachRun(first, [&end](const JsonMember* run, size_t length) {
+            end = std::uninitialized_copy_n(run, length, end);
+        });
+        m_members.CutTo(first); // before the sort, which may need memory
+        count = static_cast<size_t>(SortMembers(members, end) - members);
+    }
     m_arena.Take(count * sizeof(JsonMember));
     JsonValue value;
     value.kind = JsonKind::Object;

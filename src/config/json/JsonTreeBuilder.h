@@ -5,6 +5,7 @@
 #pragma once
 
 #include "base/PagedStack.h"
+#include "base/SameText.h"
 #include "config/json/JsonValue.h"
 
 #include <string_view>
@@ -20,7 +21,7 @@ public:
     // The key of the value that is added, or of the container that is opened, next.
     void SetKey(std::wstring_view key) { m_key = key; }
     void Add(const JsonValue& value) {
-        if (IsInObject() && m_members.Size() > m_open.Top().first && m_members.Top().key == m_key) {
+        if (IsInObject() && m_members.Size() > m_open.Top().first && IsSameText(m_members.Top().key, m_key)) {
             m_members.CutTo(m_members.Size() - 1); // of equal keys the last one counts
         }
         m_members.Push({m_key, value});
@@ -33,6 +34,8 @@ public:
     bool IsInObject() const { return m_open.Top().isObject; }
     uint8_t Role() const { return m_open.Top().role; }
     std::wstring_view Key() const { return m_key; }
+    // The key of the innermost container.
+    std::wstring_view OuterKey() const { return m_open.Top().key; }
 
 private:
     struct OpenContainer {

@@ -1,5 +1,7 @@
 #include "config/json/JsonValue.h"
 
+#include "base/SameText.h"
+
 #include <algorithm>
 
 namespace zq {
@@ -14,6 +16,12 @@ std::span<const JsonMember> JsonValue::Members() const {
 
 const JsonValue* JsonValue::Member(std::wstring_view key) const {
     const std::span<const JsonMember> all = Members();
+    constexpr size_t kFew = 8;
+    if (all.size() <= kFew) {
+        const auto few = std::find_if(
+            all.begin(), all.end(), [key](const JsonMember& member) { return IsSameText(member.key, key); });
+        return few != all.end() ? &few->value : nullptr;
+    }
     const auto found =
         std::lower_bound(all.begin(), all.end(), key, [](const JsonMember& member, std::wstring_view k) {
             return IsKeyBefore(member.key, k);
@@ -24,6 +32,7 @@ const JsonValue* JsonValue::Member(std::wstring_view key) const {
 void FreeJsonValue(JsonRoot& root) {
     static_cast<JsonValue&>(root) = JsonValue();
     root.nodes.Clear();
+    root.keys.Clear();
     root.texts.Clear();
 }
 

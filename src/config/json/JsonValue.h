@@ -59,6 +59,7 @@ inline bool IsKeyBefore(std::wstring_view a, std::wstring_view b) {
 
 struct JsonRoot : JsonValue {
     Arena texts{Arena::Life::Short, alignof(wchar_t)};
+    Arena keys{Arena::Life::Short, alignof(wchar_t)}; // those that may be freed while the document is read
     Arena nodes{Arena::Life::Short};
 };
 

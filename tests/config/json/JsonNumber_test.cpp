@@ -23,21 +23,27 @@ int32_t Parse(JsonValue& value, std::wstring_view text) {
     return ParseJsonNumber(value, text.data(), static_cast<int32_t>(text.size()));
 }
 
-// `text` is followed by a comma.
+// What follows the number: far from the end of the text most numbers are read in another way.
+const std::wstring kFollowers[] = {L",", L", more units than a number has, 1.5.5"};
+
 void ExpectInteger(const std::wstring& text, int64_t expected) {
     SCOPED_TRACE(Printable(text));
-    JsonValue value;
-    EXPECT_EQ(static_cast<int32_t>(text.size()), Parse(value, text + L','));
-    ASSERT_TRUE(value.Is(JsonKind::Integer));
-    EXPECT_EQ(expected, value.integer);
+    for (const std::wstring& follower : kFollowers) {
+        JsonValue value;
+        EXPECT_EQ(static_cast<int32_t>(text.size()), Parse(value, text + follower));
+        ASSERT_TRUE(value.Is(JsonKind::Integer));
+        EXPECT_EQ(expected, value.integer);
+    }
 }
 
 void ExpectDouble(const std::wstring& text, double expected) {
     SCOPED_TRACE(Printable(text.substr(0, 60)));
-    JsonValue value;
-    EXPECT_EQ(static_cast<int32_t>(text.size()), Parse(value, text + L','));
-    ASSERT_TRUE(value.Is(JsonKind::Double));
-    EXPECT_EQ(std::bit_cast<uint64_t>(expected), std::bit_cast<uint64_t>(value.real)) << value.real;
+    for (const std::wstring& follower : kFollowers) {
+        JsonValue value;
+        EXPECT_EQ(static_cast<int32_t>(text.size()), Parse(value, text + follower));
+        ASSERT_TRUE(value.Is(JsonKind::Double));
+        EXPECT_EQ(std::bit_cast<uint64_t>(expected), std::bit_cast<uint64_t>(value.real)) << value.real;
+    }
 }
 
 TEST(JsonNumber, DigitsWithoutAPointAreAnInteger) {
@@ -56,6 +62,8 @@ TEST(JsonNumber, SignWithoutDigitsIsZero) {
 }
 
 TEST(JsonNumber, IntegersSaturateBeforeTheSignIsApplied) {
+    ExpectInteger(L"999999999999999", 999999999999999);
+    ExpectInteger(L"-1000000000000001", -1000000000000001);
     ExpectInteger(L"9223372036854775806", kMax - 1);
     ExpectInteger(L"9223372036854775807", kMax);
     ExpectInteger(L"9223372036854775808", kMax);
@@ -127,9 +135,11 @@ TEST(JsonNumber, EndsAtTheFirstOtherUnit) {
 
 TEST(JsonNumber, SecondPointFails) {
     JsonValue value;
-    for (const std::wstring_view text : {L"1.2.3,", L"1..2,", L"-..,", L"1.2."}) {
-        EXPECT_EQ(-1, Parse(value, text)) << Printable(text);
-        EXPECT_TRUE(value.Is(JsonKind::Null));
+    for (const std::wstring text : {L"1.2.3,", L"1..2,", L"-..,", L"1.2."}) {
+        for (const std::wstring& follower : kFollowers) {
+            EXPECT_EQ(-1, Parse(value, text + follower)) << Printable(text);
+            EXPECT_TRUE(value.Is(JsonKind::Null));
+        }
     }
 }
 

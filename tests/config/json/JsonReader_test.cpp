@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <map>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -129,6 +131,34 @@ TEST(JsonReader, KeysComeInOrderOfTheirUnits) {
     ExpectTakenWhole({L"{\"b\":1,\"a\":2}", "{a:2,b:1}"});
     ExpectTakenWhole({L"{\"a\":1,\"B\":2,\"1\":3,\"aa\":4,\"\":5}", "{:5,1:3,B:2,a:1,aa:4}"});
     ExpectTakenWhole({L"{\"\xE9\":1,\"\xFFFD\":2,\"z\":3}", "{z:3,\\xE9:1,\\xFFFD:2}"});
+}
+
+// Small objects are sorted in another way than large ones. Most keys begin alike, and many are equal.
+TEST(JsonReader, ObjectsOfEverySizeAreSortedAndKeepTheLastOfEqualKeys) {
+    std::mt19937_64 random(17);
+    for (int i = 0; i < 2000; ++i) {
+        const int members = static_cast<int>(random() % 48);
+        std::map<std::wstring, int64_t> expected;
+        std::wstring text = L"{";
+        for (int value = 0; value < members; ++value) {
+            std::wstring key(random() % 7, L'k');
+            key.append(random() % 3, static_cast<wchar_t>(L'a' + random() % 4));
+            expected[key] = value;
+            text += L'"' + key + L"\":" + std::to_wstring(value) + L',';
+        }
+        text += L'}';
+        JsonRoot root;
+        ASSERT_EQ(static_cast<int32_t>(text.size()),
+                  ParseJsonValue(root, text.data(), static_cast<int32_t>(text.size())));
+
+        ASSERT_EQ(expected.size(), root.Members().size());
+        auto next = expected.begin();
+        for (const JsonMember& member : root.Members()) {
+            ASSERT_EQ(next->first, member.key);
+            ASSERT_EQ(next->second, member.value.integer);
+            ++next;
+        }
+    }
 }
 
 TEST(JsonReader, MembersAreFoundByExactKey) {
