@@ -46,9 +46,22 @@ check_links() {
   done < <(links "$document" | sed 's/^](//; s/)$//')
 }
 
+# run_zqsettings OUTPUT_FILE ARGUMENT...: once more where Wine failed it, which takes the output with it.
+run_zqsettings() {
+  local output=$1 code
+  shift
+  for _ in 1 2; do
+    code=0
+    "$root/scripts/wine-watched.sh" --limit 60 "$build/bin/zqsettings.exe" "$@" >"$output" 2>&1 </dev/null || code=$?
+    [[ $code -ne 137 && -s $output ]] && return "$code"
+    cat "$output" >&2
+  done
+  return 137
+}
+
 zqsettings_help() {
   local help=$work/help${1:+-$1}
-  [[ -f $help ]] || "$root/scripts/wine-run.sh" "$build/bin/zqsettings.exe" ${1:+"$1"} --help >"$help" 2>&1 </dev/null || true
+  [[ -f $help ]] || run_zqsettings "$help" ${1:+"$1"} --help || true
   cat "$help"
 }
 
@@ -99,7 +112,7 @@ check_command() {
   case ${words[0]} in
     zqsettings) check_zqsettings "$document" "${words[@]:1}" ;;
     mkdir) ;;
-    scripts/wine-run.sh | scripts/run-tests.sh) check_script "$document" "${words[0]}" ;; # the rest is for the program
+    scripts/wine-run.sh | scripts/wine-watched.sh | scripts/run-tests.sh) check_script "$document" "${words[0]}" ;; # the rest is for the program
     scripts/* | tests/*) check_script "$document" "${words[@]}" ;;
     cmake | ctest)
       local i
@@ -185,8 +198,7 @@ check_example_file() {
     *', or '*) return 0 ;; # depends on the machine's code page
   esac
   code=0
-  "$root/scripts/wine-run.sh" "$build/bin/zqsettings.exe" check --as "$role" "$file" >"$work/verdict" 2>&1 </dev/null ||
-    code=$?
+  run_zqsettings "$work/verdict" check --as "$role" "$file" || code=$?
   case $code in
     0) verdict=accepted ;;
     1) verdict=refused ;;

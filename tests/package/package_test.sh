@@ -71,7 +71,7 @@ expect_line() {
 # reader of a pipe would wait.
 run_program() {
   local code=0
-  "$root/scripts/wine-run.sh" "$@" 2>program.errors || code=$?
+  "$root/scripts/wine-watched.sh" "$@" 2>program.errors || code=$?
   cat program.errors >&2
   return "$code"
 }

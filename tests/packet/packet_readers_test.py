@@ -130,7 +130,7 @@ def csharp(folder):
 
 def module_packet(build, folder):
     """The module's packet of the default files, and its variables as zqsettings lists them."""
-    tool = [str(ROOT / "scripts/wine-run.sh"), str(build / "bin/zqsettings.exe")]
+    tool = [str(ROOT / "scripts/wine-watched.sh"), str(build / "bin/zqsettings.exe")]
     run([*tool, "show", "--save-packet", "module.packet"], folder)
     listed = json.loads(run([*tool, "packet", "--json", "module.packet"], folder))
     return (folder / "module.packet").read_bytes(), {(v["name"], v["type"]): v["value"] for v in listed}
