@@ -39,6 +39,16 @@ function(zq_compile_small target)
   endif()
 endfunction()
 
+# zq_compile_options(<options> <source>...): a release compiles these sources of a component otherwise than the component.
+function(zq_compile_options options)
+  if(ZQ_RELEASE_IMAGES)
+    set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "${options}")
+  endif()
+endfunction()
+
+# What a load goes through for each value. A pair of words that has just been written one by one is slow to read as one vector.
+set(ZQ_FASTEST -finline-limit=1000 -fno-tree-slp-vectorize)
+
 # zq_link_with_lld(<target>): takes a fraction of a second where the compiler's own linker takes up to twenty. It can also leave
 # out what nothing calls.
 function(zq_link_with_lld target)

@@ -13,11 +13,11 @@ namespace zq {
 namespace {
 
 constexpr size_t kSmallestChunk = size_t{2} * 1024;
-constexpr size_t kKeptChunk = size_t{64} * 1024;
-constexpr size_t kLargestChunk = size_t{256} * 1024;
+// Larger ones are no block of a heap: it takes them from the system each time, and gives them back.
+constexpr size_t kLargestChunk = size_t{64} * 1024;
 
-// Chunks of kKeptChunk bytes for the next short-lived arena. No lock guards them: a thread may be terminated
-// anywhere.
+// Chunks of kLargestChunk bytes for the next short-lived arena. No lock guards them: a thread may be
+// terminated anywhere.
 class KeptChunks {
 public:
     ~KeptChunks() {
@@ -56,11 +56,10 @@ KeptChunks g_keptChunks;
 void Arena::AddChunk(size_t bytes) {
     RaiseIfCancelled(m_cancellation);
     // Growing by a fraction of the total keeps the unused end small.
-    const size_t part = m_life == Life::Short ? 16 : 4;
-    const size_t wanted = std::max(m_chunkBytes / part, m_expected);
+    const size_t wanted = std::max(m_chunkBytes / 4, m_expected);
     const size_t grown = std::clamp(wanted, kSmallestChunk, kLargestChunk);
-    const size_t size = std::max(bytes, m_life == Life::Short ? std::max(grown, kKeptChunk) : grown);
-    void* memory = m_life == Life::Short && size == kKeptChunk ? g_keptChunks.Take() : nullptr;
+    const size_t size = std::max(bytes, m_life == Life::Short ? kLargestChunk : grown);
+    void* memory = m_life == Life::Short && size == kLargestChunk ? g_keptChunks.Take() : nullptr;
     if (!memory) {
         memory = ::operator new(sizeof(Chunk) + size);
     }
@@ -79,7 +78,7 @@ void Arena::EndChunk() noexcept {
 }
 
 void Arena::FreeChunk(Chunk* chunk, Life life) noexcept {
-    const bool mayBeKept = life == Life::Short && chunk->bytes == kKeptChunk;
+    const bool mayBeKept = life == Life::Short && chunk->bytes == kLargestChunk;
     if (!mayBeKept || !g_keptChunks.Keep(chunk)) {
         ::operator delete(chunk);
     }
@@ -99,16 +98,21 @@ Arena::Release::Release(Arena& arena) : m_life(arena.m_life), m_alignment(arena.
     for (const Chunk* chunk = arena.m_chunks; chunk; chunk = chunk->next) {
         ++count;
     }
-    m_chunks.reserve(count);
+    if (count > m_few.size()) {
+        m_many.resize(count);
+    }
+    Owned* const first = m_many.empty() ? m_few.data() : m_many.data();
+    Owned* last = first;
     while (arena.m_chunks) {
         Chunk* chunk = std::exchange(arena.m_chunks, arena.m_chunks->next);
         if (chunk->used == 0) {
             FreeChunk(chunk, m_life);
         } else {
-            m_chunks.push_back({chunk, chunk->used});
+            *last++ = {chunk, chunk->used};
         }
     }
     arena.Clear();
+    m_chunks = {first, last};
     const auto isBefore = [](const Owned& a, const Owned& b) { return std::less<>()(a.chunk, b.chunk); };
     std::make_heap(m_chunks.begin(), m_chunks.end(), isBefore);
     std::sort_heap(m_chunks.begin(), m_chunks.end(), isBefore); // less code than std::sort

@@ -8,8 +8,10 @@
 // Portable, one thread at a time; different arenas may be used by different threads.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <new>
+#include <span>
 #include <vector>
 
 namespace zq {
@@ -33,7 +35,7 @@ public:
     // Sets what is checked each time that the arena grows; growing then raises Cancelled. May be null.
     void StopOn(const Cancellation* cancellation) { m_cancellation = cancellation; }
 
-    // Says how many bytes are about to be allocated, so that a few large chunks take them.
+    // Says how many bytes are about to be allocated, so that few chunks take them.
     void Expect(size_t bytes) { m_expected = bytes; }
 
     // Memory for `count` objects that need no destructor. Raises std::bad_alloc.
@@ -133,8 +135,10 @@ private:
 
     Life m_life;
     size_t m_alignment;
-    std::vector<Owned> m_chunks; // in ascending order of their addresses
-    size_t m_latest = 0;         // the one that OwnerOf found
+    std::array<Owned, 4> m_few{};
+    std::vector<Owned> m_many; // where there are more
+    std::span<Owned> m_chunks; // in ascending order of their addresses
+    size_t m_latest = 0;       // the one that OwnerOf found
 };
 
 } // namespace zq

@@ -47,6 +47,12 @@ public:
         Append(text);
     }
 
+    // Ends with a zero. Valid until the name changes.
+    const wchar_t* CString() {
+        Reserve(1);
+        m_units[m_length] = L'\0';
+        return m_units;
+    }
     std::wstring_view View() const { return {m_units, m_length}; }
     std::wstring String() const { return std::wstring(View()); }
 

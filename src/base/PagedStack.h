@@ -29,12 +29,14 @@ public:
     void Pop() { CutTo(m_size - 1); }
 
     // Raises std::bad_alloc.
-    void Push(const T& item) {
+    void Push(const T& item) { std::construct_at(&Extend(), item); }
+    // A new item, which is to be written at once. Raises std::bad_alloc.
+    T& Extend() {
         if (m_top == m_end) {
             AddPage();
         }
-        std::construct_at(m_top++, item);
         ++m_size;
+        return *m_top++;
     }
 
     // Keeps the lowest `size` items. REQUIRES: the stack has at least that many.

@@ -2,8 +2,8 @@
 
 #include "base/Decimal.h"
 #include "base/HostLog.h"
+#include "base/UnitPieces.h"
 
-#include <algorithm>
 #include <span>
 
 namespace zq {
@@ -12,8 +12,17 @@ namespace {
 
 constexpr std::wstring_view kNameList = L"HmdNameList.";
 
-// The library's search of wide text is a call.
-bool HasPoint(std::wstring_view key) { return std::find(key.begin(), key.end(), L'.') != key.end(); }
+bool HasPoint(std::wstring_view key) {
+    const wchar_t* units = key.data();
+    const __m128i points = _mm_set1_epi16(L'.');
+    __m128i found = _mm_setzero_si128();
+    bool hasPoint = false;
+    const auto look = [&](__m128i piece) { found = _mm_or_si128(found, _mm_cmpeq_epi16(piece, points)); };
+    ForEachPiece(
+        key.size(), [&](size_t i) { look(LoadEightUnits(units + i)); },
+        [&](size_t i) { look(LoadFourUnits(units + i)); }, [&](size_t i) { hasPoint |= units[i] == L'.'; });
+    return hasPoint || !IsZero(found);
+}
 
 } // namespace
 
@@ -207,7 +216,8 @@ void SettingsWalker::PublishHeaderNames(size_t first) {
     if (count == 0) {
         return;
     }
-    if (!m_listPrefix) {
+    constexpr size_t kWorthAPrefix = 8;
+    if (!m_listPrefix && count >= kWorthAPrefix) {
         m_listPrefix = m_batch.MakePrefix(kNameList);
     }
     m_batch.UsePrefix(m_listPrefix);
@@ -226,10 +236,11 @@ void SettingsWalker::PublishHeaderNames(size_t first) {
 }
 
 void SettingsWalker::PublishHeaderName(uint32_t number, std::wstring_view name) {
-    m_listName.assign(kNameList).append(Decimal(number).View());
-    m_batch.AddString(BatchName::Numbered(m_listName, number), name);
-    m_headerName = name;
-    m_log->Log(LogProgress, L"Set variable STRING %s = %s", m_listName.c_str(), m_headerName.c_str());
+    m_listName.Replace(kNameList);
+    m_listName.Append(Decimal(number).View());
+    m_batch.AddString(BatchName::Numbered(m_listName.View(), number), name);
+    m_headerName.Replace(name);
+    m_log->Log(LogProgress, L"Set variable STRING %s = %s", m_listName.CString(), m_headerName.CString());
 }
 
 } // namespace zq

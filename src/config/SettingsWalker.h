@@ -91,8 +91,8 @@ private:
     PagedStack<std::wstring_view, 256> m_names; // of headers, those of the innermost level last
     std::vector<const JsonValue*> m_nameNodes;  // where they stand, for the trace
     const BatchPrefix* m_listPrefix = nullptr;
-    std::wstring m_listName; // of the variable that holds a header's name
-    std::wstring m_headerName;
+    NameBuffer m_listName; // of the variable that holds a header's name
+    NameBuffer m_headerName;
 
     bool m_isInOrder = true;
     size_t m_takenMembers = 0;

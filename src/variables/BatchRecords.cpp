@@ -1,23 +1,22 @@
 #include "variables/BatchRecords.h"
 
 #include <algorithm>
+#include <new>
 
 namespace zq {
 
 void BatchRecords::AddPage(Arena& memory, size_t bytes) {
-    if (m_pages.empty()) {
-        constexpr size_t kUsualPages = 16;
-        m_pages.reserve(kUsualPages);
-    }
-    const size_t room = std::max(bytes, kPageBytes - kLengthBytes);
+    const size_t room = std::max(bytes, kPageBytes - sizeof(Page) - kLengthBytes);
     // Reading takes a length for granted, also at the end of the last record.
-    auto* records = memory.Allocate<std::byte>(room + kLengthBytes);
-    m_pages.push_back({records, nullptr});
-    if (m_pages.size() > 1) {
-        m_pages[m_pages.size() - 2].end = m_next;
+    auto* records = memory.Allocate<std::byte>(sizeof(Page) + room + kLengthBytes);
+    auto* page = new (records) Page{nullptr, nullptr};
+    if (m_last) {
+        m_last->end = m_next;
     }
-    m_next = records;
-    m_end = records + room;
+    (m_last ? m_last->next : m_first) = page;
+    m_last = page;
+    m_next = records + sizeof(Page);
+    m_end = m_next + room;
 }
 
 } // namespace zq

@@ -11,7 +11,6 @@
 #include <cstdint>
 #include <cstring>
 #include <iterator>
-#include <vector>
 
 namespace zq {
 
@@ -40,6 +39,12 @@ struct BatchEntry {
 };
 
 class BatchRecords {
+    // Followed by its records.
+    struct Page {
+        Page* next;
+        std::byte* end; // of the records, once there is a next page
+    };
+
 public:
     static constexpr uint32_t kLastPrefix = (uint32_t{1} << 27U) - 1;
 
@@ -58,13 +63,16 @@ public:
         using pointer = void;
         using reference = const BatchEntry&;
 
-        Iterator(const BatchRecords& records, size_t page) : m_records(records) { EnterPage(page); }
+        Iterator(const BatchRecords& records, const Page* page) : m_records(records) { EnterPage(page); }
         const BatchEntry& operator*() const { return m_entry; }
         const BatchEntry* operator->() const { return &m_entry; }
         Iterator& operator++() {
             m_record = m_next;
+            // Those of a large batch are in no cache, and the processor itself does not look beyond a page.
+            constexpr size_t kAhead = 1024;
+            __builtin_prefetch(m_record + kAhead);
             if (m_record == m_end) {
-                EnterPage(m_page + 1);
+                EnterPage(m_page->next);
             } else {
                 m_next = Read(m_record, m_entry);
             }
@@ -74,19 +82,19 @@ public:
         bool operator==(const Iterator& other) const { return m_record == other.m_record; }
 
     private:
-        void EnterPage(size_t page) {
+        void EnterPage(const Page* page) {
             m_page = page;
-            if (page == m_records.m_pages.size()) {
+            if (!page) {
                 m_record = nullptr;
                 return;
             }
-            m_record = m_records.m_pages[page].records;
+            m_record = RecordsOf(page);
             m_end = m_records.EndOf(page);
             m_next = Read(m_record, m_entry);
         }
 
         const BatchRecords& m_records;
-        size_t m_page = 0;
+        const Page* m_page = nullptr;
         const std::byte* m_record = nullptr; // null at the end
         const std::byte* m_next = nullptr;   // after it
         const std::byte* m_end = nullptr;    // of the page
@@ -95,8 +103,8 @@ public:
 
     size_t size() const { return m_size; }
     bool empty() const { return m_size == 0; }
-    Iterator begin() const { return {*this, 0}; }
-    Iterator end() const { return {*this, m_pages.size()}; }
+    Iterator begin() const { return {*this, m_first}; }
+    Iterator end() const { return {*this, nullptr}; }
 
     // How an entry is named.
     struct Name {
@@ -132,11 +140,6 @@ private:
         uint32_t Prefix() const { return marks >> kPrefixShift; }
         BatchKind Kind() const { return static_cast<BatchKind>(marks >> kKindShift & 7U); }
         Naming HowNamed() const { return static_cast<Naming>(marks & 3U); }
-    };
-
-    struct Page {
-        std::byte* records;
-        std::byte* end; // of the records; of the last page it is m_next
     };
 
     static constexpr unsigned kKindShift = 2;
@@ -185,9 +188,10 @@ private:
         return name + NameBytes(head.HowNamed(), head.nameLength);
     }
 
-    const std::byte* EndOf(size_t page) const {
-        return page + 1 == m_pages.size() ? m_next : m_pages[page].end;
+    static const std::byte* RecordsOf(const Page* page) {
+        return reinterpret_cast<const std::byte*>(page + 1);
     }
+    const std::byte* EndOf(const Page* page) const { return page == m_last ? m_next : page->end; }
 
     std::byte* Append(Arena& memory, size_t bytes) {
         if (bytes > static_cast<size_t>(m_end - m_next)) {
@@ -200,7 +204,8 @@ private:
 
     void AddPage(Arena& memory, size_t bytes);
 
-    std::vector<Page> m_pages;
+    Page* m_first = nullptr;
+    Page* m_last = nullptr;
     std::byte* m_next = nullptr; // in the last page
     std::byte* m_end = nullptr;  // of that page
     size_t m_size = 0;

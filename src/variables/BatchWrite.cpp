@@ -30,7 +30,7 @@ bool IsSameValue(const StoredText& held, std::wstring_view given) { return IsSam
 
 size_t SharedUnits(const BatchPrefix* prefix) { return prefix->shared ? prefix->shared->length : 0; }
 
-// Asks the processor for the buckets of entries to come: those of a large batch are in no cache.
+// Asks the processor for the buckets and texts of entries to come: those of a large batch are in no cache.
 class BucketsAhead {
 public:
     BucketsAhead(const BatchRecords& entries, std::span<const uint32_t> hashes, const VariableMaps& maps)
@@ -55,6 +55,7 @@ public:
             break;
         case BatchKind::String:
             m_maps.strings.Prefetch(hash);
+            __builtin_prefetch(m_next->text);
             break;
         default:
             m_maps.numbers.Prefetch(hash);
@@ -93,13 +94,17 @@ void BatchWrite::Replacements<Map, Value>::Undo(Map& map) noexcept {
     }
 }
 
-BatchWrite::BatchWrite(const VariableBatch& batch) : m_batch(batch), m_isNew(batch.Entries().size()) {
-    m_hashes.reserve(batch.Entries().size());
+BatchWrite::BatchWrite(const VariableBatch& batch) : m_batch(batch) {
+    const size_t count = batch.Entries().size();
+    m_hashes = {m_memory.Allocate<uint32_t>(count), count};
+    m_isNew = {m_memory.Allocate<uint8_t>(count), count};
+    std::fill(m_isNew.begin(), m_isNew.end(), uint8_t{0});
+    size_t index = 0;
     for (const VariableBatch::Entry& entry : batch.Entries()) {
-        if (m_hashes.size() % kEntriesBetweenLooks == 0) {
+        if (index % kEntriesBetweenLooks == 0) {
             RaiseIfCancelled(batch.CancelledBy());
         }
-        m_hashes.push_back(HashOf(entry));
+        m_hashes[index++] = HashOf(entry);
     }
 }
 

@@ -6,6 +6,7 @@
 // Portable, no locks.
 #pragma once
 
+#include "base/Arena.h"
 #include "base/NameBuffer.h"
 #include "variables/NameHash.h"
 #include "variables/VariableBatch.h"
@@ -13,6 +14,7 @@
 
 #include <cstdint>
 #include <forward_list>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -83,8 +85,9 @@ private:
 
     const VariableBatch& m_batch;
     // By entry.
-    std::vector<uint32_t> m_hashes;
-    std::vector<uint8_t> m_isNew; // whether it added its name
+    Arena m_memory{Arena::Life::Short};
+    std::span<uint32_t> m_hashes;
+    std::span<uint8_t> m_isNew; // whether it added its name
     MapReplacements<uint8_t> m_bools;
     Replacements<NumberMap, Number> m_numbers;
     std::vector<NumberMap::Node*> m_addedHalves; // of names that were there already

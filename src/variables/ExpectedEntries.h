@@ -7,11 +7,11 @@ namespace zq {
 
 struct ExpectedEntries {
     size_t count = 0;
-    size_t units = 0; // of their names, without the prefixes that maps share, and of texts kept in nodes
+    size_t bytes = 0; // of their names, without the prefixes that maps share, and of texts kept in nodes
 
     bool operator==(const ExpectedEntries&) const = default;
     ExpectedEntries operator+(const ExpectedEntries& other) const {
-        return {count + other.count, units + other.units};
+        return {count + other.count, bytes + other.bytes};
     }
 };
 

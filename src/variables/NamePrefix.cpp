@@ -1,5 +1,6 @@
 #include "variables/NamePrefix.h"
 
+#include "base/SameText.h"
 #include "variables/NameHash.h"
 
 #include <algorithm>
@@ -8,24 +9,39 @@
 
 namespace zq {
 
-bool IsSameName(const NamePrefix* a, std::wstring_view aRest, const NamePrefix* b, std::wstring_view bRest) {
-    const auto step = [](const NamePrefix*& prefix, std::wstring_view& rest) {
-        while (rest.empty() && prefix) {
-            rest = prefix->piece;
-            prefix = prefix->parent;
-        }
-    };
-    for (;;) {
-        step(a, aRest);
-        step(b, bRest);
+namespace {
+
+// Goes on to the piece before where the rest of a name is used up.
+void StepBack(const NamePrefix*& prefix, std::wstring_view& rest) {
+    while (rest.empty() && prefix) {
+        rest = prefix->piece;
+        prefix = prefix->parent;
+    }
+}
+
+} // namespace
+
+bool IsSameName(const NamePrefix* a, NodeName aRest, const NamePrefix* b, std::wstring_view bRest) {
+    while (aRest.size() != 0) {
+        StepBack(b, bRest);
         const size_t units = std::min(aRest.size(), bRest.size());
-        if (units == 0) {
-            return aRest.size() == bRest.size();
-        }
-        if (!IsSameText(aRest.substr(aRest.size() - units), bRest.substr(bRest.size() - units))) {
+        if (units == 0 || !(aRest.Last(units) == bRest.substr(bRest.size() - units))) {
             return false;
         }
-        aRest.remove_suffix(units);
+        aRest = aRest.WithoutLast(units);
+        bRest.remove_suffix(units);
+    }
+    for (std::wstring_view aPiece;;) {
+        StepBack(a, aPiece);
+        StepBack(b, bRest);
+        const size_t units = std::min(aPiece.size(), bRest.size());
+        if (units == 0) {
+            return aPiece.size() == bRest.size();
+        }
+        if (!IsSameText(aPiece.substr(aPiece.size() - units), bRest.substr(bRest.size() - units))) {
+            return false;
+        }
+        aPiece.remove_suffix(units);
         bRest.remove_suffix(units);
     }
 }
@@ -36,12 +52,6 @@ void NamePrefix::CopyTo(wchar_t* out) const {
         end -= prefix->piece.size();
         std::copy(prefix->piece.begin(), prefix->piece.end(), end);
     }
-}
-
-std::wstring_view JoinName(const NamePrefix* prefix, std::wstring_view rest, std::wstring& buffer) {
-    buffer.resize(prefix->length);
-    prefix->CopyTo(buffer.data());
-    return buffer.append(rest);
 }
 
 size_t NamePrefixes::KeyHash::operator()(const Key& key) const noexcept {

@@ -6,9 +6,9 @@
 #pragma once
 
 #include "base/Arena.h"
+#include "variables/NodeName.h"
 
 #include <cstdint>
-#include <string>
 #include <string_view>
 #include <unordered_map>
 
@@ -28,10 +28,7 @@ struct NamePrefix {
 };
 
 // Whether two names are the same, each of which is a prefix, which may be null, and a rest.
-bool IsSameName(const NamePrefix* a, std::wstring_view aRest, const NamePrefix* b, std::wstring_view bRest);
-
-// Puts a name with a prefix together in `buffer`. Raises std::bad_alloc.
-std::wstring_view JoinName(const NamePrefix* prefix, std::wstring_view rest, std::wstring& buffer);
+bool IsSameName(const NamePrefix* a, NodeName aRest, const NamePrefix* b, std::wstring_view bRest);
 
 class NamePrefixes {
 public:

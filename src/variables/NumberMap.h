@@ -76,7 +76,7 @@ public:
         // As VariableMap::ForEach.
         template <class Visit>
         void ForEach(Visit visit) const {
-            std::wstring whole;
+            NameBuffer whole;
             m_numbers.m_table.ForEachNode([&](const Node& node) {
                 if (const std::optional<Value> value = NumberOf(node).template As<Value>()) {
                     visit(Table::WholeName(node, whole), *value);
@@ -110,7 +110,7 @@ public:
     static Number NumberOf(const Node& node) { return {node.Marks(), node.value}; }
 
     // These are as VariableMap's.
-    void Prefetch(uint32_t hash) const { m_table.Prefetch(hash); }
+    [[gnu::always_inline]] void Prefetch(uint32_t hash) const { m_table.Prefetch(hash); }
     void Reserve(const ExpectedEntries& expected) { m_table.Reserve(expected); }
     // REQUIRES: there is none of the number's halves.
     Node* Add(std::wstring_view name, uint32_t hash, const NamePrefix* prefix, const Number& number) {

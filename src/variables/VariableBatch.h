@@ -67,7 +67,7 @@ public:
     // How the names of entries are kept: each whole, or without the prefixes that they share.
     enum class Names : uint8_t { Whole, SharePrefixes };
     // Shorter beginnings are not worth sharing while a batch is made.
-    static constexpr size_t kPrefixUnits = 16;
+    static constexpr size_t kPrefixUnits = 32;
 
     // Adding and applying raise Cancelled where `cancellation`, which may be null, asks for it.
     explicit VariableBatch(Names names = Names::Whole, const Cancellation* cancellation = nullptr)
@@ -90,7 +90,8 @@ public:
     void AddString(const BatchName& name, std::wstring_view text) {
         const uint32_t length = LengthOf(text);
         std::byte* value = Append(Kind::String, name);
-        m_expected[static_cast<size_t>(Kind::String)].units += StoredText::RoomFor(text.size());
+        m_expected[static_cast<size_t>(Kind::String)].bytes +=
+            StoredText::RoomFor(text.size()) * sizeof(wchar_t);
         Put(value, text.data());
         Put(value + sizeof(const wchar_t*), length);
     }
@@ -146,7 +147,7 @@ private:
     std::byte* Append(Kind kind, const BatchName& name) {
         ExpectedEntries& expected = m_expected[static_cast<size_t>(kind)];
         ++expected.count;
-        expected.units += name.text.size() - m_sharedUnits;
+        expected.bytes += name.text.size() - m_sharedUnits; // nearly every name is kept in bytes
         std::wstring_view rest = name.text;
         rest.remove_prefix(m_prefixUnits);
         return name.naming == Naming::Copied

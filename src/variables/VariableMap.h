@@ -8,10 +8,11 @@
 // removed.
 #pragma once
 
-#include "base/ShortCopy.h"
+#include "base/NameBuffer.h"
 #include "variables/ExpectedEntries.h"
 #include "variables/NameHash.h"
 #include "variables/NamePrefix.h"
+#include "variables/NodeName.h"
 #include "variables/NodePool.h"
 #include "variables/StoredText.h"
 
@@ -20,7 +21,6 @@
 #include <cstring>
 #include <memory>
 #include <new>
-#include <string>
 #include <string_view>
 #include <type_traits>
 #include <utility>
@@ -56,14 +56,14 @@ public:
             return HasPrefix() ? *reinterpret_cast<const NamePrefix* const*>(this + 1) : nullptr;
         }
         // The name without its prefix.
-        std::wstring_view Rest() const {
+        NodeName Rest() const {
             const auto* start = reinterpret_cast<const std::byte*>(this + 1) + PrefixBytes();
-            return {reinterpret_cast<const wchar_t*>(start), lengthAndMarks & kMostUnits};
+            return {start, lengthAndMarks & kMostUnits, (lengthAndMarks & kIsInBytes) != 0};
         }
         size_t NameLength() const { return Rest().size() + (HasPrefix() ? Prefix()->length : 0); }
         // Whether the name is `prefix`, which may be null, and `rest`, however either is kept.
         bool IsNamed(const NamePrefix* prefix, std::wstring_view rest) const {
-            return Prefix() == prefix ? IsSameText(Rest(), rest) : IsSameName(Prefix(), Rest(), prefix, rest);
+            return Prefix() == prefix ? Rest() == rest : IsSameName(Prefix(), Rest(), prefix, rest);
         }
 
         // Two bits for the map's owner; a new node has none of them.
@@ -74,17 +74,18 @@ public:
 
         static constexpr uint32_t kHasPrefix = 0x80000000U;
         static constexpr unsigned kMarksShift = 29;
-        static constexpr uint32_t kMostUnits = (uint32_t{1} << kMarksShift) - 1;
+        static constexpr uint32_t kIsInBytes = 0x10000000U;
+        static constexpr uint32_t kMostUnits = kIsInBytes - 1;
         static constexpr size_t kPointerBytes = sizeof(void*); // of the prefix
 
         bool HasPrefix() const { return (lengthAndMarks & kHasPrefix) != 0; }
         size_t PrefixBytes() const { return HasPrefix() ? kPointerBytes : 0; }
         wchar_t* Room() {
             auto* start = reinterpret_cast<std::byte*>(this + 1) + PrefixBytes();
-            return reinterpret_cast<wchar_t*>(start) + Rest().size();
+            return reinterpret_cast<wchar_t*>(start + Rest().Bytes());
         }
         size_t Bytes() const {
-            return sizeof(Node) + PrefixBytes() + (Rest().size() + room.Units()) * sizeof(wchar_t);
+            return sizeof(Node) + PrefixBytes() + Rest().Bytes() + room.Units() * sizeof(wchar_t);
         }
     };
 
@@ -120,8 +121,9 @@ public:
         return FindIn(m_buckets[BucketOf(hash)], name, hash, prefix, isWanted);
     }
 
-    // Asks the processor for the bucket of a hash that will soon be looked up.
-    void Prefetch(uint32_t hash) const {
+    // Asks the processor for the bucket of a hash that will soon be looked up. Inlined always: GCC leaves out
+    // the call of a function that does nothing else.
+    [[gnu::always_inline]] void Prefetch(uint32_t hash) const {
         if (m_buckets) {
             __builtin_prefetch(&m_buckets[BucketOf(hash)], 1);
         }
@@ -130,7 +132,7 @@ public:
     // Makes the table large enough for so many entries in one step, as far as memory allows.
     void Reserve(const ExpectedEntries& expected) {
         if (m_size == 0) { // otherwise most of them may be there already
-            m_pool.Expect(expected.count * sizeof(Node) + expected.units * sizeof(wchar_t), expected.count);
+            m_pool.Expect(expected.count * sizeof(Node) + expected.bytes, expected.count);
         }
         GrowFor(expected.count);
     }
@@ -211,10 +213,10 @@ public:
     }
 
     // Calls visit(name, value) for every entry. The name is valid during the call. Raises std::bad_alloc
-    // where a name has a prefix and cannot be put together.
+    // where a long name cannot be put together.
     template <class Visit>
     void ForEach(Visit visit) const {
-        std::wstring whole;
+        NameBuffer whole;
         ForEachNode([&](const Node& node) { visit(WholeName(node, whole), node.value); });
     }
 
@@ -227,9 +229,15 @@ public:
         }
     }
 
-    // The name of an entry, put together in `buffer` where it has a prefix, which raises std::bad_alloc then.
-    static std::wstring_view WholeName(const Node& node, std::wstring& buffer) {
-        return node.HasPrefix() ? JoinName(node.Prefix(), node.Rest(), buffer) : node.Rest();
+    // The name of an entry, put together in `buffer`. Raises std::bad_alloc.
+    static std::wstring_view WholeName(const Node& node, NameBuffer& buffer) {
+        buffer.CutTo(0);
+        if (const NamePrefix* prefix = node.Prefix()) {
+            prefix->CopyTo(buffer.Extend(prefix->length));
+        }
+        const NodeName rest = node.Rest();
+        rest.CopyTo(buffer.Extend(rest.size()));
+        return buffer.View();
     }
 
 private:
@@ -304,22 +312,33 @@ private:
         if (rest.size() > Node::kMostUnits) {
             throw std::bad_alloc();
         }
-        const size_t prefixBytes = prefix ? Node::kPointerBytes : 0;
-        const size_t bytes = sizeof(Node) + prefixBytes + (rest.size() + room) * sizeof(wchar_t);
-        void* memory = m_pool.Allocate(bytes);
+        const size_t nameOffset = sizeof(Node) + (prefix ? Node::kPointerBytes : 0);
+        const size_t roomBytes = room * sizeof(wchar_t);
+        // Nearly every name fits into bytes; to ask first would take longer.
+        size_t bytes = nameOffset + NodeName::BytesOf(rest.size(), true) + roomBytes;
+        auto* memory = static_cast<std::byte*>(m_pool.Allocate(bytes));
+        const bool isInBytes = NodeName::PutInBytes(memory + nameOffset, rest);
+        if (!isInBytes) {
+            m_pool.Free(memory, bytes);
+            bytes = nameOffset + NodeName::BytesOf(rest.size(), false) + roomBytes;
+            memory = AllocateWide(bytes, nameOffset, rest);
+        }
         m_loneNodes += NodePool::IsPooled(bytes) ? 0 : 1;
         m_nameUnits += rest.size();
-        const auto length = static_cast<uint32_t>(rest.size());
-        Node* node = new (memory)
-            Node{nullptr, hash, prefix ? length | Node::kHasPrefix : length, Value(), NodeRoom<Value>(room)};
-        auto* after = reinterpret_cast<std::byte*>(node + 1);
+        const uint32_t lengthAndMarks = static_cast<uint32_t>(rest.size()) |
+                                        (isInBytes ? Node::kIsInBytes : 0) | (prefix ? Node::kHasPrefix : 0);
+        Node* node = new (memory) Node{nullptr, hash, lengthAndMarks, Value(), NodeRoom<Value>(room)};
         if (prefix) {
-            std::memcpy(after, &prefix, Node::kPointerBytes);
-            after += Node::kPointerBytes;
+            std::memcpy(memory + sizeof(Node), &prefix, Node::kPointerBytes);
             m_nameUnits += prefix->length;
         }
-        CopyShort(after, rest.data(), rest.size() * sizeof(wchar_t));
         return node;
+    }
+
+    [[gnu::cold]] std::byte* AllocateWide(size_t bytes, size_t nameOffset, std::wstring_view rest) {
+        auto* memory = static_cast<std::byte*>(m_pool.Allocate(bytes));
+        std::memcpy(memory + nameOffset, rest.data(), rest.size() * sizeof(wchar_t));
+        return memory;
     }
 
     void FreeNode(Node* node) noexcept {

@@ -25,7 +25,7 @@ void VariableMaps::Reserve(const PacketCounts& counts) noexcept {
 }
 
 void VariableMaps::RemoveBinaries() noexcept {
-    binaries.ForEach([](std::wstring_view, BinaryBlock* block) { BinaryBlock::Free(block); });
+    binaries.ForEachNode([](const auto& node) { BinaryBlock::Free(node.value); });
     binaries.Clear();
 }
 

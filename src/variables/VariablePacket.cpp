@@ -168,9 +168,10 @@ PacketCounts CountPacketRecords(std::span<const std::byte> packet) {
         }
         ExpectedEntries& expected = counts[type < counts.size() ? type : 0];
         ++expected.count;
-        expected.units += static_cast<size_t>(nameBytes) / sizeof(char16_t);
+        expected.bytes += static_cast<size_t>(nameBytes) / sizeof(char16_t); // a node keeps it in bytes
         if (type == VariableTypeString) {
-            expected.units += StoredText::RoomFor(static_cast<size_t>(valueBytes) / sizeof(char16_t));
+            expected.bytes +=
+                StoredText::RoomFor(static_cast<size_t>(valueBytes) / sizeof(char16_t)) * sizeof(wchar_t);
         }
         offset += kPacketRecordHeaderBytes + static_cast<size_t>(nameBytes) + static_cast<size_t>(valueBytes);
     }

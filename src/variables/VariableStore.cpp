@@ -60,9 +60,8 @@ size_t RecordBytes(const VariableMaps& maps) {
     size_t bytes = ScalarBytes(maps.bools, sizeof(uint8_t)) + ScalarBytes(maps.Integers(), sizeof(int64_t)) +
                    ScalarBytes(maps.Doubles(), sizeof(double)) + NameBytes(maps.strings) +
                    NameBytes(maps.binaries);
-    maps.strings.ForEach(
-        [&](std::wstring_view, std::wstring_view text) { bytes += text.size() * sizeof(wchar_t); });
-    maps.binaries.ForEach([&](std::wstring_view, const BinaryBlock* block) { bytes += block->size; });
+    maps.strings.ForEachNode([&](const auto& node) { bytes += node.value.View().size() * sizeof(wchar_t); });
+    maps.binaries.ForEachNode([&](const auto& node) { bytes += node.value->size; });
     return bytes;
 }
 

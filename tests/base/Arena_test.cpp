@@ -44,7 +44,7 @@ TEST_P(ArenaOfEachLife, MemoryThatIsNotTakenIsHandedOutAgain) {
 
 TEST_P(ArenaOfEachLife, ExpectedPiecesAreAdjacent) {
     constexpr size_t kBytes = 1024;
-    constexpr size_t kPieces = 100;
+    constexpr size_t kPieces = 60;
     Arena arena(GetParam());
     arena.Expect(kPieces * kBytes);
     const auto* first = arena.Allocate<std::byte>(kBytes);

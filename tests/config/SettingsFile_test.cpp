@@ -51,6 +51,21 @@ TEST(FlattenSettings, HeaderListNamesGroupsAndSkipsOddElements) {
     EXPECT_EQ((std::vector<LogLine>{HeaderLine(0, L"X"), HeaderLine(1, L"")}), run.lines);
 }
 
+// A short list and a long one are collected in different ways.
+TEST(FlattenSettings, HeaderListsOfEveryLengthAreNumbered) {
+    for (int length = 1; length < 20; ++length) {
+        std::string elements;
+        TypedVariables wanted;
+        for (int i = 0; i < length; ++i) {
+            const std::wstring name = L"N" + std::to_wstring(i);
+            elements += std::string(i == 0 ? "" : ",") + R"({"HD":"N)" + std::to_string(i) + R"("})";
+            wanted.String(L"HmdNameList." + std::to_wstring(i), name).String(L"CL." + name + L".HD", name);
+        }
+        wanted.Int64(L"HmdNameSize", length);
+        EXPECT_EQ(wanted, LoadSettings(R"({"CL":[)" + elements + "]}").variables) << length;
+    }
+}
+
 TEST(FlattenSettings, HeaderElementsBecomeVariablesOfTheirName) {
     EXPECT_EQ(TypedVariables()
                   .Int64(L"HmdNameSize", 1)

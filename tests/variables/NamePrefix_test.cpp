@@ -28,18 +28,23 @@ TEST(NamePrefix, SamePiecesAreHeldOnce) {
     EXPECT_EQ(L"outer.inner.", TextOf(*inner));
 }
 
+// Whether the name of a node is that of another prefix and rest.
+bool IsSame(const NamePrefix* a, std::wstring_view aRest, const NamePrefix* b, std::wstring_view bRest) {
+    return IsSameName(a, {aRest.data(), aRest.size(), false}, b, bRest);
+}
+
 TEST(NamePrefix, NamesAreComparedOverAllTheirPieces) {
     NamePrefixes prefixes;
     const NamePrefix* inner = prefixes.Share(prefixes.Share(nullptr, L"ab"), L"cd");
     const NamePrefix* other = prefixes.Share(prefixes.Share(nullptr, L"a"), L"bc");
 
-    EXPECT_TRUE(IsSameName(inner, L"e", nullptr, L"abcde"));
-    EXPECT_TRUE(IsSameName(inner, L"", other, L"d"));
-    EXPECT_TRUE(IsSameName(nullptr, L"", nullptr, L""));
-    EXPECT_FALSE(IsSameName(inner, L"e", nullptr, L"abxde"));
-    EXPECT_FALSE(IsSameName(inner, L"e", nullptr, L"xabcde"));
-    EXPECT_FALSE(IsSameName(inner, L"", other, L""));
-    EXPECT_FALSE(IsSameName(other, L"", inner, L""));
+    EXPECT_TRUE(IsSame(inner, L"e", nullptr, L"abcde"));
+    EXPECT_TRUE(IsSame(inner, L"", other, L"d"));
+    EXPECT_TRUE(IsSame(nullptr, L"", nullptr, L""));
+    EXPECT_FALSE(IsSame(inner, L"e", nullptr, L"abxde"));
+    EXPECT_FALSE(IsSame(inner, L"e", nullptr, L"xabcde"));
+    EXPECT_FALSE(IsSame(inner, L"", other, L""));
+    EXPECT_FALSE(IsSame(other, L"", inner, L""));
 }
 
 TEST(VariableBatch, NamesShareOnlyLongBeginnings) {
@@ -58,7 +63,8 @@ TEST(VariableBatch, OnlyVeryLongBeginningsAreForTheMaps) {
     VariableBatch batch(VariableBatch::Names::SharePrefixes);
     const std::wstring name(2 * kSharedPrefixUnits, L'n');
     const BatchPrefix* outer = batch.PrefixFor(nullptr, name.substr(0, kSharedPrefixUnits - 1));
-    const BatchPrefix* shared = batch.PrefixFor(outer, name.substr(0, kSharedPrefixUnits + 20));
+    const BatchPrefix* shared =
+        batch.PrefixFor(outer, name.substr(0, kSharedPrefixUnits + VariableBatch::kPrefixUnits));
     const BatchPrefix* inner = batch.PrefixFor(shared, name);
 
     EXPECT_EQ(nullptr, outer->shared);
@@ -68,8 +74,8 @@ TEST(VariableBatch, OnlyVeryLongBeginningsAreForTheMaps) {
 
 // Beginnings of every length around the steps of the hash, in pieces.
 TEST(BatchWrite, NamesInPiecesAreFoundWhole) {
-    for (size_t outerUnits = 1; outerUnits < 40; ++outerUnits) {
-        for (const size_t innerUnits : {size_t{1}, size_t{17}, outerUnits, kSharedPrefixUnits + outerUnits}) {
+    for (size_t outerUnits = 1; outerUnits < 70; ++outerUnits) {
+        for (const size_t innerUnits : {size_t{1}, size_t{33}, outerUnits, kSharedPrefixUnits + outerUnits}) {
             const std::wstring outer = std::wstring(outerUnits, L'o') + L'.';
             const std::wstring inner = outer + std::wstring(innerUnits, L'i') + L'.';
             VariableBatch batch(VariableBatch::Names::SharePrefixes);

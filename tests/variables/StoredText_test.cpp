@@ -22,8 +22,8 @@ TEST(StoredText, OfANewNameIsKeptAfterItsNameInTheNode) {
     auto* node = map.Add(L"Name", kHash, nullptr, std::wstring_view(L"a text"));
 
     EXPECT_EQ(L"a text", node->value.View());
-    EXPECT_EQ(L"Name", node->Rest());
-    EXPECT_EQ(node->Rest().data() + node->Rest().size(), node->value.View().data());
+    EXPECT_TRUE(node->Rest() == L"Name");
+    EXPECT_TRUE(IsInRoom(*node));
 }
 
 TEST(StoredText, ThatIsLongHasMemoryOfItsOwn) {
@@ -41,7 +41,7 @@ TEST(StoredText, ThatIsEmptyNeedsNoMemory) {
     EXPECT_EQ(nullptr, StoredText(std::wstring_view()).View().data());
     TextMap map;
     auto* node = map.Add(L"Name", kHash, nullptr, std::wstring_view());
-    EXPECT_EQ(sizeof(TextMap::Node) + 4 * sizeof(wchar_t), node->Bytes());
+    EXPECT_EQ(sizeof(TextMap::Node) + 4, node->Bytes());
 }
 
 TEST(StoredText, UsesTheRoomOfItsNodeWheneverItFits) {

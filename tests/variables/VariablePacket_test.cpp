@@ -315,7 +315,8 @@ TEST(CountPacketRecords, CountsByTypeUpToTheFirstDamage) {
     writer.AppendText(4, L"Text", L"value");
     std::vector<std::byte> packet(writer.Bytes().begin(), writer.Bytes().end());
 
-    EXPECT_EQ((PacketCounts{{{1, 4}, {1, 4}, {2, 8}, {0, 0}, {1, 9}, {1, 4}}}), CountPacketRecords(packet));
+    EXPECT_EQ((PacketCounts{{{1, 4}, {1, 4}, {2, 8}, {0, 0}, {1, 4 + 5 * sizeof(wchar_t)}, {1, 4}}}),
+              CountPacketRecords(packet));
     EXPECT_EQ(PacketCounts{}, CountPacketRecords({}));
     EXPECT_EQ(PacketCounts{}, CountPacketRecords(std::span(packet).first(kPacketHeaderBytes)));
 

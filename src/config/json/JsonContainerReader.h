@@ -54,7 +54,7 @@ private:
     // Reads up to the end of the outermost container that the sink has open.
     template <class Sink>
     bool ReadContainer(Sink& sink) {
-        for (;;) {
+        for (std::wstring_view key;;) { // of the element
             SkipSpace();
             const bool isAtClose = IsAt(sink.IsInObject() ? '}' : ']');
             ReportComma(isAtClose);
@@ -66,14 +66,18 @@ private:
                     return true;
                 }
                 SkipComma();
-            } else if (sink.IsInObject() && !ReadKey(sink)) {
+                continue;
+            }
+            key = {};
+            if (sink.IsInObject() && !ReadKey(sink, key)) {
                 return false;
-            } else if (IsAt('{') || IsAt('[')) {
-                if (!ReadNested(sink)) {
+            }
+            if (IsAt('{') || IsAt('[')) {
+                if (!ReadNested(sink, key)) {
                     return false;
                 }
             } else {
-                if (!ReadScalar(sink)) {
+                if (!ReadScalar(sink, key)) {
                     return false;
                 }
                 SkipComma();
@@ -81,10 +85,11 @@ private:
         }
     }
 
-    bool ReadNested(JsonSkippingSink& sink) { return Open(sink); }
+    bool ReadNested(JsonSkippingSink& sink, std::wstring_view) { return Open(sink); }
 
-    bool ReadNested(JsonBuildingSink& sink) {
+    bool ReadNested(JsonBuildingSink& sink, std::wstring_view key) {
         const bool isObject = IsAt('{');
+        sink.SetKey(key);
         if (sink.NextRole(isObject) != kJsonUnread) {
             return Open(sink);
         }
@@ -93,9 +98,7 @@ private:
             return false;
         }
         if (sink.IsRead(isObject)) {
-            JsonValue unread;
-            unread.kind = isObject ? JsonKind::Object : JsonKind::Array;
-            sink.Add(unread);
+            sink.Add(key).kind = isObject ? JsonKind::Object : JsonKind::Array;
         }
         SkipComma();
         return true;
@@ -132,7 +135,7 @@ private:
     }
 
     template <class Sink>
-    bool ReadKey(Sink& sink) {
+    bool ReadKey(Sink& sink, std::wstring_view& key) {
         if (m_offset >= Length()) {
             return Fail(JsonFault::Unfinished);
         }
@@ -141,11 +144,9 @@ private:
             return Fail(JsonFault::NoKey);
         }
         if constexpr (Sink::kBuilds) {
-            std::wstring_view key;
             const int32_t count = m_source.String(key, sink.KeyMemory(), m_offset);
             m_trace.OnKey(m_offset, m_offset + count, key);
             m_offset += count;
-            sink.SetKey(key);
         } else {
             m_offset = SkipJsonString(Units(), m_offset, Length());
         }
@@ -158,19 +159,20 @@ private:
         return true;
     }
 
-    bool ReadScalar(JsonSkippingSink&) { return Advance(SkipJsonScalar(m_source, m_offset)); }
+    bool ReadScalar(JsonSkippingSink&, std::wstring_view) {
+        return Advance(SkipJsonScalar(m_source, m_offset));
+    }
 
-    bool ReadScalar(JsonBuildingSink& sink) {
+    bool ReadScalar(JsonBuildingSink& sink, std::wstring_view key) {
         if (!sink.IsRead(false)) {
             return Advance(SkipJsonScalar(m_source, m_offset));
         }
-        JsonValue value;
+        JsonValue& value = sink.Add(key);
         const int32_t offset = m_offset;
         if (!Advance(ReadJsonScalar(value, m_texts, m_source, offset))) {
             return false;
         }
         m_trace.OnScalar(offset, m_offset, value);
-        sink.Add(value);
         return true;
     }
 

@@ -29,7 +29,7 @@ public:
     void SetKey(std::wstring_view key) { m_builder.SetKey(key); }
     // Whether an element of the innermost container is read.
     bool IsRead(bool isObject) const { return isObject || (m_builder.Role() & kJsonObjectsOnly) == 0; }
-    void Add(const JsonValue& value) { m_builder.Add(value); }
+    JsonValue& Add(std::wstring_view key) { return m_builder.Add(key); }
 
     // The role of a container that would be opened now.
     uint8_t NextRole(bool isObject) const {
@@ -54,7 +54,7 @@ public:
             return true;
         }
         if (!m_consumer || depth >= m_starts.size() || !Offer(m_starts[depth])) {
-            m_builder.Add(m_result);
+            m_builder.Add(m_builder.Key()) = m_result;
         }
         return false;
     }

@@ -72,12 +72,20 @@ struct ByteJsonText : JsonBytes {
     JsonBytes From(int32_t offset) const { return {text + offset, length - offset, table}; }
     int32_t String(std::wstring_view& result, Arena& arena, int32_t offset) const {
         const int32_t count = ShortString(result, arena, offset + 1);
-        return count != 0 ? count : ParseJsonString(result, arena, From(offset));
+        return count != 0 ? count : LongString(result, arena, offset);
     }
     int32_t Number(JsonValue& value, int32_t offset) const { return ParseJsonNumber(value, From(offset)); }
     int32_t Literal(JsonValue& value, int32_t offset) const { return ParseJsonLiteral(value, From(offset)); }
 
 private:
+    // Without the address of the result, which then is in registers.
+    int32_t LongString(std::wstring_view& result, Arena& arena, int32_t offset) const {
+        std::wstring_view string;
+        const int32_t count = ParseJsonString(string, arena, From(offset));
+        result = string;
+        return count;
+    }
+
     // Most strings: those that end within a block of ASCII and have no escape. 0 for any other.
     int32_t ShortString(std::wstring_view& result, Arena& arena, int32_t inside) const {
         using Block = detail::UnitBlock<Unit>;

@@ -30,7 +30,10 @@ public:
     static constexpr int32_t kUnits = static_cast<int32_t>(16 / sizeof(Unit));
 
     explicit UnitBlock(const Unit* units)
-        : m_units(_mm_loadu_si128(reinterpret_cast<const __m128i*>(units))) {}
+        : m_units(_mm_loadu_si128(reinterpret_cast<const __m128i*>(units))) {
+        // Otherwise GCC 12 writes them to the stack and reads them back, on the way that each key waits for.
+        __asm__("" : "+x"(m_units));
+    }
 
     uint32_t Equal(char unit) const { return Mask(EqualTo(unit)); }
     uint32_t EitherOf(char a, char b) const { return Mask(_mm_or_si128(EqualTo(a), EqualTo(b))); }
@@ -50,9 +53,19 @@ public:
     static unsigned Bits(int32_t units) { return static_cast<unsigned>(units) * sizeof(Unit); }
 
 private:
-    static __m128i Fill(char unit) { return sizeof(Unit) == 1 ? _mm_set1_epi8(unit) : _mm_set1_epi16(unit); }
+    static __m128i Fill(char unit) {
+        if constexpr (sizeof(Unit) == 1) {
+            return _mm_set1_epi8(unit);
+        } else {
+            return _mm_set1_epi16(unit);
+        }
+    }
     __m128i EqualTo(char unit) const {
-        return sizeof(Unit) == 1 ? _mm_cmpeq_epi8(m_units, Fill(unit)) : _mm_cmpeq_epi16(m_units, Fill(unit));
+        if constexpr (sizeof(Unit) == 1) {
+            return _mm_cmpeq_epi8(Fill(unit), m_units);
+        } else {
+            return _mm_cmpeq_epi16(Fill(unit), m_units);
+        }
     }
     static uint32_t Mask(__m128i bytes) { return static_cast<uint32_t>(_mm_movemask_epi8(bytes)); }
 

@@ -91,9 +91,6 @@ JsonMember* SortMembers(JsonMember* first, JsonMember* last) {
 
 void JsonTreeBuilder::Open(bool isObject, uint8_t role) {
     m_open.Push({m_key, m_members.Size(), isObject, role});
-    if (!isObject) {
-        m_key = {}; // of its elements
-    }
 }
 
 JsonValue JsonTreeBuilder::Close() {

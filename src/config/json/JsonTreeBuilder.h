@@ -8,6 +8,7 @@
 #include "base/SameText.h"
 #include "config/json/JsonValue.h"
 
+#include <memory>
 #include <string_view>
 
 namespace zq {
@@ -18,16 +19,20 @@ public:
 
     // `role` is the reader's, to be asked for while the container is the innermost one.
     void Open(bool isObject, uint8_t role);
-    // The key of the value that is added, or of the container that is opened, next.
+    // The key of the container that is opened next.
     void SetKey(std::wstring_view key) { m_key = key; }
-    void Add(const JsonValue& value) {
-        if (IsInObject() && m_members.Size() > m_open.Top().first && IsSameText(m_members.Top().key, m_key)) {
+    // Adds a null, which is to be made the value of that key, and an element of an array without one. It
+    // lasts until the next call. What is written piece by piece is slow to copy, so values are read in place.
+    JsonValue& Add(std::wstring_view key) {
+        if (IsInObject() && m_members.Size() > m_open.Top().first && IsSameText(m_members.Top().key, key)) {
             m_members.CutTo(m_members.Size() - 1); // of equal keys the last one counts
         }
-        m_members.Push({m_key, value});
+        JsonMember& member = m_members.Extend();
+        std::construct_at(&member.key, key);
+        return *std::construct_at(&member.value);
     }
-    // Closes the innermost container and returns it. It is no member of the one around it until it is added;
-    // its key is the next one's again.
+    // Closes the innermost container and returns it. It is no member of the one around it until it is added
+    // under Key().
     JsonValue Close();
 
     size_t Depth() const { return m_open.Size(); }
