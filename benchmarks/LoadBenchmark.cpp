@@ -27,7 +27,7 @@ size_t LoadModule(ConfigFile file, const std::string& bytes) {
     if (!config.Read(bytes) || !config.Flatten(HostLog())) {
         throw std::runtime_error("the module refuses the benchmark's file");
     }
-    maps.Apply(config.Batch());
+    maps.Apply(config.TakeBatch());
     return maps.bools.Size() + maps.Integers().Size() + maps.Doubles().Size() + maps.strings.Size();
 }
 

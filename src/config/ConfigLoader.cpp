@@ -35,7 +35,7 @@ bool LoadConfigFile(ConfigFile file, const std::wstring& path, const ConfigLook&
     if (!look.text->Flatten(log)) {
         return false;
     }
-    target.store.Apply(look.text->Batch());
+    target.store.Apply(look.text->TakeBatch());
     return true;
 }
 

@@ -14,6 +14,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace zq {
 
@@ -59,6 +60,7 @@ public:
     bool Flatten(const HostLog& log);
     // The variables, once they are flattened.
     const VariableBatch& Batch() const { return *m_batch; }
+    VariableBatch&& TakeBatch() { return std::move(*m_batch); }
 
     // Without what was flattened already.
     const JsonValue& Root() const { return m_root; }

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <string_view>
+#include <utility>
 
 #include <windows.h>
 
@@ -29,7 +30,7 @@ void LoadDefaultSettings(VariableStore& store) {
     batch.AddString(L"Settings.ServerName",
                     isNamed ? std::wstring_view(name.data(), length) : L"Lumo Server");
     batch.AddString(L"Properties.BitrateList", L"20,40,70,76,100");
-    store.Apply(batch);
+    store.Apply(std::move(batch));
 }
 
 } // namespace zq

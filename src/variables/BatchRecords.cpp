@@ -8,8 +8,9 @@ namespace zq {
 void BatchRecords::AddPage(Arena& memory, size_t bytes) {
     const size_t room = std::max(bytes, kPageBytes - sizeof(Page) - kLengthBytes);
     // Reading takes a length for granted, also at the end of the last record.
-    auto* records = memory.Allocate<std::byte>(sizeof(Page) + room + kLengthBytes);
-    auto* page = new (records) Page{nullptr, nullptr};
+    const size_t all = sizeof(Page) + room + kLengthBytes;
+    auto* records = memory.Allocate<std::byte>(all);
+    auto* page = new (records) Page{nullptr, nullptr, all};
     if (m_last) {
         m_last->end = m_next;
     }

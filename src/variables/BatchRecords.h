@@ -43,6 +43,7 @@ class BatchRecords {
     struct Page {
         Page* next;
         std::byte* end; // of the records, once there is a next page
+        size_t bytes;   // of all
     };
 
 public:
@@ -54,6 +55,8 @@ public:
         Outside, // by a pointer
         Numbered // the name is a number
     };
+
+    class Release;
 
     class Iterator {
     public:
@@ -82,6 +85,8 @@ public:
         bool operator==(const Iterator& other) const { return m_record == other.m_record; }
 
     private:
+        friend class BatchRecords::Release;
+
         void EnterPage(const Page* page) {
             m_page = page;
             if (!page) {
@@ -99,6 +104,25 @@ public:
         const std::byte* m_next = nullptr;   // after it
         const std::byte* m_end = nullptr;    // of the page
         BatchEntry m_entry{};
+    };
+
+    // Frees the records page by page, as an iterator leaves them.
+    class Release {
+    public:
+        // `memory` is what all records are in, and nothing else is. Raises std::bad_alloc.
+        Release(const BatchRecords& records, Arena& memory) : m_memory(memory), m_page(records.m_first) {}
+
+        void FreeBefore(const Iterator& iterator) noexcept {
+            while (m_page != iterator.m_page) {
+                const Page* left = m_page;
+                m_page = left->next;
+                m_memory.GiveBack(left, left->bytes);
+            }
+        }
+
+    private:
+        Arena::Release m_memory;
+        const Page* m_page; // the first that is not freed
     };
 
     size_t size() const { return m_size; }

@@ -4,6 +4,7 @@
 #include "base/Decimal.h"
 
 #include <algorithm>
+#include <optional>
 #include <span>
 #include <utility>
 
@@ -30,14 +31,14 @@ bool IsSameValue(const StoredText& held, std::wstring_view given) { return IsSam
 
 size_t SharedUnits(const BatchPrefix* prefix) { return prefix->shared ? prefix->shared->length : 0; }
 
+} // namespace
+
 // Asks the processor for the buckets and texts of entries to come: those of a large batch are in no cache.
-class BucketsAhead {
+class BatchWrite::BucketsAhead {
 public:
-    BucketsAhead(const BatchRecords& entries, std::span<const uint32_t> hashes, const VariableMaps& maps)
-        : m_maps(maps), m_next(entries.begin()) {
-        if (hashes.size() >= kWorthAsking) {
-            m_hashes = hashes;
-        }
+    BucketsAhead(const BatchRecords& entries, const BatchProgress& progress, const VariableMaps& maps)
+        : m_maps(maps), m_next(entries.begin()), m_progress(progress),
+          m_left(progress.Size() < kWorthAsking ? 0 : progress.Size()) {
         for (size_t i = 0; i < kAhead; ++i) {
             Step();
         }
@@ -45,10 +46,10 @@ public:
 
     // Called for each entry that is written.
     void Step() {
-        if (m_hashes.empty()) {
+        if (m_left == 0) {
             return;
         }
-        const uint32_t hash = m_hashes.front();
+        const uint32_t hash = (*m_progress).Hash();
         switch (m_next->kind) {
         case BatchKind::Bool:
             m_maps.bools.Prefetch(hash);
@@ -60,7 +61,8 @@ public:
         default:
             m_maps.numbers.Prefetch(hash);
         }
-        m_hashes = m_hashes.subspan(1);
+        --m_left;
+        ++m_progress;
         ++m_next;
     }
 
@@ -70,10 +72,9 @@ private:
 
     const VariableMaps& m_maps;
     BatchRecords::Iterator m_next;
-    std::span<const uint32_t> m_hashes; // of the next entries
+    BatchProgress::Cursor m_progress;
+    size_t m_left; // entries, none where it is not worth it
 };
-
-} // namespace
 
 // Gives the node a value and keeps the one before. What may fail comes before the change.
 template <class Map, class Value>
@@ -94,17 +95,12 @@ void BatchWrite::Replacements<Map, Value>::Undo(Map& map) noexcept {
     }
 }
 
-BatchWrite::BatchWrite(const VariableBatch& batch) : m_batch(batch) {
-    const size_t count = batch.Entries().size();
-    m_hashes = {m_memory.Allocate<uint32_t>(count), count};
-    m_isNew = {m_memory.Allocate<uint8_t>(count), count};
-    std::fill(m_isNew.begin(), m_isNew.end(), uint8_t{0});
-    size_t index = 0;
+BatchWrite::BatchWrite(const VariableBatch& batch) : m_batch(batch), m_progress(batch.Entries().size()) {
     for (const VariableBatch::Entry& entry : batch.Entries()) {
-        if (index % kEntriesBetweenLooks == 0) {
+        if (m_progress.Size() % kEntriesBetweenLooks == 0) {
             RaiseIfCancelled(batch.CancelledBy());
         }
-        m_hashes[index++] = HashOf(entry);
+        m_progress.Add(HashOf(entry));
     }
 }
 
@@ -158,11 +154,6 @@ const NamePrefix* BatchWrite::PrefixOf(const VariableBatch::Entry& entry, Variab
     return prefix && prefix->shared ? StoredPrefix(prefix->shared, maps) : nullptr;
 }
 
-const NamePrefix* BatchWrite::KnownPrefixOf(const VariableBatch::Entry& entry) const noexcept {
-    const BatchPrefix* prefix = m_batch.PrefixOf(entry);
-    return prefix && prefix->shared ? m_stored.find(prefix->shared)->second : nullptr;
-}
-
 const NamePrefix* BatchWrite::StoredPrefix(const BatchPrefix* prefix, VariableMaps& maps) {
     const auto outerOf = [](const BatchPrefix* inner) {
         return inner->parent ? inner->parent->shared : nullptr;
@@ -194,6 +185,7 @@ void BatchWrite::ApplyTo(VariableMaps& maps) {
     }
 }
 
+// An entry that was added may hold a value that was replaced, so values come first.
 void BatchWrite::Undo(VariableMaps& maps) noexcept {
     m_bools.Undo(maps.bools);
     m_numbers.Undo(maps.numbers);
@@ -203,40 +195,23 @@ void BatchWrite::Undo(VariableMaps& maps) noexcept {
             maps.numbers.Remove(half);
         }
     }
-    size_t index = 0;
-    for (const VariableBatch::Entry& entry : m_batch.Entries()) {
-        if (m_isNew[index] != 0) {
-            RemoveNew(maps, entry, m_hashes[index]);
+    BatchProgress::Cursor next(m_progress);
+    for (; m_written != 0; --m_written, ++next) {
+        const EntryProgress entry = *next;
+        if (!entry.HasAdded()) {
+            continue;
         }
-        ++index;
-    }
-}
-
-// Allocates nothing: the buffer had this very name before.
-void BatchWrite::RemoveNew(VariableMaps& maps, const VariableBatch::Entry& entry, uint32_t hash) noexcept {
-    using Kind = VariableBatch::Kind;
-    const std::wstring_view rest = RestOf(entry);
-    const NamePrefix* prefix = KnownPrefixOf(entry);
-    const auto remove = [&](auto& map) { map.Remove(map.Find(rest, hash, prefix)); };
-    const auto removeNumber = [&](uint32_t halves) {
-        maps.numbers.Remove(maps.numbers.Find(rest, hash, halves, prefix));
-    };
-    switch (entry.kind) {
-    case Kind::Bool:
-        remove(maps.bools);
-        break;
-    case Kind::Int64:
-        removeNumber(Number::kInteger);
-        break;
-    case Kind::Number:
-        removeNumber(Number::kWhole);
-        break;
-    case Kind::Double:
-        removeNumber(Number::kReal);
-        break;
-    case Kind::String:
-        remove(maps.strings);
-        break;
+        switch (entry.Map()) {
+        case EntryProgress::In::Bools:
+            maps.bools.Remove(entry.Added<VariableMap<uint8_t>::Node>());
+            break;
+        case EntryProgress::In::Numbers:
+            maps.numbers.Remove(entry.Added<NumberMap::Node>());
+            break;
+        case EntryProgress::In::Strings:
+            maps.strings.Remove(entry.Added<VariableMap<StoredText>::Node>());
+            break;
+        }
     }
 }
 
@@ -255,64 +230,76 @@ void BatchWrite::Reserve(VariableMaps& maps) const {
 
 void BatchWrite::WriteAll(VariableMaps& maps) {
     Reserve(maps);
-    BucketsAhead ahead(m_batch.Entries(), m_hashes, maps);
-    size_t index = 0;
-    for (const VariableBatch::Entry& entry : m_batch.Entries()) {
-        if (index % kEntriesBetweenLooks == 0) {
+    const BatchRecords& entries = m_batch.Entries();
+    // The heap keeps the memory of a smaller batch for the next one; to free that early only moves it.
+    constexpr size_t kLarge = 65536;
+    std::optional<BatchRecords::Release> release;
+    if (m_givenAway && entries.size() >= kLarge) {
+        release.emplace(entries, m_givenAway->RecordMemory());
+    }
+    BucketsAhead ahead(entries, m_progress, maps);
+    BatchProgress::Cursor progress(m_progress);
+    for (BatchRecords::Iterator entry = entries.begin(); entry != entries.end();) {
+        if (m_written % kEntriesBetweenLooks == 0) {
             RaiseIfCancelled(m_batch.CancelledBy());
         }
         ahead.Step();
-        m_isNew[index] = Write(maps, entry, m_hashes[index]) ? 1 : 0;
-        ++index;
+        *progress = Write(maps, *entry, (*progress).Hash());
+        ++m_written;
+        ++progress;
+        ++entry;
+        if (release) {
+            release->FreeBefore(entry);
+        }
     }
 }
 
-bool BatchWrite::Write(VariableMaps& maps, const VariableBatch::Entry& entry, uint32_t hash) {
+EntryProgress BatchWrite::Write(VariableMaps& maps, const VariableBatch::Entry& entry, uint32_t hash) {
     using Kind = VariableBatch::Kind;
+    using In = EntryProgress::In;
     const Name name{RestOf(entry), PrefixOf(entry, maps), hash};
     switch (entry.kind) {
     case Kind::Bool:
-        return Set(maps.bools, m_bools, name, entry.boolean);
+        return {Set(maps.bools, m_bools, name, entry.boolean), In::Bools};
     case Kind::Int64:
-        return SetNumber(maps.numbers, name, Number::Of(entry.integer));
+        return {SetNumber(maps.numbers, name, Number::Of(entry.integer)), In::Numbers};
     case Kind::Number:
-        return SetNumber(maps.numbers, name, Number::Whole(entry.integer));
+        return {SetNumber(maps.numbers, name, Number::Whole(entry.integer)), In::Numbers};
     case Kind::Double:
-        return SetNumber(maps.numbers, name, Number::Of(entry.real));
+        return {SetNumber(maps.numbers, name, Number::Of(entry.real)), In::Numbers};
     default:
-        return Set(maps.strings, m_strings, name, VariableBatch::TextOf(entry));
+        return {Set(maps.strings, m_strings, name, VariableBatch::TextOf(entry)), In::Strings};
     }
 }
 
 // What may fail comes before each change.
 template <class Value, class Given>
-bool BatchWrite::Set(VariableMap<Value>& map, MapReplacements<Value>& replacements, const Name& name,
-                     Given given) {
+typename VariableMap<Value>::Node* BatchWrite::Set(VariableMap<Value>& map,
+                                                   MapReplacements<Value>& replacements, const Name& name,
+                                                   Given given) {
     auto* node = map.FindForWrite(name.rest, name.hash, name.prefix);
     if (!node) {
-        map.Add(name.rest, name.hash, name.prefix, given);
-        return true;
+        return map.Add(name.rest, name.hash, name.prefix, given);
     }
     if (!IsSameValue(node->value, given)) {
         replacements.Replace(map, node, Value(given));
     }
-    return false;
+    return nullptr;
 }
 
-bool BatchWrite::SetNumber(NumberMap& map, const Name& name, const Number& given) {
+NumberMap::Node* BatchWrite::SetNumber(NumberMap& map, const Name& name, const Number& given) {
     if (given.halves != Number::kWhole) {
         return SetHalf(map, name, given);
     }
     NumberMap::Node* node = map.FindForWrite(name.rest, name.hash, Number::kWhole, name.prefix);
     if (!node) {
-        map.Add(name.rest, name.hash, name.prefix, given);
-        return true;
+        return map.Add(name.rest, name.hash, name.prefix, given);
     }
     if (const Number held = NumberMap::NumberOf(*node); held.halves == Number::kWhole) {
         if (held != given) {
             m_numbers.Replace(map, node, Number(given));
         }
-        return false;
+        return nullptr;
     }
     for (const uint32_t other : {Number::kReal, Number::kInteger}) {
         const Number half = given.Without(other);
@@ -322,25 +309,24 @@ bool BatchWrite::SetNumber(NumberMap& map, const Name& name, const Number& given
             AddHalf(map, name, half);
         }
     }
-    return false;
+    return nullptr;
 }
 
-bool BatchWrite::SetHalf(NumberMap& map, const Name& name, const Number& given) {
+NumberMap::Node* BatchWrite::SetHalf(NumberMap& map, const Name& name, const Number& given) {
     NumberMap::Node* node = map.FindForWrite(name.rest, name.hash, given.halves, name.prefix);
     if (!node) {
-        map.Add(name.rest, name.hash, name.prefix, given);
-        return true;
+        return map.Add(name.rest, name.hash, name.prefix, given);
     }
     const Number held = NumberMap::NumberOf(*node);
     const bool isWhole = held.halves == Number::kWhole;
     if ((isWhole ? held.Without(Number::kWhole ^ given.halves) : held) == given) {
-        return false;
+        return nullptr;
     }
     if (isWhole) { // the other half stays as it was, by itself
         AddHalf(map, name, held.Without(given.halves));
     }
     m_numbers.Replace(map, node, Number(given));
-    return false;
+    return nullptr;
 }
 
 void BatchWrite::AddHalf(NumberMap& map, const Name& name, const Number& half) {

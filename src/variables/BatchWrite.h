@@ -1,20 +1,20 @@
 // One batch on its way into the maps: what needs no lock is done before and after the maps are touched.
 //
 // The constructor hashes the names; ApplyTo writes, with the owner's lock held, and keeps the values that it
-// replaced; the destructor frees those, after the lock. A value that is held already is left as it is.
+// replaced; the destructor frees those, after the lock. A value that is held already is left as it is. The
+// memory of a batch that is given away is freed while it is written: the new nodes take it over.
 //
 // Portable, no locks.
 #pragma once
 
-#include "base/Arena.h"
 #include "base/NameBuffer.h"
+#include "variables/BatchProgress.h"
 #include "variables/NameHash.h"
 #include "variables/VariableBatch.h"
 #include "variables/VariableMaps.h"
 
 #include <cstdint>
 #include <forward_list>
-#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -25,6 +25,10 @@ class BatchWrite {
 public:
     // The batch must outlive the object. Raises std::bad_alloc.
     explicit BatchWrite(const VariableBatch& batch);
+    // The same, and leaves nothing of the batch that could be used.
+    explicit BatchWrite(VariableBatch&& batch) : BatchWrite(static_cast<const VariableBatch&>(batch)) {
+        m_givenAway = &batch;
+    }
     BatchWrite(const BatchWrite&) = delete;
     BatchWrite& operator=(const BatchWrite&) = delete;
 
@@ -59,35 +63,32 @@ private:
     template <class Value>
     using MapReplacements = Replacements<VariableMap<Value>, Value>;
 
+    class BucketsAhead;
+
     // The entry's name after the prefix that the maps share. Valid until the next one is asked for.
     std::wstring_view RestOf(const VariableBatch::Entry& entry);
     uint32_t HashOf(const VariableBatch::Entry& entry);
     void AssembleName(const VariableBatch::Entry& entry, const BatchPrefix* prefix);
     void UsePrefix(const BatchPrefix* prefix);
-    // The maps' own prefix of an entry, or null. The second one knows only those that it was asked for.
+    // The maps' own prefix of an entry, or null.
     const NamePrefix* PrefixOf(const VariableBatch::Entry& entry, VariableMaps& maps);
-    const NamePrefix* KnownPrefixOf(const VariableBatch::Entry& entry) const noexcept;
     [[gnu::cold]] const NamePrefix* StoredPrefix(const BatchPrefix* prefix, VariableMaps& maps);
     void Reserve(VariableMaps& maps) const;
     void WriteAll(VariableMaps& maps);
-    // Returns whether the name is new.
-    bool Write(VariableMaps& maps, const VariableBatch::Entry& entry, uint32_t hash);
-    // Returns whether the name is new.
+    // These return the node that was added where the name is new, otherwise null.
     template <class Value, class Given>
-    static bool Set(VariableMap<Value>& map, MapReplacements<Value>& replacements, const Name& name,
-                    Given given);
-    bool SetNumber(NumberMap& map, const Name& name, const Number& given);
-    bool SetHalf(NumberMap& map, const Name& name, const Number& given);
+    static typename VariableMap<Value>::Node*
+    Set(VariableMap<Value>& map, MapReplacements<Value>& replacements, const Name& name, Given given);
+    NumberMap::Node* SetNumber(NumberMap& map, const Name& name, const Number& given);
+    NumberMap::Node* SetHalf(NumberMap& map, const Name& name, const Number& given);
+    EntryProgress Write(VariableMaps& maps, const VariableBatch::Entry& entry, uint32_t hash);
     void AddHalf(NumberMap& map, const Name& name, const Number& half);
     [[gnu::cold]] void Undo(VariableMaps& maps) noexcept;
-    [[gnu::cold]] void RemoveNew(VariableMaps& maps, const VariableBatch::Entry& entry,
-                                 uint32_t hash) noexcept;
 
     const VariableBatch& m_batch;
-    // By entry.
-    Arena m_memory{Arena::Life::Short};
-    std::span<uint32_t> m_hashes;
-    std::span<uint8_t> m_isNew; // whether it added its name
+    VariableBatch* m_givenAway = nullptr;
+    BatchProgress m_progress;
+    size_t m_written = 0; // entries
     MapReplacements<uint8_t> m_bools;
     Replacements<NumberMap, Number> m_numbers;
     std::vector<NumberMap::Node*> m_addedHalves; // of names that were there already

@@ -73,6 +73,7 @@ public:
     explicit VariableBatch(Names names = Names::Whole, const Cancellation* cancellation = nullptr)
         : m_names(names), m_cancellation(cancellation) {
         m_memory.StopOn(cancellation);
+        m_recordMemory.StopOn(cancellation);
     }
     VariableBatch(const VariableBatch&) = delete;
     VariableBatch& operator=(const VariableBatch&) = delete;
@@ -118,6 +119,8 @@ public:
     }
 
     const BatchRecords& Entries() const { return m_records; }
+    // That of the entries alone, for whoever frees them while going through them for the last time.
+    Arena& RecordMemory() { return m_recordMemory; }
     // Null where the name is whole.
     const BatchPrefix* PrefixOf(const Entry& entry) const {
         return entry.prefix == 0 ? nullptr : m_prefixes[entry.prefix - 1];
@@ -151,20 +154,21 @@ private:
         std::wstring_view rest = name.text;
         rest.remove_prefix(m_prefixUnits);
         return name.naming == Naming::Copied
-                   ? m_records.Add(m_memory, kind,
+                   ? m_records.Add(m_recordMemory, kind,
                                    {Naming::Copied, m_prefixNumber, LengthOf(rest), rest.data()})
                    : AppendUncopied(kind, name, rest);
     }
 
     [[gnu::noinline]] std::byte* AppendUncopied(Kind kind, const BatchName& name, std::wstring_view rest) {
         if (name.naming == Naming::Numbered && m_prefixNumber != 0) {
-            return m_records.Add(m_memory, kind, {Naming::Numbered, m_prefixNumber, name.number, nullptr});
+            return m_records.Add(m_recordMemory, kind,
+                                 {Naming::Numbered, m_prefixNumber, name.number, nullptr});
         }
         // A pointer to a short name would not be smaller.
         const bool isOutside = name.naming == Naming::Outside && m_names == Names::SharePrefixes &&
                                rest.size() * sizeof(wchar_t) > sizeof(rest.data());
         return m_records.Add(
-            m_memory, kind,
+            m_recordMemory, kind,
             {isOutside ? Naming::Outside : Naming::Copied, m_prefixNumber, LengthOf(rest), rest.data()});
     }
 
@@ -195,7 +199,8 @@ private:
     BatchRecords m_records;
     std::vector<const BatchPrefix*> m_prefixes; // by number
     std::array<ExpectedEntries, 5> m_expected;  // by Kind
-    Arena m_memory{Arena::Life::Short};
+    Arena m_memory;                             // of the prefixes
+    Arena m_recordMemory{Arena::Life::Short};
 
     // The prefix of the names that are added, and what of it the maps share.
     uint32_t m_prefixNumber = 0;

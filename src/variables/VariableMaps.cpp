@@ -4,10 +4,12 @@
 #include "variables/BatchWrite.h"
 
 #include <new>
+#include <utility>
 
 namespace zq {
 
 void VariableMaps::Apply(const VariableBatch& batch) { BatchWrite(batch).ApplyTo(*this); }
+void VariableMaps::Apply(VariableBatch&& batch) { BatchWrite(std::move(batch)).ApplyTo(*this); }
 
 void VariableMaps::Reserve(const PacketCounts& counts) noexcept {
     const auto reserve = [](auto& map, const ExpectedEntries& expected) {

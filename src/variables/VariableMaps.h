@@ -21,6 +21,8 @@ class VariableBatch;
 struct VariableMaps {
     // Writes a whole batch in its order, or, when memory runs out (std::bad_alloc), nothing of it.
     void Apply(const VariableBatch& batch);
+    // The same, and frees the memory of the batch while it does.
+    void Apply(VariableBatch&& batch);
 
     // Makes the tables large enough for so many variables of each type code, as far as memory allows.
     void Reserve(const PacketCounts& counts) noexcept;

@@ -73,6 +73,12 @@ void VariableStore::Apply(const VariableBatch& batch) {
     write.ApplyTo(m_maps);
 }
 
+void VariableStore::Apply(VariableBatch&& batch) {
+    BatchWrite write(std::move(batch));
+    MutexLock lock(m_mutex);
+    write.ApplyTo(m_maps);
+}
+
 void VariableStore::ReserveFor(std::span<const std::byte> packet) {
     constexpr size_t kWorthCounting = 16384;
     if (packet.size() >= kWorthCounting) {

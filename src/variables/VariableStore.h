@@ -22,8 +22,9 @@ public:
     // The mutex must outlive the store.
     explicit VariableStore(const Mutex& mutex) : m_mutex(mutex) {}
 
-    // Writes a batch in one piece: nobody sees half of it.
+    // Writes a batch in one piece: nobody sees half of it. One that is given away is freed meanwhile.
     void Apply(const VariableBatch& batch);
+    void Apply(VariableBatch&& batch);
 
     void RemoveAll();
     void RemoveBinaries();

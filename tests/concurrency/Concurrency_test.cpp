@@ -102,7 +102,7 @@ protected:
             ConfigText config(ConfigFile::Settings);
             ASSERT_TRUE(config.Read(text));
             ASSERT_TRUE(config.Flatten(log));
-            m_store.Apply(config.Batch());
+            m_store.Apply(config.TakeBatch());
             m_hosts.NotifyHostsReloaded();
         }
     }

@@ -45,7 +45,7 @@ inline ConfigRun RunConfig(ConfigFile file, std::string_view bytes, VariableMaps
 
     run.isLoaded = (config.*read)(bytes) && config.Flatten(log);
     if (run.isLoaded) {
-        maps.Apply(config.Batch());
+        maps.Apply(config.TakeBatch());
     }
     run.parseResult = config.ParseResult();
     run.fileLength = config.FileLength();

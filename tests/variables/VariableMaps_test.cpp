@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <optional>
 #include <string>
 #include <utility>
@@ -110,23 +111,31 @@ private:
     mutable int m_looks = 0;
 };
 
-// New names and old ones, each several times, in both maps of a number, and under a prefix.
-void ApplyManyKinds(VariableMaps& maps, const Cancellation& cancellation) {
+constexpr std::array<std::wstring_view, 3> kTexts = {L"d", L"",
+                                                     L"a text of some length, which is kept in the node"};
+
+// New names and old ones, each several times, in both maps of a number, and under a prefix. Eight entries a
+// round.
+void AddManyKinds(VariableBatch& batch, int rounds) {
     const std::wstring prefix(300, L'p');
-    VariableBatch batch(VariableBatch::Names::SharePrefixes, &cancellation);
-    for (int i = 0; i < 2000; ++i) {
-        const std::wstring name = L"New" + std::to_wstring(i % 700);
+    for (int i = 0; i < rounds; ++i) {
+        const std::wstring name = L"New" + std::to_wstring(i % (rounds / 3 + 1));
         batch.UsePrefix(nullptr);
         batch.AddNumber(name, i);
         batch.AddBool(name, 1);
         batch.AddDouble(name, 0.5);
-        batch.AddString(name, L"d");
+        batch.AddString(name, kTexts[static_cast<size_t>(i) % kTexts.size()]);
         batch.AddString(L"Text", i % 2 == 0 ? L"b" : L"c");
         batch.AddNumber(L"Old", 2 + i);
         batch.AddNumber(L"Number", i);
         batch.UsePrefix(batch.PrefixFor(nullptr, prefix));
         batch.AddNumber(prefix + name, i);
     }
+}
+
+void ApplyManyKinds(VariableMaps& maps, const Cancellation& cancellation) {
+    VariableBatch batch(VariableBatch::Names::SharePrefixes, &cancellation);
+    AddManyKinds(batch, 2000);
     maps.Apply(batch);
 }
 
@@ -150,6 +159,50 @@ TEST(VariableMaps, BatchThatFailsHalfWayLeavesNoTrace) {
         EXPECT_EQ(before, VariablesOf(maps)) << look;
     }
     EXPECT_LT(8, never.Looks());
+}
+
+// A large batch is freed while it is written.
+constexpr int kLargeRounds = 10000;
+
+TEST(VariableMaps, BatchThatIsGivenAwayIsWrittenAsAnyOther) {
+    for (const int rounds : {0, 1, 1000, kLargeRounds}) {
+        VariableBatch kept(VariableBatch::Names::SharePrefixes);
+        VariableBatch given(VariableBatch::Names::SharePrefixes);
+        AddManyKinds(kept, rounds);
+        AddManyKinds(given, rounds);
+        VariableMaps wanted;
+        VariableMaps maps;
+        wanted.Apply(kept);
+        maps.Apply(std::move(given));
+        EXPECT_EQ(VariablesOf(wanted), VariablesOf(maps)) << rounds;
+    }
+}
+
+TEST(VariableMaps, LargeBatchThatIsGivenAwayAndFailsLeavesNoTrace) {
+    VariableMaps maps;
+    VariableBatch first;
+    first.AddNumber(L"Old", 1);
+    first.AddInt64(L"Number", 1);
+    first.AddString(L"Text", L"a text that stands on the heap");
+    maps.Apply(first);
+    const TypedVariables before = VariablesOf(maps);
+    const auto apply = [](VariableMaps& target, const Cancellation& cancellation) {
+        VariableBatch batch(VariableBatch::Names::SharePrefixes, &cancellation);
+        AddManyKinds(batch, kLargeRounds);
+        target.Apply(std::move(batch));
+    };
+    const CancelOnceAt never(-1);
+    {
+        VariableMaps others;
+        apply(others, never);
+    }
+
+    constexpr int kStep = 3;
+    for (int look = never.Looks() - 1; look >= 0; look -= kStep) {
+        const CancelOnceAt cancellation(look);
+        EXPECT_THROW(apply(maps, cancellation), Cancelled);
+        EXPECT_EQ(before, VariablesOf(maps)) << look;
+    }
 }
 
 // One name as an integer, a double or a number of a file, `kinds` of them one after the other.
