@@ -64,7 +64,10 @@ public:
     class Cursor {
     public:
         explicit Cursor(const BatchProgress& progress) { Enter(progress.m_first); }
-        EntryProgress& operator*() const { return *m_item; }
+        // REQUIRES: there is one more entry.
+        EntryProgress& operator*() const {
+            return *m_item; // NOLINT(clang-analyzer-core.uninitialized.UndefReturn)
+        }
         Cursor& operator++() {
             if (++m_item == m_end) {
                 Enter(m_page->next);

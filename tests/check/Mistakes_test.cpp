@@ -82,7 +82,7 @@ TEST(Mistakes, AreFixedToWhatTheAuthorMeant) {
 // One to three bytes of a default file are dropped, doubled or replaced by others that authors type.
 std::string Mutated(std::string text, std::mt19937& random) {
     constexpr std::string_view kBytes = "{}[]\",:;'#/\\ \t\n.-+eEx07aZ=_<>\x80\xC3\xE2\xA0";
-    for (unsigned i = 1 + random() % 3; i > 0; --i) {
+    for (auto i = 1 + random() % 3; i > 0; --i) {
         const size_t offset = random() % text.size();
         switch (random() % 3) {
         case 0:
