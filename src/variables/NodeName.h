@@ -59,22 +59,28 @@ public:
     }
     NodeName WithoutLast(size_t count) const { return {m_memory, m_size - count, m_isInBytes}; }
 
-    // Writes size() characters.
-    void CopyTo(wchar_t* out) const {
+    // Writes size() characters, which need not be aligned.
+    void CopyTo(void* memory) const {
         if (!m_isInBytes) {
-            std::memcpy(out, m_memory, m_size * sizeof(wchar_t));
+            std::memcpy(memory, m_memory, m_size * sizeof(wchar_t));
             return;
         }
+        auto* out = static_cast<std::byte*>(memory);
         const std::byte* bytes = m_memory;
         ForEachPiece(
             m_size,
             [=](size_t i) {
-                _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), WidenEightBytes(bytes + i));
+                auto* eight = reinterpret_cast<__m128i*>(out + i * sizeof(wchar_t));
+                _mm_storeu_si128(eight, WidenEightBytes(bytes + i));
             },
             [=](size_t i) {
-                _mm_storel_epi64(reinterpret_cast<__m128i*>(out + i), WidenFourBytes(bytes + i));
+                auto* four = reinterpret_cast<__m128i*>(out + i * sizeof(wchar_t));
+                _mm_storel_epi64(four, WidenFourBytes(bytes + i));
             },
-            [=](size_t i) { out[i] = static_cast<wchar_t>(bytes[i]); });
+            [=](size_t i) {
+                const auto unit = static_cast<wchar_t>(bytes[i]);
+                std::memcpy(out + i * sizeof(unit), &unit, sizeof(unit));
+            });
     }
 
     bool operator==(std::wstring_view name) const {

@@ -73,15 +73,20 @@ public:
             const Node* node = m_numbers.Find(name, hash, Number::HalfOf<Value>());
             return node ? NumberOf(*node).template As<Value>() : std::nullopt;
         }
+        // Calls visit(node, value) for every entry.
+        template <class Visit>
+        void ForEachNode(Visit visit) const {
+            m_numbers.m_table.ForEachNode([&](const Node& node, int64_t) {
+                if (const std::optional<Value> value = NumberOf(node).template As<Value>()) {
+                    visit(node, *value);
+                }
+            });
+        }
         // As VariableMap::ForEach.
         template <class Visit>
         void ForEach(Visit visit) const {
             NameBuffer whole;
-            m_numbers.m_table.ForEachNode([&](const Node& node) {
-                if (const std::optional<Value> value = NumberOf(node).template As<Value>()) {
-                    visit(Table::WholeName(node, whole), *value);
-                }
-            });
+            ForEachNode([&](const Node& node, Value value) { visit(Table::WholeName(node, whole), value); });
         }
 
     private:

@@ -217,20 +217,24 @@ public:
     template <class Visit>
     void ForEach(Visit visit) const {
         NameBuffer whole;
-        ForEachNode([&](const Node& node) { visit(WholeName(node, whole), node.value); });
+        ForEachNode([&](const Node& node, const Value& value) { visit(WholeName(node, whole), value); });
     }
 
-    // Calls visit(node) for every entry.
+    // Calls visit(node, value) for every entry.
     template <class Visit>
     void ForEachNode(Visit visit) const {
-        m_pool.ForEach([&](void* node) { visit(*static_cast<const Node*>(node)); });
+        m_pool.ForEach([&](void* memory) {
+            const auto& node = *static_cast<const Node*>(memory);
+            visit(node, node.value);
+        });
         if (m_loneNodes != 0) {
-            ForEachLoneNode([&](const Node* node) { visit(*node); });
+            ForEachLoneNode([&](const Node* node) { visit(*node, node->value); });
         }
     }
 
     // The name of an entry, put together in `buffer`. Raises std::bad_alloc.
-    static std::wstring_view WholeName(const Node& node, NameBuffer& buffer) {
+    template <class AnyNode>
+    static std::wstring_view WholeName(const AnyNode& node, NameBuffer& buffer) {
         buffer.CutTo(0);
         if (const NamePrefix* prefix = node.Prefix()) {
             prefix->CopyTo(buffer.Extend(prefix->length));

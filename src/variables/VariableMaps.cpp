@@ -27,7 +27,7 @@ void VariableMaps::Reserve(const PacketCounts& counts) noexcept {
 }
 
 void VariableMaps::RemoveBinaries() noexcept {
-    binaries.ForEachNode([](const auto& node) { BinaryBlock::Free(node.value); });
+    binaries.ForEachNode([](const auto&, BinaryBlock* block) { BinaryBlock::Free(block); });
     binaries.Clear();
 }
 

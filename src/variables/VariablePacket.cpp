@@ -107,9 +107,9 @@ void AssignText(std::wstring& text, uint32_t encoding, std::span<const std::byte
 
 } // namespace
 
-PacketWriter::PacketWriter()
-    : m_buffer(std::make_unique_for_overwrite<std::byte[]>(kFirstCapacity)), m_capacity(kFirstCapacity),
-      m_size(kPacketHeaderBytes) {
+PacketWriter::PacketWriter(size_t expectedBytes)
+    : m_capacity(std::max(kFirstCapacity, kPacketHeaderBytes + expectedBytes)), m_size(kPacketHeaderBytes) {
+    m_buffer = std::make_unique_for_overwrite<std::byte[]>(m_capacity);
     std::byte* out = std::copy(kMagic.begin(), kMagic.end(), m_buffer.get());
     *out++ = kVersion;
     Put(out, kEncodingUtf16);
@@ -131,12 +131,11 @@ void PacketWriter::Reserve(size_t bytes) {
     }
 }
 
-std::byte* PacketWriter::AppendHeader(uint32_t type, std::wstring_view name, size_t valueBytes) {
+std::byte* PacketWriter::AppendHeader(uint32_t type, size_t nameBytes, size_t valueBytes) {
     constexpr size_t kMostBytes = std::numeric_limits<int32_t>::max(); // both lengths are signed when read
-    if (name.size() > kMostBytes / sizeof(char16_t) || valueBytes > kMostBytes) {
+    if (nameBytes > kMostBytes || valueBytes > kMostBytes) {
         throw std::bad_alloc();
     }
-    const size_t nameBytes = Utf16Bytes(name);
     const size_t recordBytes = kPacketRecordHeaderBytes + nameBytes + valueBytes;
     Reserve(recordBytes);
     std::byte* out = m_buffer.get() + m_size;
@@ -144,15 +143,43 @@ std::byte* PacketWriter::AppendHeader(uint32_t type, std::wstring_view name, siz
     out = Put(out, static_cast<uint32_t>(nameBytes));
     out = Put(out, static_cast<uint32_t>(valueBytes));
     m_size += recordBytes;
-    return PutUtf16(out, name);
+    return out;
+}
+
+std::byte* PacketWriter::AppendName(uint32_t type, std::wstring_view name, size_t valueBytes) {
+    constexpr size_t kMostUnits = std::numeric_limits<int32_t>::max() / sizeof(char16_t);
+    if (name.size() > kMostUnits) { // without a look at it
+        throw std::bad_alloc();
+    }
+    return PutUtf16(AppendHeader(type, Utf16Bytes(name), valueBytes), name);
+}
+
+std::byte* PacketWriter::AppendName(uint32_t type, const NodeName& name, size_t valueBytes) {
+    if constexpr (kIsWideUtf16) {
+        const size_t nameBytes = name.size() * sizeof(char16_t);
+        std::byte* out = AppendHeader(type, nameBytes, valueBytes);
+        name.CopyTo(out);
+        return out + nameBytes;
+    }
+    std::wstring whole(name.size(), L'\0');
+    name.CopyTo(whole.data());
+    return AppendName(type, whole, valueBytes);
 }
 
 void PacketWriter::Append(uint32_t type, std::wstring_view name, std::span<const std::byte> value) {
-    CopyShort(AppendHeader(type, name, value.size()), value.data(), value.size());
+    CopyShort(AppendName(type, name, value.size()), value.data(), value.size());
 }
 
 void PacketWriter::AppendText(uint32_t type, std::wstring_view name, std::wstring_view text) {
-    PutUtf16(AppendHeader(type, name, Utf16Bytes(text)), text);
+    PutUtf16(AppendName(type, name, Utf16Bytes(text)), text);
+}
+
+void PacketWriter::Append(uint32_t type, const NodeName& name, std::span<const std::byte> value) {
+    CopyShort(AppendName(type, name, value.size()), value.data(), value.size());
+}
+
+void PacketWriter::AppendText(uint32_t type, const NodeName& name, std::wstring_view text) {
+    PutUtf16(AppendName(type, name, Utf16Bytes(text)), text);
 }
 
 PacketCounts CountPacketRecords(std::span<const std::byte> packet) {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "variables/ExpectedEntries.h"
+#include "variables/NodeName.h"
 
 #include <array>
 #include <cstddef>
@@ -19,10 +20,11 @@ namespace zq {
 inline constexpr size_t kPacketHeaderBytes = 8;
 inline constexpr size_t kPacketRecordHeaderBytes = 12;
 
-// Writes a packet into a buffer of 8192 bytes that doubles as it grows. Raises std::bad_alloc.
+// Writes a packet into a buffer of 8192 bytes that doubles as it grows, or of as many bytes as the expected
+// records take, if that is more. Raises std::bad_alloc.
 class PacketWriter {
 public:
-    PacketWriter();
+    explicit PacketWriter(size_t expectedBytes = 0);
 
     // Doubles the buffer until `bytes` more fit: at once what appending would do step by step.
     void Reserve(size_t bytes);
@@ -32,6 +34,9 @@ public:
     void Append(uint32_t type, std::wstring_view name, std::span<const std::byte> value);
     // Appends a record with a text for its value, in UTF-16.
     void AppendText(uint32_t type, std::wstring_view name, std::wstring_view text);
+    // The same with a name as nodes keep it.
+    void Append(uint32_t type, const NodeName& name, std::span<const std::byte> value);
+    void AppendText(uint32_t type, const NodeName& name, std::wstring_view text);
 
     size_t Size() const { return m_size; }
     std::span<const std::byte> Bytes() const { return {m_buffer.get(), m_size}; }
@@ -39,8 +44,11 @@ public:
     std::byte* Release() { return m_buffer.release(); }
 
 private:
-    // Makes room for a record and writes its header and name; returns where its value belongs.
-    std::byte* AppendHeader(uint32_t type, std::wstring_view name, size_t valueBytes);
+    // Makes room for a record and writes its header; returns where its name belongs.
+    std::byte* AppendHeader(uint32_t type, size_t nameBytes, size_t valueBytes);
+    // The same with the name; returns where the value belongs.
+    std::byte* AppendName(uint32_t type, std::wstring_view name, size_t valueBytes);
+    std::byte* AppendName(uint32_t type, const NodeName& name, size_t valueBytes);
 
     std::unique_ptr<std::byte[]> m_buffer;
     size_t m_capacity;

@@ -37,10 +37,22 @@ bool SetCompared(VariableMap<Value>& map, std::wstring_view name, Given given) {
     return true;
 }
 
+// Calls use(name) with the name of a node, put together in `whole` only where it has a prefix.
+template <class Node, class Use>
+void WithName(const Node& node, NameBuffer& whole, Use use) {
+    if (node.HasPrefix()) {
+        use(VariableMap<int64_t>::WholeName(node, whole));
+    } else {
+        use(node.Rest());
+    }
+}
+
 template <class Map>
 void PackMap(PacketWriter& packet, VariableType type, const Map& map) {
-    map.ForEach([&](std::wstring_view name, const auto& value) {
-        packet.Append(type, name, std::as_bytes(std::span(&value, 1)));
+    NameBuffer whole;
+    map.ForEachNode([&](const auto& node, const auto& value) {
+        WithName(node, whole,
+                 [&](const auto& name) { packet.Append(type, name, std::as_bytes(std::span(&value, 1))); });
     });
 }
 
@@ -60,8 +72,9 @@ size_t RecordBytes(const VariableMaps& maps) {
     size_t bytes = ScalarBytes(maps.bools, sizeof(uint8_t)) + ScalarBytes(maps.Integers(), sizeof(int64_t)) +
                    ScalarBytes(maps.Doubles(), sizeof(double)) + NameBytes(maps.strings) +
                    NameBytes(maps.binaries);
-    maps.strings.ForEachNode([&](const auto& node) { bytes += node.value.View().size() * sizeof(wchar_t); });
-    maps.binaries.ForEachNode([&](const auto& node) { bytes += node.value->size; });
+    maps.strings.ForEachNode(
+        [&](const auto&, const StoredText& text) { bytes += text.View().size() * sizeof(wchar_t); });
+    maps.binaries.ForEachNode([&](const auto&, const BinaryBlock* block) { bytes += block->size; });
     return bytes;
 }
 
@@ -189,17 +202,21 @@ bool VariableStore::RemoveBinary(std::wstring_view name) {
 }
 
 PacketWriter VariableStore::PackAll() const {
-    PacketWriter packet;
     MutexLock lock(m_mutex);
-    packet.Reserve(RecordBytes(m_maps));
+    PacketWriter packet(RecordBytes(m_maps));
     PackMap(packet, VariableTypeBool, m_maps.bools);
     PackMap(packet, VariableTypeInt64, m_maps.Integers());
     PackMap(packet, VariableTypeDouble, m_maps.Doubles());
-    m_maps.strings.ForEach([&](std::wstring_view name, std::wstring_view text) {
-        packet.AppendText(VariableTypeString, name, text);
+    NameBuffer whole;
+    m_maps.strings.ForEachNode([&](const auto& node, const StoredText& text) {
+        WithName(node, whole,
+                 [&](const auto& name) { packet.AppendText(VariableTypeString, name, text.View()); });
     });
-    m_maps.binaries.ForEach([&](std::wstring_view name, const BinaryBlock* block) {
-        packet.Append(VariableTypeBinary, name, {static_cast<const std::byte*>(block->Bytes()), block->size});
+    m_maps.binaries.ForEachNode([&](const auto& node, const BinaryBlock* block) {
+        WithName(node, whole, [&](const auto& name) {
+            packet.Append(VariableTypeBinary, name,
+                          {static_cast<const std::byte*>(block->Bytes()), block->size});
+        });
     });
     return packet;
 }

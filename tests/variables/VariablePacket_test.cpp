@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 #include <random>
 #include <vector>
@@ -303,6 +305,29 @@ TEST(PacketWriter, LengthsThatTheirFieldsCannotHoldAreRefusedBeforeAnythingIsWri
         EXPECT_THROW(writer.Append(5, L"n", std::span(&kByte, length)), std::bad_alloc) << length;
         EXPECT_THROW(writer.Append(5, std::wstring_view(L"n", length / 2), {}), std::bad_alloc) << length;
         EXPECT_EQ(kPacketHeaderBytes, writer.Size());
+    }
+}
+
+// As a node has it: in bytes, or as it is.
+TEST(PacketWriter, NameOfANodeIsWrittenAsAnyOther) {
+    const std::array<std::byte, 3> value{std::byte{1}, std::byte{2}, std::byte{3}};
+    for (const std::wstring name :
+         {L"n", L"abc", L"Name", L"A name of more than eight", L"n\xE9", L"\x540D"}) {
+        std::vector<std::byte> kept(name.size() * sizeof(wchar_t));
+        const bool isInBytes = NodeName::PutInBytes(kept.data(), name);
+        if (!isInBytes) {
+            std::memcpy(kept.data(), name.data(), kept.size());
+        }
+        const NodeName nodeName(kept.data(), name.size(), isInBytes);
+        PacketWriter wanted;
+        PacketWriter packet(1000000);
+        for (int i = 0; i < 2; ++i) { // the second one at an odd offset
+            wanted.Append(1, name, value);
+            wanted.AppendText(4, name, L"text");
+            packet.Append(1, nodeName, value);
+            packet.AppendText(4, nodeName, L"text");
+        }
+        EXPECT_TRUE(std::ranges::equal(wanted.Bytes(), packet.Bytes()));
     }
 }
 
