@@ -105,10 +105,21 @@ void AssignText(std::wstring& text, uint32_t encoding, std::span<const std::byte
     text.resize(std::min(text.find(L'\0'), text.size()));
 }
 
+// A capacity, doubled until `bytes` more fit.
+size_t CapacityFor(size_t capacity, size_t used, size_t bytes) {
+    while (bytes > capacity - used) {
+        if (capacity > SIZE_MAX / 2) {
+            throw std::bad_alloc();
+        }
+        capacity *= 2;
+    }
+    return capacity;
+}
+
 } // namespace
 
 PacketWriter::PacketWriter(size_t expectedBytes)
-    : m_capacity(std::max(kFirstCapacity, kPacketHeaderBytes + expectedBytes)), m_size(kPacketHeaderBytes) {
+    : m_capacity(CapacityFor(kFirstCapacity, kPacketHeaderBytes, expectedBytes)), m_size(kPacketHeaderBytes) {
     m_buffer = std::make_unique_for_overwrite<std::byte[]>(m_capacity);
     std::byte* out = std::copy(kMagic.begin(), kMagic.end(), m_buffer.get());
     *out++ = kVersion;
@@ -116,13 +127,7 @@ PacketWriter::PacketWriter(size_t expectedBytes)
 }
 
 void PacketWriter::Reserve(size_t bytes) {
-    size_t capacity = m_capacity;
-    while (bytes > capacity - m_size) {
-        if (capacity > SIZE_MAX / 2) {
-            throw std::bad_alloc();
-        }
-        capacity *= 2;
-    }
+    const size_t capacity = CapacityFor(m_capacity, m_size, bytes);
     if (capacity != m_capacity) {
         auto larger = std::make_unique_for_overwrite<std::byte[]>(capacity);
         std::memcpy(larger.get(), m_buffer.get(), m_size);

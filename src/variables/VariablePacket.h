@@ -20,8 +20,8 @@ namespace zq {
 inline constexpr size_t kPacketHeaderBytes = 8;
 inline constexpr size_t kPacketRecordHeaderBytes = 12;
 
-// Writes a packet into a buffer of 8192 bytes that doubles as it grows, or of as many bytes as the expected
-// records take, if that is more. Raises std::bad_alloc.
+// Writes a packet into a buffer of 8192 bytes that doubles as it grows, or has doubled at the start until the
+// expected records fit. Raises std::bad_alloc.
 class PacketWriter {
 public:
     explicit PacketWriter(size_t expectedBytes = 0);
