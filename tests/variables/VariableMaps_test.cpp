@@ -139,13 +139,18 @@ void ApplyManyKinds(VariableMaps& maps, const Cancellation& cancellation) {
     maps.Apply(batch);
 }
 
+// What those write over.
+void ApplyOldOnes(VariableMaps& maps) {
+    VariableBatch batch;
+    batch.AddNumber(L"Old", 1);
+    batch.AddInt64(L"Number", 1);
+    batch.AddString(L"Text", L"a text that stands on the heap");
+    maps.Apply(batch);
+}
+
 TEST(VariableMaps, BatchThatFailsHalfWayLeavesNoTrace) {
     VariableMaps maps;
-    VariableBatch first;
-    first.AddNumber(L"Old", 1);
-    first.AddInt64(L"Number", 1);
-    first.AddString(L"Text", L"a text that stands on the heap");
-    maps.Apply(first);
+    ApplyOldOnes(maps);
     const TypedVariables before = VariablesOf(maps);
     const CancelOnceAt never(-1);
     {
@@ -180,11 +185,7 @@ TEST(VariableMaps, BatchThatIsGivenAwayIsWrittenAsAnyOther) {
 
 TEST(VariableMaps, LargeBatchThatIsGivenAwayAndFailsLeavesNoTrace) {
     VariableMaps maps;
-    VariableBatch first;
-    first.AddNumber(L"Old", 1);
-    first.AddInt64(L"Number", 1);
-    first.AddString(L"Text", L"a text that stands on the heap");
-    maps.Apply(first);
+    ApplyOldOnes(maps);
     const TypedVariables before = VariablesOf(maps);
     const auto apply = [](VariableMaps& target, const Cancellation& cancellation) {
         VariableBatch batch(VariableBatch::Names::SharePrefixes, &cancellation);
