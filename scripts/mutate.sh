@@ -34,7 +34,7 @@ cp -r "$tree" "$original"
 # Little optimised and without warnings: a fault is compiled once and run once.
 cmake -S "$tree" -B "$work/native" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DZQ_BATCHES=OFF -DCMAKE_CXX_FLAGS_DEBUG='-O1 -w' >/dev/null
 cmake -S "$tree" -B "$work/windows" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DZQ_BATCHES=OFF -DCMAKE_CXX_FLAGS_DEBUG='-O1 -w' \
-  -DCMAKE_TOOLCHAIN_FILE="$tree/cmake/mingw-w64-x86_64.cmake" >/dev/null
+  -DCMAKE_TOOLCHAIN_FILE="$tree/cmake/mingw-w64-x86_64.cmake" -DCMAKE_EXE_LINKER_FLAGS=-fstack-protector-strong >/dev/null
 
 # suites FOLDER...: a filter for the test suites in these folders of tests/.
 suites() {
