@@ -42,6 +42,7 @@ TEST(NamePrefix, NamesAreComparedOverAllTheirPieces) {
     EXPECT_TRUE(IsSame(inner, L"", other, L"d"));
     EXPECT_TRUE(IsSame(nullptr, L"", nullptr, L""));
     EXPECT_FALSE(IsSame(inner, L"e", nullptr, L"abxde"));
+    EXPECT_FALSE(IsSame(inner, L"e", nullptr, L"abcdf"));
     EXPECT_FALSE(IsSame(inner, L"e", nullptr, L"xabcde"));
     EXPECT_FALSE(IsSame(inner, L"", other, L""));
     EXPECT_FALSE(IsSame(other, L"", inner, L""));

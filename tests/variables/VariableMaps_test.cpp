@@ -275,6 +275,16 @@ TEST(VariableMaps, HalvesOfANumberComeInEveryOrder) {
     }
 }
 
+TEST(VariableMaps, NumbersOfABatchKeepAllTheirBits) {
+    constexpr int64_t kLarge = int64_t{1} << 40U;
+    VariableBatch batch;
+    batch.AddInt64(L"Integer", -kLarge);
+    batch.AddNumber(L"Number", kLarge);
+    VariableMaps maps;
+    maps.Apply(batch);
+    EXPECT_EQ(TypedVariables().Int64(L"Integer", -kLarge).Number(L"Number", kLarge), VariablesOf(maps));
+}
+
 TEST(VariableMaps, BoolKeepsItsByte) {
     VariableBatch batch;
     batch.AddBool(L"A", 2);
