@@ -7,7 +7,7 @@ namespace zq {
 
 void BatchRecords::AddPage(Arena& memory, size_t bytes) {
     const size_t room = std::max(bytes, kPageBytes - sizeof(Page) - kLengthBytes);
-    // Reading takes a length for granted, also at the end of the last record.
+    // A length is read and written at the end of every record, also of the last one.
     const size_t all = sizeof(Page) + room + kLengthBytes;
     auto* records = memory.Allocate<std::byte>(all);
     auto* page = new (records) Page{nullptr, nullptr, all};

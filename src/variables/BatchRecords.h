@@ -38,6 +38,12 @@ struct BatchEntry {
     BatchKind kind;
 };
 
+// A value of any kind as its record has it, so that code that passes it on needs no branch for each kind.
+struct BatchValue {
+    int64_t bits = 0;        // the number or the truth value, or the address of a text
+    uint32_t textLength = 0; // 0 for what is no text
+};
+
 class BatchRecords {
     // Followed by its records.
     struct Page {
@@ -138,22 +144,23 @@ public:
         const wchar_t* units; // after the prefix
     };
 
-    // Adds a record and returns where its value goes, of a text its pointer and then its length of 32 bits.
-    // Raises std::bad_alloc.
-    std::byte* Add(Arena& memory, BatchKind kind, const Name& name) {
+    // Adds a record. Raises std::bad_alloc.
+    void Add(Arena& memory, BatchKind kind, const Name& name, const BatchValue& value) {
         const size_t nameOffset = sizeof(Head) + ValueBytes(kind);
         std::byte* record = Append(memory, nameOffset + NameBytes(name.naming, name.length));
         const Head head{name.prefix << kPrefixShift | static_cast<uint32_t>(kind) << kKindShift |
                             static_cast<uint32_t>(name.naming),
                         name.length};
         std::memcpy(record, &head, sizeof(head));
+        std::memcpy(record + sizeof(head), &value.bits, kScalarBytes);
+        // What is no text has no length: the name, or the next record, is written over it.
+        std::memcpy(record + sizeof(head) + kScalarBytes, &value.textLength, kLengthBytes);
         if (name.naming == Naming::Copied) {
             CopyShort(record + nameOffset, name.units, name.length * sizeof(wchar_t));
         } else if (name.naming == Naming::Outside) {
             std::memcpy(record + nameOffset, &name.units, sizeof(name.units));
         }
         ++m_size;
-        return record + sizeof(Head);
     }
 
 private:

@@ -4,6 +4,7 @@
 #include "base/Decimal.h"
 
 #include <algorithm>
+#include <array>
 #include <optional>
 #include <span>
 #include <utility>
@@ -29,16 +30,31 @@ bool IsSameValue(const StoredText& held, std::wstring_view given) { return IsSam
     }
 }
 
+// REQUIRES: the kind is one of the numbers'.
+Number NumberOf(const BatchEntry& entry) {
+    static constexpr std::array kHalves = {0U, uint32_t{Number::kInteger}, uint32_t{Number::kWhole},
+                                           uint32_t{Number::kReal}};
+    static_assert(static_cast<size_t>(BatchKind::Int64) == 1 && static_cast<size_t>(BatchKind::Number) == 2 &&
+                  static_cast<size_t>(BatchKind::Double) == 3);
+    return {kHalves[static_cast<size_t>(entry.kind)], entry.integer};
+}
+
 size_t SharedUnits(const BatchPrefix* prefix) { return prefix->shared ? prefix->shared->length : 0; }
 
 } // namespace
 
 // Asks the processor for the buckets and texts of entries to come: those of a large batch are in no cache.
+// Without a branch for each kind: which of them comes next is not to be foreseen.
 class BatchWrite::BucketsAhead {
 public:
     BucketsAhead(const BatchRecords& entries, const BatchProgress& progress, const VariableMaps& maps)
-        : m_maps(maps), m_next(entries.begin()), m_progress(progress),
+        : m_next(entries.begin()), m_progress(progress),
           m_left(progress.Size() < kWorthAsking ? 0 : progress.Size()) {
+        BucketsOf(BatchKind::Bool) = maps.bools.Buckets();
+        BucketsOf(BatchKind::Int64) = maps.numbers.Buckets();
+        BucketsOf(BatchKind::Number) = maps.numbers.Buckets();
+        BucketsOf(BatchKind::Double) = maps.numbers.Buckets();
+        BucketsOf(BatchKind::String) = maps.strings.Buckets();
         for (size_t i = 0; i < kAhead; ++i) {
             Step();
         }
@@ -49,18 +65,8 @@ public:
         if (m_left == 0) {
             return;
         }
-        const uint32_t hash = (*m_progress).Hash();
-        switch (m_next->kind) {
-        case BatchKind::Bool:
-            m_maps.bools.Prefetch(hash);
-            break;
-        case BatchKind::String:
-            m_maps.strings.Prefetch(hash);
-            __builtin_prefetch(m_next->text);
-            break;
-        default:
-            m_maps.numbers.Prefetch(hash);
-        }
+        BucketsOf(m_next->kind).Prefetch((*m_progress).Hash());
+        __builtin_prefetch(m_next->kind == BatchKind::String ? m_next->text : nullptr);
         --m_left;
         ++m_progress;
         ++m_next;
@@ -68,9 +74,11 @@ public:
 
 private:
     static constexpr size_t kWorthAsking = 4096;
-    static constexpr size_t kAhead = 8;
+    static constexpr size_t kAhead = 16;
 
-    const VariableMaps& m_maps;
+    BucketPlaces& BucketsOf(BatchKind kind) { return m_buckets[static_cast<size_t>(kind)]; }
+
+    std::array<BucketPlaces, 5> m_buckets; // by kind
     BatchRecords::Iterator m_next;
     BatchProgress::Cursor m_progress;
     size_t m_left; // entries, none where it is not worth it
@@ -258,18 +266,13 @@ EntryProgress BatchWrite::Write(VariableMaps& maps, const VariableBatch::Entry& 
     using Kind = VariableBatch::Kind;
     using In = EntryProgress::In;
     const Name name{RestOf(entry), PrefixOf(entry, maps), hash};
-    switch (entry.kind) {
-    case Kind::Bool:
-        return {Set(maps.bools, m_bools, name, entry.boolean), In::Bools};
-    case Kind::Int64:
-        return {SetNumber(maps.numbers, name, Number::Of(entry.integer)), In::Numbers};
-    case Kind::Number:
-        return {SetNumber(maps.numbers, name, Number::Whole(entry.integer)), In::Numbers};
-    case Kind::Double:
-        return {SetNumber(maps.numbers, name, Number::Of(entry.real)), In::Numbers};
-    default:
+    if (entry.kind == Kind::String) {
         return {Set(maps.strings, m_strings, name, VariableBatch::TextOf(entry)), In::Strings};
     }
+    if (entry.kind == Kind::Bool) {
+        return {Set(maps.bools, m_bools, name, entry.boolean), In::Bools};
+    }
+    return {SetNumber(maps.numbers, name, NumberOf(entry)), In::Numbers};
 }
 
 // What may fail comes before each change.
@@ -288,6 +291,9 @@ typename VariableMap<Value>::Node* BatchWrite::Set(VariableMap<Value>& map,
 }
 
 NumberMap::Node* BatchWrite::SetNumber(NumberMap& map, const Name& name, const Number& given) {
+    if (!map.MayHave(name.hash)) {
+        return map.Add(name.rest, name.hash, name.prefix, given);
+    }
     if (given.halves != Number::kWhole) {
         return SetHalf(map, name, given);
     }

@@ -115,7 +115,8 @@ public:
     static Number NumberOf(const Node& node) { return {node.Marks(), node.value}; }
 
     // These are as VariableMap's.
-    [[gnu::always_inline]] void Prefetch(uint32_t hash) const { m_table.Prefetch(hash); }
+    bool MayHave(uint32_t hash) const { return m_table.MayHave(hash); }
+    BucketPlaces Buckets() const { return m_table.Buckets(); }
     void Reserve(const ExpectedEntries& expected) { m_table.Reserve(expected); }
     // REQUIRES: there is none of the number's halves.
     Node* Add(std::wstring_view name, uint32_t hash, const NamePrefix* prefix, const Number& number) {

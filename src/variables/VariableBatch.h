@@ -13,6 +13,7 @@
 #include "variables/StoredText.h"
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -81,20 +82,30 @@ public:
     using Kind = BatchKind;
     using Entry = BatchEntry;
 
-    void AddBool(const BatchName& name, uint8_t value) {
-        Put(Append(Kind::Bool, name), static_cast<int64_t>(value));
+    void AddBool(const BatchName& name, uint8_t value) { Add(Kind::Bool, name, {value}); }
+    void AddInt64(const BatchName& name, int64_t value) { Add(Kind::Int64, name, {value}); }
+    void AddNumber(const BatchName& name, int64_t value) { Add(Kind::Number, name, {value}); }
+    void AddDouble(const BatchName& name, double value) {
+        Add(Kind::Double, name, {std::bit_cast<int64_t>(value)});
     }
-    void AddInt64(const BatchName& name, int64_t value) { Put(Append(Kind::Int64, name), value); }
-    void AddNumber(const BatchName& name, int64_t value) { Put(Append(Kind::Number, name), value); }
-    void AddDouble(const BatchName& name, double value) { Put(Append(Kind::Double, name), value); }
     // Texts of 4 G characters and more raise std::bad_alloc.
     void AddString(const BatchName& name, std::wstring_view text) {
-        const uint32_t length = LengthOf(text);
-        std::byte* value = Append(Kind::String, name);
-        m_expected[static_cast<size_t>(Kind::String)].bytes +=
-            StoredText::RoomFor(text.size()) * sizeof(wchar_t);
-        Put(value, text.data());
-        Put(value + sizeof(const wchar_t*), length);
+        Add(Kind::String, name, {static_cast<int64_t>(std::bit_cast<intptr_t>(text.data())), LengthOf(text)});
+    }
+    // Each of these, by the kind.
+    void Add(Kind kind, const BatchName& name, const BatchValue& value) {
+        ExpectedEntries& expected = m_expected[static_cast<size_t>(kind)];
+        ++expected.count;
+        expected.bytes += name.text.size() - m_sharedUnits + // nearly every name is kept in bytes
+                          StoredText::RoomFor(value.textLength) * sizeof(wchar_t);
+        std::wstring_view rest = name.text;
+        rest.remove_prefix(m_prefixUnits);
+        if (name.naming == Naming::Copied) {
+            m_records.Add(m_recordMemory, kind, {Naming::Copied, m_prefixNumber, LengthOf(rest), rest.data()},
+                          value);
+        } else {
+            AddUncopied(kind, name, rest, value);
+        }
     }
 
     // Names that are added from now on start with `prefix`, which they are given with all the same. Null for
@@ -141,35 +152,20 @@ private:
         return static_cast<uint32_t>(text.size());
     }
 
-    template <class T>
-    static void Put(std::byte* to, const T& value) {
-        std::memcpy(to, &value, sizeof(value));
-    }
-
-    // Returns where the value goes.
-    std::byte* Append(Kind kind, const BatchName& name) {
-        ExpectedEntries& expected = m_expected[static_cast<size_t>(kind)];
-        ++expected.count;
-        expected.bytes += name.text.size() - m_sharedUnits; // nearly every name is kept in bytes
-        std::wstring_view rest = name.text;
-        rest.remove_prefix(m_prefixUnits);
-        return name.naming == Naming::Copied
-                   ? m_records.Add(m_recordMemory, kind,
-                                   {Naming::Copied, m_prefixNumber, LengthOf(rest), rest.data()})
-                   : AppendUncopied(kind, name, rest);
-    }
-
-    [[gnu::noinline]] std::byte* AppendUncopied(Kind kind, const BatchName& name, std::wstring_view rest) {
+    [[gnu::noinline]] void AddUncopied(Kind kind, const BatchName& name, std::wstring_view rest,
+                                       const BatchValue& value) {
         if (name.naming == Naming::Numbered && m_prefixNumber != 0) {
-            return m_records.Add(m_recordMemory, kind,
-                                 {Naming::Numbered, m_prefixNumber, name.number, nullptr});
+            m_records.Add(m_recordMemory, kind, {Naming::Numbered, m_prefixNumber, name.number, nullptr},
+                          value);
+            return;
         }
         // A pointer to a short name would not be smaller.
         const bool isOutside = name.naming == Naming::Outside && m_names == Names::SharePrefixes &&
                                rest.size() * sizeof(wchar_t) > sizeof(rest.data());
-        return m_records.Add(
+        m_records.Add(
             m_recordMemory, kind,
-            {isOutside ? Naming::Outside : Naming::Copied, m_prefixNumber, LengthOf(rest), rest.data()});
+            {isOutside ? Naming::Outside : Naming::Copied, m_prefixNumber, LengthOf(rest), rest.data()},
+            value);
     }
 
     [[gnu::noinline]] const BatchPrefix* MakePrefix(const BatchPrefix* outer, std::wstring_view name) {

@@ -40,6 +40,19 @@ struct NodeRoom<StoredText> {
     uint32_t units;
 };
 
+// Where the buckets of a map lie.
+struct BucketPlaces {
+    const std::byte* first = nullptr; // null where there are none yet
+    size_t count = 0;
+    size_t bytes = 0; // of each
+
+    // Asks the processor for the bucket of a hash that will soon be looked up; a map that has grown since is
+    // asked in vain. Inlined always: GCC leaves out the call of a function that does nothing else.
+    [[gnu::always_inline]] void Prefetch(uint32_t hash) const {
+        __builtin_prefetch(first + (uint64_t{hash} * count >> 32U) * bytes, 1);
+    }
+};
+
 template <class Value>
 class VariableMap {
 public:
@@ -115,18 +128,13 @@ public:
     template <class IsWanted>
     Node* FindForWrite(std::wstring_view name, uint32_t hash, const NamePrefix* prefix,
                        IsWanted isWanted) const {
-        if (!m_buckets || !m_buckets[BucketOf(hash)].MayHave(hash)) {
-            return nullptr;
-        }
-        return FindIn(m_buckets[BucketOf(hash)], name, hash, prefix, isWanted);
+        return MayHave(hash) ? FindIn(m_buckets[BucketOf(hash)], name, hash, prefix, isWanted) : nullptr;
     }
+    // Whether there may be an entry with that hash.
+    bool MayHave(uint32_t hash) const { return m_buckets && m_buckets[BucketOf(hash)].MayHave(hash); }
 
-    // Asks the processor for the bucket of a hash that will soon be looked up. Inlined always: GCC leaves out
-    // the call of a function that does nothing else.
-    [[gnu::always_inline]] void Prefetch(uint32_t hash) const {
-        if (m_buckets) {
-            __builtin_prefetch(&m_buckets[BucketOf(hash)], 1);
-        }
+    BucketPlaces Buckets() const {
+        return {reinterpret_cast<const std::byte*>(m_buckets), m_bucketCount, sizeof(Bucket)};
     }
 
     // Makes the table large enough for so many entries in one step, as far as memory allows.

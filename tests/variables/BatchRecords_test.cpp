@@ -74,6 +74,34 @@ TEST(BatchRecords, AreReadBackOnEveryPage) {
     EXPECT_EQ(kCount, i);
 }
 
+// What is no text has no length, though one is written: of records without names the next one is written over
+// it, and after the last one of a page it meets nothing.
+TEST(BatchRecords, WithoutNamesFillPagesToTheirEnds) {
+    for (const int textEach : {2, 7, 100'000}) {
+        VariableBatch batch;
+        for (int i = 0; i < 2000; ++i) {
+            if (i % textEach == textEach - 1) {
+                batch.AddString(L"", L"text");
+            } else {
+                batch.AddNumber(L"", i);
+            }
+        }
+        int i = 0;
+        for (const VariableBatch::Entry& entry : batch.Entries()) {
+            const bool isText = i % textEach == textEach - 1;
+            ASSERT_EQ(isText ? RecordKind::String : RecordKind::Number, entry.kind);
+            ASSERT_EQ(0U, entry.nameLength);
+            if (isText) {
+                ASSERT_EQ(L"text", VariableBatch::TextOf(entry));
+            } else {
+                ASSERT_EQ(i, entry.integer);
+            }
+            ++i;
+        }
+        EXPECT_EQ(2000, i);
+    }
+}
+
 TEST(BatchRecords, LongNameThatLastsIsNotCopied) {
     const std::wstring shortKey = L"k";
     const std::wstring longKey = L"a key of the root";
