@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs a test program for Windows to its last test: scripts/run-tests.sh PROGRAM.exe [ARGUMENT...]
-# A program that ends before its last test fails even if its exit code is 0, as when Wine's server is lost. The program is then
-# run once more. Its output is printed after it has ended.
+# A program that ends before its last test fails even if its exit code is 0, as when Wine's server is lost unnoticed. The program
+# is then run once more. Its output is printed after it has ended.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 [[ $# -gt 0 ]] || fail "a program is missing; see $script --help." 2
 case $1 in -*) parse_arguments '' "$1" ;; esac
@@ -29,7 +29,7 @@ code=0
 run "$@" || code=$?
 if ! has_finished && [[ $code -eq 0 || $code -eq 137 ]]; then
   cat "$output" >&2
-  echo "$script: $1 ended before its last test, without Wine's server; once more." >&2
+  echo "$script: $1 ended before its last test; once more." >&2
   code=0
   run "$@" || code=$?
 fi

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Runs a Windows program, and ends it when Wine fails it: scripts/wine-watched.sh [--limit SECONDS] PROGRAM.exe [ARGUMENT...]
-# The exit code is 137 then, otherwise the program's. Wine 8 rarely loses its server, and only with many processes; a program
-# that waits for it would wait forever. With a limit the program is also ended after so many seconds, and what its threads
-# waited for is reported. Its output should go to a file: processes that Wine starts may keep a pipe open.
+# Runs a Windows program, also when Wine fails it: scripts/wine-watched.sh [--limit SECONDS] PROGRAM.exe [ARGUMENT...]
+# Wine 8 rarely loses its server, and only with many processes; a program that waits for it would wait forever. Such a program
+# is ended and runs again, at most three times; its output then has those of all its runs. The exit code is the program's, or
+# 137 when Wine failed it each time. With a limit the program is also ended after so many seconds, with exit code 137, and what
+# its threads waited for is reported. Its output should go to a file: processes that Wine starts may keep a pipe open.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 limit=
 if [[ ${1:-} == --limit ]]; then
@@ -36,33 +37,49 @@ report_threads() {
   done
 }
 
-# The process of Wine's server, if it runs.
+# The process of Wine's server, if it runs: of those that are started for the prefix, the one that holds a lock there. Others
+# end at once, since there is one already.
 find_server() {
   local process
   for process in $(pgrep -x wineserver64); do
-    if grep -qzxF "WINEPREFIX=$wine_prefix" "/proc/$process/environ" 2>/dev/null; then
+    if grep -qzxF "WINEPREFIX=$wine_prefix" "/proc/$process/environ" 2>/dev/null &&
+      grep -qE "^[0-9]+: POSIX +ADVISORY +WRITE $process " /proc/locks; then
       echo "$process"
       return
     fi
   done
 }
 
-server=$(find_server)
-"$root/scripts/wine-run.sh" "$@" <&0 {silence}>&- &
-program=$!
-while kill -0 "$program" 2>/dev/null; do
-  [[ -n $server ]] || server=$(find_server)
-  if [[ -n $server && ! -e /proc/$server ]] || { is_left_over "$program" && sleep 1 && is_left_over "$program"; }; then
-    kill -9 "$program" 2>/dev/null || true
-  elif [[ -n $limit && $SECONDS -ge $limit ]]; then
-    echo "$script: $1 has not ended after $limit s." >&2
-    report_threads "$program" >&2
-    kill -9 "$program" 2>/dev/null || true
-  fi
-  pause 0.1
+# Runs the program once. Sets `lost` to yes when Wine failed it.
+run() {
+  local server start=$SECONDS code=0
+  lost=no
+  server=$(find_server)
+  "$root/scripts/wine-run.sh" "$@" <&0 {silence}>&- &
+  program=$!
+  while kill -0 "$program" 2>/dev/null; do
+    [[ -n $server ]] || server=$(find_server)
+    if [[ -n $server && ! -e /proc/$server ]] || { is_left_over "$program" && sleep 1 && is_left_over "$program"; }; then
+      lost=yes
+      kill -9 "$program" 2>/dev/null || true
+    elif [[ -n $limit && $((SECONDS - start)) -ge $limit ]]; then
+      echo "$script: $1 has not ended after $limit s." >&2
+      report_threads "$program" >&2
+      kill -9 "$program" 2>/dev/null || true
+    fi
+    pause 0.1
+  done
+  wait "$program" || code=$?
+  program=
+  [[ -z $server || -e /proc/$server ]] || lost=yes
+  [[ $lost == no ]] || code=137
+  return "$code"
+}
+
+for attempt in 1 2 3; do
+  code=0
+  run "$@" || code=$?
+  [[ $lost == yes && $attempt -lt 3 ]] || break
+  echo "$script: $1 lost Wine's server; once more." >&2
 done
-code=0
-wait "$program" || code=$?
-program=
-[[ -z $server || -e /proc/$server ]] || code=137
 exit "$code"
