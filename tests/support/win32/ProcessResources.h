@@ -5,7 +5,7 @@
 
 namespace zq::test {
 
-// Open handles, from the system's own table.
+// Open handles.
 size_t HandleCount();
 
 // Threads of this process.
