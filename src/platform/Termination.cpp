@@ -4,12 +4,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 
 namespace zq {
 
 namespace {
 
-constexpr ULONGLONG kWatchMilliseconds = 100;
+constexpr ULONGLONG kWatchMilliseconds = 500;
 // A thread that has not moved in this many looks is waiting inside the system's library, not working there.
 constexpr int kLooksWithoutMove = 20;
 // If every look for this long finds the thread inside that library, a harmless moment inside it is accepted.
@@ -17,7 +18,7 @@ constexpr ULONGLONG kInsideAfterMilliseconds = 80;
 constexpr DWORD kProbeMilliseconds = 10;
 constexpr SIZE_T kProbeStack = SIZE_T{64} * 1024;
 
-// Where the system's library, whose code holds the locks of the process heap, is mapped.
+// Where the system's library, whose code holds the locks of all heaps, is mapped.
 struct CodeRange {
     const std::byte* begin = nullptr;
     size_t size = 0;
@@ -44,16 +45,21 @@ uintptr_t InstructionOf(HANDLE thread) {
     return GetThreadContext(thread, &context) ? static_cast<uintptr_t>(context.Rip) : 0;
 }
 
-DWORD WINAPI LockHeap(void* /*unused*/) {
+// Takes the lock of the process heap, and that of the heap that the run-time allocates from, which may be
+// another one. No heap keeps blocks of that size ready, to be had without its lock.
+DWORD WINAPI LockHeaps(void* /*unused*/) {
+    constexpr size_t kLargeBlock = size_t{64} * 1024;
+    void* volatile block = std::malloc(kLargeBlock); // volatile: otherwise no memory would be asked for
+    std::free(block);
     const HANDLE heap = GetProcessHeap();
     return HeapLock(heap) && HeapUnlock(heap) ? 0 : 1;
 }
 
-// A thread that takes the loader's lock, as every new thread does, and then the lock of the process heap. It
-// ends only if no suspended thread holds one of them or has just been woken to take it.
+// A thread that takes the loader's lock, as every new thread does, and then those of the heaps. It ends only
+// if no suspended thread holds one of them or has just been woken to take it.
 class Probe {
 public:
-    Probe() : m_thread(CreateThread(nullptr, kProbeStack, LockHeap, nullptr, 0, nullptr)) {}
+    Probe() : m_thread(CreateThread(nullptr, kProbeStack, LockHeaps, nullptr, 0, nullptr)) {}
 
     bool HasEnded(DWORD milliseconds) const {
         return m_thread && WaitForSingleObject(m_thread.get(), milliseconds) == WAIT_OBJECT_0;
