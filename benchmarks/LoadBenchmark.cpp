@@ -4,6 +4,7 @@
 #include "PeerLoad.h"
 #include "Rounds.h"
 
+#include "base/Arena.h"
 #include "base/HostLog.h"
 #include "config/ConfigText.h"
 #include "variables/VariableBatch.h"
@@ -14,9 +15,13 @@
 
 #include <simdjson.h>
 
+#include <algorithm>
+#include <bit>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
+#include <vector>
 
 namespace zq::bench {
 namespace {
@@ -201,11 +206,68 @@ public:
         maps.Apply(m_config.Batch());
         Use(maps.strings.Size());
     }
+    size_t Assignments() const { return m_config.Batch().Entries().size(); }
 
 private:
     ConfigFile m_file;
     const std::string& m_bytes;
     ConfigText m_config;
+};
+
+// The memory that a load goes through whatever its code does. The bytes are read. What they assign is written
+// aside and read again, since a file counts only once its end is seen. Each variable then gets a node and a
+// bucket. Nothing is parsed, hashed or compared.
+class MemoryTraffic {
+public:
+    MemoryTraffic(const std::string& bytes, size_t assignments)
+        : m_bytes(bytes), m_assignments(assignments) {}
+
+    void Run() const {
+        uint64_t sum = SumOfBytes();
+        Arena aside(Arena::Life::Short);
+        std::vector<std::byte*> pages;
+        for (size_t written = 0; written < m_assignments; written += kRecordsOfPage) {
+            pages.push_back(aside.Allocate<std::byte>(kPage));
+            std::memset(pages.back(), static_cast<int>(sum), kPage);
+        }
+        Arena nodes;
+        std::vector<uint64_t*> buckets(std::bit_ceil(m_assignments));
+        Arena::Release release(aside);
+        size_t number = 0;
+        for (const std::byte* page : pages) {
+            for (size_t record = 0; record < kPage && number < m_assignments; record += kRecord, ++number) {
+                sum += WordAt(page + record);
+                auto* node = nodes.Allocate<uint64_t>(kNodeWords);
+                std::fill_n(node, kNodeWords, sum);
+                buckets[number * 0x9E3779B97F4A7C15U >> 20U & (buckets.size() - 1)] = node;
+            }
+            release.GiveBack(page, kPage);
+        }
+        Use(sum);
+    }
+
+private:
+    // As those of generated settings are on average.
+    static constexpr size_t kRecord = 56;
+    static constexpr size_t kNodeWords = 8;
+    static constexpr size_t kRecordsOfPage = 72;
+    static constexpr size_t kPage = kRecordsOfPage * kRecord;
+
+    static uint64_t WordAt(const void* memory) {
+        uint64_t word = 0;
+        std::memcpy(&word, memory, sizeof(word));
+        return word;
+    }
+    uint64_t SumOfBytes() const {
+        uint64_t sum = 0;
+        for (size_t i = 0; i + sizeof(uint64_t) <= m_bytes.size(); i += sizeof(uint64_t)) {
+            sum += WordAt(m_bytes.data() + i);
+        }
+        return sum;
+    }
+
+    const std::string& m_bytes;
+    size_t m_assignments;
 };
 
 struct Document {
@@ -228,6 +290,7 @@ double Compare(const char* group, const Document& document, int runs) {
     }
     simdjson::dom::parser kept;
     const ModuleParts parts(file, bytes);
+    const MemoryTraffic memory(bytes, parts.Assignments());
     std::vector<Competitor> all = {
         {"module", [&] { Use(LoadModule(file, bytes)); }},
         {"RapidJSON UTF-8, std", [&] { Use(LoadRapid<StandardMap, Utf8>(file, bytes)); }},
@@ -243,6 +306,9 @@ double Compare(const char* group, const Document& document, int runs) {
         {"floor: a copy of the bytes", [&] { Use(std::string(bytes).size()); }},
     };
     RunRounds(all, runs);
+    std::vector<Competitor> alone = {{"floor: its memory alone", [&] { memory.Run(); }}};
+    RunRounds(alone, runs); // by itself: what it leaves in the heap would change the others' times
+    all.push_back(alone.front());
     Record(group, static_cast<double>(bytes.size()), all, 1e-6);
     Print(document.name + ", " + std::to_string(bytes.size()) + " bytes, " +
               std::to_string(LoadModule(file, bytes)) + " variables",
