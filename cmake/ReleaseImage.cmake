@@ -46,7 +46,8 @@ function(zq_compile_options options)
   endif()
 endfunction()
 
-# What loads and packets go through for each value. A pair of words that has just been written one by one is slow to read as one vector.
+# What loads and packets go through for each value. A pair of words that has just been written one by one is slow to read as one
+# vector.
 set(ZQ_FASTEST -finline-limit=1000 -fno-tree-slp-vectorize)
 
 # zq_link_with_lld(<target>): takes a fraction of a second where the compiler's own linker takes up to twenty. It can also leave
